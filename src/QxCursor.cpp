@@ -1,0 +1,117 @@
+#include "QxCursor.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <limits>
+
+#include "IQxLogTracker.h"
+#include "QxData.h"
+#include "QxDebugPrint.h"
+#include "QxDecodeLog.h"
+
+namespace {
+
+// Sizes are printed as 32 bits, the width that they have in a dump.
+unsigned int Shown(std::size_t size) {
+    return static_cast<unsigned int>(size);
+}
+
+void PrintTo(QxDecodeLog* log, int level, const char* format, va_list arguments) {
+    if (log != nullptr) {
+        log->PrintV("Append", __LINE__, level, format, arguments);
+    } else {
+        QxDebugPrint::GetInstance()->PrintV("Append", __LINE__, level, format, arguments);
+    }
+}
+
+}  // namespace
+
+void QxCursor::Print(int level, const char* format, ...) const {
+    va_list arguments;
+    va_start(arguments, format);
+    PrintTo(m_log, level, format, arguments);
+    va_end(arguments);
+}
+
+void QxCursor::Refuse(int level, const char* format, ...) const {
+    va_list arguments;
+    va_start(arguments, format);
+    PrintTo(m_log, level, format, arguments);
+    va_end(arguments);
+    throw QxData::PERR_INVALID_SIZE;
+}
+
+void QxCursor::RefuseRead(std::size_t offset, std::size_t count) const {
+    Refuse(Major, "[%s] Read past the end, offset: %u, bytes: %u, size: %u", m_reader, Shown(offset), Shown(count),
+           Shown(m_size));
+}
+
+std::uint8_t QxCursor::Peek() const {
+    Need(1);
+    return static_cast<std::uint8_t>(m_data[m_offset]);
+}
+
+std::uint8_t QxCursor::Byte() {
+    return static_cast<std::uint8_t>(*Bytes(1));
+}
+
+std::uint16_t QxCursor::Fixed16() {
+    const char* const bytes = Bytes(2);
+    const unsigned low = static_cast<std::uint8_t>(bytes[0]);
+    const unsigned high = static_cast<std::uint8_t>(bytes[1]);
+    return static_cast<std::uint16_t>(low | high << 8);
+}
+
+template <typename Value>
+bool QxCursor::ReadGroups(Value& value) {
+    value = 0;
+    unsigned shift = 0;
+    for (std::size_t at = m_offset; at < m_size; ++at, shift += 7) {
+        const auto byte = static_cast<std::uint8_t>(m_data[at]);
+        if (shift < std::numeric_limits<Value>::digits) value |= static_cast<Value>(byte & 0x7Fu) << shift;
+        if ((byte & 0x80u) == 0) {
+            m_offset = at + 1;
+            return true;
+        }
+    }
+    return false;
+}
+
+bool QxCursor::TryVarint(std::uint32_t& value) {
+    return ReadGroups(value);
+}
+
+std::uint32_t QxCursor::Varint() {
+    std::uint32_t value = 0;
+    if (!ReadGroups(value)) RefuseRead(m_offset, Left() + 1);
+    return value;
+}
+
+std::uint64_t QxCursor::Varint64() {
+    std::uint64_t value = 0;
+    if (!ReadGroups(value)) RefuseRead(m_offset, Left() + 1);
+    return value;
+}
+
+const char* QxCursor::Bytes(std::size_t count) {
+    Need(count);
+    const char* const bytes = m_data + m_offset;
+    m_offset += count;
+    return bytes;
+}
+
+const char* QxCursor::Range(std::size_t skip, std::size_t count) const {
+    if (count == 0) return m_data + m_offset;
+    if (skip > Left() || count > Left() - skip) RefuseRead(m_offset + skip, count);
+    return m_data + m_offset + skip;
+}
+
+std::string QxCursor::Text16(const char* tooLong) {
+    const std::uint16_t length = Varint16();
+    if (length > Left()) Refuse(Major, tooLong, Shown(m_offset + length), Shown(m_size));
+    return Text(length);
+}
+
+QxCursor QxCursor::Narrow(std::size_t count, const char* reader) const {
+    return {m_data + m_offset, std::min(count, Left()), reader, m_log};
+}

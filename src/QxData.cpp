@@ -1,0 +1,221 @@
+#include "QxData.h"
+
+#include "QxCursor.h"
+#include "QxFormat.h"
+
+QxData::QxData() {
+    QxData::clear();
+}
+
+QxData::~QxData() {
+    delete m_script;
+}
+
+void QxData::clear() {
+    m_processes.clear();
+    for (std::string& field : m_header) field.clear();
+    m_Events.clear();
+    m_locations.clear();
+    m_calls.clear();
+    m_descriptors.clear();
+    m_threads.clear();
+    m_openCalls.clear();
+    m_currentThread = 0;
+    m_currentProcess.clear();
+    m_threadTimes.clear();
+    m_currentPid = 0;
+}
+
+void QxData::clearCalls() {
+    m_Events.clear();
+    m_calls.clear();
+}
+
+void QxData::AppendHeader(unsigned short, std::string, std::string qxVersion, std::string swBuildString,
+                          std::string swVersionModel, std::string extraField1, std::string extraField2) {
+    m_header[0] = std::move(qxVersion);
+    m_header[1] = std::move(swBuildString);
+    m_header[2] = std::move(swVersionModel);
+    m_header[3] = std::move(extraField1);
+    m_header[4] = std::move(extraField2);
+}
+
+void QxData::AppendProcessName(unsigned short pid, std::string name) {
+    m_processes.emplace(std::move(name), pid);
+    UpdateCurrentPID();
+}
+
+void QxData::AppendCurrentProcess(std::string name) {
+    m_currentProcess = std::move(name);
+    UpdateCurrentPID();
+}
+
+void QxData::UpdateCurrentPID() {
+    const auto found = m_processes.find(m_currentProcess);
+    m_currentPid = found == m_processes.end() ? static_cast<unsigned short>(0) : found->second;
+}
+
+IQxData::_HSScript* QxData::GetScript(_HSScript** out) {
+    return *out = &m_script;
+}
+
+// The key is unsigned 32-bit arithmetic: large location numbers wrap.
+unsigned int QxData::LocationKey(unsigned int locId, unsigned short pid) {
+    return locId + 10000u * pid;
+}
+
+void QxData::AppendCallLocation(_HSCallLocation& location) {
+    m_locations[LocationKey(location.locId, m_currentPid)] = QxLocation(location);
+}
+
+const QxLocation& QxData::Location(unsigned int locId, unsigned short pid) {
+    return m_locations[LocationKey(locId, pid)];
+}
+
+IQxData::_HSCallLocation QxData::GetCallLocation(unsigned int locId) {
+    return Location(locId, m_currentPid).site;
+}
+
+IQxData::_HSCallLocation QxData::GetCallLocationWithPID(unsigned int locId, unsigned short pid) {
+    return Location(locId, pid).site;
+}
+
+void QxData::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
+    m_descriptors[std::move(name)] = std::move(desc);
+}
+
+const IQxData::_HSCompArgDesc& QxData::CompArgDesc(const std::string& name) {
+    return m_descriptors[name];
+}
+
+void QxData::GetCompArgDesc(_HSCompArgDesc& out, std::string name) {
+    out = CompArgDesc(name);
+}
+
+unsigned long long QxData::AddCall(HSCall&& call) {
+    // The low digits keep calls of one time apart; a key that is taken all the same loses its call.
+    const unsigned long long key = call.time * 1000 + m_calls.size() % 1000;
+    m_calls.insert_or_assign(key, std::move(call));
+    return key;
+}
+
+unsigned long long QxData::AppendBeforeCall(HSCall& call) {
+    return AddCall(HSCall(call));
+}
+
+void QxData::AppendAfterCall(unsigned long long key, HSCall& call) {
+    const auto found = m_calls.find(key);
+    if (found != m_calls.end()) found->second = call;
+}
+
+IQxData::HSCall& QxData::Call(unsigned long long key) {
+    const auto found = m_calls.find(key);
+    if (found == m_calls.end()) throw PERR_CALL_NOT_FOUND;
+    return found->second;
+}
+
+void QxData::GetCall(unsigned long long key, HSCall& out) {
+    out = Call(key);
+}
+
+std::map<unsigned long long, IQxData::HSCall>* QxData::GetCallIMap() {
+    return &m_calls;
+}
+
+void QxData::AppendEvent(std::string name, std::string value, HSCall call) {
+    m_Events[std::move(name)].emplace_back(std::move(value), std::move(call));
+}
+
+void QxData::AppendThread(HSIThread& thread) {
+    thread.pid = m_currentPid;
+    m_threads[thread.tid] = thread;
+}
+
+IQxData::HSIThread QxData::GetThread(unsigned short tid) {
+    const auto found = m_threads.find(tid);
+    if (found == m_threads.end()) throw PERR_THREAD_NOT_FOUND;
+    return found->second;
+}
+
+void QxData::ResetThreadTime() {
+    SetThreadTime(0);
+}
+
+void QxData::SetThreadTime(unsigned long long time) {
+    m_threadTimes[m_currentThread] = time;
+}
+
+unsigned long long QxData::GetThreadTime() {
+    return m_threadTimes[m_currentThread];
+}
+
+void QxData::SetCurrentThread(unsigned short tid) {
+    m_currentThread = tid;
+}
+
+unsigned short QxData::GetCurrentThread() {
+    return m_currentThread;
+}
+
+void QxData::ResetLocationMarker() {
+    m_openCalls.clear();
+}
+
+void QxData::SetLocationMarker(unsigned long long key) {
+    m_openCalls.push_back(key);
+    if (m_openCalls.size() > qxformat::kMaxOpenCalls) m_openCalls.pop_front();
+}
+
+unsigned long long QxData::GetLocationMarker() {
+    if (m_openCalls.empty()) return 0;
+    const unsigned long long key = m_openCalls.back();
+    m_openCalls.pop_back();
+    return key;
+}
+
+unsigned short QxData::GetCurrentPID() {
+    return m_currentPid;
+}
+
+unsigned int QxData::Read(const char* buffer, std::string& out) {
+    QxCursor cursor(buffer, QxCursor::kTrusted, "QxData::Read", nullptr);
+    const std::uint32_t length = cursor.Varint();
+    const std::size_t lengthBytes = cursor.Offset();
+    out.assign(cursor.Bytes(length), length);
+    return length + static_cast<unsigned int>(lengthBytes);
+}
+
+unsigned char QxData::ParseCommonHeader(const char* p, unsigned int& size, unsigned short& headerLength) {
+    QxCursor cursor(p, QxCursor::kTrusted, "QxData::ParseCommonHeader", nullptr);
+    const CommonHeader header = ParseCommonHeader(cursor);
+    size = header.size;
+    headerLength = header.length;
+    return header.tag;
+}
+
+unsigned char QxData::ParseCommonHeader(std::vector<char>& bytes, unsigned int& size, unsigned short& headerLength) {
+    QxCursor cursor(bytes.data(), bytes.size(), "QxData::ParseCommonHeader", nullptr);
+    const CommonHeader header = ParseCommonHeader(cursor);
+    bytes.erase(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(cursor.Offset()));
+    size = header.size;
+    headerLength = header.length;
+    return header.tag;
+}
+
+QxData::CommonHeader QxData::ParseCommonHeader(QxCursor& cursor) {
+    const std::size_t start = cursor.Offset();
+    CommonHeader header;
+    header.tag = cursor.Byte();
+    header.size = cursor.Varint();
+    header.length = static_cast<unsigned short>(cursor.Offset() - start);
+    return header;
+}
+
+bool QxData::TryCommonHeader(QxCursor& cursor, CommonHeader& header) {
+    if (cursor.AtEnd()) return false;
+    const std::size_t start = cursor.Offset();
+    header.tag = cursor.Byte();
+    if (!cursor.TryVarint(header.size)) return false;
+    header.length = static_cast<unsigned short>(cursor.Offset() - start);
+    return true;
+}

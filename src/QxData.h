@@ -1,0 +1,103 @@
+// The one trace data store: an IQxData that keeps everything in maps. Takes no locks; see IQxData.h for which thread
+// may do what. Also home of the decoding layer's exception and of the common header that frames packets and items.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "IQxData.h"
+#include "QxLocation.h"
+
+class QxCursor;
+
+class QxData : public IQxData {
+public:
+    // Why decoding stopped; thrown by value, caught by QxParser.
+    enum _PERR_TYPE { PERR_INVALID_TAG = 0, PERR_INVALID_SIZE = 1, PERR_CALL_NOT_FOUND = 2, PERR_THREAD_NOT_FOUND = 3 };
+
+    // The frame of a packet or an item: the tag, and the size of the payload that follows. `length` is that of the
+    // header itself, kept as 16 bits.
+    struct CommonHeader {
+        unsigned char tag;
+        unsigned int size;
+        unsigned short length;
+    };
+
+    QxData();
+    QxData(const QxData&) = delete;
+    QxData& operator=(const QxData&) = delete;
+    ~QxData() override;
+
+    void clear() override;
+    void clearCalls() override;
+    void AppendHeader(unsigned short pid, std::string process, std::string qxVersion, std::string swBuildString,
+                      std::string swVersionModel, std::string extraField1, std::string extraField2) override;
+    void AppendProcessName(unsigned short pid, std::string name) override;
+    void AppendCurrentProcess(std::string name) override;
+    _HSScript* GetScript(_HSScript** out) override;
+    void AppendCallLocation(_HSCallLocation& location) override;
+    _HSCallLocation GetCallLocation(unsigned int locId) override;
+    _HSCallLocation GetCallLocationWithPID(unsigned int locId, unsigned short pid) override;
+    void AppendCompArgDesc(std::string name, _HSCompArgDesc desc) override;
+    void GetCompArgDesc(_HSCompArgDesc& out, std::string name) override;
+    unsigned long long AppendBeforeCall(HSCall& call) override;
+    void AppendAfterCall(unsigned long long key, HSCall& call) override;
+    void GetCall(unsigned long long key, HSCall& out) override;
+    std::map<unsigned long long, HSCall>* GetCallIMap() override;
+    void AppendEvent(std::string name, std::string value, HSCall call) override;
+    void AppendThread(HSIThread& thread) override;
+    HSIThread GetThread(unsigned short tid) override;
+    void ResetThreadTime() override;
+    void SetThreadTime(unsigned long long time) override;
+    unsigned long long GetThreadTime() override;
+    void SetCurrentThread(unsigned short tid) override;
+    unsigned short GetCurrentThread() override;
+    void ResetLocationMarker() override;
+    void SetLocationMarker(unsigned long long key) override;
+    unsigned long long GetLocationMarker() override;
+    unsigned short GetCurrentPID() override;
+
+    // The same records without copies, for the library's own reading; valid until the store changes them. An unknown
+    // location or descriptor is stored as an empty record, as in the operations above.
+    const QxLocation& Location(unsigned int locId, unsigned short pid);
+    const _HSCompArgDesc& CompArgDesc(const std::string& name);
+    // Throws PERR_CALL_NOT_FOUND.
+    HSCall& Call(unsigned long long key);
+    // As AppendBeforeCall, taking the call over.
+    unsigned long long AddCall(HSCall&& call);
+
+    // Reads a varint length and that many bytes into `out`; returns how many bytes both took. Requires: all of them are
+    // there.
+    static unsigned int Read(const char* buffer, std::string& out);
+
+    // Reads a common header; returns the tag. The first form requires that all of it is there.
+    static unsigned char ParseCommonHeader(const char* p, unsigned int& size, unsigned short& headerLength);
+    // Reads at the front of `bytes` and removes what it read. Throws PERR_INVALID_SIZE.
+    static unsigned char ParseCommonHeader(std::vector<char>& bytes, unsigned int& size, unsigned short& headerLength);
+    // Throws PERR_INVALID_SIZE.
+    static CommonHeader ParseCommonHeader(QxCursor& cursor);
+    // Returns false, printing nothing, when the bytes end inside the header.
+    static bool TryCommonHeader(QxCursor& cursor, CommonHeader& header);
+
+private:
+    static unsigned int LocationKey(unsigned int locId, unsigned short pid);
+    void UpdateCurrentPID();
+
+    std::map<std::string, unsigned short> m_processes;
+    std::string m_header[5];
+    _HSScript m_script = nullptr;  // owned
+    std::string m_currentProcess;
+    unsigned short m_currentPid = 0;  // of m_currentProcess in m_processes, looked up once per change
+    std::map<unsigned int, QxLocation> m_locations;
+    std::map<unsigned long long, HSCall> m_calls;
+    std::map<std::string, _HSCompArgDesc> m_descriptors;
+    std::map<unsigned short, HSIThread> m_threads;
+    std::map<unsigned short, unsigned long long> m_threadTimes;
+    unsigned short m_currentThread = 0;
+    std::deque<unsigned long long> m_openCalls;  // the newest at the back
+    std::map<std::string, std::vector<std::pair<std::string, HSCall>>> m_Events;
+};

@@ -1,0 +1,33 @@
+// The lines that decoding one dump prints. A damaged dump may have something wrong in every item: past a fixed number,
+// lines are counted instead of printed, and one line at the dump's end says how many were left out.
+#pragma once
+
+#include <cstdarg>
+#include <cstdint>
+
+class QxDecodeLog final {
+public:
+    QxDecodeLog() = default;
+    QxDecodeLog(const QxDecodeLog&) = delete;
+    QxDecodeLog& operator=(const QxDecodeLog&) = delete;
+    ~QxDecodeLog() { EndDump(); }
+
+    // Ends the dump before, if it was not ended, and starts counting anew.
+    void BeginDump();
+
+    // Prints how many lines were left out, if any.
+    void EndDump();
+
+    // Prints as QxDebugPrint::Print does, or counts.
+    void Print(const char* function, int line, int level, const char* format, ...)
+        __attribute__((format(printf, 5, 6)));
+    void PrintV(const char* function, int line, int level, const char* format, va_list arguments)
+        __attribute__((format(printf, 5, 0)));
+
+    // Prints a text without arguments `times` times. The work does not grow with `times` beyond the limit.
+    void Repeat(std::uint32_t times, const char* function, int line, int level, const char* text);
+
+private:
+    std::uint32_t m_printed = 0;
+    std::uint64_t m_leftOut = 0;
+};

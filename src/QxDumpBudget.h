@@ -1,0 +1,40 @@
+// What one dump may make the tracker keep. Each dump starts with allowances in proportion to its size; whatever takes
+// more than is left prints one line and throws PERR_INVALID_SIZE.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+class QxDecodeLog;
+
+class QxDumpBudget final {
+public:
+    // Starts without limits, for decoders that are used outside any dump. `log` must outlive the budget.
+    explicit QxDumpBudget(QxDecodeLog& log) : m_log(log) {}
+
+    // Sets the allowances for a dump of that many bytes.
+    void BeginDump(std::size_t dumpSize);
+
+    void TakeCall() { Take(m_calls, 1, "calls"); }
+    void TakePairs(std::uint64_t count) { Take(m_pairs, count, "argument pairs"); }
+    void TakeNameBytes(std::uint64_t count) { Take(m_nameBytes, count, "member name bytes"); }
+    void TakeJoined(std::uint64_t bytes) { Take(m_joined, bytes, "joined stream bytes"); }
+
+    // Bytes that may still be unpacked. What a dropped or corrupt item unpacked counts as well.
+    std::uint64_t UnpackedLeft() const { return m_unpacked; }
+    void TakeUnpacked(std::uint64_t bytes) { Take(m_unpacked, bytes, "unpacked bytes"); }
+
+private:
+    void Take(std::uint64_t& left, std::uint64_t count, const char* what) {
+        if (count > left) Refuse(what);
+        left -= count;
+    }
+    [[noreturn]] void Refuse(const char* what) const;
+
+    QxDecodeLog& m_log;
+    std::uint64_t m_calls = UINT64_MAX;
+    std::uint64_t m_pairs = UINT64_MAX;
+    std::uint64_t m_nameBytes = UINT64_MAX;
+    std::uint64_t m_joined = UINT64_MAX;
+    std::uint64_t m_unpacked = UINT64_MAX;
+};
