@@ -1,0 +1,36 @@
+#include "QxEventMemory.h"
+
+#include <mutex>
+
+#include "QxScriptScenario.h"
+
+std::map<std::string, std::string> m_EventValues;
+std::map<std::string, bool> m_DconditionValues;
+
+namespace {
+std::mutex memoryMutex;  // guards both maps; never held while anything else is called
+}
+
+QxEventMemory::Value QxEventMemory::Exchange(const std::string& event, const std::string& value) {
+    const std::lock_guard<std::mutex> lock(memoryMutex);
+    const std::size_t count = m_EventValues.size();
+    const auto [entry, inserted] = m_EventValues.try_emplace(event, value);
+    if (inserted) return {Change::First, count};
+    if (entry->second == value) return {Change::Same, count};
+    entry->second = value;
+    return {Change::Different, count};
+}
+
+void QxEventMemory::Seed(const std::string& event, const std::string& value) {
+    const std::lock_guard<std::mutex> lock(memoryMutex);
+    m_EventValues.try_emplace(event, value);
+}
+
+QxEventMemory::Result QxEventMemory::ExchangeResult(const std::string& event, bool result) {
+    const std::lock_guard<std::mutex> lock(memoryMutex);
+    const auto [entry, inserted] = m_DconditionValues.try_emplace(event, result);
+    if (inserted) return {false, false};
+    const bool previous = entry->second;
+    entry->second = result;
+    return {true, previous};
+}

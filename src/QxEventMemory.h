@@ -1,0 +1,28 @@
+// What events remember between calls: the last value of each event, and the last result of each rising-edge condition.
+// The memory is shared by all trackers of the process; each operation is one step that no other thread comes between.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+class QxEventMemory final {
+public:
+    enum class Change { First, Same, Different };
+    struct Value {
+        Change change;
+        std::size_t count;  // values remembered before this one
+    };
+    struct Result {
+        bool known;
+        bool previous;  // meaningful when known
+    };
+
+    // Remembers the value and says how it differs from the one before.
+    static Value Exchange(const std::string& event, const std::string& value);
+
+    // Remembers the value only if the event has none yet.
+    static void Seed(const std::string& event, const std::string& value);
+
+    // Remembers the result and gives the one before.
+    static Result ExchangeResult(const std::string& event, bool result);
+};

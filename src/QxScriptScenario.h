@@ -1,0 +1,59 @@
+// The script kind "Scenario": subscribes the loaded actions to the methods that they name, and evaluates an action's
+// events against every stored call of such a method.
+//
+// Used by one trace pass at a time on the tracker's worker thread. The subscriptions point into the store's script
+// tree, which must outlive this object.
+#pragma once
+
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "IQxData.h"
+#include "IQxScript.h"
+
+// What events remember from pass to pass, by event name, for all scripts and trackers of the process; never cleared.
+// Several trackers' workers may use them: QxEventMemory guards them.
+extern std::map<std::string, std::string> m_EventValues;
+extern std::map<std::string, bool> m_DconditionValues;
+
+// Appends the pieces of `text` between the delimiters to `out`. An empty text has no pieces, and a delimiter at the end
+// is followed by none; one at the beginning, and two in a row, give an empty piece. Requires: `delimiter` is not empty.
+void split(std::string text, std::string delimiter, std::vector<std::string>& out);
+
+class IQxEventObserver;
+
+class QxScriptScenario final : public IQxScript {
+public:
+    // One pass over the parser's store. Returns 1, or 0 when no script is loaded. Calls that a callback adds to the
+    // store meanwhile are not visited, those that it removes still are.
+    int Trace(QxParser* parser) override;
+
+    // Subscribes the actions below `root` to their methods, in addition to those subscribed before. A method is
+    // subscribed once under each action name, to the first action that has it.
+    void SetSubscriber(IQxData::_HSScriptPtr* root);
+
+    // Evaluates each event of the action. An error in one event is printed, and the next one is evaluated.
+    void MakeEvent(IQxData::_HSScriptPtr* action, IQxData::HSCall& call, QxParser* parser);
+
+    // Evaluates one event; stores and sends it if it fires. Throws std::invalid_argument or std::out_of_range for text
+    // that is no number or a number or position out of range.
+    void PushEvent(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
+
+    // The stored bytes less one each, which is what the process passed.
+    static std::string ConverStringArg(std::string raw);
+
+    // The same as a decimal number: 32 bits, little-endian, signed; further bytes add nothing.
+    static std::string ConverIntArg(std::string raw);
+
+private:
+    bool m_HasSubscriber(const std::string& method) const;
+    void m_Subscribe(IQxData::_HSScriptPtr* action, const std::string& actionName);
+    std::vector<IQxData::HSCall> m_Snapshot(IQxData& store, IQxEventObserver* observer) const;
+    void m_PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
+    void m_Visit(IQxData::HSCall& call, QxParser* parser);
+
+    // (method name, action name) to action; the actions belong to the store.
+    std::map<std::pair<std::string, std::string>, IQxData::_HSScriptPtr*> m_Subscribers;
+};

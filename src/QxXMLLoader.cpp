@@ -1,0 +1,57 @@
+#include "QxXMLLoader.h"
+
+#include <expat.h>
+
+#include <exception>
+#include <type_traits>
+
+namespace {
+
+struct ParserDeleter {
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+};
+using ParserHandle = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter>;
+
+// The state of one load. The store's root slot serves as the cursor: it points at the element that is open.
+struct Load {
+    XML_Parser parser;
+    IQxData::_HSScript* open;
+    std::exception_ptr error;  // thrown in a handler; nothing may be thrown through the parser's own code
+};
+
+void AddElement(IQxData::_HSScript& open, const char* name, const char** attributes) {
+    auto element = std::make_unique<IQxData::_HSScriptPtr>();
+    element->Append(name, attributes);
+    element->parent = open;
+    if (open != nullptr) open->children.push_back(element.get());
+    open = element.release();
+}
+
+void OnStart(void* userData, const char* name, const char** attributes) {
+    auto& load = *static_cast<Load*>(userData);
+    try {
+        AddElement(*load.open, name, attributes);
+    } catch (...) {
+        load.error = std::current_exception();
+        XML_StopParser(load.parser, XML_FALSE);
+    }
+}
+
+void OnEnd(void* userData, const char*) {
+    IQxData::_HSScript& open = *static_cast<Load*>(userData)->open;
+    if (open != nullptr && open->parent != nullptr) open = open->parent;
+}
+
+}  // namespace
+
+bool QxXMLLoader::Parse(std::pair<int, char*>& text, std::shared_ptr<IQxData> data) {
+    const ParserHandle parser(XML_ParserCreate(nullptr));
+    if (parser == nullptr) return false;
+    Load load{parser.get(), nullptr, nullptr};
+    data->GetScript(&load.open);
+    XML_SetUserData(parser.get(), &load);
+    XML_SetElementHandler(parser.get(), OnStart, OnEnd);
+    const XML_Status status = XML_Parse(parser.get(), text.second, text.first, XML_TRUE);
+    if (load.error != nullptr) std::rethrow_exception(load.error);
+    return status == XML_STATUS_OK;
+}
