@@ -1,0 +1,17 @@
+// A decoder of one kind of packet payload. To add a kind: derive from this class, give its tag a name in QxFormat.h,
+// and register it in QxParser's constructor.
+#pragma once
+
+class QxParser;
+
+class IQxBuffer {
+public:
+    virtual ~IQxBuffer() = default;
+
+    // Takes in one payload of `size` bytes. `prefixSize` is the packet's, 0 without one. Returns how many bytes it used
+    // up. Throws a QxData::_PERR_TYPE for damage.
+    virtual int Parse(const char* data, unsigned int size, unsigned short prefixSize, QxParser* parser) = 0;
+
+    // Decodes what Parse has joined so far, if this kind joins anything.
+    virtual void Extract(QxParser* parser) = 0;
+};

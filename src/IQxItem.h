@@ -1,0 +1,16 @@
+// A decoder of one kind of item. To add a kind: derive from this class, give its tag a name in QxFormat.h, and register
+// it in QxParser's constructor.
+#pragma once
+
+#include <vector>
+
+class QxParser;
+
+class IQxItem {
+public:
+    virtual ~IQxItem() = default;
+
+    // Decodes one whole payload into the parser's store. Returns the payload's size. Throws a QxData::_PERR_TYPE for
+    // damage; the item has then stored nothing.
+    virtual int Append(std::vector<char>& payload, QxParser* parser) = 0;
+};

@@ -1,0 +1,62 @@
+#include "QxArgReader.h"
+
+#include <utility>
+
+#include "QxCompCallArg.h"
+#include "QxCompCallParser.h"
+#include "QxFormat.h"
+#include "QxParser.h"
+#include "QxStoreAccess.h"
+
+void QxArgReader::ReadPlan(const QxLocation& location, const QxArgPlan& plan, std::vector<IQxData::HSICallArg>& out) {
+    const auto& args = location.site.args;
+    for (const QxArgPlan::Step& step : plan.steps) {
+        SkipEmpties(step.emptiesBefore);
+        ReadValue(args.argSize[step.argument], args.argType[step.argument], out);
+    }
+    SkipEmpties(plan.emptiesAfter);
+}
+
+void QxArgReader::ReadValue(std::uint32_t size, const std::string& type, std::vector<IQxData::HSICallArg>& out) {
+    if (size == qxformat::kComposite && m_composites == Composites::Decoded) {
+        ReadComposite(type, out);
+        return;
+    }
+    if (size == qxformat::kVariableLength) size = ReadLength();
+    if (size == 0) {
+        SkipEmpties(1);
+        return;
+    }
+    if (size > m_cursor.Left()) {
+        m_cursor.Refuse(Major, m_texts.valueCut, size, static_cast<unsigned>(m_cursor.Size()),
+                        static_cast<unsigned>(m_cursor.Offset()));
+    }
+    m_parser.Budget().TakePairs(1);
+    std::string text;
+    // All bytes are passed over, though only as many as fit 16 bits are read.
+    ReadStringArg(m_cursor.Bytes(size), static_cast<std::uint16_t>(size), text);
+    out.emplace_back().emplace_back(std::string(), std::move(text));
+}
+
+void QxArgReader::ReadComposite(const std::string& type, std::vector<IQxData::HSICallArg>& out) {
+    IQxData::_HSCompArgDesc scratch;
+    IQxData::HSICallArg value;
+    QxCompCallParser::Parse(m_cursor, FetchDescriptor(m_parser.Store(), type, scratch), value, &m_parser);
+    // An argument without pairs takes memory all the same.
+    if (value.empty()) m_parser.Budget().TakePairs(1);
+    out.push_back(std::move(value));
+}
+
+std::uint32_t QxArgReader::ReadLength() {
+    std::uint32_t length = 0;
+    if (!m_cursor.TryVarint(length)) {
+        m_cursor.Refuse(Major, m_texts.lengthCut, length, static_cast<unsigned>(m_cursor.Size()),
+                        static_cast<unsigned>(m_cursor.Size() + 1));
+    }
+    return length;
+}
+
+void QxArgReader::SkipEmpties(std::uint32_t count) {
+    if (m_texts.empty == nullptr) return;
+    m_parser.Log().Repeat(count, "Append", __LINE__, m_texts.emptyLevel, m_texts.empty);
+}

@@ -1,0 +1,23 @@
+#include "QxBeforeCall.h"
+
+#include "QxArgReader.h"
+#include "QxCallEntry.h"
+#include "QxParser.h"
+
+namespace {
+const QxArgReader::Texts kTexts = {"[QxBeforeCall::Append] count not expected asize:%u, payload.size():%u, count:%u",
+                                   "[QxBeforeCall::Append] asize not expected asize:0 ", Major,
+                                   "[QxBeforeCall::Append] asize:%u, payload.size():%u, count:%u"};
+}
+
+// A call of an unknown location is stored too, without arguments.
+int QxBeforeCall::Append(std::vector<char>& payload, QxParser* parser) {
+    QxCursor cursor = PayloadCursor(payload, "QxBeforeCall::Append", parser);
+    IQxData::HSCall call;
+    QxLocation scratch;
+    const QxLocation& location = ReadCallEntry(cursor, *parser, call, scratch);
+    QxArgReader(cursor, *parser, kTexts, QxArgReader::Composites::Decoded)
+        .ReadPlan(location, location.atEntry, call.args.in);
+    OpenCall(*parser, call);
+    return static_cast<int>(payload.size());
+}

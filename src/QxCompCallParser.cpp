@@ -1,0 +1,144 @@
+#include "QxCompCallParser.h"
+
+#include <string>
+#include <utility>
+
+#include "QxCompCallArg.h"
+#include "QxCursor.h"
+#include "QxFormat.h"
+#include "QxParser.h"
+#include "QxStoreAccess.h"
+
+namespace {
+
+// The decoding of one value.
+class Value final {
+public:
+    Value(QxCursor& cursor, IQxData::HSICallArg& out, QxParser& parser)
+        : m_cursor(cursor), m_out(out), m_parser(parser) {}
+
+    void ReadContainer(const IQxData::_HSCompArgDesc& desc);
+    void ReadComposite(const IQxData::_HSCompArgDesc& desc, unsigned depth);
+
+private:
+    void ReadFixed(std::uint32_t size, const std::string& name, const std::string& type, unsigned depth);
+    void ReadVariable(const std::string& name, const std::string& type, unsigned depth);
+    void ReadNested(const std::string& type, unsigned depth);
+    std::string ReadText(std::uint32_t size);
+    void AddPair(const std::string& name, std::string text);
+
+    QxCursor& m_cursor;
+    IQxData::HSICallArg& m_out;
+    QxParser& m_parser;
+    std::uint64_t m_pairsLeft = qxformat::kMaxPairsOfValue;
+};
+
+// The lists of names and types may be shorter than that of sizes: the members after their end have none.
+const std::string& EntryOrEmpty(const std::vector<std::string>& list, std::size_t index) {
+    static const std::string empty;
+    return index < list.size() ? list[index] : empty;
+}
+
+void Value::ReadContainer(const IQxData::_HSCompArgDesc& desc) {
+    const auto count = static_cast<std::int32_t>(m_cursor.Varint());
+    for (std::int32_t i = 0; i < count; ++i) {
+        const std::size_t offset = m_cursor.Offset();
+        const std::uint64_t pairsLeft = m_pairsLeft;
+        ReadComposite(desc, 1);
+        // An element that leaves no trace makes all further ones alike, whatever their number.
+        if (m_cursor.Offset() == offset && m_pairsLeft == pairsLeft) return;
+    }
+}
+
+void Value::ReadComposite(const IQxData::_HSCompArgDesc& desc, unsigned depth) {
+    if (depth > qxformat::kMaxCompositeDepth) {
+        m_cursor.Refuse(Major, "[QxCompCallParser::ParseComposite] Composites nest deeper than %u",
+                        qxformat::kMaxCompositeDepth);
+    }
+    for (std::size_t i = 0; i < desc.memberSizes.size(); ++i) {
+        const std::string& name = EntryOrEmpty(desc.memberNames, i);
+        const std::string& type = EntryOrEmpty(desc.memberTypes, i);
+        if (desc.memberSizes[i] == qxformat::kVariableLength) {
+            ReadVariable(name, type, depth);
+        } else {
+            ReadFixed(desc.memberSizes[i], name, type, depth);
+        }
+    }
+}
+
+// A nested member gives its own members first and then a pair for itself; one whose length is the composite mark,
+// below, gives no pair for itself. Clients tell the two apart by it.
+void Value::ReadFixed(std::uint32_t size, const std::string& name, const std::string& type, unsigned depth) {
+    if (size == qxformat::kComposite) {
+        ReadNested(type, depth);
+        AddPair(name, std::string());
+    } else {
+        AddPair(name, ReadText(size));
+    }
+}
+
+void Value::ReadVariable(const std::string& name, const std::string& type, unsigned depth) {
+    const std::uint32_t length = m_cursor.Varint();
+    if (length == qxformat::kComposite) {
+        ReadNested(type, depth);
+    } else {
+        AddPair(name, ReadText(length == qxformat::kVariableLength ? 0 : length));
+    }
+}
+
+void Value::ReadNested(const std::string& type, unsigned depth) {
+    IQxData::_HSCompArgDesc scratch;
+    ReadComposite(FetchDescriptor(m_parser.Store(), type, scratch), depth + 1);
+}
+
+// Sizes count with their low 16 bits.
+std::string Value::ReadText(std::uint32_t size) {
+    const auto length = static_cast<std::uint16_t>(size);
+    std::string text;
+    if (length > 0) ReadStringArg(m_cursor.Bytes(length), length, text);
+    return text;
+}
+
+void Value::AddPair(const std::string& name, std::string text) {
+    if (m_pairsLeft == 0) m_cursor.Refuse(Major, "[QxCompCallParser::Parse] One value holds too many argument pairs");
+    --m_pairsLeft;
+    m_parser.Budget().TakePairs(1);
+    m_parser.Budget().TakeNameBytes(name.size());
+    m_out.emplace_back(name, std::move(text));
+}
+
+QxCursor TrustedCursor(const char* bytes, QxParser* parser) {
+    return {bytes, QxCursor::kTrusted, "QxCompCallParser::Parse", &parser->Log()};
+}
+
+}  // namespace
+
+void QxCompCallParser::Parse(QxCursor& cursor, const IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out,
+                             QxParser* parser) {
+    Value value(cursor, out, *parser);
+    if (desc.isContainer == 0) {
+        value.ReadComposite(desc, 1);
+    } else {
+        value.ReadContainer(desc);
+    }
+}
+
+int QxCompCallParser::Parse(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out, QxParser* parser) {
+    QxCursor cursor = TrustedCursor(bytes, parser);
+    Parse(cursor, desc, out, parser);
+    return static_cast<int>(cursor.Offset());
+}
+
+int QxCompCallParser::ParseContainer(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out,
+                                     QxParser* parser) {
+    QxCursor cursor = TrustedCursor(bytes, parser);
+    Value(cursor, out, *parser).ReadContainer(desc);
+    return static_cast<int>(cursor.Offset());
+}
+
+int QxCompCallParser::ParseComposite(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out,
+                                     QxParser* parser) {
+    QxCursor cursor = TrustedCursor(bytes, parser);
+    Value(cursor, out, *parser).ReadComposite(desc, 1);
+    return static_cast<int>(cursor.Offset());
+}

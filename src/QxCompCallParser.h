@@ -1,0 +1,22 @@
+// Turns the recorded bytes of a composite argument into pairs, following the descriptor of its type and those of its
+// members' types. Composites nest 64 deep at most, and one value yields 1,048,576 pairs at most.
+#pragma once
+
+#include "IQxData.h"
+
+class QxCursor;
+class QxParser;
+
+class QxCompCallParser final {
+public:
+    // Decodes one value at the cursor, a container or a composite as the descriptor says, and appends its pairs to
+    // `out`. Throws PERR_INVALID_SIZE.
+    static void Parse(QxCursor& cursor, const IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out,
+                      QxParser* parser);
+
+    // The same on bare bytes; each returns how many of them it took. Requires: all bytes that the value claims are
+    // there. A container is a varint count and that many composites of the one layout.
+    static int Parse(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out, QxParser* parser);
+    static int ParseContainer(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out, QxParser* parser);
+    static int ParseComposite(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out, QxParser* parser);
+};

@@ -1,0 +1,181 @@
+#include "QxLogTracker.h"
+
+#include <dirent.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "QxCycle.h"
+#include "QxDebugPrint.h"
+#include "QxDumpFile.h"
+#include "QxTimer.h"
+#include "QxXMLLoader.h"
+#include "qx/api.h"
+
+namespace {
+
+constexpr std::uint32_t kCycleNow = 0x1001;
+constexpr int kShortPause = 1;
+constexpr useconds_t kShortPauseUs = 10000;
+constexpr unsigned long kLongPauseMs = 1000;
+
+struct DirectoryDeleter {
+    void operator()(DIR* directory) const { closedir(directory); }
+};
+struct FileDeleter {
+    void operator()(FILE* file) const { std::fclose(file); }
+};
+
+bool IsNumber(const char* name) {
+    return name[0] != '\0' && std::strspn(name, "0123456789") == std::strlen(name);
+}
+
+// The process's command name with its newline; empty when it cannot be read.
+std::string ReadCommandName(const char* entry) {
+    char path[252];
+    std::snprintf(path, sizeof path, "/proc/%s/comm", entry);
+    const std::unique_ptr<FILE, FileDeleter> file(std::fopen(path, "re"));
+    char line[64] = "";
+    if (file == nullptr || std::fgets(line, sizeof line, file.get()) == nullptr) return std::string();
+    return line;
+}
+
+// A prefix match: a process without a name would match every name that is looked up, and so matches none.
+bool Matches(const std::string& commandLine, const char* name) {
+    return commandLine.size() > 1 && std::strncmp(commandLine.c_str(), name, commandLine.size() - 1) == 0;
+}
+
+}  // namespace
+
+std::unique_ptr<IQxLogTracker> IQxLogTracker::Instance(EDebugLevel level) {
+    return std::make_unique<QxLogTracker>(level);
+}
+
+QxLogTracker::QxLogTracker(EDebugLevel level) {
+    QxDebugPrint::GetInstance()->SetLevel(level);
+    m_instance = IQxData::Instance();
+    m_Reset();
+}
+
+QxLogTracker::~QxLogTracker() {
+    QxLogTracker::Stop();
+}
+
+void QxLogTracker::m_Reset() {
+    m_processes.clear();
+    Clear();
+}
+
+int QxLogTracker::SetQxProcess(std::string& name) {
+    const unsigned short pid = GetProcessID(name.c_str());
+    if (pid == 0) return 0;
+    m_processes.insert(name);
+    m_instance->AppendProcessName(pid, name);
+    return 1;
+}
+
+unsigned short QxLogTracker::GetProcessID(const char* name) {
+    const std::unique_ptr<DIR, DirectoryDeleter> directory(opendir("/proc/"));
+    while (const dirent* const entry = directory == nullptr ? nullptr : readdir(directory.get())) {
+        if (!IsNumber(entry->d_name)) continue;
+        const std::string line = ReadCommandName(entry->d_name);
+        if (!Matches(line, name)) continue;
+        const auto pid = static_cast<unsigned short>(std::strtoul(entry->d_name, nullptr, 10));
+        QxDebugPrint::GetInstance()->Print("GetProcessID", __LINE__, Info, "getProcessID(%s) %s: Found. id = %d\n",
+                                           name, line.c_str(), pid);
+        return pid;
+    }
+    QxDebugPrint::GetInstance()->Print("GetProcessID", __LINE__, Info,
+                                       "getProcessID(%s) : id = 0 (could not find process)\n", name);
+    return 0;
+}
+
+int QxLogTracker::ParseScript(std::pair<int, char*>& script) {
+    const int loaded = QxXMLLoader::Parse(script, m_instance) ? 1 : 0;
+    if (loaded == 0) {
+        QxDebugPrint::GetInstance()->Print("ParseScript", __LINE__, Major, "ParseScript failed.. Returning false..");
+        return 0;
+    }
+    IQxData::_HSScript* root = nullptr;
+    m_instance->GetScript(&root);
+    for (const IQxData::_HSScriptPtr* const action : (*root)->children) m_RegisterProcesses(*action);
+    return loaded;
+}
+
+// Waits without limit for each process: a scenario may be loaded before what it watches has been started.
+void QxLogTracker::m_RegisterProcesses(const IQxData::_HSScriptPtr& action) {
+    QxDebugPrint* const print = QxDebugPrint::GetInstance();
+    print->Print("ParseScript", __LINE__, Info, "Found Action with name as %s", action.name.c_str());
+    for (const auto& attribute : action.attributes) {
+        if (attribute.first != "process") continue;
+        std::string process = attribute.second;
+        print->Print("ParseScript", __LINE__, Info, "Found Process as %s", process.c_str());
+        while (SetQxProcess(process) == 0) sleep(1);
+    }
+}
+
+int QxLogTracker::Run(Callback callback, void* context, int dumpPause) {
+    if (HasThread()) {
+        QxDebugPrint::GetInstance()->Print("Run", __LINE__, Major, "[QxLogTracker::Run] The tracker runs already");
+        return 0;
+    }
+    m_callback = callback;
+    m_firstCycle = true;
+    m_context = context;
+    m_unread = 100;
+    m_dumpPause = dumpPause;
+    return Create("QxLogTracker", 1000, 4096);
+}
+
+int QxLogTracker::Stop() {
+    if (IsRunning()) Destroy();
+    Reap();
+    return 1;
+}
+
+void QxLogTracker::Clear() {
+    if (m_instance != nullptr) m_instance->clear();
+}
+
+int QxLogTracker::t_onEvent(QxEvent event) {
+    if (event.id == kCycleNow) t_process();
+    return 1;
+}
+
+int QxLogTracker::t_process() {
+    QxCycle cycle(m_callback, m_context, m_instance);
+    cycle.Parser().SetObserver(m_observer);
+    std::vector<std::vector<char>> dumps = m_FetchDumps();
+    auto dump = dumps.begin();
+    for (const std::string& process : m_processes) cycle.Decode(process, *dump++);
+    cycle.Finish(m_firstCycle);
+    m_firstCycle = false;
+    return 1;
+}
+
+// One dump for each watched process, in the order of the set; empty where there is none. A framework without a control
+// interface ends the process by the pointer's own assertion.
+std::vector<std::vector<char>> QxLogTracker::m_FetchDumps() const {
+    const boost::shared_ptr<qx::IControl> control = qx::api::GetControl();
+    std::vector<std::vector<char>> dumps;
+    std::vector<char> path;
+    for (const std::string& process : m_processes) {
+        path.clear();
+        control->getQxBufferDump(path, process, m_firstCycle);
+        dumps.push_back(QxDumpFile::Read(std::string(path.begin(), path.end())));
+        m_PauseAfterDump();
+        QxDebugPrint::GetInstance()->Print("t_process", __LINE__, Info, "getQxBufferDump END !! Process[%s] data[%d]",
+                                           process.c_str(), static_cast<int>(dumps.back().size()));
+    }
+    return dumps;
+}
+
+void QxLogTracker::m_PauseAfterDump() const {
+    if (m_dumpPause == kShortPause) {
+        usleep(kShortPauseUs);
+    } else {
+        QxTimer::Sleep(kLongPauseMs);
+    }
+}

@@ -1,0 +1,58 @@
+// The tracker: the watched processes, the store, and a worker that runs one tracking cycle a second.
+//
+// The set of processes and the script tree are used without locks: the client configures before Run, or from its
+// callback.
+#pragma once
+
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "IQxLogTracker.h"
+#include "QxTask.h"
+
+class IQxEventObserver;
+
+class QxLogTracker final : public IQxLogTracker, public QxTask {
+public:
+    // Sets the level of all diagnostics in the process.
+    explicit QxLogTracker(EDebugLevel level);
+    ~QxLogTracker() override;
+
+    int SetQxProcess(std::string& name) override;
+    int ParseScript(std::pair<int, char*>& script) override;
+    int Run(Callback callback, void* context, int dumpPause) override;
+    int Stop() override;
+    std::shared_ptr<IQxData> Get() override { return m_instance; }
+    void Clear() override;
+
+    // One tracking cycle: fetches a dump of each watched process, decodes all of them, and runs the scripts. On the
+    // worker's thread. Always 1.
+    int t_process() override;
+
+    // The event 0x1001 runs a cycle at once; others are ignored. Always 1.
+    int t_onEvent(QxEvent event) override;
+
+    // The id of the first process in /proc whose command name is a prefix of `name`, cut to 16 bits; 0 when there is
+    // none. The system shortens command names to 15 bytes, so a longer name is found by its beginning.
+    static unsigned short GetProcessID(const char* name);
+
+    // Who watches the cycles' trace passes decide; see QxParser. Set before Run.
+    void SetObserver(IQxEventObserver* observer) { m_observer = observer; }
+
+private:
+    void m_Reset();
+    void m_RegisterProcesses(const IQxData::_HSScriptPtr& action);
+    std::vector<std::vector<char>> m_FetchDumps() const;
+    void m_PauseAfterDump() const;
+
+    std::set<std::string> m_processes;
+    std::shared_ptr<IQxData> m_instance;
+    Callback m_callback = nullptr;
+    bool m_firstCycle = false;  // the worker's, from Run on
+    void* m_context = nullptr;
+    int m_unread = 0;  // set by Run, read by nobody; kept for the layout of the object
+    int m_dumpPause = 0;
+    IQxEventObserver* m_observer = nullptr;
+};

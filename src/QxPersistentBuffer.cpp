@@ -1,0 +1,20 @@
+#include "QxPersistentBuffer.h"
+
+#include "QxData.h"
+#include "QxFormat.h"
+#include "QxParser.h"
+
+int QxPersistentBuffer::Parse(const char* data, unsigned int size, unsigned short, QxParser* parser) {
+    QxCursor cursor =
+        parser->CursorAt(data, size, "QxPersistentBuffer::Parse").Narrow(size, "QxPersistentBuffer::Parse");
+    std::vector<char> payload;
+    // Up to the size that was claimed, not the bytes that are there: a claim beyond the dump's end is then reported.
+    while (cursor.Offset() < size) {
+        const QxData::CommonHeader header = QxData::ParseCommonHeader(cursor);
+        if (header.tag == qxformat::kNoItem) break;
+        const char* const bytes = cursor.Bytes(header.size);
+        payload.assign(bytes, bytes + header.size);
+        parser->ParseItem(header.tag, payload);
+    }
+    return static_cast<int>(size);
+}
