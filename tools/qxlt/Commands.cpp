@@ -1,0 +1,82 @@
+#include "Commands.h"
+
+#include <CLI/CLI.hpp>
+#include <exception>
+#include <map>
+#include <utility>
+
+namespace qxlt {
+
+namespace {
+
+using AddFunction = void (*)(CLI::App&, Invocation&);
+
+// In the order in which the help shows them.
+const std::vector<AddFunction> kCommands = {};
+
+const std::map<std::string, Format> kFormats = {{"text", Format::Text}, {"json", Format::Json}};
+
+const std::map<std::string, EDebugLevel> kLevels = {{"silent", Silent},   {"fatal", Fatal}, {"major", Major},
+                                                    {"warning", Warning}, {"debug", Debug}, {"info", Info}};
+
+std::string NamesOf(const std::string& what, const std::string& names) {
+    return what + " (" + names + ")";
+}
+
+// A faulty command line: one line that says what is wrong, and where help is.
+int ReportUsage(const CLI::ParseError& error, const CLI::App& app) {
+    const auto chosen = app.get_subcommands();
+    const std::string command = chosen.empty() ? "qxlt" : "qxlt " + chosen.front()->get_name();
+    PrintError(std::string(error.what()) + "; see " + command + " --help");
+    return kCannotStart;
+}
+
+int Perform(const Invocation& invocation) {
+    try {
+        SetLevel(invocation.common.level);
+        return invocation.work();
+    } catch (const Failure& failure) {
+        PrintError(failure.what());
+        return failure.Status();
+    } catch (const std::exception& error) {
+        PrintError(error.what());
+        return kCannotStart;
+    }
+}
+
+}  // namespace
+
+CLI::App& AddCommand(CLI::App& app, Invocation& invocation, const std::string& name, const std::string& description,
+                     const std::string& examples, std::function<int()> work) {
+    CLI::App& command = *app.add_subcommand(name, description);
+    command.footer("\nExamples:\n" + examples);
+    command.add_option("--format", invocation.common.format, NamesOf("how results are printed", "text, json"))
+        ->transform(CLI::CheckedTransformer(kFormats))
+        ->option_text("FORMAT");
+    command
+        .add_option("--level", invocation.common.level,
+                    NamesOf("diagnostics on standard error", "silent, fatal, major, warning, debug, info"))
+        ->transform(CLI::CheckedTransformer(kLevels))
+        ->option_text("LEVEL");
+    command.callback([&invocation, work = std::move(work)] { invocation.work = work; });
+    return command;
+}
+
+int RunTool(std::vector<std::string> arguments) {
+    CLI::App app("See what a program records, and write, run and test scenarios that watch it.", "qxlt");
+    app.set_version_flag("--version", "qxlt " QXLT_VERSION);
+    app.require_subcommand(1);
+    Invocation invocation;
+    for (const AddFunction add : kCommands) add(app, invocation);
+    try {
+        // The parser takes its arguments from the back.
+        app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
+    } catch (const CLI::Success& wish) {
+        return app.exit(wish);
+    } catch (const CLI::ParseError& error) {
+        return ReportUsage(error, app);
+    }
+    return Perform(invocation);
+}
+
+}  // namespace qxlt
