@@ -1,0 +1,23 @@
+// What all fuzzers share: a device that formats every message and shows none, and a store to decode into.
+#pragma once
+
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "IQxData.h"
+#include "QxParser.h"
+
+// A store whose current process "fuzzed" is registered as 7. Lets all messages pass, so that each is formatted.
+std::shared_ptr<IQxData> MakeFuzzStore();
+
+// Loads the text as a script; ends the fuzzer when it is not well-formed.
+void LoadScenario(const std::shared_ptr<IQxData>& store, const char* text);
+
+// Parse and Extract, as a cycle does it.
+void DecodeDump(QxParser& parser, std::vector<char> dump, const std::shared_ptr<IQxData>& store);
+
+// A scenario that subscribes methods named "a", "b" and "" with events of every watch mode and operator.
+extern const char kFuzzScenario[];
+
+int IgnoreEvent(std::string name, std::string value, IQxData::HSCall call, void* context);
