@@ -192,7 +192,7 @@ QxOutcome QxEventEvaluation::DecideCondition(bool risingOnly) const {
     }
     if (held || !result) {
         Print(Info, "Match not found Condition/D-Condition isSendEvent:%d", 0);
-        return held ? QxOutcome::NotRising : QxOutcome::ConditionFalse;
+        return result ? QxOutcome::NotRising : QxOutcome::ConditionFalse;
     }
     Print(Info, "Match found for Condition/D-Condition OK isSendEvent:%d", 1);
     return QxOutcome::Fires;

@@ -77,14 +77,18 @@ int QxLogTracker::SetQxProcess(std::string& name) {
 }
 
 unsigned short QxLogTracker::GetProcessID(const char* name) {
+    return static_cast<unsigned short>(FindProcess(name));
+}
+
+unsigned long QxLogTracker::FindProcess(const char* name) {
     const std::unique_ptr<DIR, DirectoryDeleter> directory(opendir("/proc/"));
     while (const dirent* const entry = directory == nullptr ? nullptr : readdir(directory.get())) {
         if (!IsNumber(entry->d_name)) continue;
         const std::string line = ReadCommandName(entry->d_name);
         if (!Matches(line, name)) continue;
-        const auto pid = static_cast<unsigned short>(std::strtoul(entry->d_name, nullptr, 10));
+        const unsigned long pid = std::strtoul(entry->d_name, nullptr, 10);
         QxDebugPrint::GetInstance()->Print("GetProcessID", __LINE__, Info, "getProcessID(%s) %s: Found. id = %d\n",
-                                           name, line.c_str(), pid);
+                                           name, line.c_str(), static_cast<unsigned short>(pid));
         return pid;
     }
     QxDebugPrint::GetInstance()->Print("GetProcessID", __LINE__, Info,
@@ -147,11 +151,16 @@ int QxLogTracker::t_onEvent(QxEvent event) {
 int QxLogTracker::t_process() {
     QxCycle cycle(m_callback, m_context, m_instance);
     cycle.Parser().SetObserver(m_observer);
+    m_cycleObserver->OnCycle(m_firstCycle);
     std::vector<std::vector<char>> dumps = m_FetchDumps();
     auto dump = dumps.begin();
-    for (const std::string& process : m_processes) cycle.Decode(process, *dump++);
+    for (const std::string& process : m_processes) {
+        m_cycleObserver->OnDump(process, *dump);
+        m_cycleObserver->OnDecoded(process, cycle.Decode(process, *dump++));
+    }
     cycle.Finish(m_firstCycle);
     m_firstCycle = false;
+    m_cycleObserver->OnCycleEnd();
     return 1;
 }
 

@@ -9,6 +9,7 @@
 #include <string>
 #include <utility>
 
+#include "IQxCycleObserver.h"
 #include "IQxLogTracker.h"
 #include "QxTask.h"
 
@@ -34,12 +35,18 @@ public:
     // The event 0x1001 runs a cycle at once; others are ignored. Always 1.
     int t_onEvent(QxEvent event) override;
 
-    // The id of the first process in /proc whose command name is a prefix of `name`, cut to 16 bits; 0 when there is
-    // none. The system shortens command names to 15 bytes, so a longer name is found by its beginning.
+    // The id of the first process in /proc whose command name is a prefix of `name`; 0 when there is none. The system
+    // shortens command names to 15 bytes, so a longer name is found by its beginning.
+    static unsigned long FindProcess(const char* name);
+
+    // The same cut to 16 bits, which is what the store and the dumps carry.
     static unsigned short GetProcessID(const char* name);
 
     // Who watches the cycles' trace passes decide; see QxParser. Set before Run.
     void SetObserver(IQxEventObserver* observer) { m_observer = observer; }
+
+    // Who watches the cycles themselves; nobody at first. Not owned. Set before Run.
+    void SetCycleObserver(IQxCycleObserver& observer) { m_cycleObserver = &observer; }
 
 private:
     void m_Reset();
@@ -55,4 +62,6 @@ private:
     int m_unread = 0;  // set by Run, read by nobody; kept for the layout of the object
     int m_dumpPause = 0;
     IQxEventObserver* m_observer = nullptr;
+    IQxCycleObserver m_nobody;
+    IQxCycleObserver* m_cycleObserver = &m_nobody;
 };
