@@ -2,8 +2,9 @@
 
 #include <CLI/CLI.hpp>
 #include <exception>
-#include <map>
 #include <utility>
+
+#include "DecodeCommand.h"
 
 namespace qxlt {
 
@@ -12,16 +13,12 @@ namespace {
 using AddFunction = void (*)(CLI::App&, Invocation&);
 
 // In the order in which the help shows them.
-const std::vector<AddFunction> kCommands = {};
+const std::vector<AddFunction> kCommands = {AddDecode};
 
-const std::map<std::string, Format> kFormats = {{"text", Format::Text}, {"json", Format::Json}};
+const std::vector<std::pair<std::string, Format>> kFormats = {{"text", Format::Text}, {"json", Format::Json}};
 
-const std::map<std::string, EDebugLevel> kLevels = {{"silent", Silent},   {"fatal", Fatal}, {"major", Major},
-                                                    {"warning", Warning}, {"debug", Debug}, {"info", Info}};
-
-std::string NamesOf(const std::string& what, const std::string& names) {
-    return what + " (" + names + ")";
-}
+const std::vector<std::pair<std::string, EDebugLevel>> kLevels = {
+    {"silent", Silent}, {"fatal", Fatal}, {"major", Major}, {"warning", Warning}, {"debug", Debug}, {"info", Info}};
 
 // A faulty command line: one line that says what is wrong, and where help is.
 int ReportUsage(const CLI::ParseError& error, const CLI::App& app) {
@@ -29,6 +26,13 @@ int ReportUsage(const CLI::ParseError& error, const CLI::App& app) {
     const std::string command = chosen.empty() ? "qxlt" : "qxlt " + chosen.front()->get_name();
     PrintError(std::string(error.what()) + "; see " + command + " --help");
     return kCannotStart;
+}
+
+// The parser itself would only say that some command is missing.
+void RequireKnownCommand(const std::vector<std::string>& arguments, const CLI::App& app) {
+    if (arguments.empty() || arguments.front().empty() || arguments.front().front() == '-') return;
+    if (app.get_subcommand_no_throw(arguments.front()) != nullptr) return;
+    throw CLI::ParseError("no command \"" + arguments.front() + "\"", CLI::ExitCodes::InvalidError);
 }
 
 int Perform(const Invocation& invocation) {
@@ -50,14 +54,8 @@ CLI::App& AddCommand(CLI::App& app, Invocation& invocation, const std::string& n
                      const std::string& examples, std::function<int()> work) {
     CLI::App& command = *app.add_subcommand(name, description);
     command.footer("\nExamples:\n" + examples);
-    command.add_option("--format", invocation.common.format, NamesOf("how results are printed", "text, json"))
-        ->transform(CLI::CheckedTransformer(kFormats))
-        ->option_text("FORMAT");
-    command
-        .add_option("--level", invocation.common.level,
-                    NamesOf("diagnostics on standard error", "silent, fatal, major, warning, debug, info"))
-        ->transform(CLI::CheckedTransformer(kLevels))
-        ->option_text("LEVEL");
+    AddChoice(command, "--format", invocation.common.format, kFormats, "How results are printed");
+    AddChoice(command, "--level", invocation.common.level, kLevels, "Diagnostics on standard error");
     command.callback([&invocation, work = std::move(work)] { invocation.work = work; });
     return command;
 }
@@ -69,6 +67,7 @@ int RunTool(std::vector<std::string> arguments) {
     Invocation invocation;
     for (const AddFunction add : kCommands) add(app, invocation);
     try {
+        RequireKnownCommand(arguments, app);
         // The parser takes its arguments from the back.
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::Success& wish) {

@@ -5,6 +5,7 @@
 #include <CLI/App.hpp>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Common.h"
@@ -24,5 +25,22 @@ int RunTool(std::vector<std::string> arguments);
 // after the command line was read, if this command was chosen. The result belongs to `app`.
 CLI::App& AddCommand(CLI::App& app, Invocation& invocation, const std::string& name, const std::string& description,
                      const std::string& examples, std::function<int()> work);
+
+// Adds an option that takes one of the named values.
+template <typename Value>
+CLI::Option& AddChoice(CLI::App& command, const std::string& option, Value& value,
+                       const std::vector<std::pair<std::string, Value>>& choices, const std::string& description) {
+    std::string names;
+    for (const auto& choice : choices) names += (names.empty() ? "" : "|") + choice.first;
+    const auto read = [&value, choices, names](const std::string& text) {
+        for (const auto& choice : choices) {
+            if (choice.first != text) continue;
+            value = choice.second;
+            return;
+        }
+        throw CLI::ValidationError("\"" + text + "\" is none of " + names);
+    };
+    return *command.add_option_function<std::string>(option, read, description)->option_text(names);
+}
 
 }  // namespace qxlt

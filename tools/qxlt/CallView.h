@@ -1,0 +1,28 @@
+// A traced call as it is printed: with its location and the name of its process.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "IQxData.h"
+#include "Json.h"
+
+namespace qxlt {
+
+struct CallView {
+    const IQxData::HSCall& call;
+    const IQxData::_HSCallLocation& location;
+    std::string process;                    // empty when the process id is not registered
+    std::optional<unsigned long long> key;  // where it is to be shown
+};
+
+// Appends the call's keys to a JSON object.
+void AddCall(JsonObject& object, const CallView& view);
+
+// "media-server[412] audio.SetVolume(85) at 105", short enough for a line.
+std::string CallText(const CallView& view);
+
+// The process as it is shown: its name and its id.
+std::string ProcessText(const std::string& name, unsigned short pid);
+
+}  // namespace qxlt

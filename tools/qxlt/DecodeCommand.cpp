@@ -1,0 +1,85 @@
+#include "DecodeCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "DecodeStore.h"
+#include "DumpInput.h"
+#include "ProcessNames.h"
+#include "QxCycle.h"
+#include "RecordLine.h"
+
+namespace qxlt {
+
+namespace {
+
+constexpr char kExamples[] =
+    "  qxlt decode media-server.qxdump\n"
+    "  qxlt decode -p media-server=412 --format json *.qxdump | jq .record\n";
+
+struct DecodeOptions {
+    std::string process;
+    std::vector<std::string> dumps;
+};
+
+class Decoding final {
+public:
+    Decoding(const DecodeOptions& options, Format format)
+        : m_options(options), m_format(format), m_output(&m_progress) {
+        if (!options.process.empty()) {
+            const auto [name, pid] = ProcessNames::Parse(options.process);
+            m_process = name;
+            m_names.Add(name, pid);
+        }
+    }
+
+    int Perform() {
+        RequireReadable(m_options.dumps);
+        m_names.Register(*m_store);
+        bool whole = true;
+        std::size_t number = 0;
+        for (const std::string& dump : m_options.dumps) {
+            m_progress.Show("dump " + std::to_string(++number) + " of " + std::to_string(m_options.dumps.size()));
+            whole = Decode(dump) && whole;
+        }
+        return whole ? kDone : kInputWrong;
+    }
+
+private:
+    bool Decode(const std::string& file) {
+        std::vector<char> dump = ReadDump(file);
+        const QxCycle::Decoded decoded = QxCycle(nullptr, nullptr, m_store).Decode(m_process, dump);
+        for (const auto& [key, call] : *m_store->GetCallIMap()) PrintCall(key, call);
+        m_output.Line(
+            EndLine(m_format, {file, dump.size(), m_store->GetCallIMap()->size(), decoded.parsed, decoded.extracted}));
+        m_store->clearCalls();
+        return ReportDecoded(file, decoded);
+    }
+
+    void PrintCall(unsigned long long key, const IQxData::HSCall& call) {
+        const QxLocation& location = m_store->Location(call.locId, call.pid);
+        m_output.Line(CallLine(m_format, {call, location.site, m_names.NameOf(call.pid), key}));
+    }
+
+    const DecodeOptions& m_options;
+    const Format m_format;
+    Progress m_progress;
+    Output m_output;
+    std::string m_process;  // empty: none is registered
+    ProcessNames m_names;
+    std::shared_ptr<DecodeStore> m_store = std::make_shared<DecodeStore>(m_format, m_output);
+};
+
+}  // namespace
+
+void AddDecode(CLI::App& app, Invocation& invocation) {
+    const auto options = std::make_shared<DecodeOptions>();
+    CLI::App& command =
+        AddCommand(app, invocation, "decode", "Print every record that a dump holds", kExamples,
+                   [options, &invocation] { return Decoding(*options, invocation.common.format).Perform(); });
+    command.add_option("-p,--process", options->process, "The process that the dumps come from")
+        ->option_text("NAME[=PID]");
+    command.add_option("DUMP", options->dumps, "The dump files, decoded in this order")->required()->option_text("...");
+}
+
+}  // namespace qxlt

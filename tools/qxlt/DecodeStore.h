@@ -1,0 +1,29 @@
+// A store that prints the records which describe a process as they reach it. Calls are printed by its owner, once the
+// dump that they came from has ended.
+#pragma once
+
+#include <string>
+
+#include "Common.h"
+#include "Output.h"
+#include "QxData.h"
+
+namespace qxlt {
+
+class DecodeStore final : public QxData {
+public:
+    // `output` must outlive the store.
+    DecodeStore(Format format, Output& output) : m_format(format), m_output(output) {}
+
+    void AppendHeader(unsigned short pid, std::string process, std::string qxVersion, std::string swBuildString,
+                      std::string swVersionModel, std::string extraField1, std::string extraField2) override;
+    void AppendThread(HSIThread& thread) override;
+    void AppendCallLocation(_HSCallLocation& location) override;
+    void AppendCompArgDesc(std::string name, _HSCompArgDesc desc) override;
+
+private:
+    const Format m_format;
+    Output& m_output;
+};
+
+}  // namespace qxlt

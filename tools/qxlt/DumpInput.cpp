@@ -1,0 +1,37 @@
+#include "DumpInput.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "Common.h"
+
+namespace qxlt {
+
+// A pipe is not opened: its bytes come once.
+void RequireReadable(const std::vector<std::string>& files) {
+    for (const std::string& file : files) {
+        struct stat status = {};
+        int error = stat(file.c_str(), &status) != 0 || access(file.c_str(), R_OK) != 0 ? errno : 0;
+        if (error == 0 && S_ISDIR(status.st_mode)) error = EISDIR;
+        if (error != 0)
+            throw Failure(kCannotStart, file + ": " + std::strerror(error) + "; name a file that can be read");
+    }
+}
+
+std::vector<char> ReadDump(const std::string& file) {
+    const std::string content = ReadFile(file);
+    return {content.begin(), content.end()};
+}
+
+bool ReportDecoded(const std::string& file, const QxCycle::Decoded& decoded) {
+    if (decoded.Whole()) return true;
+    const char* const where = decoded.parsed ? "damage in the joined streams of its threads" : "damage";
+    PrintError(Place(file, decoded.stoppedAt) + ": " + where +
+               "; what came before it is used, --level major tells what is wrong");
+    return false;
+}
+
+}  // namespace qxlt

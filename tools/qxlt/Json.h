@@ -1,0 +1,19 @@
+// JSON lines: objects whose keys keep their order, for programs that read the tool's output.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+namespace qxlt {
+
+using JsonObject = nlohmann::ordered_json;
+
+// Appends the text under `key`. Text that is not UTF-8 is repaired, and all its bytes follow in hex under the same key
+// with "Hex" appended.
+void AddText(JsonObject& object, const std::string& key, const std::string& text);
+
+// The same for a list of texts: when one of them is not UTF-8, a list of all of them in hex follows.
+void AddTexts(JsonObject& object, const std::string& key, const std::vector<std::string>& texts);
+
+}  // namespace qxlt

@@ -1,0 +1,38 @@
+#include "Output.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+
+namespace qxlt {
+
+// A closed pipe is met as an error of the write, not as a signal.
+Output::Output(Progress* progress)
+    : m_progress(progress), m_colors(STDOUT_FILENO), m_onEnd([](ExitStatus status) { std::_Exit(status); }) {
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+void Output::Line(const std::string& text) {
+    if (m_ended) return;
+    if (m_progress != nullptr) m_progress->Wipe();
+    const std::string line = text + "\n";
+    std::size_t written = 0;
+    while (written < line.size()) {
+        const ssize_t count = write(STDOUT_FILENO, line.data() + written, line.size() - written);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return End(errno);
+        written += static_cast<std::size_t>(count);
+    }
+}
+
+void Output::End(int error) {
+    m_ended = true;
+    if (error == EPIPE) return m_onEnd(kDone);
+    PrintError(std::string("standard output: ") + std::strerror(error) + "; results are lost");
+    m_onEnd(kInputWrong);
+}
+
+}  // namespace qxlt

@@ -1,0 +1,30 @@
+// Texts as they are shown: scripts and dumps hold any bytes, while a terminal and JSON take valid UTF-8 only.
+#pragma once
+
+#include <string>
+
+namespace qxlt {
+
+// Whether all of the text is valid UTF-8 (shortest forms, no surrogates, up to U+10FFFF).
+bool IsUtf8(const std::string& text);
+
+// The text with U+FFFD in the place of each byte that is no part of valid UTF-8.
+std::string ReplaceInvalid(const std::string& text);
+
+// All bytes in lower-case hex.
+std::string Hex(const std::string& bytes);
+
+// For terminals: control characters and bytes that are not UTF-8 become \n, \t or \xNN.
+std::string Printable(const std::string& text);
+
+// A traced value as a person reads it: quoted when it is printable text, a number when it has the size of one
+// (little-endian; signed with 4 bytes, as scripts read it), hex otherwise.
+std::string ShownValue(const std::string& bytes);
+
+// The text with blanks behind it up to `width` characters.
+std::string Pad(const std::string& text, std::size_t width);
+
+// "1 call", "2 calls".
+std::string Counted(std::size_t count, const std::string& noun);
+
+}  // namespace qxlt
