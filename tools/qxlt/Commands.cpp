@@ -31,7 +31,9 @@ int ReportUsage(const CLI::ParseError& error, const CLI::App& app) {
 // The parser itself would only say that some command is missing.
 void RequireKnownCommand(const std::vector<std::string>& arguments, const CLI::App& app) {
     if (arguments.empty() || arguments.front().empty() || arguments.front().front() == '-') return;
-    if (app.get_subcommand_no_throw(arguments.front()) != nullptr) return;
+    for (const CLI::App* const command : app.get_subcommands(nullptr)) {
+        if (command->get_name() == arguments.front()) return;
+    }
     throw CLI::ParseError("no command \"" + arguments.front() + "\"", CLI::ExitCodes::InvalidError);
 }
 
