@@ -1,0 +1,83 @@
+#include "QxLog.h"
+
+#include <dlog.h>
+#include <fcntl.h>
+#include <syslog.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+
+namespace {
+
+char PriorityLetter(int priority) {
+    if (priority == DLOG_DEBUG) return 'D';
+    return priority == DLOG_INFO ? 'I' : 'E';
+}
+
+int SystemPriority(int priority) {
+    if (priority == DLOG_DEBUG) return LOG_DEBUG;
+    return priority == DLOG_INFO ? LOG_INFO : LOG_ERR;
+}
+
+// What vsnprintf reports is the length that the whole text would have had.
+std::size_t Written(int result, std::size_t room) {
+    if (result < 0) return 0;
+    return std::min(static_cast<std::size_t>(result), room - 1);
+}
+
+// Messages carry names that other processes chose: a line break in one would forge a line, an escape byte would reach
+// the terminal.
+std::size_t CleanLine(char* text, std::size_t size) {
+    while (size > 0 && text[size - 1] == '\n') --size;
+    for (char* c = text; c != text + size; ++c) {
+        const unsigned char byte = static_cast<unsigned char>(*c);
+        if (byte == '\n' || byte == '\t' || byte == '\r')
+            *c = ' ';
+        else if (byte < 0x20 || byte == 0x7F)
+            *c = '?';
+    }
+    return size;
+}
+
+int WriteWhole(int fd, const char* data, std::size_t size) {
+    ssize_t written = -1;
+    do {
+        written = ::write(fd, data, size);
+    } while (written < 0 && errno == EINTR);
+    return static_cast<int>(written);
+}
+
+}  // namespace
+
+QxLog::QxLog(const std::string& target) {
+    if (target == "syslog") {
+        m_kind = Kind::System;
+    } else if (target == "none") {
+        m_kind = Kind::None;
+    } else if (!target.empty() && target[0] == '/') {
+        m_file =
+            QxFd(::open(target.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+    }
+}
+
+QxLog QxLog::FromEnvironment() {
+    const char* target = std::getenv("QX_LOG");
+    return QxLog(target != nullptr ? target : "stderr");
+}
+
+int QxLog::Print(int priority, const char* tag, const char* format, std::va_list arguments) {
+    if (m_kind == Kind::None) return 0;
+    char line[kLineSize + 1];
+    std::size_t size = Written(std::snprintf(line, kLineSize, "%c %s: ", PriorityLetter(priority), tag), kLineSize);
+    size += Written(std::vsnprintf(line + size, kLineSize - size, format, arguments), kLineSize - size);
+    size = CleanLine(line, size);
+    if (m_kind == Kind::System) {
+        ::syslog(SystemPriority(priority), "%.*s", static_cast<int>(size), line);
+        return static_cast<int>(size);
+    }
+    line[size] = '\n';
+    return WriteWhole(m_file ? m_file.Get() : STDERR_FILENO, line, size + 1);
+}
