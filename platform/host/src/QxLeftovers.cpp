@@ -1,0 +1,70 @@
+#include "QxLeftovers.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <memory>
+
+#include "QxFileName.h"
+#include "QxProcessInfo.h"
+
+namespace {
+
+struct DirectoryCloser {
+    void operator()(DIR* directory) const { ::closedir(directory); }
+};
+
+// Of which of two files the content changed later.
+bool IsOlder(int directoryFd, const std::string& left, const std::string& right) {
+    struct stat leftStatus {};
+    struct stat rightStatus {};
+    ::fstatat(directoryFd, left.c_str(), &leftStatus, AT_SYMLINK_NOFOLLOW);
+    ::fstatat(directoryFd, right.c_str(), &rightStatus, AT_SYMLINK_NOFOLLOW);
+    if (leftStatus.st_mtim.tv_sec != rightStatus.st_mtim.tv_sec) {
+        return leftStatus.st_mtim.tv_sec < rightStatus.st_mtim.tv_sec;
+    }
+    return leftStatus.st_mtim.tv_nsec < rightStatus.st_mtim.tv_nsec;
+}
+
+}  // namespace
+
+std::vector<std::string> QxLeftovers::List(int directoryFd) {
+    std::vector<std::string> names;
+    const int fd = ::openat(directoryFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) return names;
+    const std::unique_ptr<DIR, DirectoryCloser> directory(::fdopendir(fd));
+    if (directory == nullptr) {
+        ::close(fd);
+        return names;
+    }
+    while (const dirent* entry = ::readdir(directory.get())) names.emplace_back(entry->d_name);
+    return names;
+}
+
+void QxLeftovers::RemoveRecordings(int directoryFd, const std::string& processName) {
+    std::string newest;
+    for (const std::string& fileName : List(directoryFd)) {
+        QxFileName name;
+        if (!QxFileName::Parse(fileName, name) || QxProcessInfo::IsAlive(name.pid, name.startTime)) continue;
+        std::string useless;
+        if (name.suffix == QxFileName::kNewRecording) {
+            useless = fileName;
+        } else if (name.suffix == QxFileName::kRecording && name.name == processName) {
+            const bool isNewest = newest.empty() || IsOlder(directoryFd, newest, fileName);
+            useless = isNewest ? newest : fileName;
+            if (isNewest) newest = fileName;
+        }
+        if (!useless.empty()) ::unlinkat(directoryFd, useless.c_str(), 0);
+    }
+}
+
+void QxLeftovers::RemoveDumps(int directoryFd) {
+    for (const std::string& fileName : List(directoryFd)) {
+        QxFileName name;
+        if (!QxFileName::Parse(fileName, name)) continue;
+        if (name.suffix != QxFileName::kDump && name.suffix != QxFileName::kNewDump) continue;
+        if (!QxProcessInfo::IsAlive(name.pid, name.startTime)) ::unlinkat(directoryFd, fileName.c_str(), 0);
+    }
+}

@@ -1,0 +1,18 @@
+// Clears the runtime directory of what dead processes left and nobody needs any more.
+#pragma once
+
+#include <string>
+#include <vector>
+
+class QxLeftovers {
+public:
+    // The names in the directory, in no particular order.
+    static std::vector<std::string> List(int directoryFd);
+
+    // Removes half-made recordings of dead processes, and the recordings of dead processes of that name, but for the
+    // one that was written to last: the end of the latest run is what a tracker may still want.
+    static void RemoveRecordings(int directoryFd, const std::string& processName);
+
+    // Removes the dumps of dead readers, finished or not.
+    static void RemoveDumps(int directoryFd);
+};

@@ -1,0 +1,19 @@
+// What the system tells about a process. A process is known by its id and its start time, since ids are used again.
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+
+class QxProcessInfo {
+public:
+    // The calling process's command name as the system shortens it (15 bytes); empty when it cannot be read.
+    static std::string OwnName();
+
+    // The process's start time in clock ticks since boot; 0 when it does not run (any more).
+    static std::uint64_t StartTime(pid_t pid);
+
+    // Whether the process that had this id and start time still runs.
+    static bool IsAlive(pid_t pid, std::uint64_t startTime);
+};

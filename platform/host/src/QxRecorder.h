@@ -1,0 +1,88 @@
+// The recorder of the calling process: hands rings to threads, numbers call sites and thread names, and makes the
+// recording when the first thread records. One object serves the whole process.
+#pragma once
+
+#include <atomic>
+#include <bitset>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "QxLayout.h"
+#include "QxRecording.h"
+#include "QxRing.h"
+#include "qx/recorder.h"
+
+class QxRecorder {
+public:
+    using Counters = qx::recorder::Counters;
+    using Options = qx::recorder::Options;
+    using ThreadCounters = qx::recorder::ThreadCounters;
+
+    // The number of a call site that is not recorded.
+    static constexpr std::uint32_t kRefusedSite = 0xFFFFFFFF;
+
+    // The process's recorder. Never destroyed: threads may record while the process ends.
+    static QxRecorder& Instance();
+
+    bool Configure(const Options& options);
+    Counters GetCounters();
+    std::vector<ThreadCounters> GetThreadCounters();
+
+    // The calling thread's ring, null (and counted as a refused call) when it gets none.
+    QxRing* RingForRecord();
+    // The calling thread's ring if it has one.
+    static QxRing* CurrentRing();
+
+    void NameThread(const std::string& name);
+
+    // Numbers a call site and keeps the number in it. Returns the number, or kRefusedSite.
+    std::uint32_t Register(qx::recorder::detail::Site& site, const char* package, const char* method,
+                           qx::recorder::detail::Describe describe);
+
+private:
+    // A ring and who has it.
+    struct Slot {
+        std::unique_ptr<QxRing> ring;
+        bool isTaken = false;
+        std::string threadName;
+    };
+
+    QxRecorder();
+
+    static void OnThreadEnd(void* ring);
+    static void BeforeFork();
+    static void AfterForkInParent();
+    static void AfterForkInChild();
+
+    QxRing* Attach();
+    bool EnsureRecording();
+    Slot* TakeSlot();
+    void Detach(QxRing* ring);
+    void ForgetRecording();
+    void CountRefused();
+    void ShareRefused();
+    void ReportOnce(const std::string& error);
+    std::uint32_t NameNumber(const std::string& name);
+    bool Intern(qxlayout::MetaKind kind, const std::string& content, std::uint32_t& number);
+
+    std::mutex m_mutex;  // guards all below but the atomics
+    Options m_options;
+    std::unique_ptr<QxRecording> m_recording;
+    std::string m_reported;
+    std::vector<Slot> m_slots;
+    std::uint32_t m_nextSerial = 1;
+    // All metadata that was ever recorded, by kind and content, in order: a forked child records it anew.
+    std::vector<std::pair<qxlayout::MetaKind, std::string>> m_metadata;
+    std::map<std::pair<qxlayout::MetaKind, std::string>, std::uint32_t> m_numbers;
+    std::uint32_t m_locationCount = 0;
+    std::uint32_t m_nameCount = 0;
+
+    std::atomic<std::uint64_t> m_refused{0};     // calls of threads without a ring, not in the recording's count yet
+    std::atomic<std::uint32_t> m_slotsFreed{0};  // changes when a refused thread may try again
+    std::atomic<qxlayout::SharedWord*> m_sharedRefused{nullptr};  // the recording's count, once there is one
+};
