@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <optional>
 #include <stdexcept>
+#include <string_view>
 
 #include "IQxLogTracker.h"
 #include "QxDebugPrint.h"
@@ -65,7 +66,7 @@ QxEventEvaluation::QxEventEvaluation(const IQxData::_HSScriptPtr& event, const I
 
 void QxEventEvaluation::ReadAttribute(const std::string& name, const std::string& value) {
     struct Field {
-        const char* name;
+        std::string_view name;
         const std::string* QxEventEvaluation::*place;
         bool logged;
     };

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <exception>
 
 #include "IQxLogTracker.h"
@@ -150,7 +149,5 @@ std::string QxScriptScenario::ConverIntArg(std::string raw) {
         number += static_cast<std::uint8_t>(byte - 1) * multiplier;
         multiplier <<= 8;
     }
-    char text[16];
-    std::snprintf(text, sizeof text, "%d", static_cast<std::int32_t>(number));
-    return text;
+    return std::to_string(static_cast<std::int32_t>(number));
 }
