@@ -1,0 +1,12 @@
+# Fails unless each relative link of the page leads to a file. cmake -DROOT=... -DPAGE=... -P check-links.cmake
+get_filename_component(directory ${ROOT}/${PAGE} DIRECTORY)
+file(READ ${ROOT}/${PAGE} rest)
+while(rest MATCHES "\\]\\(([^)#: ]+)[)#]")
+    set(path "${CMAKE_MATCH_1}")
+    if(NOT EXISTS "${directory}/${path}")
+        message(FATAL_ERROR "${PAGE}: no file behind the link ${path}")
+    endif()
+    string(FIND "${rest}" "${CMAKE_MATCH_0}" at)
+    math(EXPR at "${at} + 2")
+    string(SUBSTRING "${rest}" ${at} -1 rest)
+endwhile()
