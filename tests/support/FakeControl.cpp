@@ -37,6 +37,12 @@ void FakeControl::Add(const std::string& process, const std::string& dump) {
     m_dumps[process].push_back(dump);
 }
 
+void FakeControl::SetNext(const std::string& process, const std::string& dump) {
+    m_dumps[process] = {dump};
+    m_next[process] = 0;
+    m_requests.clear();
+}
+
 void FakeControl::AnswerPath(const std::string& process, const std::string& path) {
     m_paths[process] = path;
 }

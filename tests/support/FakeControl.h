@@ -22,6 +22,9 @@ public:
     // The next dump of the process; each is handed out once, in the order given. An empty one gives no file.
     void Add(const std::string& process, const std::string& dump);
 
+    // The next dump, in place of those that were added and not handed out.
+    void SetNext(const std::string& process, const std::string& dump);
+
     // What the process is answered from now on: this path, whatever is there, in place of dumps.
     void AnswerPath(const std::string& process, const std::string& path);
 
