@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "DecodeCommand.h"
+#include "ReplayCommand.h"
+#include "ScriptOptions.h"
 
 namespace qxlt {
 
@@ -13,7 +15,7 @@ namespace {
 using AddFunction = void (*)(CLI::App&, Invocation&);
 
 // In the order in which the help shows them.
-const std::vector<AddFunction> kCommands = {AddDecode};
+const std::vector<AddFunction> kCommands = {AddReplay, AddDecode};
 
 const std::vector<std::pair<std::string, Format>> kFormats = {{"text", Format::Text}, {"json", Format::Json}};
 
@@ -70,6 +72,7 @@ int RunTool(std::vector<std::string> arguments) {
     for (const AddFunction add : kCommands) add(app, invocation);
     try {
         RequireKnownCommand(arguments, app);
+        if (!arguments.empty() && arguments.front() == "replay") arguments = ExpandScripts(arguments);
         // The parser takes its arguments from the back.
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::Success& wish) {

@@ -21,9 +21,14 @@ std::string Kind(const char* kind) {
     return Pad(kind, kKindWidth);
 }
 
+// The lists are filled side by side; nothing but that keeps them equally long.
+std::size_t ArgumentCount(const IQxData::_HSCallLocation::Args& args) {
+    return std::min({args.argType.size(), args.argFlags.size(), args.argSize.size()});
+}
+
 JsonObject ArgumentsJson(const IQxData::_HSCallLocation::Args& args) {
     JsonObject list = JsonObject::array();
-    for (std::size_t i = 0; i < args.argType.size(); ++i) {
+    for (std::size_t i = 0; i < ArgumentCount(args); ++i) {
         JsonObject argument = JsonObject::object();
         AddText(argument, "type", args.argType[i]);
         argument["flags"] = args.argFlags[i];
@@ -45,7 +50,7 @@ std::string ArgumentText(const IQxData::_HSCallLocation::Args& args, std::size_t
 
 std::string SignatureText(const IQxData::_HSCallLocation& location) {
     std::string text = Printable(location.packageName) + "." + Printable(location.callerName) + "(";
-    for (std::size_t i = 0; i < location.args.argType.size(); ++i) {
+    for (std::size_t i = 0; i < ArgumentCount(location.args); ++i) {
         text += (i == 0 ? "" : ", ") + ArgumentText(location.args, i);
     }
     return text + ") -> " + Printable(location.args.retType) + ":" + SizeText(location.args.retSize);

@@ -1,0 +1,19 @@
+// The names in a capture, a directory that holds the dumps of a run: what its writer and its reader agree on.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace qxlt {
+
+inline constexpr char kCaptureFile[] = "capture.json";
+inline constexpr int kCaptureVersion = 1;
+
+// "000001" for the first cycle; longer when six digits do not do.
+std::string CycleName(std::uint64_t number);
+
+// The name of a process's dump file. Bytes other than letters, digits, '.', '_' and '-', and a '.' at the beginning,
+// become %XX, so that every process name gives a file name of its own.
+std::string DumpName(const std::string& process);
+
+}  // namespace qxlt

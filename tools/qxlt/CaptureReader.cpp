@@ -1,0 +1,110 @@
+#include "CaptureReader.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <system_error>
+#include <utility>
+
+#include "CaptureLayout.h"
+#include "Common.h"
+#include "Json.h"
+
+namespace qxlt {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+[[noreturn]] void NoCapture(const std::string& path, const std::string& why) {
+    throw Failure(kCannotStart, path + ": " + why + "; name a directory that run --keep wrote");
+}
+
+JsonObject ReadDescription(const std::string& path) {
+    try {
+        return JsonObject::parse(ReadFile(path));
+    } catch (const JsonObject::parse_error& error) {
+        NoCapture(Place(path, error.byte), "not JSON");
+    }
+}
+
+ProcessNames ReadProcesses(const std::string& path) {
+    const JsonObject description = ReadDescription(path);
+    try {
+        if (description.at("version") != kCaptureVersion) NoCapture(path, "a version of captures that is not known");
+        ProcessNames processes;
+        for (const auto& [name, pid] : description.at("processes").items()) {
+            const auto number = pid.get<std::uint64_t>();
+            if (!pid.is_number_unsigned() || number > UINT16_MAX) NoCapture(path, name + ": no process id of 16 bits");
+            processes.Add(name, static_cast<unsigned short>(number));
+        }
+        return processes;
+    } catch (const JsonObject::exception&) {
+        NoCapture(path, "holds no \"version\", or no \"processes\" with their ids");
+    }
+}
+
+// The number of a cycle's folder; 0 for other names.
+std::uint64_t NumberOf(const std::string& name) {
+    constexpr std::size_t kMostDigits = 18;
+    if (name.empty() || name.size() > kMostDigits) return 0;
+    if (name.find_first_not_of("0123456789") != std::string::npos) return 0;
+    const std::uint64_t number = std::stoull(name);
+    return CycleName(number) == name ? number : 0;
+}
+
+fs::directory_iterator Open(const std::string& directory) {
+    std::error_code error;
+    fs::directory_iterator entries(directory, error);
+    if (error) NoCapture(directory, error.message());
+    return entries;
+}
+
+}  // namespace
+
+CaptureReader::CaptureReader(std::string directory)
+    : m_directory(std::move(directory)), m_processes(ReadProcesses(m_directory + "/" + kCaptureFile)) {}
+
+std::string CaptureReader::CyclePath(std::uint64_t number) const {
+    return m_directory + "/" + CycleName(number);
+}
+
+// The names are not kept: a capture may hold any number of cycles.
+bool CaptureReader::Next() {
+    std::error_code ignored;
+    const std::uint64_t next = m_cycle + 1;
+    const std::uint64_t found = fs::is_directory(CyclePath(next), ignored) ? next : FindAfter(next);
+    if (found == 0) return false;
+    m_cycle = found;
+    return true;
+}
+
+// The smallest number of a cycle past that one; 0 when there is none.
+std::uint64_t CaptureReader::FindAfter(std::uint64_t number) const {
+    std::uint64_t smallest = 0;
+    for (const fs::directory_entry& entry : Open(m_directory)) {
+        const std::uint64_t candidate = NumberOf(entry.path().filename().string());
+        if (candidate > number && (smallest == 0 || candidate < smallest) && entry.is_directory()) smallest = candidate;
+    }
+    return smallest;
+}
+
+std::string CaptureReader::DumpOf(const std::string& process) const {
+    const std::string path = CyclePath(m_cycle) + "/" + DumpName(process);
+    std::error_code ignored;
+    return fs::exists(fs::symlink_status(path, ignored)) ? path : std::string();
+}
+
+bool CaptureReader::ReportStrangers() const {
+    std::set<std::string> known;
+    for (const auto& process : m_processes.Pids()) known.insert(DumpName(process.first));
+    bool none = true;
+    for (const fs::directory_entry& entry : Open(CyclePath(m_cycle))) {
+        if (known.count(entry.path().filename().string()) != 0) continue;
+        PrintError(entry.path().string() + ": belongs to no process of " + kCaptureFile + "; it is not replayed");
+        none = false;
+    }
+    return none;
+}
+
+}  // namespace qxlt

@@ -1,0 +1,39 @@
+// Reads a capture: the processes of a run and, cycle by cycle, their dumps.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "ProcessNames.h"
+
+namespace qxlt {
+
+class CaptureReader final {
+public:
+    // Throws a Failure (cannot start) when the directory holds no capture that can be read.
+    explicit CaptureReader(std::string directory);
+
+    const ProcessNames& Processes() const { return m_processes; }
+
+    // Goes on to the next cycle; false after the last one. Cycles that are missing are passed over.
+    bool Next();
+
+    // The number of the cycle that Next has reached.
+    std::uint64_t Cycle() const { return m_cycle; }
+
+    // The process's dump file in this cycle; empty when it has none.
+    std::string DumpOf(const std::string& process) const;
+
+    // Reports dump files of this cycle that belong to no process of the capture. Returns whether there was none.
+    bool ReportStrangers() const;
+
+private:
+    std::string CyclePath(std::uint64_t number) const;
+    std::uint64_t FindAfter(std::uint64_t number) const;
+
+    const std::string m_directory;
+    ProcessNames m_processes;
+    std::uint64_t m_cycle = 0;
+};
+
+}  // namespace qxlt

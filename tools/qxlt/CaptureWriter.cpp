@@ -1,0 +1,103 @@
+#include "CaptureWriter.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+#include <utility>
+
+#include "CaptureLayout.h"
+#include "Common.h"
+#include "Json.h"
+#include "Text.h"
+
+namespace qxlt {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Returns whether all was written; errno tells why not.
+bool WriteAll(int fd, const char* bytes, std::size_t size) {
+    while (size > 0) {
+        const ssize_t count = write(fd, bytes, size);
+        if (count < 0 && errno == EINTR) continue;
+        if (count < 0) return false;
+        bytes += count;
+        size -= static_cast<std::size_t>(count);
+    }
+    return true;
+}
+
+bool WriteFile(const std::string& path, const char* bytes, std::size_t size) {
+    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    if (fd < 0) return false;
+    const bool written = WriteAll(fd, bytes, size);
+    const int error = errno;
+    const bool closed = close(fd) == 0;
+    if (!written) errno = error;
+    return written && closed;
+}
+
+[[noreturn]] void CannotKeep(const std::string& path, const std::string& why) {
+    throw Failure(kCannotStart, path + ": " + why + "; name a new directory that can be written");
+}
+
+}  // namespace
+
+CaptureWriter::CaptureWriter(std::string directory) : m_directory(std::move(directory)) {
+    std::signal(SIGXFSZ, SIG_IGN);  // a file size limit is met as an error of the write
+    std::error_code error;
+    fs::create_directories(m_directory, error);
+    if (error) CannotKeep(m_directory, error.message());
+    const bool empty = fs::is_empty(m_directory, error);
+    if (error) CannotKeep(m_directory, error.message());
+    if (!empty) CannotKeep(m_directory, "is not empty");
+}
+
+void CaptureWriter::Begin(const ProcessNames& processes) {
+    JsonObject ids = JsonObject::object();
+    for (const auto& [name, pid] : processes.Pids()) {
+        if (!IsUtf8(name)) CannotKeep(m_directory, "the process name " + Printable(name) + " is not UTF-8");
+        ids[name] = pid;
+    }
+    const std::string text = JsonObject{{"version", kCaptureVersion}, {"processes", ids}}.dump() + "\n";
+    const std::string path = m_directory + "/" + kCaptureFile;
+    if (!WriteFile(path, text.data(), text.size())) CannotKeep(path, std::strerror(errno));
+}
+
+void CaptureWriter::BeginCycle(std::uint64_t number) {
+    m_cycle = number;
+    if (m_failed) return;
+    m_unfinished = m_directory + "/." + CycleName(number);
+    std::error_code error;
+    if (fs::create_directory(m_unfinished, error)) return;
+    errno = error.value();
+    Fail(m_unfinished);
+}
+
+void CaptureWriter::AddDump(const std::string& process, const std::vector<char>& dump) {
+    if (m_failed || dump.empty()) return;
+    const std::string path = m_unfinished + "/" + DumpName(process);
+    if (!WriteFile(path, dump.data(), dump.size())) Fail(path);
+}
+
+void CaptureWriter::EndCycle() {
+    if (m_failed) return;
+    const std::string path = m_directory + "/" + CycleName(m_cycle);
+    if (std::rename(m_unfinished.c_str(), path.c_str()) != 0) Fail(path);
+}
+
+void CaptureWriter::Fail(const std::string& path) {
+    m_failed = true;
+    PrintError(path + ": " + std::strerror(errno) + "; the capture ends before cycle " + std::to_string(m_cycle) +
+               ", tracking goes on");
+    std::error_code ignored;
+    fs::remove_all(m_unfinished, ignored);
+}
+
+}  // namespace qxlt

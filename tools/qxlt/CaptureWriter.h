@@ -1,0 +1,38 @@
+// Keeps the dumps of a live run in a directory, to be replayed later. A cycle is written beside the others and takes
+// its name when it is complete: an interrupted run leaves nothing that looks like a cycle and is none.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "ProcessNames.h"
+
+namespace qxlt {
+
+class CaptureWriter final {
+public:
+    // Makes the directory, if need be. Throws a Failure (cannot start) when that fails or when it holds something.
+    explicit CaptureWriter(std::string directory);
+
+    // Writes down the processes. Throws a Failure (cannot start).
+    void Begin(const ProcessNames& processes);
+
+    // A cycle, its dumps one by one (empty ones are left out), and its end. One thread at a time. The first failure is
+    // reported and ends the capture before this cycle; the calls then do nothing.
+    void BeginCycle(std::uint64_t number);
+    void AddDump(const std::string& process, const std::vector<char>& dump);
+    void EndCycle();
+
+    bool Failed() const { return m_failed; }
+
+private:
+    void Fail(const std::string& path);
+
+    const std::string m_directory;
+    std::uint64_t m_cycle = 0;
+    std::string m_unfinished;  // where the current cycle is written
+    bool m_failed = false;
+};
+
+}  // namespace qxlt

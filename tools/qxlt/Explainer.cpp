@@ -1,0 +1,170 @@
+#include "Explainer.h"
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+#include "Json.h"
+#include "Text.h"
+
+namespace qxlt {
+
+namespace {
+
+constexpr std::size_t kMaxMethods = 10000;  // names kept; a hostile dump has any number of them
+
+// The stages as the table heads them, and as the JSON keys name them.
+struct Stage {
+    const char* title;
+    std::uint64_t Funnel::*count;
+};
+constexpr std::array<Stage, 8> kStages = {{{"method", &Funnel::method},
+                                           {"value", &Funnel::value},
+                                           {"filter", &Funnel::filter},
+                                           {"keyword", &Funnel::keyword},
+                                           {"condition", &Funnel::condition},
+                                           {"edge", &Funnel::edge},
+                                           {"fired", &Funnel::fired},
+                                           {"errors", &Funnel::errors}}};
+
+std::string RightAligned(const std::string& text, std::size_t width) {
+    return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
+}
+
+std::size_t WidthOf(const Stage& stage) {
+    return std::max<std::size_t>(std::string(stage.title).size(), 7) + 2;
+}
+
+}  // namespace
+
+Explainer::Explainer(Format format, Output& output, const IQxData::_HSScriptPtr& root, const ScriptPlaces& places,
+                     std::string onlyEvent)
+    : m_format(format), m_output(output), m_places(places), m_onlyEvent(std::move(onlyEvent)) {
+    for (const IQxData::_HSScriptPtr* const action : root.children) AddAction(*action);
+}
+
+void Explainer::AddAction(const IQxData::_HSScriptPtr& action) {
+    for (const IQxData::_HSScriptPtr* const event : action.children) {
+        if (event->name != "event") continue;
+        if (!m_onlyEvent.empty() && AttributeOf(*event, "name") != m_onlyEvent) continue;
+        m_byEvent[event] = &m_records.emplace_back(*event);
+    }
+}
+
+EventRecord* Explainer::Find(const IQxData::_HSScriptPtr& event) {
+    const auto found = m_byEvent.find(&event);
+    return found == m_byEvent.end() ? nullptr : found->second;
+}
+
+void Explainer::OnCall(const IQxData::HSCall&, const std::string& callerName) {
+    ++m_calls;
+    const auto found = m_methods.find(callerName);
+    if (found != m_methods.end()) {
+        ++found->second;
+    } else if (m_methods.size() < kMaxMethods) {
+        m_methods.emplace(callerName, 1);
+    }
+}
+
+void Explainer::OnEvent(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxOutcome outcome,
+                        const std::string& argument) {
+    EventRecord* const record = Find(event);
+    if (record == nullptr) return;
+    record->Count(outcome, argument);
+    if (!m_onlyEvent.empty()) PrintDecision(*record, call, argument, record->DecisionText(outcome));
+}
+
+void Explainer::OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) {
+    EventRecord* const record = Find(event);
+    if (record == nullptr) return;
+    record->CountError(error);
+    if (!m_onlyEvent.empty()) PrintDecision(*record, call, "", record->ErrorText(error));
+}
+
+void Explainer::PrintDecision(const EventRecord& record, const IQxData::HSCall& call, const std::string& value,
+                              const std::string& decision) {
+    const std::string& name = AttributeOf(record.Event(), "name");
+    if (m_format == Format::Text) {
+        m_output.Line("cycle " + std::to_string(m_cycle) + ", time " + std::to_string(call.time) + ", " +
+                      Printable(name) + " \"" + Printable(value) + "\": " + decision);
+        return;
+    }
+    JsonObject line = JsonObject::object();
+    AddText(line, "decided", name);
+    line["cycle"] = m_cycle;
+    line["time"] = call.time;
+    AddText(line, "value", value);
+    AddText(line, "decision", decision);
+    m_output.Line(line.dump());
+}
+
+void Explainer::Print() {
+    if (m_format == Format::Text) return PrintTable();
+    for (const EventRecord& record : m_records) PrintJson(record);
+}
+
+void Explainer::PrintTable() {
+    std::size_t nameWidth = 5;
+    for (const EventRecord& record : m_records) {
+        nameWidth = std::max(nameWidth, Printable(AttributeOf(record.Event(), "name")).size());
+    }
+    std::string head = Pad("event", nameWidth) + RightAligned("calls", 9);
+    for (const Stage& stage : kStages) head += RightAligned(stage.title, WidthOf(stage));
+    m_output.Line(m_output.Paint().Bold(head + "  place"));
+    for (const EventRecord& record : m_records) {
+        const Funnel funnel = record.Stages();
+        std::string row = Pad(Printable(AttributeOf(record.Event(), "name")), nameWidth);
+        row += RightAligned(std::to_string(m_calls), 9);
+        for (const Stage& stage : kStages) row += RightAligned(std::to_string(funnel.*stage.count), WidthOf(stage));
+        m_output.Line(row + "  " + m_places.Of(record.Event()).Text());
+        const std::string reason = ReasonFor(record).Line();
+        if (!reason.empty()) m_output.Line("    " + reason);
+    }
+}
+
+void Explainer::PrintJson(const EventRecord& record) {
+    const Funnel funnel = record.Stages();
+    const ScriptPlace& place = m_places.Of(record.Event());
+    const Reason reason = ReasonFor(record);
+    JsonObject line = JsonObject::object();
+    AddText(line, "explained", AttributeOf(record.Event(), "name"));
+    AddText(line, "file", place.file);
+    line["line"] = place.line;
+    line["calls"] = m_calls;
+    for (const Stage& stage : kStages) line[stage.title] = funnel.*stage.count;
+    AddText(line, "reason", reason.text);
+    line["refused"] = reason.calls;
+    AddTexts(line, "nearest", reason.nearest);
+    m_output.Line(line.dump());
+}
+
+Reason Explainer::ReasonFor(const EventRecord& record) const {
+    return record.Stages().method == 0 ? MethodReason(*record.Event().parent) : record.MainReason();
+}
+
+// Why an event was never evaluated: what its action waits for was not called, or goes to another action.
+Reason Explainer::MethodReason(const IQxData::_HSScriptPtr& action) const {
+    std::vector<std::string> wanted;
+    for (const IQxData::_HSScriptPtr* const method : action.children) {
+        if (method->name == "method" && !method->attributes.empty())
+            wanted.push_back(method->attributes.front().second);
+    }
+    if (wanted.empty()) return {"its action names no method", m_calls, {}};
+    std::string names;
+    NearestValues nearest;
+    for (const std::string& method : wanted) {
+        names += (names.empty() ? "" : ", ") + Printable(method);
+        if (m_methods.count(method) != 0) return {names + " goes to another action of that name", m_calls, {}};
+        for (const auto& seen : m_methods) nearest.Add(EditDistance(method, seen.first), seen.first);
+    }
+    return {"no call of " + names, m_calls, nearest.Values()};
+}
+
+std::string Explainer::ReasonOf(const std::string& event) const {
+    for (const EventRecord& record : m_records) {
+        if (AttributeOf(record.Event(), "name") == event) return ReasonFor(record).Line();
+    }
+    return "no event of that name in the scripts";
+}
+
+}  // namespace qxlt

@@ -1,0 +1,67 @@
+// Why events fired or did not: watches the evaluation and keeps, for each event of the scripts, how far the calls came
+// and which values came nearest.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <string>
+#include <unordered_map>
+
+#include "Common.h"
+#include "EventRecord.h"
+#include "IQxEventObserver.h"
+#include "Output.h"
+#include "ScriptPlaces.h"
+
+namespace qxlt {
+
+// What `--explain` asks for.
+struct ExplainOptions {
+    bool wanted = false;
+    std::string event;  // explain only this one, call by call; empty: all of them
+};
+
+class Explainer final : public IQxEventObserver {
+public:
+    // Explains the events below `root`, or those of one name, whose calls are printed one by one as they are evaluated.
+    // Output, root and places must outlive the explainer.
+    Explainer(Format format, Output& output, const IQxData::_HSScriptPtr& root, const ScriptPlaces& places,
+              std::string onlyEvent);
+
+    // The cycle that the calls to come belong to.
+    void SetCycle(std::uint64_t cycle) { m_cycle = cycle; }
+
+    // Prints what was seen: a row for each event, and the reason for most of its refusals.
+    void Print();
+
+    // The reason for most refusals of the first event of that name, on one line; empty when there is none.
+    std::string ReasonOf(const std::string& event) const;
+
+    void OnCall(const IQxData::HSCall& call, const std::string& callerName) override;
+    void OnEvent(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxOutcome outcome,
+                 const std::string& argument) override;
+    void OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) override;
+
+private:
+    void AddAction(const IQxData::_HSScriptPtr& action);
+    EventRecord* Find(const IQxData::_HSScriptPtr& event);
+    Reason ReasonFor(const EventRecord& record) const;
+    Reason MethodReason(const IQxData::_HSScriptPtr& action) const;
+    void PrintTable();
+    void PrintJson(const EventRecord& record);
+    void PrintDecision(const EventRecord& record, const IQxData::HSCall& call, const std::string& value,
+                       const std::string& decision);
+
+    const Format m_format;
+    Output& m_output;
+    const ScriptPlaces& m_places;
+    const std::string m_onlyEvent;
+    std::deque<EventRecord> m_records;  // in the order of the scripts; addresses stay
+    std::unordered_map<const IQxData::_HSScriptPtr*, EventRecord*> m_byEvent;
+    std::uint64_t m_cycle = 0;
+    std::uint64_t m_calls = 0;
+    std::map<std::string, std::uint64_t> m_methods;  // calls seen, by method
+};
+
+}  // namespace qxlt

@@ -1,0 +1,90 @@
+#include "ReplayCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <filesystem>
+#include <memory>
+#include <optional>
+
+#include "DumpInput.h"
+#include "EventView.h"
+#include "Replayer.h"
+#include "ScriptOptions.h"
+
+namespace qxlt {
+
+namespace {
+
+constexpr char kExamples[] =
+    "  qxlt replay -s volume.xml capture\n"
+    "  qxlt replay -s volume.xml input.xml --explain=VOLUME_HIGH capture\n"
+    "  qxlt replay -s volume.xml -p media-server=412 first.qxdump second.qxdump\n";
+
+struct ReplayOptions {
+    ScriptOptions scripts;
+    std::string process;
+    std::vector<std::string> inputs;
+    bool prime = false;
+    bool noPrime = false;
+};
+
+ReplayInput::Priming PrimingOf(const ReplayOptions& options) {
+    if (options.prime) return ReplayInput::Priming::Yes;
+    return options.noPrime ? ReplayInput::Priming::No : ReplayInput::Priming::AsLive;
+}
+
+// One directory is a capture, anything else dumps of one process.
+ReplayInput InputOf(const ReplayOptions& options) {
+    ReplayInput input;
+    input.priming = PrimingOf(options);
+    std::error_code ignored;
+    if (options.inputs.size() == 1 && std::filesystem::is_directory(options.inputs.front(), ignored)) {
+        if (!options.process.empty()) throw Failure(kCannotStart, "a capture names its processes itself; leave out -p");
+        input.capture = options.inputs.front();
+        return input;
+    }
+    RequireReadable(options.inputs);
+    if (options.process.empty()) throw Failure(kCannotStart, "whose dumps these are is not known; add -p NAME=PID");
+    input.process = options.process;
+    input.dumps = options.inputs;
+    return input;
+}
+
+int Replay(const ReplayOptions& options, Format format) {
+    const ReplayInput input = InputOf(options);
+    const JoinedScripts scripts(options.scripts.scripts);
+    const ExplainOptions explain = ExplainOf(options.scripts, scripts.Events());
+    Progress progress;
+    Output output(&progress);
+    EventPrinter printer(format, output, WidestOf(scripts.Events(), 0));
+    Replayer replayer(
+        scripts, input, [&printer](const EventView& view) { printer.Print(view); }, progress);
+    std::optional<Explainer> explainer;
+    if (explain.wanted) {
+        explainer.emplace(format, output, replayer.Root(), replayer.Places(), explain.event);
+        replayer.SetExplainer(*explainer);
+    }
+    const bool whole = replayer.Run();
+    if (explainer) explainer->Print();
+    return whole ? kDone : kInputWrong;
+}
+
+}  // namespace
+
+void AddReplay(CLI::App& app, Invocation& invocation) {
+    const auto options = std::make_shared<ReplayOptions>();
+    CLI::App& command =
+        AddCommand(app, invocation, "replay", "Run a kept capture, or loose dumps, through scenarios", kExamples,
+                   [options, &invocation] { return Replay(*options, invocation.common.format); });
+    AddScriptOptions(command, options->scripts);
+    command.add_option("-p,--process", options->process, "The process that loose dumps come from")
+        ->option_text("NAME[=PID]");
+    command.add_option("INPUT", options->inputs, "A capture, or dumps that are one cycle each")
+        ->required()
+        ->option_text("...");
+    CLI::Option* const prime =
+        command.add_flag("--prime", options->prime, "The first cycle raises no events, as in a capture");
+    command.add_flag("--no-prime", options->noPrime, "The first cycle raises events, as with loose dumps")
+        ->excludes(prime);
+}
+
+}  // namespace qxlt

@@ -1,0 +1,97 @@
+#include "Replayer.h"
+
+#include <utility>
+
+#include "CaptureReader.h"
+#include "DumpInput.h"
+#include "QxCycle.h"
+#include "QxScriptScenario.h"
+
+namespace qxlt {
+
+namespace {
+
+bool Primes(ReplayInput::Priming priming, bool asLive) {
+    return priming == ReplayInput::Priming::AsLive ? asLive : priming == ReplayInput::Priming::Yes;
+}
+
+}  // namespace
+
+Replayer::Replayer(const JoinedScripts& scripts, const ReplayInput& input, EventSink sink, Progress& progress)
+    : m_input(input),
+      m_sink(std::move(sink)),
+      m_progress(progress),
+      m_root(&LoadScripts(scripts, m_store)),
+      m_places(scripts.PlacesIn(*m_root)) {
+    m_observers.Add(m_keys);
+    m_observers.Add(m_errors);
+}
+
+void Replayer::SetExplainer(Explainer& explainer) {
+    m_explainer = &explainer;
+    m_observers.Add(explainer);
+}
+
+bool Replayer::Run() {
+    if (m_input.capture.empty()) {
+        RunDumps();
+    } else {
+        RunCapture();
+    }
+    return m_whole && !m_errors.Reported();
+}
+
+void Replayer::RunCapture() {
+    CaptureReader capture(m_input.capture);
+    m_processes = capture.Processes();
+    m_processes.Register(*m_store);
+    while (capture.Next()) {
+        m_progress.Show("cycle " + std::to_string(capture.Cycle()));
+        m_whole = capture.ReportStrangers() && m_whole;
+        std::vector<Dump> dumps;
+        for (const auto& process : m_processes.Pids()) dumps.push_back({process.first, capture.DumpOf(process.first)});
+        Cycle(capture.Cycle(), Primes(m_input.priming, capture.Cycle() == 1), dumps);
+    }
+}
+
+void Replayer::RunDumps() {
+    RequireReadable(m_input.dumps);
+    const auto [process, pid] = ProcessNames::Parse(m_input.process);
+    m_processes.Add(process, pid);
+    m_processes.Register(*m_store);
+    std::uint64_t number = 0;
+    for (const std::string& file : m_input.dumps) {
+        ++number;
+        m_progress.Show("dump " + std::to_string(number) + " of " + std::to_string(m_input.dumps.size()));
+        Cycle(number, number == 1 && Primes(m_input.priming, false), {{process, file}});
+    }
+}
+
+void Replayer::Cycle(std::uint64_t number, bool primes, const std::vector<Dump>& dumps) {
+    m_cycle = number;
+    if (m_explainer != nullptr) m_explainer->SetCycle(number);
+    QxCycle cycle(OnEvent, this, m_store);
+    cycle.Parser().SetObserver(&m_observers);
+    for (const Dump& dump : dumps) {
+        std::vector<char> bytes = dump.file.empty() ? std::vector<char>() : ReadDump(dump.file);
+        m_whole = ReportDecoded(dump.file, cycle.Decode(dump.process, bytes)) && m_whole;
+    }
+    cycle.Finish(primes);
+}
+
+int Replayer::OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context) {
+    static_cast<Replayer*>(context)->Send(name, value, call);
+    return 1;
+}
+
+void Replayer::Send(const std::string& name, const std::string& value, const IQxData::HSCall& call) {
+    const QxLocation& location = m_store->Location(call.locId, call.pid);
+    m_sink({m_cycle, name, value, {call, location.site, m_processes.NameOf(call.pid), m_keys.Key()}});
+}
+
+void ForgetEvents() {
+    m_EventValues.clear();
+    m_DconditionValues.clear();
+}
+
+}  // namespace qxlt

@@ -1,0 +1,77 @@
+// Runs kept dumps through the cycles of a tracker: what was decoded and traced live is decoded and traced again.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "EventView.h"
+#include "Explainer.h"
+#include "JoinedScripts.h"
+#include "Observers.h"
+#include "ProcessNames.h"
+#include "Progress.h"
+#include "QxData.h"
+
+namespace qxlt {
+
+// Which dumps are replayed.
+struct ReplayInput {
+    std::string capture;             // a directory; or else
+    std::string process;             // the process, as ProcessNames reads it, and
+    std::vector<std::string> dumps;  // its dumps, each one cycle
+    enum class Priming { AsLive, Yes, No } priming = Priming::AsLive;
+};
+
+class Replayer final {
+public:
+    // Events go to `sink`. Throws a Failure (cannot start) for input that cannot be read. Everything that is handed
+    // over must outlive the replayer.
+    Replayer(const JoinedScripts& scripts, const ReplayInput& input, EventSink sink, Progress& progress);
+    Replayer(const Replayer&) = delete;
+    Replayer& operator=(const Replayer&) = delete;
+
+    // Has the evaluation watched, too. Not owned.
+    void SetExplainer(Explainer& explainer);
+
+    // The loaded scripts.
+    const IQxData::_HSScriptPtr& Root() const { return *m_root; }
+    const ScriptPlaces& Places() const { return m_places; }
+
+    // Replays all cycles. Returns whether no dump was damaged and no event in error; both are reported as they appear.
+    bool Run();
+
+private:
+    // One process's dump; no file: it has none in this cycle.
+    struct Dump {
+        std::string process;
+        std::string file;
+    };
+
+    static int OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context);
+    void Send(const std::string& name, const std::string& value, const IQxData::HSCall& call);
+    void RunCapture();
+    void RunDumps();
+    void Cycle(std::uint64_t number, bool primes, const std::vector<Dump>& dumps);
+
+    const ReplayInput& m_input;
+    const EventSink m_sink;
+    Progress& m_progress;
+    std::shared_ptr<QxData> m_store = std::make_shared<QxData>();
+    IQxData::_HSScriptPtr* m_root;
+    ScriptPlaces m_places;
+    ObserverList m_observers;
+    ErrorReporter m_errors{m_places};
+    KeyFinder m_keys{*m_store};
+    Explainer* m_explainer = nullptr;
+    ProcessNames m_processes;
+    std::uint64_t m_cycle = 0;
+    bool m_whole = true;
+};
+
+// What events remember from call to call is shared by the whole process: forgets all of it, before an independent
+// replay.
+void ForgetEvents();
+
+}  // namespace qxlt

@@ -1,0 +1,63 @@
+#include "ScriptOptions.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+
+#include "Common.h"
+#include "Nearest.h"
+
+namespace qxlt {
+
+namespace {
+
+// What the parser gives for a flag without a value.
+constexpr char kNoValue[] = "true";
+
+bool IsScriptName(const std::string& argument) {
+    const std::string ending = ".xml";
+    return argument.size() > ending.size() && argument.front() != '-' &&
+           argument.compare(argument.size() - ending.size(), ending.size(), ending) == 0;
+}
+
+bool IsScriptOption(const std::string& argument) {
+    return argument == "-s" || argument == "--script";
+}
+
+}  // namespace
+
+CLI::Option& AddScriptOptions(CLI::App& command, ScriptOptions& options) {
+    command.add_flag("--explain", options.explain, "Tell why events fired or not; of one event, call by call")
+        ->option_text("[=EVENT]");
+    return *command.add_option("-s,--script", options.scripts, "The scenarios; several count as one")
+                ->required()
+                ->allow_extra_args(false)
+                ->option_text("SCRIPT...");
+}
+
+ExplainOptions ExplainOf(const ScriptOptions& options, const std::vector<std::string>& events) {
+    if (options.explain.empty()) return {};
+    if (options.explain == kNoValue) return {true, ""};
+    if (std::find(events.begin(), events.end(), options.explain) != events.end()) return {true, options.explain};
+    const std::string near = Suggestion(options.explain, events);
+    throw Failure(kCannotStart, "--explain=" + options.explain + ": the scripts have no event of that name" +
+                                    (near.empty() ? "" : "; did you mean " + near));
+}
+
+std::vector<std::string> ExpandScripts(const std::vector<std::string>& arguments) {
+    std::vector<std::string> expanded;
+    bool inScripts = false;  // behind a -s and its first script
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
+        if (IsScriptOption(argument) && i + 1 < arguments.size()) {
+            expanded.insert(expanded.end(), {argument, arguments[++i]});
+            inScripts = true;
+            continue;
+        }
+        inScripts = inScripts && IsScriptName(argument);
+        if (inScripts) expanded.emplace_back("-s");
+        expanded.push_back(argument);
+    }
+    return expanded;
+}
+
+}  // namespace qxlt

@@ -1,0 +1,27 @@
+// The options that commands which run scripts have in common.
+#pragma once
+
+#include <CLI/App.hpp>
+#include <string>
+#include <vector>
+
+#include "Explainer.h"
+
+namespace qxlt {
+
+struct ScriptOptions {
+    std::vector<std::string> scripts;
+    std::string explain;  // empty: nothing is explained
+};
+
+// Adds -s and --explain, and returns -s. `options` must live as long as the command.
+CLI::Option& AddScriptOptions(CLI::App& command, ScriptOptions& options);
+
+// Scripts that follow a -s without one of their own get it: names that end in ".xml" are scripts, so that what comes
+// after them may be files of another kind.
+std::vector<std::string> ExpandScripts(const std::vector<std::string>& arguments);
+
+// What --explain asks for. Throws a Failure (cannot start) when the event that it names is none of `events`.
+ExplainOptions ExplainOf(const ScriptOptions& options, const std::vector<std::string>& events);
+
+}  // namespace qxlt
