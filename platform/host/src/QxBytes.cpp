@@ -1,5 +1,7 @@
 #include "QxBytes.h"
 
+namespace qxhost {
+
 void AppendVarint(std::string& out, std::uint64_t value) {
     for (; value > 0x7F; value >>= 7) out += static_cast<char>((value & 0x7F) | 0x80);
     out += static_cast<char>(value);
@@ -60,3 +62,5 @@ std::string QxByteReader::ReadText() {
 void QxByteReader::Skip(std::size_t size) {
     Take(size);
 }
+
+}  // namespace qxhost

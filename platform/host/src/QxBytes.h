@@ -6,6 +6,8 @@
 #include <stdexcept>
 #include <string>
 
+namespace qxhost {
+
 // Thrown when bytes of a recording are not what a recorder writes. Its text says what was found.
 class QxDamage : public std::runtime_error {
 public:
@@ -44,3 +46,5 @@ private:
     const char* m_data;
     std::size_t m_left;
 };
+
+}  // namespace qxhost

@@ -5,6 +5,8 @@
 
 #include <utility>
 
+namespace qxhost {
+
 class QxFd {
 public:
     QxFd() = default;
@@ -27,3 +29,5 @@ public:
 private:
     int m_fd = -1;
 };
+
+}  // namespace qxhost

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+namespace qxhost {
+
 namespace {
 
 constexpr std::size_t kMaxEscapedSize = 180;
@@ -84,3 +86,5 @@ bool QxFileName::Parse(const std::string& fileName, QxFileName& result) {
     result.pid = static_cast<pid_t>(pid);
     return Unescape(rest, result.name);
 }
+
+}  // namespace qxhost

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <string>
 
+namespace qxhost {
+
 struct QxFileName {
     static constexpr const char* kRecording = "qxrec";     // a recording
     static constexpr const char* kNewRecording = "qxnew";  // a recording that is being set up
@@ -24,3 +26,5 @@ struct QxFileName {
     // Takes a file name apart; false when it has another shape.
     static bool Parse(const std::string& fileName, QxFileName& result);
 };
+
+}  // namespace qxhost

@@ -10,6 +10,8 @@
 #include "QxFileName.h"
 #include "QxProcessInfo.h"
 
+namespace qxhost {
+
 namespace {
 
 struct DirectoryCloser {
@@ -68,3 +70,5 @@ void QxLeftovers::RemoveDumps(int directoryFd) {
         if (!QxProcessInfo::IsAlive(name.pid, name.startTime)) ::unlinkat(directoryFd, fileName.c_str(), 0);
     }
 }
+
+}  // namespace qxhost

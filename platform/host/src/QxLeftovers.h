@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+namespace qxhost {
+
 class QxLeftovers {
 public:
     // The names in the directory, in no particular order.
@@ -16,3 +18,5 @@ public:
     // Removes the dumps of dead readers, finished or not.
     static void RemoveDumps(int directoryFd);
 };
+
+}  // namespace qxhost

@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+namespace qxhost {
+
 namespace {
 
 char PriorityLetter(int priority) {
@@ -81,3 +83,5 @@ int QxLog::Print(int priority, const char* tag, const char* format, std::va_list
     line[size] = '\n';
     return WriteWhole(m_file ? m_file.Get() : STDERR_FILENO, line, size + 1);
 }
+
+}  // namespace qxhost

@@ -8,6 +8,8 @@
 
 #include "QxFd.h"
 
+namespace qxhost {
+
 class QxLog {
 public:
     // `target` is "stderr", "syslog", "none" or the path of a file that is appended to (created 0600, never through a
@@ -31,3 +33,5 @@ private:
     Kind m_kind = Kind::Descriptor;
     QxFd m_file;  // empty: standard error
 };
+
+}  // namespace qxhost

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <utility>
 
+namespace qxhost {
+
 QxMapping::QxMapping(int fd, std::uint64_t offset, std::size_t size) : m_size(size) {
     const off_t start = static_cast<off_t>(offset);
     int error = 0;
@@ -36,3 +38,5 @@ QxMapping::~QxMapping() {
 qxlayout::SharedWord* QxMapping::Words(std::size_t offset) const {
     return reinterpret_cast<qxlayout::SharedWord*>(Bytes(offset));
 }
+
+}  // namespace qxhost

@@ -6,6 +6,8 @@
 
 #include "QxLayout.h"
 
+namespace qxhost {
+
 class QxMapping {
 public:
     QxMapping() = default;
@@ -26,3 +28,5 @@ private:
     void* m_data = nullptr;
     std::size_t m_size = 0;
 };
+
+}  // namespace qxhost

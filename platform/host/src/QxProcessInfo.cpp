@@ -4,6 +4,8 @@
 #include <fstream>
 #include <sstream>
 
+namespace qxhost {
+
 std::string QxProcessInfo::OwnName() {
     std::ifstream file("/proc/self/comm", std::ios::binary);
     std::string name;
@@ -30,3 +32,5 @@ std::uint64_t QxProcessInfo::StartTime(pid_t pid) {
 bool QxProcessInfo::IsAlive(pid_t pid, std::uint64_t startTime) {
     return startTime != 0 && StartTime(pid) == startTime;
 }
+
+}  // namespace qxhost

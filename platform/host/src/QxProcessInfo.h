@@ -6,6 +6,8 @@
 #include <cstdint>
 #include <string>
 
+namespace qxhost {
+
 class QxProcessInfo {
 public:
     // The calling process's command name as the system shortens it (15 bytes); empty when it cannot be read.
@@ -17,3 +19,5 @@ public:
     // Whether the process that had this id and start time still runs.
     static bool IsAlive(pid_t pid, std::uint64_t startTime);
 };
+
+}  // namespace qxhost

@@ -12,6 +12,8 @@
 #include "QxBytes.h"
 #include "QxRuntimeDir.h"
 
+namespace qxhost {
+
 using namespace qxlayout;
 namespace detail = qx::recorder::detail;
 
@@ -333,3 +335,5 @@ std::vector<QxRecorder::ThreadCounters> QxRecorder::GetThreadCounters() {
     }
     return all;
 }
+
+}  // namespace qxhost

@@ -17,6 +17,8 @@
 #include "QxRing.h"
 #include "qx/recorder.h"
 
+namespace qxhost {
+
 class QxRecorder {
 public:
     using Counters = qx::recorder::Counters;
@@ -86,3 +88,5 @@ private:
     std::atomic<std::uint32_t> m_slotsFreed{0};  // changes when a refused thread may try again
     std::atomic<qxlayout::SharedWord*> m_sharedRefused{nullptr};  // the recording's count, once there is one
 };
+
+}  // namespace qxhost

@@ -14,6 +14,8 @@
 #include "QxProcessInfo.h"
 #include "QxRuntimeDir.h"
 
+namespace qxhost {
+
 using namespace qxlayout;
 
 namespace {
@@ -122,3 +124,5 @@ QxMapping QxRecording::MapRing(std::size_t slot, std::string& error) const {
     if (!ring) error = Failure("file " + m_fileName);
     return ring;
 }
+
+}  // namespace qxhost

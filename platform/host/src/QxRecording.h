@@ -13,6 +13,8 @@
 #include "QxLayout.h"
 #include "QxMapping.h"
 
+namespace qxhost {
+
 class QxRecording {
 public:
     // Makes the calling process's recording in the directory, complete before it appears under its name. Null when that
@@ -48,3 +50,5 @@ private:
     QxMapping m_front;
     std::size_t m_metaUsed = 0;
 };
+
+}  // namespace qxhost

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+namespace qxhost {
+
 using namespace qxlayout;
 
 namespace {
@@ -199,3 +201,5 @@ void QxRing::Commit() {
 void QxRing::Store(SlotWord word, std::uint64_t value) {
     m_slotWords[word].store(value, std::memory_order_relaxed);
 }
+
+}  // namespace qxhost

@@ -9,6 +9,8 @@
 #include "QxLayout.h"
 #include "QxMapping.h"
 
+namespace qxhost {
+
 class QxRing {
 public:
     // `slotWords` is the slot's place in the shared header and must outlive the ring; `slot` is its number and `lane`
@@ -87,3 +89,5 @@ private:
     std::uint32_t m_attachment = 0;
     bool m_isBusy = false;
 };
+
+}  // namespace qxhost

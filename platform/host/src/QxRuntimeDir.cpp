@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace qxhost {
+
 namespace {
 
 // With a trailing slash the system would follow a symbolic link in the last component.
@@ -57,3 +59,5 @@ QxFd QxRuntimeDir::Open(const std::string& path, bool create, std::string& error
     error = "runtime directory " + name + " is refused: " + reason;
     return {};
 }
+
+}  // namespace qxhost

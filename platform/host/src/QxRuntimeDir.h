@@ -5,6 +5,8 @@
 
 #include "QxFd.h"
 
+namespace qxhost {
+
 class QxRuntimeDir {
 public:
     // QX_RUNTIME_DIR, or /dev/shm/qx-<effective user id>.
@@ -15,3 +17,5 @@ public:
     // fails, with one line in `error`; a directory that is merely missing leaves `error` empty unless `create` is set.
     static QxFd Open(const std::string& path, bool create, std::string& error);
 };
+
+}  // namespace qxhost

@@ -2,6 +2,9 @@
 
 #include "QxRecorder.h"
 
+using qxhost::QxRecorder;
+using qxhost::QxRing;
+
 namespace qx {
 namespace recorder {
 

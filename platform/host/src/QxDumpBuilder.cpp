@@ -1,0 +1,73 @@
+#include "QxDumpBuilder.h"
+
+#include <algorithm>
+#include <boost/iostreams/device/back_inserter.hpp>
+#include <boost/iostreams/filter/bzip2.hpp>
+#include <boost/iostreams/filtering_stream.hpp>
+#include <tuple>
+#include <utility>
+
+#include "QxDumpFormat.h"
+
+namespace qxhost {
+
+using namespace dumpformat;
+
+namespace {
+
+// The smallest block: what is compressed here is small, and larger blocks cost megabytes.
+constexpr int kBlockSize = 1;
+
+std::string Compress(const std::string& data) {
+    namespace io = boost::iostreams;
+    std::string compressed;
+    io::filtering_ostream stream;
+    stream.push(io::bzip2_compressor(io::bzip2_params(kBlockSize)));
+    stream.push(io::back_inserter(compressed));
+    stream.write(data.data(), static_cast<std::streamsize>(data.size()));
+    stream.reset();
+    return compressed;
+}
+
+}  // namespace
+
+QxThreadStream& QxDumpBuilder::Thread(std::uint16_t tid) {
+    return m_threads.emplace(std::piecewise_construct, std::forward_as_tuple(tid), std::forward_as_tuple(tid))
+        .first->second;
+}
+
+std::string QxDumpBuilder::Finish(const std::string& description) {
+    std::string dump = description;
+    for (const auto& [tid, name] : m_names) {
+        std::string content;
+        AppendText(content, name);
+        std::string buffer;
+        AppendInteger(buffer, tid, 2);
+        AppendItem(buffer, kThreadItem, content);
+        AppendItem(dump, kThreadProperties, buffer);
+    }
+    for (auto& [tid, thread] : m_threads) dump += thread.Finish();
+    // Compressed packets are decoded when one of another kind follows.
+    if (m_names.empty() && m_threads.empty()) AppendItem(dump, kPersistentBuffer, "");
+    return dump;
+}
+
+std::string QxDumpBuilder::Describe(const std::string& items) {
+    std::string inner;
+    AppendItem(inner, kPersistentBuffer, items);
+    std::string item;
+    AppendItem(item, kCompressedItem, Compress(inner));
+    std::string packets;
+    for (std::size_t done = 0; done < item.size();) {
+        const std::size_t part = std::min(item.size() - done, kFragment);
+        std::string buffer;
+        AppendVarint(buffer, done == 0 ? 0 : part);
+        AppendVarint(buffer, part);
+        buffer.append(item, done, part);
+        AppendItem(packets, kCompressedBuffer, buffer);
+        done += part;
+    }
+    return packets;
+}
+
+}  // namespace qxhost

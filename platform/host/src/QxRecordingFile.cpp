@@ -1,0 +1,125 @@
+#include "QxRecordingFile.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "QxBytes.h"
+#include "QxProcessInfo.h"
+
+namespace qxhost {
+
+using namespace qxlayout;
+
+namespace {
+
+// A value may be caught between its two stores; so often in a row only in a recording that is not one.
+constexpr int kMaxAttempts = 10000;
+
+// FIFOs must not block, links not lead elsewhere.
+constexpr int kOpenFlags = O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
+void CheckStatus(const struct stat& status) {
+    if (!S_ISREG(status.st_mode)) throw QxDamage("it is no regular file");
+    if (status.st_uid != ::geteuid()) throw QxDamage("it belongs to another user");
+    if ((status.st_mode & 077) != 0) throw QxDamage("group or others may open it");
+}
+
+}  // namespace
+
+QxRecordingFile::QxRecordingFile(int directoryFd, const std::string& fileName, const QxFileName& name)
+    : m_name(name), m_fd(::openat(directoryFd, fileName.c_str(), O_RDWR | kOpenFlags)) {
+    // On a read-only file system it can still be read.
+    if (!m_fd && errno == EROFS) m_fd = QxFd(::openat(directoryFd, fileName.c_str(), O_RDONLY | kOpenFlags));
+    struct stat status {};
+    if (!m_fd || ::fstat(m_fd.Get(), &status) != 0) {
+        throw QxDamage(errno == ELOOP ? "it is a symbolic link" : std::strerror(errno));
+    }
+    CheckStatus(status);
+    ReadHeader();
+}
+
+void QxRecordingFile::ReadHeader() {
+    std::array<std::uint64_t, kHeaderWords> header{};
+    Read(0, header.data(), sizeof(header));
+    if (header[kHeaderMagic] != kMagic) throw QxDamage("its header is none");
+    m_geometry = {static_cast<std::size_t>(header[kHeaderPageSize]), static_cast<std::size_t>(header[kHeaderPageCount]),
+                  static_cast<std::size_t>(header[kHeaderMetaSize])};
+    const bool fits = header[kHeaderPageSize] <= Geometry::kMaxPageSize &&
+                      header[kHeaderPageCount] <= Geometry::kMaxRingSize &&
+                      header[kHeaderMetaSize] <= Geometry::kMaxMetaSize;
+    if (!fits || !m_geometry.IsValid()) throw QxDamage("its header gives sizes out of range");
+}
+
+bool QxRecordingFile::IsAlive() const {
+    return QxProcessInfo::IsAlive(m_name.pid, m_name.startTime);
+}
+
+void QxRecordingFile::Read(std::uint64_t offset, void* out, std::size_t size) const {
+    std::size_t done = 0;
+    while (done < size) {
+        const ssize_t part =
+            ::pread(m_fd.Get(), static_cast<char*>(out) + done, size - done, static_cast<off_t>(offset + done));
+        if (part < 0 && errno == EINTR) continue;
+        if (part <= 0) throw QxDamage("the file is cut short");
+        done += static_cast<std::size_t>(part);
+    }
+    // What is read next is at least as new as this.
+    std::atomic_thread_fence(std::memory_order_acquire);
+}
+
+std::uint64_t QxRecordingFile::ReadRefused() const {
+    std::uint64_t refused = 0;
+    Read(kHeaderRefused * sizeof(Word), &refused, sizeof(refused));
+    return refused;
+}
+
+std::size_t QxRecordingFile::ReadMetaUsed() const {
+    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+        std::array<std::uint64_t, 2> used{};
+        Read(kHeaderMetaUsed * sizeof(Word), used.data(), sizeof(used));
+        if (used[0] != used[1]) continue;
+        if (used[0] > m_geometry.metaSize) break;
+        return static_cast<std::size_t>(used[0]);
+    }
+    throw QxDamage("its metadata has no valid size");
+}
+
+std::string QxRecordingFile::ReadMeta(std::size_t offset, std::size_t size) const {
+    std::string bytes(size, '\0');
+    if (size != 0) Read(Geometry::MetaOffset() + offset, &bytes[0], size);
+    return bytes;
+}
+
+QxRecordingFile::Slot QxRecordingFile::ReadSlot(std::size_t slot) const {
+    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+        Slot words{};
+        Read(Geometry::SlotOffset(slot), words.data(), sizeof(words));
+        if (words[kSlotCommitted] == words[kSlotCommittedAgain] && words[kSlotOpened] == words[kSlotOpenedAgain]) {
+            return words;
+        }
+    }
+    throw QxDamage("a ring has no valid position");
+}
+
+void QxRecordingFile::ReadPages(std::size_t slot, std::uint64_t firstPage, std::size_t count,
+                                std::uint64_t* out) const {
+    const std::size_t place = static_cast<std::size_t>(firstPage % m_geometry.pageCount);
+    const std::size_t untilEnd = std::min(count, m_geometry.pageCount - place);
+    const std::uint64_t ring = m_geometry.RingOffset(slot);
+    Read(ring + place * m_geometry.pageSize, out, untilEnd * m_geometry.pageSize);
+    if (untilEnd == count) return;
+    Read(ring, out + untilEnd * m_geometry.PageWords(), (count - untilEnd) * m_geometry.pageSize);
+}
+
+void QxRecordingFile::WriteConsumed(std::size_t slot, std::uint64_t position) const {
+    const std::array<std::uint64_t, 2> consumed{position, ~position};
+    const std::uint64_t offset = Geometry::SlotOffset(slot) + kSlotConsumed * sizeof(Word);
+    static_cast<void>(!::pwrite(m_fd.Get(), consumed.data(), sizeof(consumed), static_cast<off_t>(offset)));
+}
+
+}  // namespace qxhost

@@ -1,0 +1,56 @@
+// One recording as the control reads it. Nothing of it is mapped: its process may cut the file short at any moment,
+// which a mapping would answer with a signal and reading does with fewer bytes. Nothing that is read is trusted: what a
+// recorder cannot have written throws QxDamage.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+#include "QxFd.h"
+#include "QxFileName.h"
+#include "QxLayout.h"
+
+namespace qxhost {
+
+class QxRecordingFile {
+public:
+    using Slot = std::array<std::uint64_t, qxlayout::kSlotWords>;
+
+    // Opens the file of that name in the directory. Throws QxDamage when it is no recording that this user may read.
+    QxRecordingFile(int directoryFd, const std::string& fileName, const QxFileName& name);
+
+    const qxlayout::Geometry& Geometry() const { return m_geometry; }
+    const QxFileName& Name() const { return m_name; }
+
+    // Whether the process that writes it still runs.
+    bool IsAlive() const;
+
+    // Calls of threads that had no slot.
+    std::uint64_t ReadRefused() const;
+
+    // How many bytes of the metadata are complete; reading them.
+    std::size_t ReadMetaUsed() const;
+    std::string ReadMeta(std::size_t offset, std::size_t size) const;
+
+    // The words of a slot. The values that are stored twice agree.
+    Slot ReadSlot(std::size_t slot) const;
+
+    // Copies a run of pages of a slot's ring, by their places in it, to `out`. The run may go over the ring's end.
+    void ReadPages(std::size_t slot, std::uint64_t firstPage, std::size_t count, std::uint64_t* out) const;
+
+    // Tells the recorder that it may use again what lies before the position. Best effort: a ring that overwrites does
+    // not care, and one that refuses goes on refusing.
+    void WriteConsumed(std::size_t slot, std::uint64_t position) const;
+
+private:
+    void Read(std::uint64_t offset, void* out, std::size_t size) const;
+    void ReadHeader();
+
+    QxFileName m_name;
+    QxFd m_fd;
+    qxlayout::Geometry m_geometry;
+};
+
+}  // namespace qxhost

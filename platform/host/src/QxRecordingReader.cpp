@@ -1,0 +1,271 @@
+#include "QxRecordingReader.h"
+
+#include <time.h>
+
+#include "QxDumpFormat.h"
+#include "QxLossMath.h"
+
+namespace qxhost {
+
+using namespace qxlayout;
+
+namespace {
+
+// How often a ring is tried whose writer overruns the copy each time.
+constexpr int kMaxAttempts = 16;
+
+// Entry times may run a little ahead of the clock to stay apart; one that is further ahead is no time.
+constexpr std::uint64_t kClockSlackNs = 1000000000;
+
+std::uint64_t Now() {
+    struct timespec now {};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * 1000000000u + static_cast<std::uint64_t>(now.tv_nsec);
+}
+
+std::uint32_t SerialOf(std::uint64_t thread) {
+    return static_cast<std::uint32_t>(thread >> 32);
+}
+std::uint32_t NameOf(std::uint64_t thread) {
+    return static_cast<std::uint32_t>(thread & 0xFFFFFFFF);
+}
+
+}  // namespace
+
+QxRecordingReader::QxRecordingReader(QxRecordingFile file, QxTidPool& tids, bool isFirst)
+    : m_file(std::move(file)),
+      m_tids(tids),
+      m_isFirst(isFirst),
+      m_state(std::make_unique<State>()),
+      m_kept(std::make_unique<State>()) {}
+
+QxRecordingReader::~QxRecordingReader() {
+    for (const auto& [serial, tid] : m_threads) m_tids.GiveBack(tid);
+}
+
+void QxRecordingReader::Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs) {
+    const Target target{catalog, builder};
+    // Asked before reading: what a process that still runs records meanwhile is for the next dump.
+    const bool isAlive = m_file.IsAlive();
+    m_refused = m_file.ReadRefused();
+    for (std::size_t number = 0; number < kSlotCount; ++number) ReadSlot(number, target);
+    for (Slot& slot : *m_state) {
+        if (isAlive)
+            WriteOverdue(slot, openCallLimitNs, target);
+        else
+            WriteEnded(slot, target);
+        slot.loss.held = slot.open.size();
+        if (slot.ring.Thread() != 0) NameThread(slot.ring.Thread(), builder);
+    }
+    m_isDrained = !isAlive;
+}
+
+void QxRecordingReader::ReadSlot(std::size_t number, const Target& target) {
+    Slot& slot = (*m_state)[number];
+    const std::uint64_t before = slot.ring.Position();
+    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
+        const QxRecordingFile::Slot words = m_file.ReadSlot(number);
+        // Read after the slot: a call site is recorded before its first call.
+        m_metadata.Update(m_file);
+        target.catalog.Take(m_metadata, m_view);
+        QxRingReader::Batch batch;
+        if (!slot.ring.Read(m_file, number, words, batch)) continue;
+        slot.loss.refused = words[kSlotRefused];
+        slot.loss.exitsRefused = words[kSlotExitsRefused];
+        TakeBatch(slot, batch, target);
+        break;
+    }
+    slot.isTouched = slot.ring.Position() != before;
+    slot.loss.recorded = slot.ring.Entries() + slot.loss.refused;
+    slot.loss.exits = slot.ring.Exits() + slot.loss.exitsRefused;
+}
+
+void QxRecordingReader::TakeBatch(Slot& slot, const QxRingReader::Batch& batch, const Target& target) {
+    const bool isBeforeFirst = m_isFirst && !m_hasRead;
+    (isBeforeFirst ? slot.loss.beforeFirst : slot.loss.overwritten) += batch.lostEntries;
+    (isBeforeFirst ? slot.loss.exitsBeforeFirst : slot.loss.exitsOverwritten) += batch.lostExits;
+    for (const QxRingReader::Item& item : batch.items) TakeItem(slot, item, target);
+}
+
+void QxRecordingReader::TakeItem(Slot& slot, const QxRingReader::Item& item, const Target& target) {
+    using Kind = QxRingReader::Item::Kind;
+    switch (item.kind) {
+        case Kind::Entry:
+            TakeEntry(slot, item);
+            break;
+        case Kind::Log:
+            TakeLog(slot, item, target);
+            break;
+        case Kind::Exit:
+            TakeExit(slot, item, target);
+            break;
+        case Kind::LostExit: {
+            const auto call = slot.open.find(item.ordinal);
+            if (call == slot.open.end()) break;
+            WriteOpenCall(slot, call->second, target);
+            slot.open.erase(call);
+            break;
+        }
+        case Kind::Thread:
+            // The thread before has ended, unless this one only got another name.
+            if (!slot.open.empty() && slot.open.begin()->second.serial != SerialOf(item.thread)) {
+                WriteEnded(slot, target);
+            }
+            NameThread(item.thread, target.builder);
+    }
+}
+
+void QxRecordingReader::TakeEntry(Slot& slot, const QxRingReader::Item& item) {
+    QxMetadata::CheckEntry(Location(item.location), item.payload, item.size);
+    slot.open[item.ordinal] = {item.time, item.location, SerialOf(item.thread), std::string(item.payload, item.size)};
+}
+
+void QxRecordingReader::TakeLog(Slot& slot, const QxRingReader::Item& item, const Target& target) {
+    QxMetadata::CheckLog(Location(item.location), item.payload, item.size);
+    const std::uint32_t number = DumpNumber(item.location);
+    const std::uint16_t tid = Tid(SerialOf(item.thread));
+    if (number == 0 || tid == 0) {
+        ++slot.loss.dropped;
+        return;
+    }
+    target.builder.Thread(tid).AddLog(number, item.time, std::string(item.payload, item.size));
+    ++slot.loss.delivered;
+}
+
+void QxRecordingReader::TakeExit(Slot& slot, const QxRingReader::Item& item, const Target& target) {
+    const auto found = slot.open.find(item.ordinal);
+    if (found == slot.open.end()) {
+        ++slot.loss.exitsDropped;
+        return;
+    }
+    const OpenCall& call = found->second;
+    QxMetadata::CheckExit(Location(call.location), item.payload, item.size);
+    if (item.time < call.time) throw QxDamage("a call returns before it begins");
+    const std::uint32_t number = DumpNumber(call.location);
+    const std::uint16_t tid = Tid(call.serial);
+    if (number == 0 || tid == 0) {
+        ++slot.loss.dropped;
+        ++slot.loss.exitsDropped;
+    } else {
+        const std::string exitValues(item.payload, item.size);
+        target.builder.Thread(tid).AddCall(number, call.time, call.values, item.time, exitValues);
+        ++slot.loss.delivered;
+        ++slot.loss.exitsDelivered;
+    }
+    slot.open.erase(found);
+}
+
+void QxRecordingReader::WriteOpenCall(Slot& slot, const OpenCall& call, const Target& target) {
+    const std::uint32_t number = DumpNumber(call.location);
+    const std::uint16_t tid = Tid(call.serial);
+    if (number == 0 || tid == 0) {
+        ++slot.loss.dropped;
+        return;
+    }
+    target.builder.Thread(tid).AddOpenCall(number, call.time, call.values);
+    ++slot.loss.delivered;
+}
+
+void QxRecordingReader::WriteEnded(Slot& slot, const Target& target) {
+    for (const auto& [ordinal, call] : slot.open) WriteOpenCall(slot, call, target);
+    slot.open.clear();
+}
+
+void QxRecordingReader::WriteOverdue(Slot& slot, std::uint64_t limitNs, const Target& target) {
+    const std::uint64_t now = Now();
+    for (auto call = slot.open.begin(); call != slot.open.end();) {
+        const std::uint64_t time = call->second.time;
+        const bool isOverdue = time > now + kClockSlackNs || (now > time && now - time > limitNs);
+        if (isOverdue) WriteOpenCall(slot, call->second, target);
+        call = isOverdue ? slot.open.erase(call) : std::next(call);
+    }
+}
+
+const QxLocation& QxRecordingReader::Location(std::uint32_t number) const {
+    if (number == 0 || number > m_metadata.Locations().size()) throw QxDamage("a call has no call site");
+    return m_metadata.Locations()[number - 1];
+}
+
+std::uint32_t QxRecordingReader::DumpNumber(std::uint32_t location) const {
+    return m_view.numbers[location - 1];
+}
+
+std::uint16_t QxRecordingReader::Tid(std::uint32_t serial) {
+    const auto [place, isNew] = m_threads.emplace(serial, std::uint16_t{0});
+    if (isNew) place->second = m_tids.Take();
+    return place->second;
+}
+
+void QxRecordingReader::NameThread(std::uint64_t thread, QxDumpBuilder& builder) {
+    const std::uint16_t tid = Tid(SerialOf(thread));
+    const std::string& name = m_metadata.Name(NameOf(thread));
+    if (tid != 0) builder.NameThread(tid, name);
+}
+
+void QxRecordingReader::Commit() {
+    for (std::size_t number = 0; number < kSlotCount; ++number) {
+        const Slot& slot = (*m_state)[number];
+        if (slot.isTouched) m_file.WriteConsumed(number, slot.ring.Position());
+    }
+    *m_kept = *m_state;
+    m_hasRead = true;
+    GiveBackTids();
+}
+
+void QxRecordingReader::Rollback() {
+    *m_state = *m_kept;
+    m_isDrained = false;
+}
+
+// Numbers stay with the threads that may still have calls to come.
+void QxRecordingReader::GiveBackTids() {
+    std::map<std::uint32_t, std::uint16_t> stay;
+    const auto keep = [this, &stay](std::uint32_t serial) {
+        const auto found = m_threads.find(serial);
+        if (found == m_threads.end()) return;
+        stay.insert(*found);
+        m_threads.erase(found);
+    };
+    for (const Slot& slot : *m_state) {
+        keep(SerialOf(slot.ring.Thread()));
+        for (const auto& [ordinal, call] : slot.open) keep(call.serial);
+    }
+    for (const auto& [serial, tid] : m_threads) m_tids.GiveBack(tid);
+    m_threads = std::move(stay);
+}
+
+std::string QxRecordingReader::HeaderItem() const {
+    constexpr std::size_t kExtraFieldsSize = 16;
+    std::string header;
+    AppendInteger(header, static_cast<std::uint64_t>(m_file.Name().pid) & 0xFFFF, 2);
+    AppendText(header, m_file.Name().name);
+    AppendText(header, "host 1");
+    AppendText(header, "");
+    AppendText(header, "");
+    header.append(kExtraFieldsSize, '\0');
+    std::string item;
+    AppendItem(item, dumpformat::kHeaderItem, header);
+    return item;
+}
+
+qx::host::Loss QxRecordingReader::GetLoss() const {
+    qx::host::Loss sum;
+    for (const Slot& slot : *m_kept) sum = Sum(sum, slot.loss);
+    sum.recorded += m_refused;
+    sum.refused += m_refused;
+    return sum;
+}
+
+std::vector<qx::host::ThreadLoss> QxRecordingReader::GetThreadLoss() const {
+    std::vector<qx::host::ThreadLoss> all;
+    for (const Slot& slot : *m_kept) {
+        const std::uint64_t thread = slot.ring.Thread();
+        if (thread == 0 && slot.loss.recorded == 0) continue;
+        const auto tid = m_threads.find(SerialOf(thread));
+        all.push_back(
+            {m_file.Name().pid, tid != m_threads.end() ? tid->second : 0u, m_metadata.Name(NameOf(thread)), slot.loss});
+    }
+    return all;
+}
+
+}  // namespace qxhost

@@ -1,0 +1,103 @@
+// Reads one recording from dump to dump: pairs exits with their calls, holds back the calls that are still open, and
+// keeps account of what was delivered and what was lost.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "QxCatalog.h"
+#include "QxDumpBuilder.h"
+#include "QxMetadata.h"
+#include "QxRecordingFile.h"
+#include "QxRingReader.h"
+#include "QxTidPool.h"
+#include "qx/control.h"
+
+namespace qxhost {
+
+class QxRecordingReader {
+public:
+    // `tids` must outlive the reader. With `isFirst`, what is no longer buffered counts as gone before the first dump
+    // and otherwise as overwritten.
+    QxRecordingReader(QxRecordingFile file, QxTidPool& tids, bool isFirst);
+    QxRecordingReader(const QxRecordingReader&) = delete;
+    QxRecordingReader& operator=(const QxRecordingReader&) = delete;
+    ~QxRecordingReader();
+
+    const QxRecordingFile& File() const { return m_file; }
+
+    // Reads all that is new: what the calls need into the catalog, the calls into the builder. A call that has been
+    // open for longer than the limit, and every open call of a thread or process that has ended, is written without
+    // exit. Throws QxDamage when the recording cannot be trusted any further.
+    void Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs);
+
+    // Ends a reading: keeps it, or takes it back so that the next one reads the same again.
+    void Commit();
+    void Rollback();
+
+    // Whether the process had ended when the reading began, so that nothing is left to read.
+    bool IsDrained() const { return m_isDrained; }
+
+    // The header item of its dumps, as a persistent buffer holds it.
+    std::string HeaderItem() const;
+
+    qx::host::Loss GetLoss() const;
+    std::vector<qx::host::ThreadLoss> GetThreadLoss() const;
+
+private:
+    struct OpenCall {
+        std::uint64_t time = 0;
+        std::uint32_t location = 0;  // number in the recording
+        std::uint32_t serial = 0;    // of the thread
+        std::string values;
+    };
+
+    // What a reading changes, for one slot.
+    struct Slot {
+        QxRingReader ring;
+        std::map<std::uint64_t, OpenCall> open;  // by ordinal
+        qx::host::Loss loss;
+        bool isTouched = false;  // something was read in the last reading
+    };
+    using State = std::array<Slot, qxlayout::kSlotCount>;
+
+    // What the items of one reading go to.
+    struct Target {
+        QxCatalog& catalog;
+        QxDumpBuilder& builder;
+    };
+
+    void ReadSlot(std::size_t number, const Target& target);
+    void TakeBatch(Slot& slot, const QxRingReader::Batch& batch, const Target& target);
+    void TakeItem(Slot& slot, const QxRingReader::Item& item, const Target& target);
+    void TakeEntry(Slot& slot, const QxRingReader::Item& item);
+    void TakeLog(Slot& slot, const QxRingReader::Item& item, const Target& target);
+    void TakeExit(Slot& slot, const QxRingReader::Item& item, const Target& target);
+    void WriteOpenCall(Slot& slot, const OpenCall& call, const Target& target);
+    void WriteEnded(Slot& slot, const Target& target);
+    void WriteOverdue(Slot& slot, std::uint64_t limitNs, const Target& target);
+    const QxLocation& Location(std::uint32_t number) const;
+    std::uint32_t DumpNumber(std::uint32_t location) const;
+    std::uint16_t Tid(std::uint32_t serial);
+    void NameThread(std::uint64_t thread, QxDumpBuilder& builder);
+    void GiveBackTids();
+
+    QxRecordingFile m_file;
+    QxTidPool& m_tids;
+    const bool m_isFirst;
+    bool m_hasRead = false;  // a reading was kept
+    bool m_isDrained = false;
+    QxMetadata m_metadata;
+    QxCatalog::View m_view;
+    std::map<std::uint32_t, std::uint16_t> m_threads;  // serial to tid
+    std::uint64_t m_refused = 0;                       // calls of threads without a slot
+    std::unique_ptr<State> m_state;
+    std::unique_ptr<State> m_kept;  // as the last reading that was kept left it
+};
+
+}  // namespace qxhost
