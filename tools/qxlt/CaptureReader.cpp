@@ -95,16 +95,16 @@ std::string CaptureReader::DumpOf(const std::string& process) const {
     return fs::exists(fs::symlink_status(path, ignored)) ? path : std::string();
 }
 
-bool CaptureReader::ReportStrangers() const {
+void CaptureReader::TellStrangers(const FaultSink& sink) const {
     std::set<std::string> known;
     for (const auto& process : m_processes.Pids()) known.insert(DumpName(process.first));
-    bool none = true;
     for (const fs::directory_entry& entry : Open(CyclePath(m_cycle))) {
-        if (known.count(entry.path().filename().string()) != 0) continue;
-        PrintError(entry.path().string() + ": belongs to no process of " + kCaptureFile + "; it is not replayed");
-        none = false;
+        const std::string name = entry.path().filename().string();
+        if (known.count(name) != 0) continue;
+        JsonObject record = JsonObject::object();
+        AddText(record, "stranger", name);
+        sink({entry.path().string() + ": belongs to no process of " + kCaptureFile + "; it is not replayed", record});
     }
-    return none;
 }
 
 }  // namespace qxlt

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 
+#include "Fault.h"
 #include "ProcessNames.h"
 
 namespace qxlt {
@@ -24,8 +25,8 @@ public:
     // The process's dump file in this cycle; empty when it has none.
     std::string DumpOf(const std::string& process) const;
 
-    // Reports dump files of this cycle that belong to no process of the capture. Returns whether there was none.
-    bool ReportStrangers() const;
+    // Tells of the dump files of this cycle that belong to no process of the capture.
+    void TellStrangers(const FaultSink& sink) const;
 
 private:
     std::string CyclePath(std::uint64_t number) const;

@@ -6,7 +6,9 @@
 
 #include "DecodeCommand.h"
 #include "ReplayCommand.h"
+#include "RunCommand.h"
 #include "ScriptOptions.h"
+#include "TestCommand.h"
 
 namespace qxlt {
 
@@ -15,7 +17,7 @@ namespace {
 using AddFunction = void (*)(CLI::App&, Invocation&);
 
 // In the order in which the help shows them.
-const std::vector<AddFunction> kCommands = {AddReplay, AddDecode};
+const std::vector<AddFunction> kCommands = {AddRun, AddReplay, AddDecode, AddTest};
 
 const std::vector<std::pair<std::string, Format>> kFormats = {{"text", Format::Text}, {"json", Format::Json}};
 

@@ -5,6 +5,7 @@
 
 #include "DecodeStore.h"
 #include "DumpInput.h"
+#include "Fault.h"
 #include "ProcessNames.h"
 #include "QxCycle.h"
 #include "RecordLine.h"
@@ -53,7 +54,8 @@ private:
         m_output.Line(
             EndLine(m_format, {file, dump.size(), m_store->GetCallIMap()->size(), decoded.parsed, decoded.extracted}));
         m_store->clearCalls();
-        return ReportDecoded(file, decoded);
+        if (!decoded.Whole()) PrintFault(DamageFault(file, file, decoded));
+        return decoded.Whole();
     }
 
     void PrintCall(unsigned long long key, const IQxData::HSCall& call) {

@@ -26,12 +26,4 @@ std::vector<char> ReadDump(const std::string& file) {
     return {content.begin(), content.end()};
 }
 
-bool ReportDecoded(const std::string& file, const QxCycle::Decoded& decoded) {
-    if (decoded.Whole()) return true;
-    const char* const where = decoded.parsed ? "damage in the joined streams of its threads" : "damage";
-    PrintError(Place(file, decoded.stoppedAt) + ": " + where +
-               "; what came before it is used, --level major tells what is wrong");
-    return false;
-}
-
 }  // namespace qxlt

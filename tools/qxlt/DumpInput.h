@@ -4,8 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "QxCycle.h"
-
 namespace qxlt {
 
 // Throws a Failure (cannot start) for the first of the files that cannot be read, directories included, so that nothing
@@ -14,8 +12,5 @@ void RequireReadable(const std::vector<std::string>& files);
 
 // The bytes of a dump. Throws a Failure (cannot start).
 std::vector<char> ReadDump(const std::string& file);
-
-// Reports a dump that did not decode whole, with the offset at which it stopped. Returns whether it was whole.
-bool ReportDecoded(const std::string& file, const QxCycle::Decoded& decoded);
 
 }  // namespace qxlt

@@ -162,7 +162,11 @@ Reason Explainer::MethodReason(const IQxData::_HSScriptPtr& action) const {
 
 std::string Explainer::ReasonOf(const std::string& event) const {
     for (const EventRecord& record : m_records) {
-        if (AttributeOf(record.Event(), "name") == event) return ReasonFor(record).Line();
+        if (AttributeOf(record.Event(), "name") != event) continue;
+        const Funnel funnel = record.Stages();
+        const std::string fired = std::to_string(funnel.fired) + " of " + Counted(funnel.method, "call") + " fired";
+        const std::string reason = ReasonFor(record).Line();
+        return m_places.Of(record.Event()).Text() + ": " + fired + (reason.empty() ? "" : "; " + reason);
     }
     return "no event of that name in the scripts";
 }

@@ -35,7 +35,8 @@ public:
     // Prints what was seen: a row for each event, and the reason for most of its refusals.
     void Print();
 
-    // The reason for most refusals of the first event of that name, on one line; empty when there is none.
+    // What became of the first event of that name, on one line: its place, how often it fired, and the reason for most
+    // of its refusals.
     std::string ReasonOf(const std::string& event) const;
 
     void OnCall(const IQxData::HSCall& call, const std::string& callerName) override;

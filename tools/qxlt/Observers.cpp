@@ -38,9 +38,14 @@ void ObserverList::OnError(const IQxData::_HSScriptPtr& event, const IQxData::HS
 
 void ErrorReporter::OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) {
     if (!m_reported.insert(&event).second) return;
-    PrintError(m_places.Of(event).Text() + ": event \"" + Printable(AttributeOf(event, "name")) + "\" at time " +
-               std::to_string(call.time) + ", " + EventRecord(event).ErrorText(error) +
-               "; mend the attribute, further errors of this event are not told");
+    const std::string& name = AttributeOf(event, "name");
+    JsonObject record = JsonObject::object();
+    AddText(record, "error", name);
+    AddText(record, "what", error);
+    m_sink({m_places.Of(event).Text() + ": event \"" + Printable(name) + "\" at time " + std::to_string(call.time) +
+                ", " + EventRecord(event).ErrorText(error) +
+                "; mend the attribute, further errors of this event are not told",
+            std::move(record)});
 }
 
 void KeyFinder::OnCall(const IQxData::HSCall&, const std::string&) {

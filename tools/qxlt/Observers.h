@@ -5,8 +5,10 @@
 #include <map>
 #include <string>
 #include <unordered_set>
+#include <utility>
 #include <vector>
 
+#include "Fault.h"
 #include "IQxEventObserver.h"
 #include "QxData.h"
 #include "ScriptPlaces.h"
@@ -27,13 +29,11 @@ private:
     std::vector<IQxEventObserver*> m_observers;
 };
 
-// Reports the events whose evaluation throws: each once, with its place.
+// Tells of the events whose evaluation throws: each once, with its place.
 class ErrorReporter final : public IQxEventObserver {
 public:
     // `places` must outlive the reporter.
-    explicit ErrorReporter(const ScriptPlaces& places) : m_places(places) {}
-
-    bool Reported() const { return !m_reported.empty(); }
+    ErrorReporter(const ScriptPlaces& places, FaultSink sink) : m_places(places), m_sink(std::move(sink)) {}
 
     void OnCall(const IQxData::HSCall&, const std::string&) override {}
     void OnEvent(const IQxData::_HSScriptPtr&, const IQxData::HSCall&, QxOutcome, const std::string&) override {}
@@ -41,6 +41,7 @@ public:
 
 private:
     const ScriptPlaces& m_places;
+    const FaultSink m_sink;
     std::unordered_set<const IQxData::_HSScriptPtr*> m_reported;
 };
 

@@ -57,7 +57,7 @@ int Replay(const ReplayOptions& options, Format format) {
     Output output(&progress);
     EventPrinter printer(format, output, WidestOf(scripts.Events(), 0));
     Replayer replayer(
-        scripts, input, [&printer](const EventView& view) { printer.Print(view); }, progress);
+        scripts, input, [&printer](const EventView& view) { printer.Print(view); }, PrintFault, progress);
     std::optional<Explainer> explainer;
     if (explain.wanted) {
         explainer.emplace(format, output, replayer.Root(), replayer.Places(), explain.event);

@@ -1,5 +1,6 @@
 #include "Replayer.h"
 
+#include <filesystem>
 #include <utility>
 
 #include "CaptureReader.h"
@@ -17,9 +18,11 @@ bool Primes(ReplayInput::Priming priming, bool asLive) {
 
 }  // namespace
 
-Replayer::Replayer(const JoinedScripts& scripts, const ReplayInput& input, EventSink sink, Progress& progress)
+Replayer::Replayer(const JoinedScripts& scripts, const ReplayInput& input, EventSink sink, FaultSink faults,
+                   Progress& progress)
     : m_input(input),
       m_sink(std::move(sink)),
+      m_faults(std::move(faults)),
       m_progress(progress),
       m_root(&LoadScripts(scripts, m_store)),
       m_places(scripts.PlacesIn(*m_root)) {
@@ -38,7 +41,7 @@ bool Replayer::Run() {
     } else {
         RunCapture();
     }
-    return m_whole && !m_errors.Reported();
+    return m_whole;
 }
 
 void Replayer::RunCapture() {
@@ -46,8 +49,9 @@ void Replayer::RunCapture() {
     m_processes = capture.Processes();
     m_processes.Register(*m_store);
     while (capture.Next()) {
-        m_progress.Show("cycle " + std::to_string(capture.Cycle()));
-        m_whole = capture.ReportStrangers() && m_whole;
+        m_cycle = capture.Cycle();
+        m_progress.Show("cycle " + std::to_string(m_cycle));
+        capture.TellStrangers([this](const Fault& fault) { Tell(fault); });
         std::vector<Dump> dumps;
         for (const auto& process : m_processes.Pids()) dumps.push_back({process.first, capture.DumpOf(process.first)});
         Cycle(capture.Cycle(), Primes(m_input.priming, capture.Cycle() == 1), dumps);
@@ -67,6 +71,13 @@ void Replayer::RunDumps() {
     }
 }
 
+void Replayer::Tell(const Fault& fault) {
+    m_whole = false;
+    JsonObject record = {{"cycle", m_cycle}};
+    record.update(fault.record);
+    m_faults({fault.text, std::move(record)});
+}
+
 void Replayer::Cycle(std::uint64_t number, bool primes, const std::vector<Dump>& dumps) {
     m_cycle = number;
     if (m_explainer != nullptr) m_explainer->SetCycle(number);
@@ -74,7 +85,9 @@ void Replayer::Cycle(std::uint64_t number, bool primes, const std::vector<Dump>&
     cycle.Parser().SetObserver(&m_observers);
     for (const Dump& dump : dumps) {
         std::vector<char> bytes = dump.file.empty() ? std::vector<char>() : ReadDump(dump.file);
-        m_whole = ReportDecoded(dump.file, cycle.Decode(dump.process, bytes)) && m_whole;
+        const QxCycle::Decoded decoded = cycle.Decode(dump.process, bytes);
+        const std::string name = std::filesystem::path(dump.file).filename().string();
+        if (!decoded.Whole()) Tell(DamageFault(dump.file, name, decoded));
     }
     cycle.Finish(primes);
 }

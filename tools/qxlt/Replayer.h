@@ -8,6 +8,7 @@
 
 #include "EventView.h"
 #include "Explainer.h"
+#include "Fault.h"
 #include "JoinedScripts.h"
 #include "Observers.h"
 #include "ProcessNames.h"
@@ -26,9 +27,10 @@ struct ReplayInput {
 
 class Replayer final {
 public:
-    // Events go to `sink`. Throws a Failure (cannot start) for input that cannot be read. Everything that is handed
-    // over must outlive the replayer.
-    Replayer(const JoinedScripts& scripts, const ReplayInput& input, EventSink sink, Progress& progress);
+    // Events go to `sink`, what is wrong in the input to `faults`. Throws a Failure (cannot start) for input that
+    // cannot be read. Everything that is handed over must outlive the replayer.
+    Replayer(const JoinedScripts& scripts, const ReplayInput& input, EventSink sink, FaultSink faults,
+             Progress& progress);
     Replayer(const Replayer&) = delete;
     Replayer& operator=(const Replayer&) = delete;
 
@@ -39,7 +41,7 @@ public:
     const IQxData::_HSScriptPtr& Root() const { return *m_root; }
     const ScriptPlaces& Places() const { return m_places; }
 
-    // Replays all cycles. Returns whether no dump was damaged and no event in error; both are reported as they appear.
+    // Replays all cycles. Returns whether nothing was wrong in the input.
     bool Run();
 
 private:
@@ -53,16 +55,18 @@ private:
     void Send(const std::string& name, const std::string& value, const IQxData::HSCall& call);
     void RunCapture();
     void RunDumps();
+    void Tell(const Fault& fault);
     void Cycle(std::uint64_t number, bool primes, const std::vector<Dump>& dumps);
 
     const ReplayInput& m_input;
     const EventSink m_sink;
+    const FaultSink m_faults;
     Progress& m_progress;
     std::shared_ptr<QxData> m_store = std::make_shared<QxData>();
     IQxData::_HSScriptPtr* m_root;
     ScriptPlaces m_places;
     ObserverList m_observers;
-    ErrorReporter m_errors{m_places};
+    ErrorReporter m_errors{m_places, [this](const Fault& fault) { Tell(fault); }};
     KeyFinder m_keys{*m_store};
     Explainer* m_explainer = nullptr;
     ProcessNames m_processes;

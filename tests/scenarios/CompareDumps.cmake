@@ -1,0 +1,16 @@
+# Checks that the dumps beside the scenarios are those that the generator writes, no more and no fewer.
+# Needs GENERATOR, SCENARIOS and SCRATCH.
+file(REMOVE_RECURSE ${SCRATCH})
+execute_process(COMMAND ${GENERATOR} ${SCRATCH} COMMAND_ERROR_IS_FATAL ANY)
+file(GLOB_RECURSE written RELATIVE ${SCRATCH} ${SCRATCH}/*.qxdump)
+file(GLOB_RECURSE kept RELATIVE ${SCENARIOS} ${SCENARIOS}/*.qxdump)
+if(NOT written STREQUAL kept)
+    message(FATAL_ERROR "kept: ${kept}\nwritten: ${written}")
+endif()
+foreach(dump IN LISTS kept)
+    file(SHA256 ${SCRATCH}/${dump} expected)
+    file(SHA256 ${SCENARIOS}/${dump} actual)
+    if(NOT expected STREQUAL actual)
+        message(FATAL_ERROR "${dump} differs; run qx_make_scenario_dumps ${SCENARIOS}")
+    endif()
+endforeach()

@@ -1,0 +1,21 @@
+#include "Fault.h"
+
+#include "Common.h"
+
+namespace qxlt {
+
+void PrintFault(const Fault& fault) {
+    PrintError(fault.text);
+}
+
+Fault DamageFault(const std::string& place, const std::string& name, const QxCycle::Decoded& decoded) {
+    const char* const where = decoded.parsed ? "damage in the joined streams of its threads" : "damage";
+    JsonObject record = JsonObject::object();
+    AddText(record, "damaged", name);
+    record["offset"] = decoded.stoppedAt;
+    return {Place(place, decoded.stoppedAt) + ": " + where +
+                "; what came before it is used, --level major tells what is wrong",
+            std::move(record)};
+}
+
+}  // namespace qxlt

@@ -1,0 +1,84 @@
+#include "Interruption.h"
+
+#include <poll.h>
+#include <pthread.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdint>
+#include <system_error>
+
+namespace qxlt {
+
+namespace {
+
+// A shell without job control starts background programs with SIGINT ignored; a run that can only be stopped by other
+// means would be a trap. An ignored SIGHUP, on the other hand, is asked for.
+sigset_t EndingSignals() {
+    std::signal(SIGINT, SIG_DFL);
+    sigset_t signals;
+    sigemptyset(&signals);
+    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
+    return signals;
+}
+
+int Checked(int descriptor, const char* what) {
+    if (descriptor < 0) throw std::system_error(errno, std::generic_category(), what);
+    return descriptor;
+}
+
+int MillisecondsUntil(std::optional<Interruption::Clock::time_point> limit) {
+    if (!limit) return -1;
+    const auto left = std::chrono::ceil<std::chrono::milliseconds>(*limit - Interruption::Clock::now()).count();
+    return static_cast<int>(std::clamp<std::int64_t>(left, 0, INT_MAX));
+}
+
+template <typename Record>
+bool Take(const pollfd& source) {
+    Record record;
+    return source.revents != 0 && read(source.fd, &record, sizeof record) == static_cast<ssize_t>(sizeof record);
+}
+
+}  // namespace
+
+Interruption::Interruption() {
+    const sigset_t signals = EndingSignals();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    m_signals = Checked(signalfd(-1, &signals, SFD_CLOEXEC), "signalfd");
+    m_requests = Checked(eventfd(0, EFD_CLOEXEC), "eventfd");
+}
+
+Interruption::~Interruption() {
+    close(m_signals);
+    close(m_requests);
+}
+
+void Interruption::Request() {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = write(m_requests, &one, sizeof one);
+}
+
+// Nothing is asked of standard output, which makes poll tell of its other end only.
+Interruption::Cause Interruption::Wait(std::optional<Clock::time_point> limit) {
+    for (;;) {
+        pollfd sources[] = {
+            {m_signals, POLLIN, 0}, {m_requests, POLLIN, 0}, {m_readerWatched ? STDOUT_FILENO : -1, 0, 0}};
+        const int ready = poll(sources, 3, MillisecondsUntil(limit));
+        if (ready == 0) return Cause::TimeOver;
+        if (ready < 0) continue;
+        if (Take<signalfd_siginfo>(sources[0])) return Cause::Signal;
+        if (Take<std::uint64_t>(sources[1])) return Cause::Request;
+        if ((sources[2].revents & (POLLERR | POLLHUP)) != 0) {
+            m_readerWatched = false;
+            return Cause::ReaderGone;
+        }
+        m_readerWatched = false;  // closed by whoever started the program
+    }
+}
+
+}  // namespace qxlt

@@ -1,0 +1,80 @@
+#include "JUnitReport.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "Common.h"
+#include "Text.h"
+
+namespace qxlt {
+
+namespace {
+
+std::string Escaped(const std::string& text) {
+    std::string escaped;
+    for (const char byte : Printable(text)) {
+        switch (byte) {
+            case '&':
+                escaped += "&amp;";
+                break;
+            case '<':
+                escaped += "&lt;";
+                break;
+            case '>':
+                escaped += "&gt;";
+                break;
+            case '"':
+                escaped += "&quot;";
+                break;
+            default:
+                escaped += byte;
+        }
+    }
+    return escaped;
+}
+
+void WriteFailure(std::ostream& out, const TestResult& result) {
+    if (!result.failure.empty()) {
+        out << "<error message=\"" << Escaped(result.failure) << "\"/>";
+        return;
+    }
+    out << "<failure message=\"" << Escaped(result.explanation) << "\">";
+    for (const std::string& line : DiffText(result)) out << Escaped(line) << "\n";
+    out << "</failure>";
+}
+
+void WriteCase(std::ostream& out, const TestResult& result) {
+    out << "  <testcase classname=\"qxlt\" name=\"" << Escaped(result.folder) << "\" time=\"" << result.seconds
+        << "\">";
+    if (!result.Passed()) WriteFailure(out, result);
+    out << "</testcase>\n";
+}
+
+}  // namespace
+
+std::vector<std::string> DiffText(const TestResult& result) {
+    std::vector<std::string> lines;
+    for (const DiffLine& difference : result.diff) {
+        lines.push_back((difference.kind == DiffLine::Kind::Missing ? "- " : "+ ") + difference.line.dump());
+    }
+    return lines;
+}
+
+void WriteJUnit(const std::string& file, const std::vector<TestResult>& results) {
+    const auto errors =
+        std::count_if(results.begin(), results.end(), [](const TestResult& result) { return !result.failure.empty(); });
+    const auto failed =
+        std::count_if(results.begin(), results.end(), [](const TestResult& result) { return !result.diff.empty(); });
+    std::ofstream out(file, std::ios::trunc);
+    out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"qxlt\" tests=\"" << results.size()
+        << "\" failures=\"" << failed << "\" errors=\"" << errors << "\">\n";
+    for (const TestResult& result : results) WriteCase(out, result);
+    out << "</testsuite>\n";
+    out.close();
+    if (!out) throw Failure(kCannotStart, file + ": " + std::strerror(errno) + "; name a file that can be written");
+}
+
+}  // namespace qxlt
