@@ -4,12 +4,14 @@
 #include <utility>
 
 #include "QxData.h"
+#include "QxObservedData.h"
 
 namespace {
 
-// Null for other classes, derived ones included: those may override what would be passed over.
+// Null for other classes, derived ones included: those may override what would be passed over. Stores that promise not
+// to are taken as well.
 QxData* Own(IQxData& store) {
-    return typeid(store) == typeid(QxData) ? static_cast<QxData*>(&store) : nullptr;
+    return typeid(store) == typeid(QxData) ? static_cast<QxData*>(&store) : dynamic_cast<QxObservedData*>(&store);
 }
 
 }  // namespace

@@ -6,11 +6,11 @@
 
 #include "Common.h"
 #include "Output.h"
-#include "QxData.h"
+#include "QxObservedData.h"
 
 namespace qxlt {
 
-class DecodeStore final : public QxData {
+class DecodeStore final : public QxObservedData {
 public:
     // `output` must outlive the store.
     DecodeStore(Format format, Output& output) : m_format(format), m_output(output) {}
