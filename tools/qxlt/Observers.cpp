@@ -41,7 +41,7 @@ void ErrorReporter::OnError(const IQxData::_HSScriptPtr& event, const IQxData::H
     const std::string& name = AttributeOf(event, "name");
     JsonObject record = JsonObject::object();
     AddText(record, "error", name);
-    AddText(record, "what", error);
+    AddText(record, "what", error.substr(0, error.find(": ")));  // the numbers behind are the standard library's matter
     m_sink({m_places.Of(event).Text() + ": event \"" + Printable(name) + "\" at time " + std::to_string(call.time) +
                 ", " + EventRecord(event).ErrorText(error) +
                 "; mend the attribute, further errors of this event are not told",
