@@ -32,7 +32,7 @@ int main(int argc, char** argv) {
     std::pair<int, char*> script(static_cast<int>(text.size()), &text[0]);
     if (!tracker->ParseScript(script)) return std::fputs("client: the scenario is not well-formed\n", stderr), 1;
     tracker->Run(OnEvent, &events, 1);
-    const timespec limit = {argc > 2 ? std::atol(argv[2]) : 1000000000L, 0};
+    const timespec limit = {argc > 2 ? std::strtol(argv[2], nullptr, 10) : 1000000000L, 0};
     sigtimedwait(&stop, nullptr, &limit);
     tracker->Stop();
     std::printf("%d events\n", events);
