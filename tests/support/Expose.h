@@ -1,0 +1,15 @@
+// Reads and sets private members, where what the tested code keeps can be told by nothing that it offers:
+//
+//     struct Events {
+//         friend constexpr auto Private(Events);
+//     };
+//     template struct Expose<Events, &QxData::m_Events>;
+//     ... (store.*Private(Events())).size() ...
+//
+// An explicit instantiation may name private members; the tested class needs no friend for it.
+#pragma once
+
+template <typename Tag, auto Member>
+struct Expose {
+    friend constexpr auto Private(Tag) { return Member; }
+};
