@@ -123,7 +123,14 @@ std::map<unsigned long long, IQxData::HSCall>* QxData::GetCallIMap() {
 }
 
 void QxData::AppendEvent(std::string name, std::string value, HSCall call) {
-    m_Events[std::move(name)].emplace_back(std::move(value), std::move(call));
+    const auto entry = m_Events.try_emplace(std::move(name)).first;
+    try {
+        entry->second.emplace_back(std::move(value), std::move(call));
+    } catch (...) {
+        // A name without firings is no event.
+        if (entry->second.empty()) m_Events.erase(entry);
+        throw;
+    }
 }
 
 void QxData::AppendThread(HSIThread& thread) {
