@@ -1,0 +1,225 @@
+#include "QxCycle.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Diagnostics.h"
+#include "DumpWriter.h"
+#include "QxData.h"
+#include "dlog.h"
+
+namespace {
+
+using namespace dump;
+
+// A store that lists when processes become current and calls arrive, and can fail.
+class SteppingStore final : public QxData {
+public:
+    void AppendCurrentProcess(std::string name) override {
+        steps.push_back("process " + name);
+        QxData::AppendCurrentProcess(name);
+    }
+    void AppendCallLocation(_HSCallLocation& location) override {
+        steps.push_back("location " + std::to_string(location.locId));
+        if (onLocation) onLocation();
+        QxData::AppendCallLocation(location);
+    }
+    unsigned long long AppendBeforeCall(HSCall& call) override {
+        steps.push_back("call of " + std::to_string(call.pid));
+        return QxData::AppendBeforeCall(call);
+    }
+    void clearCalls() override {
+        steps.emplace_back("clearCalls");
+        QxData::clearCalls();
+    }
+
+    std::vector<std::string> steps;
+    std::function<void()> onLocation;
+};
+
+std::vector<char> Dump(const Bytes& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+Bytes Site(unsigned locId = 3) {
+    return Persistent({Item(kLocation, Location(locId).Name("SetVolume").Arg("int", kIn, 4))});
+}
+
+Bytes OneCall(int value) {
+    return Thread(5, {StreamItem(kBefore, Before(105, 3, Int(value, 4))), StreamItem(kAfter, After(2))});
+}
+
+class QxCycleTest : public testing::Test {
+protected:
+    using Steps = std::vector<std::string>;
+
+    QxCycleTest() {
+        m_store->AppendProcessName(7, "a");
+        m_store->AppendProcessName(9, "b");
+        IQxData::_HSScript* slot = nullptr;
+        m_store->GetScript(&slot);
+        *slot = Element("Scenario", {});
+        (*slot)->children.push_back(Element("action", {{"name", "volume"}}));
+        auto& parts = (*slot)->children[0]->children;
+        parts.push_back(Element("method", {{"name", "SetVolume"}}));
+        parts.push_back(Element("event", {{"name", "VOLUME"}, {"tag", "IN"}, {"value", "0"}, {"type", "INT"}}));
+    }
+
+    static IQxData::_HSScriptPtr* Element(const std::string& name,
+                                          std::vector<std::pair<std::string, std::string>> attributes) {
+        auto* const element = new IQxData::_HSScriptPtr;
+        element->name = name;
+        element->attributes = std::move(attributes);
+        return element;
+    }
+
+    static int OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context) {
+        static_cast<QxCycleTest*>(context)->m_events.push_back(name + "=" + value + " of " + std::to_string(call.pid));
+        return 0;
+    }
+
+    QxCycle::Decoded Decode(QxCycle& cycle, const std::string& process, const Bytes& bytes) {
+        std::vector<char> dump = Dump(bytes);
+        return cycle.Decode(process, dump);
+    }
+
+    const Diagnostics m_diagnostics{Info};
+    std::shared_ptr<SteppingStore> m_store = std::make_shared<SteppingStore>();
+    std::vector<std::string> m_events;
+    QxCycle m_cycle{OnEvent, this, m_store};
+};
+
+}  // namespace
+
+TEST_F(QxCycleTest, MakesTheProcessCurrentBeforeDecoding) {
+    Decode(m_cycle, "a", Site() + OneCall(1));
+    Decode(m_cycle, "b", Site() + OneCall(2));
+    EXPECT_EQ(m_store->steps, (Steps{"process a", "location 3", "call of 7", "process b", "location 3", "call of 9"}));
+}
+
+TEST_F(QxCycleTest, MakesTheProcessCurrentForAnEmptyDump) {
+    const QxCycle::Decoded decoded = Decode(m_cycle, "b", "");
+    EXPECT_EQ(m_store->steps, Steps{"process b"});
+    EXPECT_EQ(m_store->GetCurrentPID(), 9);
+    EXPECT_TRUE(decoded.Whole());
+    EXPECT_EQ(decoded.stoppedAt, 0u);
+    EXPECT_EQ(m_cycle.Parser().Data(), nullptr);
+}
+
+TEST_F(QxCycleTest, TellsHowADumpDecoded) {
+    const Bytes good = Site() + OneCall(1);
+    const QxCycle::Decoded whole = Decode(m_cycle, "a", good);
+    EXPECT_TRUE(whole.Whole());
+    EXPECT_EQ(whole.stoppedAt, good.size());
+    const QxCycle::Decoded damaged = Decode(m_cycle, "a", Site() + Packet(99, "?") + OneCall(1));
+    EXPECT_FALSE(damaged.parsed);
+    EXPECT_TRUE(damaged.extracted);
+    EXPECT_FALSE(damaged.Whole());
+    EXPECT_EQ(damaged.stoppedAt, Site().size());
+}
+
+TEST_F(QxCycleTest, TellsThatStreamsWereDamaged) {
+    const Bytes bytes = Site() + Thread(5, {StreamItem(kAfter, After(2))});
+    const QxCycle::Decoded decoded = Decode(m_cycle, "a", bytes);
+    EXPECT_TRUE(decoded.parsed);
+    EXPECT_FALSE(decoded.extracted);
+    EXPECT_EQ(decoded.stoppedAt, bytes.size());
+}
+
+TEST_F(QxCycleTest, KeepsWhatStoodBeforeTheDamage) {
+    Decode(m_cycle, "a", Site() + OneCall(1) + Packet(99, "?"));
+    EXPECT_EQ(m_store->GetCallIMap()->size(), 1u);
+    EXPECT_EQ(RecordingLog::Count("Exception : 0", DLOG_ERROR), 1);
+}
+
+TEST_F(QxCycleTest, PrintsWhatADumpRaisesAndGoesOn) {
+    m_store->onLocation = [] { throw std::runtime_error("no room"); };
+    const QxCycle::Decoded decoded = Decode(m_cycle, "a", Site());
+    EXPECT_FALSE(decoded.parsed);
+    EXPECT_FALSE(decoded.extracted);
+    EXPECT_EQ(RecordingLog::Messages(DLOG_ERROR), Steps{"[QxCycle::Decode] Dump dropped, process: a, error: no room"});
+    m_store->onLocation = nullptr;
+    EXPECT_TRUE(Decode(m_cycle, "b", Site() + OneCall(2)).Whole());
+    EXPECT_EQ(m_store->GetCallIMap()->size(), 1u);
+}
+
+TEST_F(QxCycleTest, PrintsWhatIsNoStandardException) {
+    m_store->onLocation = [] { throw 42; };
+    EXPECT_FALSE(Decode(m_cycle, "a", Site()).Whole());
+    EXPECT_EQ(RecordingLog::Messages(DLOG_ERROR), Steps{"[QxCycle::Decode] Dump dropped, process: a, error: unknown"});
+}
+
+TEST_F(QxCycleTest, PrintsAtLevelMajor) {
+    QxDebugPrint::GetInstance()->SetLevel(Fatal);
+    m_store->onLocation = [] { throw std::runtime_error("no room"); };
+    Decode(m_cycle, "a", Site());
+    EXPECT_TRUE(RecordingLog::Lines().empty());
+}
+
+TEST_F(QxCycleTest, DropsJoinedStreamsOfADumpThatThrew) {
+    m_store->onLocation = [] { throw std::runtime_error("no room"); };
+    Decode(m_cycle, "a", OneCall(1) + Site());
+    m_store->onLocation = nullptr;
+    Decode(m_cycle, "b", Site(4));
+    EXPECT_TRUE(m_store->GetCallIMap()->empty());
+}
+
+TEST_F(QxCycleTest, PrimingKeepsCallsAndRaisesNoEvents) {
+    Decode(m_cycle, "a", Site() + OneCall(1));
+    m_cycle.Finish(true);
+    EXPECT_TRUE(m_events.empty());
+    EXPECT_EQ(m_store->GetCallIMap()->size(), 1u);
+}
+
+TEST_F(QxCycleTest, FinishTracesAndDropsCalls) {
+    Decode(m_cycle, "a", Site() + OneCall(85));
+    Decode(m_cycle, "b", Site() + OneCall(86));
+    m_store->steps.clear();
+    m_cycle.Finish(false);
+    EXPECT_EQ(m_events, (Steps{"VOLUME=85 of 7", "VOLUME=86 of 9"}));
+    EXPECT_EQ(m_store->steps, Steps{"clearCalls"});
+    EXPECT_TRUE(m_store->GetCallIMap()->empty());
+}
+
+TEST_F(QxCycleTest, FinishSaysThatNothingWasParsed) {
+    m_cycle.Finish(false);
+    EXPECT_EQ(RecordingLog::Messages(), Steps{"m_instance is NULL"});
+    EXPECT_EQ(RecordingLog::Count("m_instance is NULL", DLOG_INFO), 1);
+    RecordingLog::Clear();
+    m_cycle.Finish(true);
+    EXPECT_EQ(RecordingLog::Messages(), Steps{"Clear Fail:m_instance is NULL"});
+    EXPECT_EQ(RecordingLog::Count("Clear Fail:m_instance is NULL", DLOG_INFO), 1);
+}
+
+// Calls of the cycles before stay for the next one that parses a dump.
+TEST_F(QxCycleTest, FinishWithoutADumpLeavesCallsInPlace) {
+    Decode(m_cycle, "a", Site() + OneCall(1));
+    m_cycle.Finish(true);
+    QxCycle next(OnEvent, this, m_store);
+    Decode(next, "a", "");
+    next.Finish(false);
+    EXPECT_TRUE(m_events.empty());
+    EXPECT_EQ(m_store->GetCallIMap()->size(), 1u);
+}
+
+TEST_F(QxCycleTest, NothingButTheStoreSurvives) {
+    const Bytes stream = Before(105, 3, Int(1, 4));
+    Decode(m_cycle, "a", Site() + Thread(5, Cut(StreamItem(kBefore, stream), 4)));
+    QxCycle next(OnEvent, this, m_store);
+    EXPECT_TRUE(Decode(next, "a", Site() + OneCall(2)).Whole());
+    EXPECT_EQ(m_store->GetCallIMap()->size(), 1u);
+}
+
+TEST_F(QxCycleTest, WorksWithoutACallback) {
+    QxCycle silent(nullptr, nullptr, m_store);
+    Decode(silent, "a", Site() + OneCall(1));
+    silent.Finish(false);
+    EXPECT_TRUE(m_store->GetCallIMap()->empty());
+}
