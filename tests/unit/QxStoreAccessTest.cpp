@@ -1,0 +1,156 @@
+#include "QxStoreAccess.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "ListingStore.h"
+#include "QxData.h"
+
+namespace {
+
+// Counts reads through exported operations that hand out copies.
+class CountingStore final : public QxData {
+public:
+    _HSCallLocation GetCallLocation(unsigned int locId) override {
+        reads.emplace_back("GetCallLocation");
+        return QxData::GetCallLocation(locId);
+    }
+    _HSCallLocation GetCallLocationWithPID(unsigned int locId, unsigned short pid) override {
+        reads.emplace_back("GetCallLocationWithPID");
+        return QxData::GetCallLocationWithPID(locId, pid);
+    }
+    void GetCompArgDesc(_HSCompArgDesc& out, std::string name) override {
+        reads.emplace_back("GetCompArgDesc");
+        QxData::GetCompArgDesc(out, name);
+    }
+    void GetCall(unsigned long long key, HSCall& out) override {
+        reads.emplace_back("GetCall");
+        QxData::GetCall(key, out);
+    }
+
+    std::vector<std::string> reads;
+};
+
+// Every test holds for the library's own store and for one that is derived from it.
+class QxStoreAccessTest : public testing::TestWithParam<bool> {
+protected:
+    QxStoreAccessTest() {
+        m_store->AppendProcessName(7, "a");
+        m_store->AppendProcessName(9, "b");
+        m_store->AppendCurrentProcess("a");
+        IQxData::_HSCallLocation location;
+        location.locId = 3;
+        location.callerName = "SetVolume";
+        location.args.argType = {"int"};
+        location.args.argFlags = {1};
+        location.args.argSize = {4};
+        m_store->AppendCallLocation(location);
+    }
+
+    std::unique_ptr<IQxData> m_store =
+        GetParam() ? std::unique_ptr<IQxData>(new QxData) : std::unique_ptr<IQxData>(new CountingStore);
+};
+
+}  // namespace
+
+TEST_P(QxStoreAccessTest, FetchesTheLocationOfTheCurrentProcess) {
+    QxLocation scratch;
+    const QxLocation& location = FetchLocation(*m_store, 3, scratch);
+    EXPECT_EQ(location.site.callerName, "SetVolume");
+    EXPECT_EQ(location.atEntry.steps.size(), 1u);
+}
+
+TEST_P(QxStoreAccessTest, FetchesTheLocationOfAnyProcess) {
+    QxLocation scratch;
+    m_store->AppendCurrentProcess("b");
+    EXPECT_EQ(FetchLocation(*m_store, 3, 7, scratch).site.callerName, "SetVolume");
+    EXPECT_EQ(FetchLocation(*m_store, 3, 9, scratch).site.locId, 0u);
+    EXPECT_EQ(FetchLocation(*m_store, 3, scratch).site.locId, 0u);
+}
+
+TEST_P(QxStoreAccessTest, StoresAnEmptyLocationForAnUnknownOne) {
+    QxLocation scratch;
+    EXPECT_EQ(FetchLocation(*m_store, 4, scratch).site.locId, 0u);
+    EXPECT_TRUE(FetchLocation(*m_store, 4, scratch).always.steps.empty());
+}
+
+TEST_P(QxStoreAccessTest, FetchesDescriptors) {
+    IQxData::_HSCompArgDesc point;
+    point.memberNames = {"x", "y"};
+    m_store->AppendCompArgDesc("Point", point);
+    IQxData::_HSCompArgDesc scratch;
+    scratch.memberNames = {"left over"};
+    EXPECT_EQ(FetchDescriptor(*m_store, "Point", scratch).memberNames, (std::vector<std::string>{"x", "y"}));
+    EXPECT_TRUE(FetchDescriptor(*m_store, "Unknown", scratch).memberNames.empty());
+}
+
+TEST_P(QxStoreAccessTest, StoresCalls) {
+    IQxData::HSCall call;
+    call.time = 5;
+    call.args.in = {{{"", "v"}}};
+    EXPECT_EQ(StoreCall(*m_store, call), 5000u);
+    EXPECT_EQ(m_store->GetCallIMap()->at(5000).args.in[0][0].second, "v");
+}
+
+TEST_P(QxStoreAccessTest, ChangesCalls) {
+    IQxData::HSCall call;
+    call.time = 5;
+    StoreCall(*m_store, call);
+    IQxData::HSCall scratch;
+    IQxData::HSCall& fetched = FetchCall(*m_store, 5000, scratch);
+    EXPECT_EQ(fetched.time, 5u);
+    fetched.exitTime = 6;
+    StoreChanged(*m_store, 5000, fetched);
+    EXPECT_EQ(m_store->GetCallIMap()->at(5000).exitTime, 6u);
+}
+
+TEST_P(QxStoreAccessTest, ThrowsForAnUnknownCall) {
+    IQxData::HSCall scratch;
+    try {
+        FetchCall(*m_store, 1, scratch);
+        ADD_FAILURE() << "an unknown call was found";
+    } catch (QxData::_PERR_TYPE error) {
+        EXPECT_EQ(static_cast<int>(error), 2);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Stores, QxStoreAccessTest, testing::Bool(),
+                         [](const auto& store) { return store.param ? "Own" : "Derived"; });
+
+TEST(QxStoreAccess, ReadsADerivedStoreThroughItsOperations) {
+    CountingStore store;
+    QxLocation location;
+    IQxData::_HSCompArgDesc desc;
+    IQxData::HSCall call;
+    StoreCall(store, call);
+    FetchLocation(store, 1, location);
+    FetchLocation(store, 1, 2, location);
+    FetchDescriptor(store, "t", desc);
+    FetchCall(store, 0, call);
+    EXPECT_EQ(store.reads,
+              (std::vector<std::string>{"GetCallLocation", "GetCallLocationWithPID", "GetCompArgDesc", "GetCall"}));
+}
+
+TEST(QxStoreAccess, WritesADerivedStoreThroughItsOperations) {
+    ListingStore store;
+    IQxData::HSCall call;
+    const unsigned long long key = StoreCall(store, call);
+    StoreChanged(store, key, call);
+    EXPECT_EQ(store.operations, (std::vector<std::string>{"AppendBeforeCall", "AppendAfterCall"}));
+}
+
+TEST(QxStoreAccess, HandsOutTheOwnStoresRecordsWithoutCopies) {
+    QxData store;
+    QxLocation location;
+    IQxData::_HSCompArgDesc desc;
+    IQxData::HSCall call;
+    StoreCall(store, call);
+    EXPECT_NE(&FetchLocation(store, 1, location), &location);
+    EXPECT_NE(&FetchLocation(store, 1, 2, location), &location);
+    EXPECT_NE(&FetchDescriptor(store, "t", desc), &desc);
+    EXPECT_EQ(&FetchCall(store, 0, call), &store.GetCallIMap()->at(0));
+}
