@@ -1,0 +1,466 @@
+// Which recordings the control finds, what it writes of them and when.
+#include <fcntl.h>
+#include <qx/recorder.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <set>
+#include <thread>
+
+#include "HostTest.h"
+#include "QxBytes.h"
+#include "QxFileName.h"
+#include "QxProcessInfo.h"
+#include "RecordingLog.h"
+
+struct Pair {
+    int first = 0;
+    int second = 0;
+};
+QX_TRACE_STRUCT(Pair, first, second)
+
+namespace {
+
+using ControlTest = HostTest;
+
+void Note(int value) {
+    QX_CALL(call, "p", "Note", qx::In(value));
+}
+
+std::set<std::uint64_t> Values(const DecodedDump& dump) {
+    std::set<std::uint64_t> values;
+    for (const IQxData::HSCall& call : dump.calls) values.insert(Number(call.args.in.at(0)));
+    return values;
+}
+
+using Numbers = std::set<std::uint64_t>;
+
+TEST_F(ControlTest, WithoutARecordingThereIsNoDump) {
+    EXPECT_FALSE(Dump("traced", true).exists);
+    Run("traced", [] { Note(1); });
+    EXPECT_FALSE(Dump("other", true).exists);
+    EXPECT_FALSE(Dump("", true).exists);
+    EXPECT_TRUE(RecordingLog::Lines().empty());
+    qxhost::QxControl nowhere(m_directory + "/missing");
+    std::vector<char> path(3, 'x');
+    EXPECT_FALSE(nowhere.getQxBufferDump(path, "traced", true));
+    EXPECT_TRUE(path.empty());
+    EXPECT_TRUE(RecordingLog::Lines().empty());
+}
+
+TEST_F(ControlTest, ARefusedDirectoryIsReportedOnce) {
+    Run("traced", [] { Note(1); });
+    ASSERT_EQ(::chmod(m_directory.c_str(), 0755), 0);
+    EXPECT_FALSE(Dump("traced", true).exists);
+    EXPECT_FALSE(Dump("traced", false).exists);
+    ASSERT_EQ(RecordingLog::Lines().size(), 1u);
+    EXPECT_EQ(RecordingLog::Lines()[0].text,
+              "runtime directory " + m_directory + " is refused: group or others may enter it, its mode must be 0700");
+    ASSERT_EQ(::chmod(m_directory.c_str(), 0700), 0);
+    EXPECT_TRUE(Dump("traced", true).exists);
+}
+
+TEST_F(ControlTest, TheNextDumpHoldsWhatIsNewAndTheFirstFlagAllThatIsBuffered) {
+    Signal go;
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        for (int i = 1; i <= 3; ++i) {
+            Note(i);
+            done.Send();
+            go.Wait();
+        }
+    });
+    done.Wait();
+    EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    EXPECT_FALSE(Dump("traced").exists);
+    go.Send();
+    done.Wait();
+    EXPECT_EQ(Values(Dump("traced")), Numbers{2});
+    EXPECT_EQ(Values(Dump("traced", true)), (Numbers{1, 2}));
+    go.Send();
+    done.Wait();
+    EXPECT_EQ(Values(Dump("traced")), Numbers{3});
+    ExpectBalanced(Total("traced"));
+    EXPECT_EQ(Total("traced").delivered, 3u);
+    go.Send();
+    child.Join();
+}
+
+TEST_F(ControlTest, TheFirstDumpOfAProgramThatIsIdleDescribesIt) {
+    Signal go;
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        Note(1);
+        done.Send();
+        go.Wait();
+    });
+    done.Wait();
+    Dump("traced", true);
+    // The calls are overwritten or not, the call site is there.
+    const DecodedDump dump = Dump("traced", true);
+    EXPECT_EQ(dump.data->GetCallLocationWithPID(1, 77).callerName, "Note");
+    go.Send();
+    child.Join();
+}
+
+TEST_F(ControlTest, ACallThatIsOpenIsHeldBackAndWrittenWholeAtItsOwnTime) {
+    Signal go;
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        {
+            QX_CALL_RETURNS(call, int, "p", "Open", qx::In(1));
+            Note(2);
+            QX_LOG("p", "Log", 3);
+            done.Send();
+            go.Wait();
+            Note(4);
+            call.Return(10);
+        }
+        done.Send();
+        go.Wait();
+    });
+    done.Wait();
+    const DecodedDump first = Dump("traced", true);
+    EXPECT_EQ(Values(first), (Numbers{2, 3}));
+    EXPECT_EQ(Total("traced").held, 1u);
+    go.Send();
+    done.Wait();
+    const DecodedDump second = Dump("traced");
+    EXPECT_EQ(Values(second), (Numbers{1, 4}));
+    const IQxData::HSCall& open = second.Only("Open");
+    EXPECT_LT(open.time, first.calls[0].time);
+    EXPECT_GE(open.exitTime + 2000, second.Only("Note").exitTime);
+    EXPECT_EQ(Number(open.args.ret[0]), 10u);
+    EXPECT_EQ(Total("traced").held, 0u);
+    EXPECT_EQ(Total("traced").exitsDropped, 0u);
+    go.Send();
+    child.Join();
+}
+
+TEST_F(ControlTest, ACallThatStaysOpenTooLongLosesItsExitOnly) {
+    m_control->SetOpenCallLimit(0);
+    Signal go;
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        {
+            QX_CALL(call, "p", "Open", qx::In(1));
+            done.Send();
+            go.Wait();
+            Note(2);
+        }
+        done.Send();
+        go.Wait();
+    });
+    done.Wait();
+    EXPECT_EQ(Dump("traced", true).Only("Open").exitTime, 0u);
+    go.Send();
+    done.Wait();
+    const DecodedDump second = Dump("traced");
+    EXPECT_EQ(Values(second), Numbers{2});
+    EXPECT_NE(second.calls[0].exitTime, 0u);
+    const qx::host::Loss loss = Total("traced");
+    ExpectBalanced(loss);
+    EXPECT_EQ(loss.delivered, 2u);
+    EXPECT_EQ(loss.exitsDropped, 1u);
+    go.Send();
+    child.Join();
+}
+
+TEST_F(ControlTest, AKilledProgramIsDumpedWithItsOpenCallsAndThenForgotten) {
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        Note(1);
+        QX_CALL(call, "p", "Open", qx::In(2));
+        done.Send();
+        ::pause();
+    });
+    done.Wait();
+    child.Kill();
+    const DecodedDump dump = Dump("traced", true);
+    EXPECT_EQ(Values(dump), (Numbers{1, 2}));
+    EXPECT_EQ(dump.Only("Open").exitTime, 0u);
+    EXPECT_TRUE(Files(".qxrec").empty());
+    EXPECT_FALSE(Dump("traced").exists);
+    EXPECT_EQ(Total("traced").delivered, 2u);
+    EXPECT_FALSE(Dump("traced", true).exists);
+}
+
+TEST_F(ControlTest, AStoppedProgramIsDumped) {
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        Note(1);
+        done.Send();
+        ::pause();
+    });
+    done.Wait();
+    ASSERT_EQ(::kill(child.Pid(), SIGSTOP), 0);
+    EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    EXPECT_EQ(Files(".qxrec").size(), 1u);
+}
+
+TEST_F(ControlTest, ARestartedProgramGoesOnUnderItsName) {
+    for (int run = 1; run <= 3; ++run) {
+        Run("traced", [run] { Note(run); });
+        EXPECT_EQ(Values(Dump("traced", run == 1)), Numbers{static_cast<std::uint64_t>(run)});
+    }
+    EXPECT_EQ(Total("traced").recorded, 3u);
+    EXPECT_EQ(Total("traced").delivered, 3u);
+}
+
+TEST_F(ControlTest, NamesAreFoundAsTheSystemShortensThem) {
+    Run("abc", [] { Note(1); });
+    Run("abcdef", [] { Note(2); });
+    Run("a-name-that-is-far-too-long", [] { Note(3); });
+    EXPECT_EQ(Values(Dump("abcxyz", true)), Numbers{1});
+    EXPECT_EQ(Values(Dump("abcdef", true)), Numbers{2});
+    EXPECT_EQ(Values(Dump("a-name-that-is-far-too-long", true)), Numbers{3});
+    EXPECT_FALSE(Dump("ab", true).exists);
+}
+
+TEST_F(ControlTest, AWholeNameIsPreferredToAPrefixAndALongPrefixToAShortOne) {
+    Run("abc", [] { Note(1); });
+    Run("abcd", [] { Note(2); });
+    Run("abcdef", [] { Note(3); });
+    EXPECT_EQ(Values(Dump("abcde", true)), Numbers{2});
+    EXPECT_EQ(Values(Dump("abcdef", true)), Numbers{3});
+    EXPECT_EQ(Values(Dump("abc", true)), Numbers{1});
+}
+
+TEST_F(ControlTest, NamesOfAnyBytesMakeFiles) {
+    const std::string name = "a/b %.\n\xFF";
+    Run(name, [] { Note(1); });
+    EXPECT_EQ(Values(Dump(name, true)), Numbers{1});
+    EXPECT_EQ(Files(".qxdump").size(), 1u);
+}
+
+void RecordLayoutOne() {
+    const Pair pair{1, 2};
+    QX_CALL(call, "p", "One", qx::In(pair), qx::In(11));
+}
+
+}  // namespace
+
+// The same name as Pair, but another layout: another program's.
+namespace other {
+struct Pair {
+    std::string text;
+    char flag = 0;
+};
+}  // namespace other
+template <>
+struct qx::recorder::StructTrait<other::Pair> {
+    static const char* Name() { return "Pair"; }
+    template <class Visitor>
+    static void ForEach(Visitor&& visit) {
+        visit("text", &other::Pair::text);
+        visit("flag", &other::Pair::flag);
+    }
+};
+
+namespace {
+
+void RecordLayoutTwo() {
+    const other::Pair pair{"two", 'x'};
+    const std::vector<other::Pair> list{pair};
+    QX_CALL(call, "p", "Two", qx::In(pair), qx::In(list), qx::In(12));
+}
+
+TEST_F(ControlTest, TwoProgramsOfOneNameDoNotGetIntoEachOthersWay) {
+    Signal go;
+    Signal done;
+    const auto record = [&](void (*layout)(), int value) {
+        return [&go, &done, layout, value] {
+            layout();
+            Note(value);
+            done.Send();
+            go.Wait();
+        };
+    };
+    Child one(m_directory, "traced", record(&RecordLayoutOne, 1));
+    Child two(m_directory, "traced", record(&RecordLayoutTwo, 2));
+    done.Wait();
+    done.Wait();
+    const DecodedDump dump = Dump("traced", true);
+    ASSERT_EQ(dump.calls.size(), 4u);
+    const IQxData::HSCall& first = dump.Only("One");
+    EXPECT_EQ(Number(first.args.in[0], 0), 1u);
+    EXPECT_EQ(first.args.in[0][1].first, "second");
+    EXPECT_EQ(Number(first.args.in[1]), 11u);
+    const IQxData::HSCall& second = dump.Only("Two");
+    EXPECT_EQ(Bytes(second.args.in[0], 0), "two");
+    EXPECT_EQ(second.args.in[0][1].first, "flag");
+    EXPECT_EQ(Bytes(second.args.in[1], 0), "two");
+    EXPECT_EQ(Number(second.args.in[2]), 12u);
+    EXPECT_NE(first.tid, second.tid);
+    EXPECT_EQ(Numbers({Number(dump.Of("Note")[0].args.in[0]), Number(dump.Of("Note")[1].args.in[0])}), (Numbers{1, 2}));
+    go.Send();
+    go.Send();
+    one.Join();
+    two.Join();
+}
+
+TEST_F(ControlTest, ThreadsOfTwoProgramsHaveDifferentNumbers) {
+    Run("one", [] { Note(1); });
+    Run("two", [] { Note(2); });
+    // Read in one go, as a tracker's cycle does: the numbers of the first are free again only afterwards.
+    const DecodedDump one = Dump("one", true);
+    EXPECT_EQ(one.calls.at(0).tid, 1u);
+    Signal go;
+    Signal done;
+    Child three(m_directory, "three", [&] {
+        Note(3);
+        done.Send();
+        go.Wait();
+    });
+    done.Wait();
+    const unsigned short tid = Dump("three", true).calls.at(0).tid;
+    EXPECT_NE(Dump("two", true).calls.at(0).tid, tid);
+    go.Send();
+    three.Join();
+}
+
+TEST_F(ControlTest, DumpsReplaceEachOtherAndThoseOfDeadReadersGo) {
+    using qxhost::QxFileName;
+    const std::string own = QxFileName{"dead", 999999999, 5, QxFileName::kDump}.ToString();
+    WriteFile(m_directory + "/" + own, "x");
+    WriteFile(m_directory + "/" + QxFileName{"dead", 999999999, 5, QxFileName::kNewDump}.ToString(), "x");
+    const std::uint64_t start = qxhost::QxProcessInfo::StartTime(::getppid());
+    const std::string alive = m_directory + "/" + QxFileName{"live", ::getppid(), start, QxFileName::kDump}.ToString();
+    WriteFile(alive, "x");
+    for (int run = 0; run < 3; ++run) {
+        Run("traced", [run] { Note(run); });
+        EXPECT_TRUE(Dump("traced", run == 0).exists);
+    }
+    const std::vector<std::string> files = Files(".qxdump");
+    ASSERT_EQ(files.size(), 2u);
+    EXPECT_EQ(files[0], alive);
+    EXPECT_TRUE(Files(".qxtmp").empty());
+    struct stat status {};
+    ASSERT_EQ(::stat(files[1].c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+}
+
+TEST_F(ControlTest, WhatADumpThatCannotBeWrittenHeldComesWithTheNextOne) {
+    Signal go;
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        for (int i = 1; i <= 2; ++i) {
+            Note(i);
+            done.Send();
+            go.Wait();
+        }
+    });
+    done.Wait();
+    ASSERT_TRUE(Dump("traced", true).exists);
+    const std::string path = Files(".qxdump").at(0);
+    ::unlink(path.c_str());
+    ASSERT_EQ(::mkdir(path.c_str(), 0700), 0);
+    go.Send();
+    done.Wait();
+    EXPECT_FALSE(Dump("traced").exists);
+    EXPECT_FALSE(Dump("traced").exists);
+    ASSERT_EQ(RecordingLog::Lines().size(), 1u);
+    EXPECT_NE(RecordingLog::Lines()[0].text.find("cannot be written: Is a directory"), std::string::npos);
+    EXPECT_EQ(Total("traced").delivered, 1u);
+    ::rmdir(path.c_str());
+    ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
+    EXPECT_EQ(Values(Dump("traced")), Numbers{2});
+    EXPECT_EQ(Total("traced").delivered, 2u);
+    go.Send();
+    child.Join();
+}
+
+TEST_F(ControlTest, FilesThatAreNoRecordingsOfThisUserAreRefused) {
+    const std::string name = m_directory + "/traced.1.1.qxrec";
+    const std::string given = " in " + m_directory + " is given up: ";
+    const struct {
+        const char* reason;
+        std::function<void()> make;
+    } rows[] = {
+        {"it is a symbolic link", [&] { EXPECT_EQ(::symlink("/etc/passwd", name.c_str()), 0); }},
+        {"it is no regular file", [&] { EXPECT_EQ(::mkfifo(name.c_str(), 0600), 0); }},
+        {"group or others may open it",
+         [&] {
+             WriteFile(name, "x");
+             EXPECT_EQ(::chmod(name.c_str(), 0640), 0);
+         }},
+        {"the file is cut short",
+         [&] {
+             WriteFile(name, "x");
+             EXPECT_EQ(::chmod(name.c_str(), 0600), 0);
+         }},
+        {"its header is none",
+         [&] {
+             WriteFile(name, std::string(100000, 'x'));
+             EXPECT_EQ(::chmod(name.c_str(), 0600), 0);
+         }},
+    };
+    for (const auto& row : rows) {
+        row.make();
+        RecordingLog::Clear();
+        EXPECT_FALSE(Dump("traced", true).exists);
+        ASSERT_EQ(RecordingLog::Lines().size(), 1u);
+        EXPECT_EQ(RecordingLog::Lines()[0].text, "recording traced.1.1.qxrec" + given + row.reason);
+        // Its process has ended, so it is in nobody's way any more.
+        EXPECT_FALSE(Dump("traced", false).exists);
+        EXPECT_NE(::access(name.c_str(), F_OK), 0);
+    }
+}
+
+TEST_F(ControlTest, LossIsToldByThreadAndForTheLastDump) {
+    Signal go;
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        qx::recorder::SetThreadName("first");
+        Note(1);
+        std::thread([&] {
+            qx::recorder::SetThreadName("second");
+            Note(2);
+            Note(3);
+            done.Send();
+            go.Wait();
+            Note(4);
+            done.Send();
+            go.Wait();
+        }).join();
+    });
+    done.Wait();
+    Dump("traced", true);
+    qx::host::Loss last;
+    ASSERT_TRUE(m_control->GetLoss("traced", nullptr, &last));
+    EXPECT_EQ(last.delivered, 3u);
+    go.Send();
+    done.Wait();
+    Dump("traced");
+    ASSERT_TRUE(m_control->GetLoss("traced", nullptr, &last));
+    EXPECT_EQ(last.recorded, 1u);
+    EXPECT_EQ(last.delivered, 1u);
+    EXPECT_EQ(last.exitsDelivered, 1u);
+    const std::vector<qx::host::ThreadLoss> threads = m_control->GetThreadLoss("traced");
+    ASSERT_EQ(threads.size(), 2u);
+    EXPECT_EQ(threads[0].name, "first");
+    EXPECT_EQ(threads[0].loss.delivered, 1u);
+    EXPECT_EQ(threads[1].name, "second");
+    EXPECT_EQ(threads[1].loss.delivered, 3u);
+    EXPECT_EQ(threads[1].pid, child.Pid());
+    EXPECT_FALSE(m_control->GetLoss("unknown", &last, nullptr));
+    EXPECT_TRUE(m_control->GetThreadLoss("unknown").empty());
+    go.Send();
+    child.Join();
+}
+
+// The packets of a dump: compressed ones that describe, thread names, then the calls.
+TEST_F(ControlTest, DumpsUseEveryBufferKindInOrder) {
+    Run("traced", [] { Note(1); });
+    const std::string bytes = Dump("traced", true).bytes;
+    std::string tags;
+    qxhost::QxByteReader reader(bytes.data(), bytes.size());
+    while (reader.Left() > 0) {
+        tags += static_cast<char>('0' + reader.ReadByte());
+        reader.Skip(reader.ReadVarint());
+    }
+    EXPECT_EQ(tags, "541");
+}
+
+}  // namespace

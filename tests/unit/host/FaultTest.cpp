@@ -1,0 +1,270 @@
+// Recordings that their own process, or chance, has damaged: the control reads nothing outside them, always ends, and
+// says which one it gave up.
+#include <fcntl.h>
+#include <qx/recorder.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <random>
+
+#include "HostTest.h"
+#include "QxBytes.h"
+#include "QxLayout.h"
+#include "QxMetadata.h"
+#include "RecordingLog.h"
+
+struct Inner {
+    int a = 0;
+    std::string b;
+};
+QX_TRACE_STRUCT(Inner, a, b)
+
+namespace {
+
+using namespace qxlayout;
+
+void RecordSome(int count) {
+    for (int i = 0; i < count; ++i) {
+        Inner inner{i, std::string(static_cast<std::size_t>(i % 50), 'x')};
+        const std::vector<Inner> list(3, inner);
+        QX_CALL_RETURNS(call, Inner, "p", "Some", qx::In(list), qx::InOut(inner), qx::In(i));
+        QX_LOG("p", "Log", i, "text");
+        call.Return(inner);
+    }
+}
+
+class FaultTest : public HostTest {
+protected:
+    FaultTest() {
+        Run("traced", [] {
+            EXPECT_TRUE(qx::recorder::Configure({512, 16, 4096}));
+            RecordSome(500);
+        });
+        m_path = Files(".qxrec").at(0);
+        m_good = ReadFile(m_path);
+    }
+
+    // Reads a recording with those bytes, which a dead process left. Decodes what comes out, whatever it is.
+    void Read(const std::string& bytes) {
+        WriteFile(m_path, bytes);
+        ASSERT_EQ(::chmod(m_path.c_str(), 0600), 0);
+        qxhost::QxControl control(m_directory);
+        std::vector<char> path;
+        RecordingLog::Clear();
+        if (control.getQxBufferDump(path, "traced", true)) {
+            Decode("traced", ReadFile(std::string(path.begin(), path.end())));
+        }
+        if (RecordingLog::Lines().empty()) return;
+        EXPECT_EQ(RecordingLog::Lines()[0].text.find("recording traced."), 0u);
+        EXPECT_NE(RecordingLog::Lines()[0].text.find(" is given up: "), std::string::npos);
+        ++m_givenUp;
+    }
+
+    // The same with some 64-bit word replaced.
+    void ReadWith(std::size_t offset, std::uint64_t value) {
+        std::string bytes = m_good;
+        for (std::size_t i = 0; i < sizeof(value); ++i) bytes[offset + i] = static_cast<char>(value >> (8 * i) & 0xFF);
+        Read(bytes);
+    }
+
+    std::string m_path;
+    std::string m_good;
+    int m_givenUp = 0;
+};
+
+const std::uint64_t kNastyValues[] = {0,          1,           7,          0xFFFF,     0x7FFFFFFF,
+                                      0xFFFFFFFF, 0x100000000, 1ULL << 55, 1ULL << 63, ~std::uint64_t{0}};
+
+TEST_F(FaultTest, AGoodOneIsRead) {
+    Read(m_good);
+    EXPECT_EQ(m_givenUp, 0);
+}
+
+TEST_F(FaultTest, EveryWordOfTheHeaderMayBeAnything) {
+    for (std::size_t word = 0; word < kHeaderWords; ++word) {
+        for (const std::uint64_t value : kNastyValues) ReadWith(word * sizeof(Word), value);
+    }
+    EXPECT_GT(m_givenUp, 0);
+}
+
+TEST_F(FaultTest, EveryWordOfASlotMayBeAnything) {
+    for (std::size_t word = 0; word < kSlotWords; ++word) {
+        for (const std::uint64_t value : kNastyValues) ReadWith(Geometry::SlotOffset(0) + word * sizeof(Word), value);
+    }
+    EXPECT_GT(m_givenUp, 0);
+}
+
+TEST_F(FaultTest, BothWordsOfAPairMayBeAnything) {
+    for (const std::size_t pair :
+         {Geometry::SlotOffset(0) + kSlotCommitted * sizeof(Word), Geometry::SlotOffset(0) + kSlotOpened * sizeof(Word),
+          kHeaderMetaUsed * sizeof(Word)}) {
+        for (const std::uint64_t value : kNastyValues) {
+            const std::string before = m_good;
+            for (std::size_t i = 0; i < 8; ++i) m_good[pair + i] = static_cast<char>(value >> (8 * i) & 0xFF);
+            ReadWith(pair + sizeof(Word), value);
+            m_good = before;
+        }
+    }
+    EXPECT_GT(m_givenUp, 0);
+}
+
+TEST_F(FaultTest, EveryWordOfAPageMayBeAnything) {
+    const Geometry geometry{512, 16, 4096};
+    for (std::size_t word = 0; word < geometry.PageWords(); ++word) {
+        for (const std::uint64_t value : kNastyValues) {
+            ReadWith(static_cast<std::size_t>(geometry.RingOffset(0)) + 5 * 512 + word * sizeof(Word), value);
+        }
+    }
+    EXPECT_GT(m_givenUp, 100);
+}
+
+TEST_F(FaultTest, RandomBytesInRingsAndMetadata) {
+    std::mt19937 random(1);
+    const Geometry geometry{512, 16, 4096};
+    const std::size_t places[] = {0, Geometry::MetaOffset(), static_cast<std::size_t>(geometry.RingOffset(0))};
+    const std::size_t sizes[] = {Geometry::MetaOffset(), 600, geometry.RingSize()};
+    for (int round = 0; round < 300; ++round) {
+        std::string bytes = m_good;
+        const std::size_t place = static_cast<std::size_t>(round) % 3;
+        for (int n = 0; n <= round % 20; ++n) {
+            bytes[places[place] + random() % sizes[place]] = static_cast<char>(random() & 0xFF);
+        }
+        Read(bytes);
+    }
+    EXPECT_GT(m_givenUp, 100);
+}
+
+TEST_F(FaultTest, AFileCutAnywhereIsReadUpToThere) {
+    const Geometry geometry{512, 16, 4096};
+    const std::size_t end = static_cast<std::size_t>(geometry.RingOffset(0)) + geometry.RingSize();
+    for (std::size_t size = 0; size < end; size += 997) Read(m_good.substr(0, size));
+    EXPECT_GT(m_givenUp, 10);
+}
+
+TEST_F(FaultTest, OneThatIsGivenUpIsSaidOnceAndDoesNotHinderOthers) {
+    Signal go;
+    Signal done;
+    Child bad(m_directory, "traced", [&] {
+        RecordSome(1);
+        done.Send();
+        go.Wait();
+    });
+    done.Wait();
+    Dump("traced", true);
+    const std::string path = Files(".qxrec").at(0);
+    const int fd = ::open(path.c_str(), O_RDWR);
+    ASSERT_EQ(::ftruncate(fd, 100), 0);
+    ::close(fd);
+    EXPECT_FALSE(Dump("traced").exists);
+    EXPECT_FALSE(Dump("traced").exists);
+    EXPECT_EQ(RecordingLog::Lines().size(), 1u);
+    Run("traced", [] { RecordSome(2); });
+    EXPECT_EQ(Dump("traced").calls.size(), 4u);
+    bad.Kill();
+    EXPECT_FALSE(Dump("traced").exists);
+    EXPECT_TRUE(Files(".qxrec").empty());
+}
+
+// A process that overwrites its recording while it is read.
+TEST_F(FaultTest, AProcessMayScribbleWhileItIsRead) {
+    ::unlink(m_path.c_str());
+    std::mt19937 random(2);
+    for (int round = 0; round < 20; ++round) {
+        Signal done;
+        Child child(m_directory, "scribbler", [&] {
+            RecordSome(1);
+            const int fd = ::open(Files(".qxrec").at(0).c_str(), O_RDWR);
+            done.Send();
+            for (;;) {
+                RecordSome(1);
+                const std::uint64_t value = random();
+                const Geometry geometry;
+                const off_t place = static_cast<off_t>(random() % (random() % 2 == 0 ? 6000 : geometry.RingOffset(1)));
+                EXPECT_EQ(::pwrite(fd, &value, 4, place), 4);
+            }
+        });
+        done.Wait();
+        for (int i = 0; i < 20; ++i) Dump("scribbler", i == 0);
+        child.Kill();
+        Dump("scribbler");
+        for (const std::string& path : Files(".qxrec")) ::unlink(path.c_str());
+        random.discard(100);
+    }
+}
+
+std::string Record(MetaKind kind, const std::string& content) {
+    std::string record;
+    qxhost::AppendInteger(record, content.size() + 1, 4);
+    record += static_cast<char>(kind);
+    return record + content;
+}
+
+std::string Layout(const std::string& name, const std::string& type, unsigned size, bool isContainer = false) {
+    std::string content;
+    qxhost::AppendText(content, name);
+    qxhost::AppendVarint(content, isContainer ? 1 : 0);
+    qxhost::AppendVarint(content, 1);
+    qxhost::AppendVarint(content, size);
+    qxhost::AppendText(content, type);
+    qxhost::AppendText(content, "m");
+    return Record(kMetaDescriptor, content);
+}
+
+TEST(QxMetadata, RefusesWhatNoRecorderWrites) {
+    const struct {
+        std::string records;
+        const char* reason;
+    } rows[] = {
+        {Layout("A", "A", 16382), "a type has no layout"},
+        {Layout("A", "int", 0), "a type has no valid size"},
+        {Layout("A", "int", 9), "a type has no valid size"},
+        {Layout("L", "int", 4, true) + Layout("A", "L", 16382), "a list lies within a layout"},
+        {Record(kMetaDescriptor, std::string("\1A\0\0", 4)), "a layout has no members"},
+        {Record(static_cast<MetaKind>(9), ""), "its metadata holds a record of no known kind"},
+        {Record(kMetaLocation, "\1"), "a value runs past the end of its record"},
+        {Layout("A", "int", 4) + "\xFF", "a value runs past the end of its record"},
+        {Record(kMetaDescriptor, Layout("A", "int", 4).substr(5) + "x"), "a record holds more than its values"},
+    };
+    for (const auto& row : rows) {
+        qxhost::QxMetadata metadata;
+        try {
+            metadata.Append(row.records);
+            ADD_FAILURE() << row.reason;
+        } catch (const qxhost::QxDamage& damage) {
+            EXPECT_STREQ(damage.what(), row.reason);
+        }
+    }
+}
+
+TEST(QxMetadata, LayoutsNestSixtyDeepAndNoDeeper) {
+    std::string records = Layout("0", "int", 4);
+    for (int i = 1; i < 60; ++i) records += Layout(std::to_string(i), std::to_string(i - 1), 16382);
+    qxhost::QxMetadata good;
+    good.Append(records);
+    EXPECT_EQ(good.Descriptors().size(), 60u);
+    qxhost::QxMetadata bad;
+    EXPECT_THROW(bad.Append(records + Layout("60", "59", 16382)), qxhost::QxDamage);
+}
+
+TEST(QxMetadata, ValuesAreCheckedToTheByte) {
+    qxhost::QxMetadata metadata;
+    metadata.Append(Layout("Item", "string", 16383, true));
+    qxhost::QxLocation location;
+    location.arguments.push_back({1, {"int", 4, nullptr}});
+    location.arguments.push_back({2, {"string", 16383, nullptr}});
+    location.arguments.push_back({1, {"Item", 16382, &metadata.Descriptors()[0]}});
+    const std::string good("abcd\2\1x\0", 8);
+    qxhost::QxMetadata::CheckEntry(location, good.data(), good.size());
+    for (std::size_t size = 0; size < good.size(); ++size) {
+        EXPECT_THROW(qxhost::QxMetadata::CheckEntry(location, good.data(), size), qxhost::QxDamage) << size;
+    }
+    const std::string longer = good + "x";
+    EXPECT_THROW(qxhost::QxMetadata::CheckEntry(location, longer.data(), longer.size()), qxhost::QxDamage);
+    const std::string endless("abcd\xFF\xFF\xFF\xFF\x0F", 9);
+    EXPECT_THROW(qxhost::QxMetadata::CheckEntry(location, endless.data(), endless.size()), qxhost::QxDamage);
+    const std::string exit("\3abc", 4);
+    qxhost::QxMetadata::CheckExit(location, exit.data(), exit.size());
+    EXPECT_THROW(qxhost::QxMetadata::CheckLog(location, good.data(), good.size()), qxhost::QxDamage);
+}
+
+}  // namespace

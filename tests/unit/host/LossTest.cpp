@@ -1,0 +1,306 @@
+// What was recorded is, exactly, what dumps held plus what was counted as lost: with rings that overflow, with items
+// that span pages, with many threads at full speed, and with writers that are killed.
+#include <qx/recorder.h>
+#include <signal.h>
+#include <sys/mman.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <map>
+#include <new>
+#include <set>
+#include <thread>
+
+#include "HostTest.h"
+#include "QxProcessInfo.h"
+#include "RecordingLog.h"
+
+namespace {
+
+using qx::recorder::Counters;
+using qx::recorder::Mode;
+using qx::recorder::Options;
+
+// Numbers that a child leaves for its parent.
+class Shared {
+public:
+    Shared()
+        : m_memory(::mmap(nullptr, sizeof(Content), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0)),
+          m_content(new (m_memory) Content) {}
+    Shared(const Shared&) = delete;
+    Shared& operator=(const Shared&) = delete;
+    ~Shared() { ::munmap(m_memory, sizeof(Content)); }
+
+    Counters& Counts() { return m_content->counters; }
+    std::atomic<bool>& Stop() { return m_content->stop; }
+
+private:
+    struct Content {
+        Counters counters;
+        std::atomic<bool> stop{false};
+    };
+    void* m_memory;
+    Content* m_content;
+};
+
+// What call n of a thread passes, so that each value that comes out can be told to be one that went in.
+std::string TextOf(std::uint32_t n) {
+    return std::string(n % 7 == 0 ? n % 900 : n % 30, static_cast<char>('a' + n % 26));
+}
+
+std::uint32_t Traced(std::uint32_t thread, std::uint32_t n, std::string& text) {
+    QX_CALL_RETURNS(call, std::uint32_t, "p", "Traced", qx::In(thread), qx::In(n), qx::InOut(text));
+    if (n % 5 == 0) QX_LOG("p", "Log", thread, n);
+    if (n % 11 == 0) {
+        QX_CALL(inner, "p", "Inner", qx::In(thread), qx::In(n));
+        text += "!";
+    }
+    return call.Return(n + 1);
+}
+
+void TraceUntil(std::uint32_t thread, const std::atomic<bool>& stop, std::uint32_t limit) {
+    for (std::uint32_t n = 0; n < limit && !stop.load(std::memory_order_relaxed); ++n) {
+        std::string text = TextOf(n);
+        Traced(thread, n, text);
+    }
+}
+
+void TraceWithThreads(unsigned count, const std::atomic<bool>& stop, std::uint32_t limit) {
+    std::vector<std::thread> threads;
+    for (std::uint32_t t = 0; t < count; ++t) {
+        threads.emplace_back([t, limit, &stop] { TraceUntil(t, stop, limit); });
+    }
+    for (std::thread& thread : threads) thread.join();
+}
+
+class LossTest : public HostTest {
+protected:
+    // Takes a dump, and expects of each call that it went in so and comes out for the first time.
+    void TakeDump(bool first = false) {
+        const DecodedDump dump = Dump("traced", first);
+        for (const IQxData::HSCall& call : dump.calls) {
+            const std::string& method = Method(dump, call.locId);
+            const auto thread = static_cast<std::uint32_t>(Number(call.args.in.at(0)));
+            const auto n = static_cast<std::uint32_t>(Number(call.args.in.at(1)));
+            EXPECT_TRUE(m_seen[method].emplace(thread, n).second) << method << " " << thread << " " << n;
+            if (method == "Traced") ExpectTraced(call, n);
+            EXPECT_FALSE(method == "Log" && call.exitTime != 0);
+            m_exits += call.exitTime != 0 ? 1 : 0;
+            ++m_calls;
+        }
+    }
+
+    // After the last dump.
+    void ExpectExact(const Counters& counters) {
+        const qx::host::Loss loss = Total("traced");
+        ExpectBalanced(loss);
+        EXPECT_EQ(loss.recorded, counters.recorded);
+        EXPECT_EQ(loss.refused, counters.refused);
+        EXPECT_EQ(loss.exits, counters.exits);
+        EXPECT_EQ(loss.exitsRefused, counters.exitsRefused);
+        EXPECT_EQ(loss.delivered, m_calls);
+        EXPECT_EQ(loss.exitsDelivered, m_exits);
+        EXPECT_EQ(loss.held, 0u);
+        EXPECT_EQ(loss.dropped, 0u);
+        EXPECT_TRUE(RecordingLog::Lines().empty());
+    }
+
+    // A child that records until it is stopped, or the calls given, while dumps are taken all the time.
+    void Stress(const Options& options, unsigned threads, std::uint32_t limit) {
+        Shared shared;
+        Signal started;
+        Child child(m_directory, "traced", [&] {
+            EXPECT_TRUE(qx::recorder::Configure(options));
+            started.Send();
+            TraceWithThreads(threads, shared.Stop(), limit);
+            shared.Counts() = qx::recorder::GetCounters();
+        });
+        started.Wait();
+        for (int i = 0; i < 40 || Total("traced").recorded < 20000; ++i) TakeDump(i == 0);
+        shared.Stop() = true;
+        child.Join();
+        TakeDump();
+        ExpectExact(shared.Counts());
+    }
+
+    std::map<std::string, std::set<std::pair<std::uint32_t, std::uint32_t>>> m_seen;
+    std::uint64_t m_calls = 0;
+    std::uint64_t m_exits = 0;
+
+private:
+    static const std::string& Method(const DecodedDump& dump, unsigned locId) {
+        static std::string name;
+        name = dump.data->GetCallLocationWithPID(locId, 77).callerName;
+        return name;
+    }
+
+    static void ExpectTraced(const IQxData::HSCall& call, std::uint32_t n) {
+        const std::string text = TextOf(n);
+        ASSERT_EQ(Bytes(call.args.in.at(2)), text);
+        if (call.exitTime == 0) return;
+        ASSERT_EQ(Bytes(call.args.out.at(0)), n % 11 == 0 ? text + "!" : text);
+        ASSERT_EQ(Number(call.args.ret.at(0)), n + 1);
+        ASSERT_GE(call.exitTime, call.time / 1000 * 1000);
+    }
+};
+
+TEST_F(LossTest, AnOverwrittenRingIsCountedToTheCall) {
+    for (const std::uint32_t limit : {1u, 10u, 31u, 100u, 1000u, 5003u}) {
+        Shared shared;
+        Run("traced", [&] {
+            EXPECT_TRUE(qx::recorder::Configure({256, 8}));
+            TraceUntil(0, shared.Stop(), limit);
+            shared.Counts() = qx::recorder::GetCounters();
+        });
+        m_seen.clear();
+        m_calls = m_exits = 0;
+        TakeDump(true);
+        ExpectExact(shared.Counts());
+        EXPECT_EQ(Total("traced").overwritten, 0u);
+        EXPECT_EQ(Total("traced").beforeFirst > 0, limit > 10);
+        // Whatever else is lost, the newest call is there.
+        EXPECT_EQ(m_seen["Traced"].count({0, limit - 1}), 1u) << limit;
+    }
+}
+
+TEST_F(LossTest, AFullRingThatDiscardsKeepsTheFirstCallsAndGoesOnAfterADump) {
+    Shared shared;
+    Signal go;
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        EXPECT_TRUE(qx::recorder::Configure({256, 8, 1 << 16, Mode::Discard}));
+        std::uint32_t n = 0;
+        for (int round = 0; round < 20; ++round) {
+            for (int i = 0; i < 100; ++i, ++n) {
+                std::string text = TextOf(n);
+                Traced(0, n, text);
+            }
+            done.Send();
+            go.Wait();
+        }
+        shared.Counts() = qx::recorder::GetCounters();
+    });
+    for (int round = 0; round < 20; ++round) {
+        done.Wait();
+        const std::uint64_t before = m_calls;
+        TakeDump(round == 0);
+        EXPECT_GT(m_calls, before);
+        go.Send();
+    }
+    child.Join();
+    TakeDump();
+    ExpectExact(shared.Counts());
+    EXPECT_GT(shared.Counts().refused, 0u);
+    EXPECT_EQ(Total("traced").overwritten + Total("traced").beforeFirst, 0u);
+    EXPECT_EQ(m_seen["Traced"].count({0, 0}), 1u);
+}
+
+TEST_F(LossTest, FullSpeedWhileDumpsAreTakenOverwriting) {
+    Stress({}, 4, ~0u);
+}
+
+TEST_F(LossTest, FullSpeedWhileDumpsAreTakenDiscarding) {
+    Stress({4096, 64, 1 << 20, Mode::Discard}, 4, ~0u);
+}
+
+TEST_F(LossTest, FullSpeedThroughTinyRings) {
+    Stress({256, 16}, 2, ~0u);
+}
+
+TEST_F(LossTest, FullSpeedThroughTinyRingsDiscarding) {
+    Stress({256, 16, 1 << 16, Mode::Discard}, 2, ~0u);
+}
+
+TEST_F(LossTest, ARecorderAndAControlInOneProcess) {
+    ::setenv("QX_RUNTIME_DIR", m_directory.c_str(), 1);
+    ASSERT_TRUE(qx::recorder::Configure({1024, 16}));
+    std::atomic<bool> stop{false};
+    std::thread recorders([&stop] { TraceWithThreads(3, stop, ~0u); });
+    const std::string name = qxhost::QxProcessInfo::OwnName();
+    DecodedDump dump;
+    std::uint64_t calls = 0;
+    for (int i = 0; i < 50; ++i) calls += Dump(name, i == 0).calls.size();
+    stop = true;
+    recorders.join();
+    calls += Dump(name).calls.size();
+    const qx::host::Loss loss = Total(name);
+    ExpectBalanced(loss);
+    EXPECT_EQ(loss.recorded, qx::recorder::GetCounters().recorded);
+    EXPECT_EQ(loss.exits, qx::recorder::GetCounters().exits);
+    EXPECT_EQ(loss.delivered, calls);
+    EXPECT_EQ(loss.dropped, 0u);
+}
+
+TEST_F(LossTest, AProgramKilledAtAnyMomentStaysReadable) {
+    for (int round = 0; round < 25; ++round) {
+        Shared shared;
+        Signal started;
+        Child child(m_directory, "traced", [&] {
+            EXPECT_TRUE(qx::recorder::Configure({512, 8}));
+            std::string text;
+            Traced(9, 0, text);
+            started.Send();
+            TraceWithThreads(2, shared.Stop(), ~0u);
+        });
+        started.Wait();
+        m_seen.clear();
+        m_calls = m_exits = 0;
+        TakeDump(true);
+        ::usleep(static_cast<unsigned>(round * 137 % 1500));
+        child.Kill();
+        TakeDump();
+        const qx::host::Loss loss = Total("traced");
+        ExpectBalanced(loss);
+        EXPECT_EQ(loss.delivered, m_calls);
+        EXPECT_EQ(loss.exitsDelivered, m_exits);
+        EXPECT_EQ(loss.held, 0u);
+        EXPECT_TRUE(Files(".qxrec").empty());
+    }
+    for (const RecordingLog::Line& line : RecordingLog::Lines()) ADD_FAILURE() << line.text;
+}
+
+// One call stays open beside many short ones: they all come out, and it does with its exit as long as the limit allows.
+TEST_F(LossTest, ALongCallBesideShortOnesLosesNothing) {
+    Shared shared;
+    Run("traced", [&] {
+        std::string text = TextOf(1);
+        QX_CALL_RETURNS(call, std::uint32_t, "p", "Traced", qx::In(7u), qx::In(1u), qx::InOut(text));
+        for (std::uint32_t n = 0; n < 3000; ++n) QX_LOG("p", "Log", 0u, n);
+        call.Return(2);
+        shared.Counts() = qx::recorder::GetCounters();
+    });
+    TakeDump(true);
+    ExpectExact(shared.Counts());
+    EXPECT_EQ(m_calls, 3001u);
+    EXPECT_EQ(m_exits, 1u);
+}
+
+// The distance to its entry of an exit that returns after more than 16,382 others needs a word of its own.
+TEST_F(LossTest, AnExitFarFromItsEntryFindsIt) {
+    Shared shared;
+    Run("traced", [&] {
+        EXPECT_TRUE(qx::recorder::Configure({65536, 64}));
+        std::string text = TextOf(1);
+        QX_CALL_RETURNS(call, std::uint32_t, "p", "Traced", qx::In(7u), qx::In(1u), qx::InOut(text));
+        for (std::uint32_t n = 0; n < 20000; ++n) QX_LOG("p", "Log", 0u, n);
+        call.Return(2);
+        shared.Counts() = qx::recorder::GetCounters();
+    });
+    TakeDump(true);
+    ExpectExact(shared.Counts());
+    EXPECT_EQ(m_exits, 1u);
+}
+
+TEST_F(LossTest, PausesLongerThanADeltaHoldsAreKept) {
+    // 4.3 s of pause are not waited for: the first item of a ring has the same form, its time is counted from boot.
+    Run("traced", [] { QX_LOG("p", "Log", 0u, 0u); });
+    struct timespec now {};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    const DecodedDump dump = Dump("traced", true);
+    const auto nowNs = static_cast<unsigned long long>(now.tv_sec) * 1000000000u;
+    EXPECT_GT(dump.calls.at(0).time + 60000000000u, nowNs);
+}
+
+}  // namespace

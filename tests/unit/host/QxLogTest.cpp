@@ -1,0 +1,98 @@
+#include "QxLog.h"
+
+#include <dlog.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdarg>
+#include <sstream>
+#include <thread>
+
+#include "HostTest.h"
+
+namespace {
+
+int Print(qxhost::QxLog& log, int priority, const char* format, ...) __attribute__((format(printf, 3, 4)));
+
+int Print(qxhost::QxLog& log, int priority, const char* format, ...) {
+    std::va_list arguments;
+    va_start(arguments, format);
+    const int result = log.Print(priority, "TAG", format, arguments);
+    va_end(arguments);
+    return result;
+}
+
+class QxLogTest : public HostTest {
+protected:
+    const std::string m_path = m_directory + "/log";
+};
+
+TEST_F(QxLogTest, WritesALineWithPriorityAndTag) {
+    qxhost::QxLog log(m_path);
+    EXPECT_EQ(Print(log, DLOG_DEBUG, "a %d", 1), 11);
+    Print(log, DLOG_INFO, "b");
+    Print(log, DLOG_ERROR, "c");
+    Print(log, 99, "d");
+    EXPECT_EQ(ReadFile(m_path), "D TAG: a 1\nI TAG: b\nE TAG: c\nE TAG: d\n");
+}
+
+TEST_F(QxLogTest, KeepsOneMessageOnOneLine) {
+    qxhost::QxLog log(m_path);
+    Print(log, DLOG_INFO, "a\nE TAG: forged\t\033[2Jb\x7F\n\n");
+    EXPECT_EQ(ReadFile(m_path), "I TAG: a E TAG: forged ?[2Jb?\n");
+}
+
+TEST_F(QxLogTest, CutsALongLine) {
+    qxhost::QxLog log(m_path);
+    Print(log, DLOG_INFO, "%s", std::string(10000, 'x').c_str());
+    const std::string line = ReadFile(m_path);
+    EXPECT_EQ(line.size(), qxhost::QxLog::kLineSize);
+    EXPECT_EQ(line.back(), '\n');
+}
+
+TEST_F(QxLogTest, LinesOfSeveralThreadsNeverMix) {
+    qxhost::QxLog log(m_path);
+    std::vector<std::thread> threads;
+    for (char c = 'a'; c < 'e'; ++c) {
+        threads.emplace_back([&log, c] {
+            for (int i = 0; i < 500; ++i) Print(log, DLOG_INFO, "%s", std::string(100, c).c_str());
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    std::istringstream lines(ReadFile(m_path));
+    int count = 0;
+    for (std::string line; std::getline(lines, line); ++count) {
+        ASSERT_EQ(line.size(), 107u);
+        ASSERT_EQ(line, "I TAG: " + std::string(100, line.back()));
+    }
+    EXPECT_EQ(count, 2000);
+}
+
+TEST_F(QxLogTest, NoneWritesNothing) {
+    qxhost::QxLog log("none");
+    EXPECT_EQ(Print(log, DLOG_ERROR, "x"), 0);
+}
+
+TEST_F(QxLogTest, TheFileIsPrivateAndAppendedTo) {
+    WriteFile(m_path, "before\n");
+    qxhost::QxLog log(m_path);
+    Print(log, DLOG_ERROR, "x");
+    EXPECT_EQ(ReadFile(m_path), "before\nE TAG: x\n");
+    ::unlink(m_path.c_str());
+    qxhost::QxLog newLog(m_path);
+    struct stat status {};
+    ASSERT_EQ(::stat(m_path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 0777, 0600u);
+}
+
+TEST_F(QxLogTest, FollowsNoLinkToAnotherFile) {
+    WriteFile(m_directory + "/other", "");
+    ASSERT_EQ(::symlink((m_directory + "/other").c_str(), m_path.c_str()), 0);
+    testing::internal::CaptureStderr();
+    qxhost::QxLog log(m_path);
+    Print(log, DLOG_ERROR, "x");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "E TAG: x\n");
+    EXPECT_EQ(ReadFile(m_directory + "/other"), "");
+}
+
+}  // namespace
