@@ -22,7 +22,7 @@ std::string QxCatalog::TypeName(const QxType& type, const View& view) const {
 // name.
 std::string QxCatalog::AddDescriptor(const QxDescriptor& descriptor, const View& view) {
     for (unsigned attempt = 1;; ++attempt) {
-        const std::string name = attempt == 1 ? descriptor.name : descriptor.name + "#" + std::to_string(attempt);
+        std::string name = attempt == 1 ? descriptor.name : descriptor.name + "#" + std::to_string(attempt);
         const std::string item = EncodeDescriptor(descriptor, name, view);
         const auto [place, isNew] = m_types.emplace(name, item);
         if (isNew) AppendItem(m_descriptorItems, dumpformat::kCompArgItem, item);

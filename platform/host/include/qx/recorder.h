@@ -299,7 +299,7 @@ struct Value<T, std::enable_if_t<kIsText<T>>> {
     static void EncodeMember(Encoder& encoder, const T& value) noexcept { Encode(encoder, value); }
 };
 
-template <class T>
+template <class T>  // the size asks whether the trait is defined. NOLINTNEXTLINE(bugprone-sizeof-expression)
 struct Value<T, std::enable_if_t<(sizeof(StructTrait<T>) > 0)>> {
     static std::vector<Member> Members(Location& location) {
         std::vector<Member> members;
