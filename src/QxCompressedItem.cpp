@@ -1,11 +1,10 @@
 #include "QxCompressedItem.h"
 
 #include <algorithm>
-#include <boost/iostreams/concepts.hpp>
+#include <boost/iostreams/device/array.hpp>
 #include <boost/iostreams/filter/bzip2.hpp>
 #include <boost/iostreams/filtering_streambuf.hpp>
 #include <cstdint>
-#include <stdexcept>
 
 #include "QxFormat.h"
 #include "QxParser.h"
@@ -14,58 +13,46 @@ namespace {
 
 namespace io = boost::iostreams;
 
+constexpr std::streamsize kPieceSize = 4096;
+
 struct Unpacked {
     std::vector<char> bytes;
-    std::uint64_t limit = 0;
-    bool exceeded = false;
+    bool whole = false;     // false: the bzip2 stream is damaged
+    bool exceeded = false;  // more came out than `limit`; the bytes are cut there
 };
 
-// Gathers what the decompressor gives out, up to the limit.
-class LimitedSink final : public io::sink {
-public:
-    explicit LimitedSink(Unpacked& unpacked) : m_unpacked(&unpacked) {}
-
-    std::streamsize write(const char* bytes, std::streamsize count) {
-        if (static_cast<std::uint64_t>(count) > m_unpacked->limit - m_unpacked->bytes.size()) {
-            m_unpacked->exceeded = true;
-            throw std::runtime_error("bzip2 stream unpacks to too much");
-        }
-        m_unpacked->bytes.insert(m_unpacked->bytes.end(), bytes, bytes + count);
-        return count;
-    }
-
-private:
-    Unpacked* m_unpacked;
-};
-
-void Decompress(const std::vector<char>& payload, Unpacked& unpacked) {
-    io::filtering_streambuf<io::output> chain;
+// The decompressor is read from, not written into: a chain that is written into hands its rest to the decompressor once
+// more when it is torn down, and libbz2 does not bear being called again after it found damage.
+void Decompress(const std::vector<char>& payload, std::uint64_t limit, Unpacked& unpacked) {
+    io::filtering_streambuf<io::input> chain;
     chain.push(io::bzip2_decompressor());
-    chain.push(LimitedSink(unpacked));
-    const auto size = static_cast<std::streamsize>(payload.size());
-    std::streamsize written = 0;
-    while (written < size) {
-        const std::streamsize accepted = chain.sputn(payload.data() + written, size - written);
-        if (accepted <= 0) throw std::runtime_error("bzip2 stream is not accepted");
-        written += accepted;
+    chain.push(io::array_source(payload.data(), payload.size()));
+    char piece[kPieceSize];
+    for (;;) {
+        const std::streamsize count = chain.sgetn(piece, kPieceSize);
+        if (count <= 0) return;
+        const auto size = static_cast<std::size_t>(count);
+        unpacked.exceeded = size > limit - unpacked.bytes.size();
+        if (unpacked.exceeded) return;
+        unpacked.bytes.insert(unpacked.bytes.end(), piece, piece + size);
     }
-    io::close(chain);
 }
 
 }  // namespace
 
 int QxCompressedItem::Append(std::vector<char>& payload, QxParser* parser) {
     Unpacked unpacked;
-    unpacked.limit = std::min(parser->Budget().UnpackedLeft(), qxformat::kMaxUnpackedBytes);
-    bool whole = true;
+    const std::uint64_t limit = std::min(parser->Budget().UnpackedLeft(), qxformat::kMaxUnpackedBytes);
     try {
-        Decompress(payload, unpacked);
+        Decompress(payload, limit, unpacked);
+        unpacked.whole = !payload.empty();
     } catch (...) {
-        whole = false;
+        // Whatever the decompressor throws drops the item; the message below says so.
+        unpacked.whole = false;
     }
-    // One byte more than the limit makes the budget refuse.
-    parser->Budget().TakeUnpacked(unpacked.exceeded ? unpacked.limit + 1 : unpacked.bytes.size());
-    if (whole) {
+    // One byte more than there is makes the budget refuse.
+    parser->Budget().TakeUnpacked(unpacked.exceeded ? limit + 1 : unpacked.bytes.size());
+    if (unpacked.whole) {
         parser->ParseNested(unpacked.bytes);
     } else {
         parser->Log().Print("Append", __LINE__, Info, "boost::exception occurs !! IGNORE THIS PACKET");
