@@ -7,6 +7,8 @@ set(triple arm-linux-gnueabihf)
 set(CMAKE_C_COMPILER ${triple}-gcc)
 set(CMAKE_CXX_COMPILER ${triple}-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE ${triple})
+# Notes on how arguments were passed by compilers before version 7: all of the code is built with one compiler.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES QX_SYSROOT)
 if(QX_SYSROOT)
