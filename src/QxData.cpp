@@ -7,8 +7,11 @@ QxData::QxData() {
     QxData::clear();
 }
 
+// A load that failed leaves the slot on the element that was open there, somewhere below the top element.
 QxData::~QxData() {
-    delete m_script;
+    _HSScriptPtr* top = m_script;
+    while (top != nullptr && top->parent != nullptr) top = top->parent;
+    delete top;
 }
 
 void QxData::clear() {

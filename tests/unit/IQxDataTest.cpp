@@ -2,13 +2,13 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <malloc.h>
 
 #include <cstddef>
 #include <set>
 #include <string>
 #include <type_traits>
 
+#include "HeldBytes.h"
 #include "VirtualSlots.h"
 
 namespace {
@@ -18,12 +18,6 @@ using Element = IQxData::_HSScriptPtr;
 
 using testing::ElementsAre;
 using testing::Pair;
-
-// Bytes that the program holds; a sanitizer's allocator may answer 0, and finds what is not freed by itself.
-std::size_t BytesHeld() {
-    const struct mallinfo2 info = mallinfo2();
-    return info.uordblks + info.hblkhd;
-}
 
 Element* Child(Element& parent, std::size_t nameSize) {
     auto* const child = new Element;
@@ -222,7 +216,7 @@ TEST(HSScriptPtr, AppendCopiesItsTexts) {
 
 TEST(HSScriptPtr, DestroyingFreesAllButNullChildren) {
     constexpr std::size_t kMiB = 1 << 20;
-    const std::size_t before = BytesHeld();
+    const std::size_t before = HeldBytes();
     {
         Element root;
         Child(root, kMiB);
@@ -232,7 +226,7 @@ TEST(HSScriptPtr, DestroyingFreesAllButNullChildren) {
         last->children.push_back(nullptr);
         Child(*Child(*last, kMiB), kMiB);
     }
-    EXPECT_LT(BytesHeld(), before + kMiB / 2);
+    EXPECT_LT(HeldBytes(), before + kMiB / 2);
 }
 
 TEST(HSScriptPtr, DestroysTreesDeeperThanTheStack) {

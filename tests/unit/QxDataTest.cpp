@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "Expose.h"
+#include "HeldBytes.h"
 #include "SystemCalls.h"
 
 // Parts of the store that no operation reads back.
@@ -221,6 +222,26 @@ TEST_F(QxDataTest, ScriptSlotIsHandedOutTwice) {
     LoadScript(m_store, "Scenario");
     EXPECT_EQ((*returned)->name, "Scenario");
     EXPECT_EQ(m_store.GetScript(&out), returned);
+}
+
+// A script that could not be loaded to its end leaves the slot below the top element.
+TEST(QxData, FreesTheWholeTreeWhereverTheSlotStands) {
+    constexpr std::size_t kMiB = 1 << 20;
+    const std::size_t before = HeldBytes();
+    {
+        QxData store;
+        LoadScript(store, std::string(kMiB, 'x'));
+        IQxData::_HSScript* slot = nullptr;
+        store.GetScript(&slot);
+        for (int depth = 0; depth < 2; ++depth) {
+            auto* const child = new IQxData::_HSScriptPtr;
+            child->name.assign(kMiB, 'y');
+            child->parent = *slot;
+            (*slot)->children.push_back(child);
+            *slot = child;
+        }
+    }
+    EXPECT_LT(HeldBytes(), before + kMiB / 2);
 }
 
 TEST_F(QxDataTest, LocationsAreKeptByProcessAndNumber) {
