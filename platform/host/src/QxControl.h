@@ -61,7 +61,7 @@ private:
 
     const std::string m_directory;
     std::mutex m_mutex;  // guards all below
-    QxTidPool m_tids;  // outlives the readers, which give back what they took
+    QxTidPool m_tids;    // outlives the readers, which give back what they took
     std::map<std::string, Program> m_programs;
     std::uint64_t m_openCallLimitNs = 5000000000;
     bool m_hasCleaned = false;

@@ -10,8 +10,9 @@
 // the item before it in nanoseconds (0 for the first item that starts in a page: the page's header has its base time).
 //
 // A writer may be killed between any two stores, and a reader may copy at any moment. Therefore a value that must be
-// seen whole is stored twice (the reader takes it when both agree), items count only once the committed position has
-// passed them, and the number of opened pages is raised before the first word of the page changes.
+// seen whole is stored twice (the reader takes it when both agree, or when it stands still), items count only once the
+// committed position has passed them, and the number of opened pages is raised before the first word of the page
+// changes.
 #pragma once
 
 #include <atomic>

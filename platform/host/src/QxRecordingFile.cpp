@@ -17,7 +17,7 @@ using namespace qxlayout;
 
 namespace {
 
-// A value may be caught between its two stores; so often in a row only in a recording that is not one.
+// So often in a row a value is only caught in the middle of a store where somebody makes a game of it.
 constexpr int kMaxAttempts = 10000;
 
 // FIFOs must not block, links not lead elsewhere.
@@ -78,15 +78,31 @@ std::uint64_t QxRecordingFile::ReadRefused() const {
     return refused;
 }
 
-std::size_t QxRecordingFile::ReadMetaUsed() const {
+// A copy may catch a value in the middle of a store, so it counts when it agrees with its second store. A writer that
+// was killed or stopped between the two leaves them different; then the value stands still, and a copy that is like the
+// one before was not caught in a store either. The first store is valid by itself.
+template <std::size_t Count>
+std::array<std::uint64_t, Count> QxRecordingFile::ReadSettled(std::uint64_t offset,
+                                                              std::initializer_list<std::size_t> pairs) const {
+    std::array<std::uint64_t, Count> words{};
+    std::array<std::uint64_t, Count> before{};
     for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
-        std::array<std::uint64_t, 2> used{};
-        Read(kHeaderMetaUsed * sizeof(Word), used.data(), sizeof(used));
-        if (used[0] != used[1]) continue;
-        if (used[0] > m_geometry.metaSize) break;
-        return static_cast<std::size_t>(used[0]);
+        Read(offset, words.data(), sizeof(words));
+        bool isSettled = true;
+        for (const std::size_t pair : pairs) {
+            const bool isStill = attempt > 0 && words[pair] == before[pair] && words[pair + 1] == before[pair + 1];
+            isSettled = isSettled && (words[pair] == words[pair + 1] || isStill);
+        }
+        if (isSettled) return words;
+        before = words;
     }
-    throw QxDamage("its metadata has no valid size");
+    throw QxDamage("a position does not settle");
+}
+
+std::size_t QxRecordingFile::ReadMetaUsed() const {
+    const auto used = ReadSettled<2>(kHeaderMetaUsed * sizeof(Word), {0});
+    if (used[0] > m_geometry.metaSize) throw QxDamage("its metadata has no valid size");
+    return static_cast<std::size_t>(used[0]);
 }
 
 std::string QxRecordingFile::ReadMeta(std::size_t offset, std::size_t size) const {
@@ -96,14 +112,7 @@ std::string QxRecordingFile::ReadMeta(std::size_t offset, std::size_t size) cons
 }
 
 QxRecordingFile::Slot QxRecordingFile::ReadSlot(std::size_t slot) const {
-    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
-        Slot words{};
-        Read(Geometry::SlotOffset(slot), words.data(), sizeof(words));
-        if (words[kSlotCommitted] == words[kSlotCommittedAgain] && words[kSlotOpened] == words[kSlotOpenedAgain]) {
-            return words;
-        }
-    }
-    throw QxDamage("a ring has no valid position");
+    return ReadSettled<kSlotWords>(Geometry::SlotOffset(slot), {kSlotCommitted, kSlotOpened});
 }
 
 void QxRecordingFile::ReadPages(std::size_t slot, std::uint64_t firstPage, std::size_t count,

@@ -6,6 +6,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 
 #include "QxFd.h"
@@ -34,7 +35,7 @@ public:
     std::size_t ReadMetaUsed() const;
     std::string ReadMeta(std::size_t offset, std::size_t size) const;
 
-    // The words of a slot. The values that are stored twice agree.
+    // The words of a slot. Of the values that are stored twice, the first one is whole.
     Slot ReadSlot(std::size_t slot) const;
 
     // Copies a run of pages of a slot's ring, by their places in it, to `out`. The run may go over the ring's end.
@@ -47,6 +48,8 @@ public:
 private:
     void Read(std::uint64_t offset, void* out, std::size_t size) const;
     void ReadHeader();
+    template <std::size_t Count>
+    std::array<std::uint64_t, Count> ReadSettled(std::uint64_t offset, std::initializer_list<std::size_t> pairs) const;
 
     QxFileName m_name;
     QxFd m_fd;

@@ -1,7 +1,9 @@
 // Which recordings the control finds, what it writes of them and when.
 #include <fcntl.h>
 #include <qx/recorder.h>
+#include <sched.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -369,6 +371,23 @@ TEST_F(ControlTest, WhatADumpThatCannotBeWrittenHeldComesWithTheNextOne) {
     EXPECT_EQ(Total("traced").delivered, 2u);
     go.Send();
     child.Join();
+}
+
+TEST_F(ControlTest, AReadOnlyDirectoryGivesNoDumpAndLosesNone) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can make a file system read-only";
+    Run("traced", [] { Note(1); });
+    Run("reader", [this] {
+        const char* path = m_directory.c_str();
+        if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return;
+        ASSERT_EQ(::mount(path, path, nullptr, MS_BIND, nullptr), 0);
+        ASSERT_EQ(::mount(nullptr, path, nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr), 0);
+        EXPECT_FALSE(Dump("traced", true).exists);
+        ASSERT_EQ(RecordingLog::Lines().size(), 1u);
+        EXPECT_NE(RecordingLog::Lines()[0].text.find("cannot be written: Read-only file system"), std::string::npos);
+        ASSERT_EQ(::mount(nullptr, path, nullptr, MS_REMOUNT | MS_BIND, nullptr), 0);
+        EXPECT_EQ(Values(Dump("traced")), Numbers{1});
+        ExpectBalanced(Total("traced"));
+    });
 }
 
 TEST_F(ControlTest, FilesThatAreNoRecordingsOfThisUserAreRefused) {

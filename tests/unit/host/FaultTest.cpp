@@ -51,8 +51,9 @@ protected:
         qxhost::QxControl control(m_directory);
         std::vector<char> path;
         RecordingLog::Clear();
+        m_calls = 0;
         if (control.getQxBufferDump(path, "traced", true)) {
-            Decode("traced", ReadFile(std::string(path.begin(), path.end())));
+            m_calls = Decode("traced", ReadFile(std::string(path.begin(), path.end()))).calls.size();
         }
         if (RecordingLog::Lines().empty()) return;
         EXPECT_EQ(RecordingLog::Lines()[0].text.find("recording traced."), 0u);
@@ -69,6 +70,7 @@ protected:
 
     std::string m_path;
     std::string m_good;
+    std::size_t m_calls = 0;  // of the last reading
     int m_givenUp = 0;
 };
 
@@ -106,6 +108,20 @@ TEST_F(FaultTest, BothWordsOfAPairMayBeAnything) {
         }
     }
     EXPECT_GT(m_givenUp, 0);
+}
+
+// A writer that is killed between the two stores of a position leaves the second one behind.
+TEST_F(FaultTest, AWriterKilledBetweenTwoStoresLosesNothing) {
+    Read(m_good);
+    const std::size_t whole = m_calls;
+    ASSERT_GT(whole, 0u);
+    for (const std::size_t second :
+         {Geometry::SlotOffset(0) + kSlotCommittedAgain * sizeof(Word),
+          Geometry::SlotOffset(0) + kSlotOpenedAgain * sizeof(Word), kHeaderMetaUsedAgain * sizeof(Word)}) {
+        ReadWith(second, 7);
+        EXPECT_EQ(m_calls, whole);
+    }
+    EXPECT_EQ(m_givenUp, 0);
 }
 
 TEST_F(FaultTest, EveryWordOfAPageMayBeAnything) {

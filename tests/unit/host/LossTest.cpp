@@ -7,10 +7,10 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdlib>
 #include <map>
 #include <new>
-#include <set>
 #include <thread>
 
 #include "HostTest.h"
@@ -84,7 +84,7 @@ protected:
             const std::string& method = Method(dump, call.locId);
             const auto thread = static_cast<std::uint32_t>(Number(call.args.in.at(0)));
             const auto n = static_cast<std::uint32_t>(Number(call.args.in.at(1)));
-            EXPECT_TRUE(m_seen[method].emplace(thread, n).second) << method << " " << thread << " " << n;
+            EXPECT_TRUE(IsNew(method, thread, n)) << method << " " << thread << " " << n;
             if (method == "Traced") ExpectTraced(call, n);
             EXPECT_FALSE(method == "Log" && call.exitTime != 0);
             m_exits += call.exitTime != 0 ? 1 : 0;
@@ -107,25 +107,37 @@ protected:
         EXPECT_TRUE(RecordingLog::Lines().empty());
     }
 
-    // A child that records until it is stopped, or the calls given, while dumps are taken all the time.
-    void Stress(const Options& options, unsigned threads, std::uint32_t limit) {
+    // A child that records at full speed until it is stopped, while dumps are taken all the time.
+    void Stress(const Options& options, unsigned threads, int seconds = 0) {
         Shared shared;
         Signal started;
         Child child(m_directory, "traced", [&] {
             EXPECT_TRUE(qx::recorder::Configure(options));
             started.Send();
-            TraceWithThreads(threads, shared.Stop(), limit);
+            TraceWithThreads(threads, shared.Stop(), ~0u);
             shared.Counts() = qx::recorder::GetCounters();
         });
         started.Wait();
-        for (int i = 0; i < 40 || Total("traced").recorded < 20000; ++i) TakeDump(i == 0);
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(seconds);
+        for (int i = 0; i < 20 || Total("traced").recorded < 20000 || std::chrono::steady_clock::now() < end; ++i) {
+            TakeDump(i == 0);
+            if (HasFailure()) break;
+        }
         shared.Stop() = true;
         child.Join();
         TakeDump();
         ExpectExact(shared.Counts());
     }
 
-    std::map<std::string, std::set<std::pair<std::uint32_t, std::uint32_t>>> m_seen;
+    bool IsNew(const std::string& method, std::uint32_t thread, std::uint32_t n) {
+        std::vector<bool>& seen = m_seen[method][thread];
+        if (seen.size() <= n) seen.resize(n + 1);
+        if (seen[n]) return false;
+        seen[n] = true;
+        return true;
+    }
+
+    std::map<std::string, std::map<std::uint32_t, std::vector<bool>>> m_seen;  // by method and thread
     std::uint64_t m_calls = 0;
     std::uint64_t m_exits = 0;
 
@@ -161,7 +173,7 @@ TEST_F(LossTest, AnOverwrittenRingIsCountedToTheCall) {
         EXPECT_EQ(Total("traced").overwritten, 0u);
         EXPECT_EQ(Total("traced").beforeFirst > 0, limit > 10);
         // Whatever else is lost, the newest call is there.
-        EXPECT_EQ(m_seen["Traced"].count({0, limit - 1}), 1u) << limit;
+        EXPECT_FALSE(IsNew("Traced", 0, limit - 1)) << limit;
     }
 }
 
@@ -194,23 +206,29 @@ TEST_F(LossTest, AFullRingThatDiscardsKeepsTheFirstCallsAndGoesOnAfterADump) {
     ExpectExact(shared.Counts());
     EXPECT_GT(shared.Counts().refused, 0u);
     EXPECT_EQ(Total("traced").overwritten + Total("traced").beforeFirst, 0u);
-    EXPECT_EQ(m_seen["Traced"].count({0, 0}), 1u);
+    EXPECT_FALSE(IsNew("Traced", 0, 0));
 }
 
-TEST_F(LossTest, FullSpeedWhileDumpsAreTakenOverwriting) {
-    Stress({}, 4, ~0u);
+// Set QX_STRESS_SECONDS to let the tests at full speed with eight threads run for longer.
+int StressSeconds() {
+    const char* seconds = std::getenv("QX_STRESS_SECONDS");
+    return seconds != nullptr ? std::atoi(seconds) : 1;
 }
 
-TEST_F(LossTest, FullSpeedWhileDumpsAreTakenDiscarding) {
-    Stress({4096, 64, 1 << 20, Mode::Discard}, 4, ~0u);
+TEST_F(LossTest, EightThreadsAtFullSpeedOverwriting) {
+    Stress({}, 8, StressSeconds());
 }
 
-TEST_F(LossTest, FullSpeedThroughTinyRings) {
-    Stress({256, 16}, 2, ~0u);
+TEST_F(LossTest, EightThreadsAtFullSpeedDiscarding) {
+    Stress({4096, 64, 1 << 20, Mode::Discard}, 8, StressSeconds());
+}
+
+TEST_F(LossTest, FullSpeedThroughTinyRingsOverwriting) {
+    Stress({256, 16}, 2);
 }
 
 TEST_F(LossTest, FullSpeedThroughTinyRingsDiscarding) {
-    Stress({256, 16, 1 << 16, Mode::Discard}, 2, ~0u);
+    Stress({256, 16, 1 << 16, Mode::Discard}, 2);
 }
 
 TEST_F(LossTest, ARecorderAndAControlInOneProcess) {
@@ -234,7 +252,7 @@ TEST_F(LossTest, ARecorderAndAControlInOneProcess) {
 }
 
 TEST_F(LossTest, AProgramKilledAtAnyMomentStaysReadable) {
-    for (int round = 0; round < 25; ++round) {
+    for (int round = 0; round < 50; ++round) {
         Shared shared;
         Signal started;
         Child child(m_directory, "traced", [&] {
@@ -275,6 +293,38 @@ TEST_F(LossTest, ALongCallBesideShortOnesLosesNothing) {
     ExpectExact(shared.Counts());
     EXPECT_EQ(m_calls, 3001u);
     EXPECT_EQ(m_exits, 1u);
+}
+
+// The scale of a call of 7 s beside 1,000 short ones a second, with a limit of 5 s.
+TEST_F(LossTest, ACallOpenBeyondTheLimitLosesItsExitAndNothingElse) {
+    m_control->SetOpenCallLimit(500);
+    Shared shared;
+    Child child(m_directory, "traced", [&] {
+        std::string text = TextOf(1);
+        QX_CALL_RETURNS(call, std::uint32_t, "p", "Traced", qx::In(7u), qx::In(1u), qx::InOut(text));
+        std::thread([&] {
+            for (std::uint32_t n = 0; n < 700; ++n) {
+                QX_CALL(inner, "p", "Inner", qx::In(0u), qx::In(n));
+                ::usleep(1000);
+            }
+        }).join();
+        call.Return(2);
+        shared.Counts() = qx::recorder::GetCounters();
+        shared.Stop() = true;
+    });
+    while (Files(".qxrec").empty()) std::this_thread::yield();
+    TakeDump(true);
+    while (!shared.Stop()) {
+        TakeDump();
+        ::usleep(50000);
+    }
+    child.Join();
+    TakeDump();
+    ExpectExact(shared.Counts());
+    EXPECT_EQ(m_calls, 701u);
+    EXPECT_EQ(Total("traced").delivered, 701u);
+    EXPECT_EQ(Total("traced").exitsDelivered, 700u);
+    EXPECT_EQ(Total("traced").exitsDropped, 1u);
 }
 
 // The distance to its entry of an exit that returns after more than 16,382 others needs a word of its own.

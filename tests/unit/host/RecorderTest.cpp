@@ -1,4 +1,5 @@
 // What a program records, as a tracker decodes it.
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <qx/recorder.h>
 #include <sched.h>
@@ -534,6 +535,41 @@ TEST_F(RecorderTest, NonsenseInTheEnvironmentIsIgnored) {
         for (int i = 0; i < 1000; ++i) Note(i);
     });
     EXPECT_EQ(Dump("traced", true).calls.size(), 1000u);
+}
+
+// Loads the plugin, records through it, also on a thread that outlives it, and unloads it.
+void UsePlugin(int value) {
+    void* plugin = ::dlopen(QX_TEST_PLUGIN, RTLD_NOW);
+    ASSERT_NE(plugin, nullptr) << ::dlerror();
+    const auto record = reinterpret_cast<void (*)(int)>(::dlsym(plugin, "RecordInPlugin"));
+    ASSERT_NE(record, nullptr);
+    record(value);
+    Gate recorded(2);
+    Gate unloaded(2);
+    std::thread thread([&] {
+        record(value + 1);
+        recorded.Pass();
+        unloaded.Pass();
+    });
+    recorded.Pass();
+    EXPECT_EQ(::dlclose(plugin), 0);
+    EXPECT_EQ(::dlopen(QX_TEST_PLUGIN, RTLD_NOW | RTLD_NOLOAD), nullptr);
+    unloaded.Pass();
+    thread.join();
+}
+
+TEST_F(RecorderTest, APluginMayBeLoadedAndUnloadedForEver) {
+    constexpr int kRounds = 200;
+    Run("traced", [] {
+        for (int i = 0; i < kRounds; ++i) UsePlugin(2 * i);
+    });
+    const DecodedDump dump = Dump("traced", true);
+    ASSERT_EQ(dump.calls.size(), 2u * kRounds);
+    for (std::size_t i = 0; i < dump.calls.size(); ++i) {
+        EXPECT_EQ(Number(dump.calls[i].args.in.at(0)), i);
+        // Coming back, a call site is known again and takes no room.
+        EXPECT_EQ(dump.calls[i].locId, 1u);
+    }
 }
 
 template <int N>
