@@ -1,0 +1,97 @@
+#include <map>
+#include <utility>
+
+#include "Checks.h"
+#include "Common.h"
+#include "Text.h"
+
+namespace qxlt {
+
+namespace {
+
+constexpr std::size_t kCommandName = 15;  // bytes that the system keeps of a process's name
+
+void CheckProcess(const ScriptElement& action, Findings& findings) {
+    const ScriptAttribute* const process = action.Find("process");
+    if (process == nullptr) return;
+    if (process->value.empty()) {
+        findings.Add(CheckId::EmptyProcessName, action, process->valuePlace,
+                     "the process has no name: loading waits for it without end");
+    }
+    if (process->value.size() <= kCommandName) return;
+    findings.Add(CheckId::LongProcessName, action, process->valuePlace,
+                 "the process name has " + std::to_string(process->value.size()) + " bytes; only " +
+                     Quoted(process->value.substr(0, kCommandName)) + " is matched");
+}
+
+void CheckParts(const ScenarioAction& action, Findings& findings) {
+    const ScriptElement& element = *action.element;
+    if (action.methods.empty()) {
+        findings.Add(CheckId::ActionWithoutMethod, element, element.place,
+                     "action without method, so that none of its events is evaluated");
+    }
+    if (action.events.empty()) {
+        findings.Add(CheckId::ActionWithoutEvent, element, element.place,
+                     "action without event, so that it raises none");
+    }
+    if (!action.inheritsName) return;
+    findings.Add(CheckId::ActionWithoutName, element, element.place,
+                 action.name.empty()
+                     ? "action without name is subscribed under the empty name"
+                     : "action without name takes " + Quoted(action.name) + ", the name of the one before it");
+}
+
+void CheckMethod(const ScriptElement& method, Findings& findings) {
+    if (method.attributes.empty()) {
+        findings.Add(CheckId::MethodWithoutAttribute, method, method.place,
+                     "method without attribute, which matches no call", Written("name", "..."));
+        return;
+    }
+    const ScriptAttribute& first = MethodName(method);
+    const ScriptAttribute* const name = method.Find("name");
+    if (name != nullptr && name != &first) {
+        findings.Add(CheckId::MethodNameNotFirst, method, first.place,
+                     "the first attribute is the method's name, and that is " + Quoted(first.value) + " here",
+                     Written("name", name->value) + " in front");
+    } else if (first.value.empty()) {
+        findings.Add(CheckId::EmptyMethodName, method, first.valuePlace,
+                     "an empty method name matches only calls whose call site is unknown");
+    }
+}
+
+// A method is subscribed once under an action name: the first action has it.
+class Subscriptions final {
+public:
+    explicit Subscriptions(Findings& findings) : m_findings(findings) {}
+
+    void Add(const ScenarioAction& action, const ScriptElement& method) {
+        if (method.attributes.empty()) return;
+        const ScriptAttribute& name = MethodName(method);
+        const auto [entry, isNew] = m_first.emplace(std::pair(name.value, action.name), &method);
+        if (isNew) return;
+        const ScriptElement& first = *entry->second;
+        m_findings.Add(CheckId::MethodTwice, method, name.valuePlace,
+                       Quoted(name.value) + " is already subscribed under the action name " + Quoted(action.name) +
+                           " (" + Place(first.script->File(), first.place.line) + "), so that this one is dropped");
+    }
+
+private:
+    Findings& m_findings;
+    std::map<std::pair<std::string, std::string>, const ScriptElement*> m_first;
+};
+
+}  // namespace
+
+void CheckActions(const ScenarioOutline& outline, Findings& findings) {
+    Subscriptions subscriptions(findings);
+    for (const ScenarioAction& action : outline.Actions()) {
+        CheckProcess(*action.element, findings);
+        CheckParts(action, findings);
+        for (const ScriptElement* const method : action.methods) {
+            CheckMethod(*method, findings);
+            subscriptions.Add(action, *method);
+        }
+    }
+}
+
+}  // namespace qxlt

@@ -1,0 +1,90 @@
+#include <algorithm>
+
+#include "Checks.h"
+#include "EventWords.h"
+#include "ScriptNumber.h"
+
+namespace qxlt {
+
+namespace {
+
+const std::vector<std::string> kTags = {"IN", "OUT", "RET", "NONE"};
+const std::vector<std::string> kTypes = {"STRING", "INT"};
+const std::vector<std::string> kWatches = {"ALWAYS", "CHANGED", "CONDITIONAL", "D-CONDITIONAL"};
+const std::vector<std::string> kConditions = {"==", "!=", ">", "<", "range"};
+const std::vector<std::string> kConditionTypes = {"AND", "OR"};
+
+std::string Listed(const std::vector<std::string>& words) {
+    std::string text;
+    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+    return text;
+}
+
+// An attribute that is missing or empty is a choice, a word that nothing knows is not.
+void CheckWord(CheckId id, const ScriptElement& event, const char* attribute, const std::vector<std::string>& known,
+               Findings& findings) {
+    const std::string& word = event.Value(attribute);
+    if (word.empty() || std::find(known.begin(), known.end(), word) != known.end()) return;
+    findings.Add(id, event, ValuePlace(event, attribute),
+                 std::string(attribute) + " " + Quoted(word) + " is none of " + Listed(known), Meant(word, known));
+}
+
+void CheckIndex(const EventWords& event, Findings& findings) {
+    if (!event.HasSource()) return;
+    const ScriptElement& element = event.Element();
+    const TextPlace place = ValuePlace(element, "value");
+    const std::string& text = event["value"];
+    const std::optional<ScriptNumber> index = ReadIndex(text);
+    if (!index || index->value < 0) {
+        findings.Add(CheckId::BadIndex, element, place,
+                     text.empty() ? "value is missing: which argument is meant?"
+                                  : "value " + Quoted(text) + " is no index, which is a number from 0",
+                     Written("value", "0"));
+        return;
+    }
+    if (!index->rest.empty()) {
+        findings.Add(CheckId::TextAfterNumber, element, place,
+                     "value " + Quoted(text) + " reads as " + std::to_string(index->value),
+                     Written("value", std::to_string(index->value)));
+    }
+    if (event.Is("tag", "RET") && index->value != 0) {
+        findings.Add(CheckId::ReturnIndex, element, place,
+                     "a call has one result: index " + std::to_string(index->value) + " is never there",
+                     Written("value", "0"));
+    }
+}
+
+// A comparison of numbers without a tag is an error of its own.
+void CheckSource(const EventWords& event, Findings& findings) {
+    const ScriptElement& element = event.Element();
+    if (event.Has("tag") || (event.IsConditional() && event.ComparesNumbers())) return;
+    if (!event.Has("value") && !event.Has("type")) return;
+    findings.Add(CheckId::ValueWithoutTag, element, element.place,
+                 "tag is missing, so that the value is empty and value and type are ignored", Written("tag", "IN"));
+}
+
+}  // namespace
+
+void CheckEvents(const ScenarioOutline& outline, Findings& findings) {
+    for (const ScenarioAction& action : outline.Actions()) {
+        for (const ScriptElement* const element : action.events) {
+            const EventWords event(*element);
+            if (!event.Has("name")) {
+                findings.Add(CheckId::EventWithoutName, *element, element->place, "event without name");
+            }
+            CheckWord(CheckId::UnknownTag, *element, "tag", kTags, findings);
+            CheckWord(CheckId::UnknownType, *element, "type", kTypes, findings);
+            CheckWord(CheckId::UnknownWatch, *element, "watch", kWatches, findings);
+            if (event.IsConditional()) {
+                CheckWord(CheckId::UnknownCondition, *element, "condition", kConditions, findings);
+            }
+            if (event.IsConditional() && event.ComparesEach()) {
+                CheckWord(CheckId::UnknownConditionType, *element, "conditionType", kConditionTypes, findings);
+            }
+            CheckIndex(event, findings);
+            CheckSource(event, findings);
+        }
+    }
+}
+
+}  // namespace qxlt

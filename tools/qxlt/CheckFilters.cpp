@@ -1,0 +1,85 @@
+#include "Checks.h"
+#include "EventWords.h"
+#include "ScriptNumber.h"
+
+namespace qxlt {
+
+namespace {
+
+void CheckDatakey(const EventWords& event, Findings& findings) {
+    const ScriptElement& element = event.Element();
+    const std::string& datakey = event["datakey"];
+    if (!event.Has("filter")) {
+        if (datakey.empty()) return;
+        findings.Add(CheckId::DatakeyWithoutFilter, element, NamePlace(element, "datakey"),
+                     "datakey without filter is ignored", Written("filter", datakey.substr(0, datakey.find('&'))));
+        return;
+    }
+    const TextPlace place = ValuePlace(element, "datakey");
+    const std::size_t join = datakey.find('&');
+    if (datakey.empty()) {
+        findings.Add(CheckId::FilterWithoutDatakey, element, NamePlace(element, "filter"),
+                     "filter without datakey leaves nothing of the value", Written("datakey", event["filter"] + "&"));
+    } else if (join == std::string::npos) {
+        findings.Add(CheckId::DatakeyWithoutJoin, element, place,
+                     "datakey holds no &, so that the value becomes all that follows " + Quoted(datakey),
+                     Written("datakey", datakey + "&"));
+    } else if (join == 0) {
+        findings.Add(CheckId::DatakeyWithoutLeft, element, place,
+                     "datakey has no text before the &, so that the field begins with the value");
+    }
+}
+
+void CheckKeyword(const EventWords& event, Findings& findings) {
+    const ScriptElement& element = event.Element();
+    const std::string& keyword = event["keyword"];
+    if (keyword.empty()) return;
+    if (event.Is("watch", "CHANGED")) {
+        findings.Add(CheckId::KeywordChanged, element, NamePlace(element, "keyword"),
+                     "with keyword the value never changes: CHANGED fires once in the process's life",
+                     Written("watch", "ALWAYS"));
+    }
+    if (!event.Is("type", "INT") || !event.HasSource() || event.Has("filter")) return;
+    const std::optional<ScriptNumber> number = ReadOperand(keyword);
+    const std::string plain = number ? std::to_string(number->value) : std::string();
+    if (plain == keyword) return;
+    findings.Add(CheckId::KeywordNoDecimal, element, ValuePlace(element, "keyword"),
+                 "keyword " + Quoted(keyword) + " is no plain decimal number, which is all that INT gives",
+                 plain.empty() ? std::string() : Written("keyword", plain));
+}
+
+// The value of an event that takes none out of the call; null when it takes one, or when another check speaks of it.
+const char* ConstantOf(const EventWords& event) {
+    if (event.Is("tag", "NONE")) return "NONE";
+    if (event.HasSource()) return event.Has("type") ? nullptr : "NONE";
+    return event.Has("tag") || event.Has("value") || event.Has("type") ? nullptr : "";
+}
+
+void CheckConstant(const EventWords& event, Findings& findings) {
+    const char* const constant = ConstantOf(event);
+    if (constant == nullptr) return;
+    const std::string value = constant;
+    const bool filtered = value.find(event["filter"]) == std::string::npos;
+    const bool differs = event.Has("keyword") && event["keyword"] != value;
+    if (!filtered && !differs) return;
+    const char* const attribute = filtered ? "filter" : "keyword";
+    findings.Add(CheckId::ConstantValue, event.Element(), NamePlace(event.Element(), attribute),
+                 "the value is always " + (value.empty() ? std::string("empty") : "the word NONE") + ", so that this " +
+                     attribute + " keeps the event from firing",
+                 event.HasSource() ? Written("type", "STRING") : std::string());
+}
+
+}  // namespace
+
+void CheckFilters(const ScenarioOutline& outline, Findings& findings) {
+    for (const ScenarioAction& action : outline.Actions()) {
+        for (const ScriptElement* const element : action.events) {
+            const EventWords event(*element);
+            CheckDatakey(event, findings);
+            CheckKeyword(event, findings);
+            CheckConstant(event, findings);
+        }
+    }
+}
+
+}  // namespace qxlt

@@ -1,0 +1,30 @@
+// The checks of a set of scripts, one function for each group of them. What each looks for is told in CheckTable.cpp.
+#pragma once
+
+#include "Findings.h"
+#include "ScenarioOutline.h"
+
+namespace qxlt {
+
+// The text itself, its top element, and the comments that silence checks.
+void CheckTexts(const ScenarioOutline& outline, Findings& findings);
+
+// Elements and attributes that nothing reads.
+void CheckElements(const ScenarioOutline& outline, Findings& findings);
+
+// Actions and their methods.
+void CheckActions(const ScenarioOutline& outline, Findings& findings);
+
+// Where an event's value comes from, and the words that its attributes may hold.
+void CheckEvents(const ScenarioOutline& outline, Findings& findings);
+
+// What is cut out of the value and required of it.
+void CheckFilters(const ScenarioOutline& outline, Findings& findings);
+
+// The conditions of events.
+void CheckConditions(const ScenarioOutline& outline, Findings& findings);
+
+// Events that share what they remember.
+void CheckSharing(const ScenarioOutline& outline, Findings& findings);
+
+}  // namespace qxlt

@@ -1,0 +1,61 @@
+#include "Findings.h"
+
+#include <algorithm>
+#include <tuple>
+
+#include "Text.h"
+#include "Xml.h"
+
+namespace qxlt {
+
+namespace {
+
+bool IsIgnored(const Check& check, const ScriptElement& element) {
+    const std::vector<IgnoreComment>& comments = element.script->Ignores();
+    return std::any_of(comments.begin(), comments.end(), [&](const IgnoreComment& comment) {
+        return comment.lastLine + 1 == element.place.line && comment.ids.count(check.code) != 0;
+    });
+}
+
+}  // namespace
+
+void Findings::Add(CheckId id, const ScriptElement& element, TextPlace place, const std::string& text,
+                   const std::string& instead) {
+    if (!IsIgnored(CheckOf(id), element)) Add(id, *element.script, place, text, instead);
+}
+
+void Findings::Add(CheckId id, const ScriptText& script, TextPlace place, const std::string& text,
+                   const std::string& instead) {
+    m_findings.push_back({&CheckOf(id), &script, place, text, instead});
+}
+
+std::vector<Finding> Findings::Sorted(const std::vector<const ScriptText*>& scripts) const {
+    const auto rank = [&](const Finding& finding) {
+        const auto at = std::find(scripts.begin(), scripts.end(), finding.script) - scripts.begin();
+        return std::tuple(at, finding.place.line, finding.place.column, finding.check->id);
+    };
+    std::vector<Finding> sorted = m_findings;
+    std::stable_sort(sorted.begin(), sorted.end(),
+                     [&](const Finding& left, const Finding& right) { return rank(left) < rank(right); });
+    return sorted;
+}
+
+TextPlace NamePlace(const ScriptElement& element, const std::string& attribute) {
+    const ScriptAttribute* const found = element.Find(attribute);
+    return found == nullptr ? element.place : found->place;
+}
+
+TextPlace ValuePlace(const ScriptElement& element, const std::string& attribute) {
+    const ScriptAttribute* const found = element.Find(attribute);
+    return found == nullptr ? element.place : found->valuePlace;
+}
+
+std::string Quoted(const std::string& text) {
+    return '"' + Printable(text) + '"';
+}
+
+std::string Written(const std::string& attribute, const std::string& value) {
+    return attribute + "=\"" + XmlEscaped(value) + "\"";
+}
+
+}  // namespace qxlt

@@ -1,0 +1,160 @@
+#include "ScriptText.h"
+
+#include <expat.h>
+
+#include <algorithm>
+#include <exception>
+#include <memory>
+#include <new>
+#include <sstream>
+#include <type_traits>
+#include <utility>
+
+#include "Common.h"
+#include "TagScanner.h"
+
+namespace qxlt {
+
+namespace {
+
+struct ParserDeleter {
+    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
+};
+using ParserHandle = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter>;
+
+constexpr char kIgnore[] = "qxlt:ignore";
+
+std::string UpperCase(std::string text) {
+    for (char& byte : text) {
+        if (byte >= 'a' && byte <= 'z') byte = static_cast<char>(byte - 'a' + 'A');
+    }
+    return text;
+}
+
+TextEncoding EncodingOf(const char* declared) {
+    const std::string name = UpperCase(declared);
+    if (name == "UTF-8" || name == "US-ASCII") return TextEncoding::Utf8;
+    return name == "ISO-8859-1" ? TextEncoding::SingleByte : TextEncoding::Other;
+}
+
+}  // namespace
+
+const ScriptAttribute* ScriptElement::Find(const std::string& attribute) const {
+    const auto found = std::find_if(attributes.begin(), attributes.end(),
+                                    [&](const ScriptAttribute& candidate) { return candidate.name == attribute; });
+    return found == attributes.end() ? nullptr : &*found;
+}
+
+const std::string& ScriptElement::Value(const std::string& attribute) const {
+    static const std::string none;
+    const ScriptAttribute* const found = Find(attribute);
+    return found == nullptr ? none : found->value;
+}
+
+// Fills the object while the XML parser reads the text.
+class ScriptText::Reader final {
+public:
+    Reader(ScriptText& script, const std::string& text) : m_script(script), m_text(text) {
+        if (m_parser == nullptr) throw std::bad_alloc();
+        XML_SetUserData(m_parser.get(), this);
+        XML_SetElementHandler(m_parser.get(), OnStart, OnEnd);
+        XML_SetCommentHandler(m_parser.get(), OnComment);
+        XML_SetXmlDeclHandler(m_parser.get(), OnDeclaration);
+    }
+
+    void Read() {
+        const XML_Status status = XML_Parse(m_parser.get(), m_text.data(), static_cast<int>(m_text.size()), XML_TRUE);
+        if (m_error != nullptr) std::rethrow_exception(m_error);
+        if (status != XML_STATUS_OK) {
+            m_script.m_defect = ScriptDefect{Here(), XML_ErrorString(XML_GetErrorCode(m_parser.get()))};
+        }
+    }
+
+private:
+    static void OnStart(void* reader, const char* name, const char** attributes) {
+        static_cast<Reader*>(reader)->Guard([&](Reader& self) { self.Start(name, attributes); });
+    }
+
+    static void OnEnd(void* reader, const char*) {
+        static_cast<Reader*>(reader)->Guard([](Reader& self) { self.m_open.pop_back(); });
+    }
+
+    static void OnComment(void* reader, const char* text) {
+        static_cast<Reader*>(reader)->Guard([&](Reader& self) { self.Comment(text); });
+    }
+
+    static void OnDeclaration(void* reader, const char*, const char* encoding, int) {
+        if (encoding == nullptr) return;
+        static_cast<Reader*>(reader)->Guard([&](Reader& self) { self.m_encoding = EncodingOf(encoding); });
+    }
+
+    // Nothing may be thrown through the parser's own code.
+    template <typename Step>
+    void Guard(const Step& step) {
+        try {
+            step(*this);
+        } catch (...) {
+            m_error = std::current_exception();
+            XML_StopParser(m_parser.get(), XML_FALSE);
+        }
+    }
+
+    TextPlace Here() const {
+        return {XML_GetCurrentLineNumber(m_parser.get()), XML_GetCurrentColumnNumber(m_parser.get()) + 1};
+    }
+
+    void Start(const char* name, const char** attributes) {
+        ScriptElement& element = m_script.m_elements.emplace_back();
+        element.script = &m_script;
+        element.name = name;
+        element.place = Here();
+        for (const char** pair = attributes; *pair != nullptr; pair += 2) {
+            element.attributes.push_back({pair[0], pair[1], element.place, element.place});
+        }
+        Locate(element);
+        if (!m_open.empty()) {
+            element.parent = m_open.back();
+            element.depth = m_open.size();
+            m_open.back()->children.push_back(&element);
+        }
+        m_open.push_back(&element);
+    }
+
+    // An attribute that stands nowhere in the tag, but in a document type, has the place of the element.
+    void Locate(ScriptElement& element) const {
+        const auto offset = static_cast<std::size_t>(XML_GetCurrentByteIndex(m_parser.get()));
+        for (const AttributePlace& found : ScanTag(m_text, offset, element.place, element.name, m_encoding)) {
+            for (ScriptAttribute& attribute : element.attributes) {
+                if (attribute.name != found.name) continue;
+                attribute.place = found.place;
+                attribute.valuePlace = found.valuePlace;
+            }
+        }
+    }
+
+    void Comment(const std::string& text) {
+        std::istringstream words(text);
+        std::string word;
+        if (!(words >> word) || word != kIgnore) return;
+        IgnoreComment comment;
+        comment.place = Here();
+        comment.lastLine = comment.place.line + static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n'));
+        while (words >> word) comment.ids.insert(UpperCase(word));
+        m_script.m_ignores.push_back(std::move(comment));
+    }
+
+    ScriptText& m_script;
+    const std::string& m_text;
+    const ParserHandle m_parser{XML_ParserCreate(nullptr)};
+    std::exception_ptr m_error;
+    TextEncoding m_encoding = TextEncoding::Utf8;
+    std::vector<ScriptElement*> m_open;
+};
+
+ScriptText::ScriptText(const std::string& file) : ScriptText(file, ReadFile(file)) {}
+
+ScriptText::ScriptText(std::string file, const std::string& text) : m_file(std::move(file)) {
+    Reader(*this, text).Read();
+}
+
+}  // namespace qxlt
