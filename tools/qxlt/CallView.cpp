@@ -33,13 +33,6 @@ std::string PairText(const std::pair<std::string, std::string>& pair) {
     return pair.first.empty() ? value : Printable(pair.first) + ":" + value;
 }
 
-std::string ArgumentText(const IQxData::HSICallArg& argument) {
-    if (argument.size() == 1 && argument.front().first.empty()) return PairText(argument.front());
-    std::string text;
-    for (const auto& pair : argument) text += (text.empty() ? "" : " ") + PairText(pair);
-    return "{" + text + "}";
-}
-
 std::string ArgumentsText(const Arguments& arguments) {
     std::string text;
     for (const IQxData::HSICallArg& argument : arguments) text += (text.empty() ? "" : ", ") + ArgumentText(argument);
@@ -53,6 +46,13 @@ std::string MethodText(const IQxData::_HSCallLocation& location, unsigned int lo
 }
 
 }  // namespace
+
+std::string ArgumentText(const IQxData::HSICallArg& argument) {
+    if (argument.size() == 1 && argument.front().first.empty()) return PairText(argument.front());
+    std::string text;
+    for (const auto& pair : argument) text += (text.empty() ? "" : " ") + PairText(pair);
+    return "{" + text + "}";
+}
 
 void AddCall(JsonObject& object, const CallView& view) {
     if (view.key) object["key"] = *view.key;

@@ -16,6 +16,9 @@ struct CallView {
     std::optional<unsigned long long> key;  // where it is to be shown
 };
 
+// One value: the value itself, or the members of a composite in braces.
+std::string ArgumentText(const IQxData::HSICallArg& argument);
+
 // Appends the call's keys to a JSON object.
 void AddCall(JsonObject& object, const CallView& view);
 

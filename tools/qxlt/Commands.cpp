@@ -4,7 +4,9 @@
 #include <exception>
 #include <utility>
 
+#include "CheckCommand.h"
 #include "DecodeCommand.h"
+#include "ListCommand.h"
 #include "ReplayCommand.h"
 #include "RunCommand.h"
 #include "ScriptOptions.h"
@@ -17,7 +19,7 @@ namespace {
 using AddFunction = void (*)(CLI::App&, Invocation&);
 
 // In the order in which the help shows them.
-const std::vector<AddFunction> kCommands = {AddRun, AddReplay, AddDecode, AddTest};
+const std::vector<AddFunction> kCommands = {AddRun, AddReplay, AddDecode, AddList, AddCheck, AddTest};
 
 const std::vector<std::pair<std::string, Format>> kFormats = {{"text", Format::Text}, {"json", Format::Json}};
 

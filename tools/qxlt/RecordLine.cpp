@@ -75,20 +75,6 @@ JsonObject HeaderJson(const HeaderRecord& header) {
     return record;
 }
 
-JsonObject LocationJson(unsigned short pid, const IQxData::_HSCallLocation& location) {
-    JsonObject record = Record("location");
-    record["pid"] = pid;
-    record["locId"] = location.locId;
-    record["srcCodeAux"] = location.srcCodeAux;
-    AddText(record, "srcCodeFileRaw", location.srcCodeFileRaw);
-    record["args"] = ArgumentsJson(location.args);
-    AddText(record, "retType", location.args.retType);
-    record["retSize"] = location.args.retSize;
-    AddText(record, "callerName", location.callerName);
-    AddText(record, "packageName", location.packageName);
-    return record;
-}
-
 JsonObject EndJson(const EndRecord& end) {
     JsonObject record = Record("end");
     AddText(record, "dump", end.dump);
@@ -118,6 +104,20 @@ std::string ThreadLine(Format format, const IQxData::HSIThread& thread) {
     record["tid"] = thread.tid;
     AddText(record, "name", thread.name);
     return record.dump();
+}
+
+JsonObject LocationJson(unsigned short pid, const IQxData::_HSCallLocation& location) {
+    JsonObject record = Record("location");
+    record["pid"] = pid;
+    record["locId"] = location.locId;
+    record["srcCodeAux"] = location.srcCodeAux;
+    AddText(record, "srcCodeFileRaw", location.srcCodeFileRaw);
+    record["args"] = ArgumentsJson(location.args);
+    AddText(record, "retType", location.args.retType);
+    record["retSize"] = location.args.retSize;
+    AddText(record, "callerName", location.callerName);
+    AddText(record, "packageName", location.packageName);
+    return record;
 }
 
 std::string LocationLine(Format format, unsigned short pid, const IQxData::_HSCallLocation& location) {

@@ -6,6 +6,7 @@
 #include "CallView.h"
 #include "Common.h"
 #include "IQxData.h"
+#include "Json.h"
 
 namespace qxlt {
 
@@ -32,6 +33,8 @@ struct EndRecord {
 std::string HeaderLine(Format format, const HeaderRecord& header);
 std::string ThreadLine(Format format, const IQxData::HSIThread& thread);
 std::string LocationLine(Format format, unsigned short pid, const IQxData::_HSCallLocation& location);
+// The keys of a location's line.
+JsonObject LocationJson(unsigned short pid, const IQxData::_HSCallLocation& location);
 std::string DescriptorLine(Format format, const std::string& name, const IQxData::_HSCompArgDesc& descriptor);
 std::string CallLine(Format format, const CallView& view);
 std::string EndLine(Format format, const EndRecord& end);

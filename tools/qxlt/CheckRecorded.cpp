@@ -1,0 +1,140 @@
+#include "CheckRecorded.h"
+
+#include <algorithm>
+#include <optional>
+#include <set>
+
+#include "EventWords.h"
+#include "ScriptNumber.h"
+#include "Text.h"
+
+namespace qxlt {
+
+namespace {
+
+using Methods = std::vector<const RecordedMethod*>;
+
+const char* MomentOf(const std::string& tag) {
+    return tag == "IN" ? "at entry" : "at exit";
+}
+
+// One event of an action against one of the action's methods. Several call sites may have the method's name: what one
+// of them has is there.
+class EventComparison final {
+public:
+    EventComparison(const EventWords& event, const std::string& method, const Methods& recorded, Findings& findings)
+        : m_event(event), m_method(Printable(method)), m_recorded(recorded), m_findings(findings) {}
+
+    void Compare() const {
+        const std::optional<ScriptNumber> index = ReadIndex(m_event["value"]);
+        if (!index || index->value < 0 || (Tag() == "RET" && index->value != 0)) return;
+        const auto at = static_cast<std::size_t>(index->value);
+        const bool isThere = Any([&](const RecordedMethod& method) { return at < ValuesOf(method).size(); });
+        if (isThere) {
+            CompareType(at);
+        } else if (Tag() == "RET") {
+            Add(CheckId::NotRecordedThen, "tag",
+                "no result of " + m_method + " is recorded, its type is " + Quoted(First().location.args.retType));
+        } else if (Any([&](const RecordedMethod& method) { return at < method.location.args.argType.size(); })) {
+            AddNotThen(at);
+        } else {
+            Add(CheckId::NoSuchArgument, "value",
+                m_method + " has " + Counted(First().location.args.argType.size(), "argument") + ": index " +
+                    std::to_string(at) + " is never there");
+        }
+    }
+
+private:
+    template <typename Condition>
+    bool Any(const Condition& condition) const {
+        return std::any_of(m_recorded.begin(), m_recorded.end(),
+                           [&](const RecordedMethod* method) { return condition(*method); });
+    }
+
+    const std::string& Tag() const { return m_event["tag"]; }
+    const RecordedMethod& First() const { return *m_recorded.front(); }
+    const std::vector<RecordedValue>& ValuesOf(const RecordedMethod& method) const { return *method.Values(Tag()); }
+
+    void Add(CheckId id, const char* attribute, const std::string& text,
+             const std::string& instead = std::string()) const {
+        m_findings.Add(id, m_event.Element(), ValuePlace(m_event.Element(), attribute), text, instead);
+    }
+
+    void CompareType(std::size_t at) const {
+        const std::string& type = m_event["type"];
+        if (type != "INT" && type != "STRING") return;
+        if (Any([&](const RecordedMethod& method) {
+                return at < ValuesOf(method).size() && Fits(type, ValuesOf(method)[at]);
+            })) {
+            return;
+        }
+        const auto has = [&](const RecordedMethod* method) { return at < ValuesOf(*method).size(); };
+        const RecordedValue& value = ValuesOf(**std::find_if(m_recorded.begin(), m_recorded.end(), has))[at];
+        const std::string fitting = FittingType(value);
+        Add(CheckId::UnfitType, "type",
+            type + " does not fit " + Quoted(value.type) + ", which is recorded " +
+                (Tag() == "RET" ? "as the result" : MomentOf(Tag())) + " of " + m_method,
+            fitting.empty() ? std::string() : Written("type", fitting));
+    }
+
+    // The argument may be recorded at the other moment, or at this one under a smaller index.
+    void AddNotThen(std::size_t argument) const {
+        std::string instead;
+        for (const char* const tag : {"IN", "OUT"}) {
+            const std::vector<RecordedValue>& values = *First().Values(tag);
+            const auto found = std::find_if(values.begin(), values.end(), [argument](const RecordedValue& value) {
+                return value.argument == argument;
+            });
+            if (found == values.end() || !instead.empty()) continue;
+            instead = Written("tag", tag) + " " + Written("value", std::to_string(found - values.begin()));
+        }
+        Add(CheckId::NotRecordedThen, "value",
+            Counted(ValuesOf(First()).size(), "argument") + " of " + m_method + " is recorded " + MomentOf(Tag()) +
+                ": index " + std::to_string(argument) + " is never there",
+            instead);
+    }
+
+    const EventWords& m_event;
+    const std::string m_method;
+    const Methods& m_recorded;
+    Findings& m_findings;
+};
+
+std::vector<std::string> NamesIn(const Recording& recording) {
+    std::set<std::string> names;
+    for (const RecordedMethod& method : recording.Methods()) names.insert(method.Name());
+    return {names.begin(), names.end()};
+}
+
+void CompareEvents(const ScenarioAction& action, const std::string& method, const Methods& recorded,
+                   Findings& findings) {
+    for (const ScriptElement* const element : action.events) {
+        const EventWords event(*element);
+        if (event.HasSource()) EventComparison(event, method, recorded, findings).Compare();
+    }
+}
+
+}  // namespace
+
+std::vector<MethodCalls> CheckRecorded(const ScenarioOutline& outline, const Recording& recording, Findings& findings) {
+    std::vector<MethodCalls> calls;
+    const std::vector<std::string> names = NamesIn(recording);
+    for (const ScenarioAction& action : outline.Actions()) {
+        for (const ScriptElement* const method : action.methods) {
+            if (method->attributes.empty()) continue;
+            const ScriptAttribute& name = MethodName(*method);
+            const Methods recorded = recording.MethodsOf(name.value);
+            calls.push_back({method, name.value, 0});
+            for (const RecordedMethod* const site : recorded) calls.back().calls += site->calls;
+            if (!recorded.empty()) {
+                CompareEvents(action, name.value, recorded, findings);
+                continue;
+            }
+            findings.Add(CheckId::NeverRecorded, *method, name.valuePlace,
+                         "no method " + Quoted(name.value) + " is recorded", Meant(name.value, names));
+        }
+    }
+    return calls;
+}
+
+}  // namespace qxlt

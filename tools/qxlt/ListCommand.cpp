@@ -1,0 +1,182 @@
+#include "ListCommand.h"
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <memory>
+#include <set>
+
+#include "CallView.h"
+#include "Output.h"
+#include "RecordLine.h"
+#include "Recording.h"
+#include "StarterScript.h"
+#include "Text.h"
+
+namespace qxlt {
+
+namespace {
+
+constexpr char kExamples[] =
+    "  qxlt list -p media-server\n"
+    "  qxlt list capture --format json\n"
+    "  qxlt list media-server.qxdump --as-script > volume.xml\n";
+
+struct ListOptions {
+    std::vector<std::string> inputs;
+    std::vector<std::string> processes;
+    bool asScript = false;
+};
+
+constexpr std::size_t kNumberWidth = 7;
+constexpr std::size_t kTagWidth = 4;
+
+// What is recorded of one method, a line for each value that a script can ask for.
+struct ValueRow {
+    std::string tag;
+    std::string index;
+    std::string type;
+    std::string readAs;
+    std::string example;
+};
+
+std::string ExampleText(const RecordedMethod& method, const std::string& tag, std::size_t index) {
+    const IQxData::HSICallArg* const example = method.Example(tag, index);
+    return example == nullptr ? "" : ArgumentText(*example);
+}
+
+// The arguments that no call carries.
+std::vector<std::string> UnrecordedTypes(const RecordedMethod& method) {
+    std::set<std::size_t> recorded;
+    for (const RecordedValue& value : method.in) recorded.insert(value.argument);
+    for (const RecordedValue& value : method.out) recorded.insert(value.argument);
+    std::vector<std::string> types;
+    const std::vector<std::string>& all = method.location.args.argType;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (recorded.count(i) == 0) types.push_back(all[i]);
+    }
+    return types;
+}
+
+std::vector<ValueRow> RowsOf(const RecordedMethod& method) {
+    std::vector<ValueRow> rows;
+    for (const char* const tag : {"IN", "OUT", "RET"}) {
+        const std::vector<RecordedValue>& values = *method.Values(tag);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const std::string readAs = FittingType(values[i]);
+            rows.push_back({tag, std::to_string(i), Printable(values[i].type), readAs.empty() ? "-" : readAs,
+                            ExampleText(method, tag, i)});
+        }
+    }
+    for (const std::string& type : UnrecordedTypes(method)) rows.push_back({"-", "-", Printable(type), "-", ""});
+    return rows;
+}
+
+class Listing final {
+public:
+    Listing(const Recording& recording, Format format, Output& output)
+        : m_recording(recording), m_format(format), m_output(output) {}
+
+    void Print() {
+        for (const RecordedProcess& process : m_recording.Processes()) PrintProcess(process);
+    }
+
+private:
+    void PrintProcess(const RecordedProcess& process) {
+        if (m_format == Format::Json) {
+            JsonObject line = {{"record", "process"}};
+            line["pid"] = process.pid;
+            AddText(line, "process", process.name);
+            m_output.Line(line.dump());
+        } else {
+            m_output.Line(m_output.Paint().Bold("process " + ProcessText(process.name, process.pid)));
+        }
+        for (const IQxData::HSIThread& thread : m_recording.Threads()) {
+            if (thread.pid == process.pid) PrintThread(thread);
+        }
+        for (const RecordedMethod& method : m_recording.Methods()) {
+            if (method.pid == process.pid) PrintMethod(method);
+        }
+    }
+
+    void PrintThread(const IQxData::HSIThread& thread) {
+        m_output.Line(m_format == Format::Json
+                          ? ThreadLine(m_format, thread)
+                          : "  thread " + std::to_string(thread.tid) + "  " + Printable(thread.name));
+    }
+
+    void PrintMethod(const RecordedMethod& method) {
+        if (m_format == Format::Json) {
+            m_output.Line(MethodJson(method));
+            return;
+        }
+        const IQxData::_HSCallLocation& location = method.location;
+        const std::string number = std::to_string(method.calls);
+        m_output.Line(std::string(kNumberWidth - std::min(kNumberWidth, number.size()), ' ') + number +
+                      (method.calls == 1 ? " call   " : " calls  ") +
+                      m_output.Paint().Bold(Printable(location.packageName) + "." + Printable(location.callerName)) +
+                      m_output.Paint().Dim("  " + Printable(location.srcCodeFileRaw)));
+        const std::vector<ValueRow> rows = RowsOf(method);
+        std::size_t typeWidth = 0;
+        for (const ValueRow& row : rows) typeWidth = std::max(typeWidth, row.type.size());
+        for (const ValueRow& row : rows) {
+            m_output.Line(std::string(kNumberWidth + 2, ' ') + Pad(row.tag, kTagWidth) + row.index + "  " +
+                          Pad(row.readAs, sizeof "STRING") + Pad(row.type, typeWidth) + "  " +
+                          m_output.Paint().Green(row.example));
+        }
+    }
+
+    std::string MethodJson(const RecordedMethod& method) const {
+        JsonObject line = LocationJson(method.pid, method.location);
+        line["record"] = "method";
+        line["calls"] = method.calls;
+        line["example"] = nullptr;
+        if (method.example) {
+            JsonObject example = JsonObject::object();
+            AddCall(example, {*method.example, method.location, method.process, std::nullopt});
+            line["example"] = std::move(example);
+        }
+        return line.dump();
+    }
+
+    const Recording& m_recording;
+    const Format m_format;
+    Output& m_output;
+};
+
+Recording ReadInput(const ListOptions& options, Progress& progress) {
+    if (options.inputs.empty() == options.processes.empty()) {
+        throw Failure(kCannotStart, "name a capture or dumps, or else live processes with -p");
+    }
+    return options.inputs.empty() ? Recording::Take(options.processes, PrintFault)
+                                  : Recording::Read(options.inputs, PrintFault, progress);
+}
+
+int List(const ListOptions& options, Format format) {
+    Progress progress;
+    Output output(&progress);
+    const Recording recording = ReadInput(options, progress);
+    if (options.asScript) {
+        std::string text = StarterScript(recording).Text();
+        text.pop_back();  // the line's end comes with the output
+        output.Line(text);
+    } else {
+        Listing(recording, format, output).Print();
+    }
+    return recording.Whole() ? kDone : kInputWrong;
+}
+
+}  // namespace
+
+void AddList(CLI::App& app, Invocation& invocation) {
+    const auto options = std::make_shared<ListOptions>();
+    CLI::App& command =
+        AddCommand(app, invocation, "list", "Show what a program records, or a scenario to start from", kExamples,
+                   [options, &invocation] { return List(*options, invocation.common.format); });
+    command.add_option("INPUT", options->inputs, "A capture, or dumps of one process")->option_text("CAPTURE|DUMP...");
+    command.add_option("-p,--process", options->processes, "Take a dump of this live process")
+        ->allow_extra_args(false)
+        ->option_text("NAME");
+    command.add_flag("--as-script", options->asScript, "Print a scenario with an event for each value");
+}
+
+}  // namespace qxlt

@@ -1,0 +1,193 @@
+#include "Recording.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "CaptureReader.h"
+#include "Common.h"
+#include "DumpInput.h"
+#include "ProcessNames.h"
+#include "QxCycle.h"
+#include "QxDumpFile.h"
+#include "QxFormat.h"
+#include "QxLogTracker.h"
+#include "RecordingStore.h"
+#include "Text.h"
+#include "qx/api.h"
+
+namespace qxlt {
+
+// Decodes as tracking does, and puts together what came.
+class Recording::Reader final {
+public:
+    explicit Reader(const FaultSink& faults) : m_faults(faults) {}
+
+    void ReadCapture(const std::string& directory, Progress& progress) {
+        CaptureReader capture(directory);
+        m_names = capture.Processes();
+        m_names.Register(*m_store);
+        while (capture.Next()) {
+            progress.Show("cycle " + std::to_string(capture.Cycle()));
+            QxCycle cycle(nullptr, nullptr, m_store);
+            for (const auto& process : m_names.Pids()) {
+                const std::string file = capture.DumpOf(process.first);
+                if (!file.empty()) Decode(cycle, process.first, file, ReadDump(file));
+            }
+            // The first cycle's calls stay, so that one that was still open then can return.
+            if (capture.Cycle() != 1) m_store->CountCalls();
+        }
+    }
+
+    void ReadDumps(const std::vector<std::string>& files, Progress& progress) {
+        RequireReadable(files);
+        const std::string process = Identify(files.front());
+        for (const std::string& file : files) {
+            progress.Show(file);
+            QxCycle cycle(nullptr, nullptr, m_store);
+            Decode(cycle, process, file, ReadDump(file));
+            m_store->CountCalls();
+        }
+    }
+
+    void Take(const std::vector<std::string>& processes) {
+        for (const std::string& process : processes) {
+            m_names.Add(process, static_cast<unsigned short>(QxLogTracker::FindProcess(process.c_str())));
+        }
+        m_names.Register(*m_store);
+        for (const std::string& process : processes) {
+            QxCycle cycle(nullptr, nullptr, m_store);
+            Decode(cycle, process, Printable(process) + ", dump", FetchDump(process));
+            m_store->CountCalls();
+        }
+    }
+
+    Recording Finish() {
+        m_store->CountCalls();
+        Recording recording;
+        for (const auto& [name, pid] : m_names.Pids()) recording.m_processes.push_back({name, pid});
+        recording.m_threads = m_store->Threads();
+        recording.m_methods = m_store->Methods(recording.m_processes);
+        recording.m_whole = m_whole;
+        return recording;
+    }
+
+private:
+    // A dump names its process in a header, but not always ahead of everything else.
+    std::string Identify(const std::string& file) {
+        const auto scratch = std::make_shared<RecordingStore>();
+        std::vector<char> dump = ReadDump(file);
+        QxCycle(nullptr, nullptr, scratch).Decode(std::string(), dump);
+        const RecordedProcess process = scratch->Header().value_or(RecordedProcess());
+        m_names.Add(process.name, process.pid);
+        m_names.Register(*m_store);
+        return process.name;
+    }
+
+    static std::vector<char> FetchDump(const std::string& process) {
+        const boost::shared_ptr<qx::IControl> control = qx::api::GetControl();
+        if (control == nullptr) throw Failure(kCannotStart, "the tracing framework gives no control interface");
+        std::vector<char> path;
+        if (!control->getQxBufferDump(path, process, true) || path.empty()) {
+            throw Failure(kCannotStart, "-p " + Printable(process) + ": nothing is recorded under that name; start it");
+        }
+        return QxDumpFile::Read(std::string(path.begin(), path.end()));
+    }
+
+    void Decode(QxCycle& cycle, const std::string& process, const std::string& place, std::vector<char> dump) {
+        const QxCycle::Decoded decoded = cycle.Decode(process, dump);
+        if (decoded.Whole()) return;
+        m_whole = false;
+        m_faults(DamageFault(place, std::filesystem::path(place).filename().string(), decoded));
+    }
+
+    const FaultSink& m_faults;
+    const std::shared_ptr<RecordingStore> m_store = std::make_shared<RecordingStore>();
+    ProcessNames m_names;
+    bool m_whole = true;
+};
+
+namespace {
+
+bool IsDirectory(const std::string& path) {
+    std::error_code ignored;
+    return std::filesystem::is_directory(path, ignored);
+}
+
+bool HoldsAny(const std::string& text, std::initializer_list<const char*> words) {
+    return std::any_of(words.begin(), words.end(),
+                       [&](const char* word) { return text.find(word) != std::string::npos; });
+}
+
+// Names of types are the program's own; these are how C++ and others write numbers with a fraction, and texts.
+bool IsFraction(const std::string& type) {
+    return HoldsAny(type, {"float", "double"});
+}
+
+bool IsText(const std::string& type) {
+    return HoldsAny(type, {"string", "String", "char*", "char *", "text"});
+}
+
+// What a script reads as a number.
+bool IsNumber(const RecordedValue& value) {
+    const bool hasSize = value.coreSize == 1 || value.coreSize == 2 || value.coreSize == 4;
+    return hasSize && !IsText(value.coreType) && !IsFraction(value.coreType);
+}
+
+// What a script reads as a text: also the fixed room for one.
+bool IsLetters(const RecordedValue& value) {
+    if (value.coreSize == qxformat::kVariableLength || IsText(value.coreType)) return true;
+    return !IsNumber(value) && !IsFraction(value.coreType) && value.coreSize != sizeof(std::uint64_t);
+}
+
+}  // namespace
+
+Recording Recording::Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress) {
+    Reader reader(faults);
+    if (paths.size() == 1 && IsDirectory(paths.front())) {
+        reader.ReadCapture(paths.front(), progress);
+    } else {
+        reader.ReadDumps(paths, progress);
+    }
+    return reader.Finish();
+}
+
+Recording Recording::Take(const std::vector<std::string>& processes, const FaultSink& faults) {
+    Reader reader(faults);
+    reader.Take(processes);
+    return reader.Finish();
+}
+
+std::vector<const RecordedMethod*> Recording::MethodsOf(const std::string& name) const {
+    std::vector<const RecordedMethod*> found;
+    for (const RecordedMethod& method : m_methods) {
+        if (method.Name() == name) found.push_back(&method);
+    }
+    return found;
+}
+
+const std::vector<RecordedValue>* RecordedMethod::Values(const std::string& tag) const {
+    if (tag == "IN") return &in;
+    if (tag == "OUT") return &out;
+    return tag == "RET" ? &ret : nullptr;
+}
+
+const IQxData::HSICallArg* RecordedMethod::Example(const std::string& tag, std::size_t index) const {
+    if (!example) return nullptr;
+    const IQxData::HSCall::Args& args = example->args;
+    const std::vector<IQxData::HSICallArg>& values = tag == "IN" ? args.in : tag == "OUT" ? args.out : args.ret;
+    return index < values.size() ? &values[index] : nullptr;
+}
+
+bool Fits(const std::string& type, const RecordedValue& value) {
+    if (value.coreSize == qxformat::kComposite) return true;
+    if (type == "INT") return IsNumber(value);
+    return IsLetters(value) || (value.coreSize == 1 && HoldsAny(value.coreType, {"char"}));
+}
+
+std::string FittingType(const RecordedValue& value) {
+    if (value.coreSize == qxformat::kComposite) return std::string();
+    if (IsNumber(value)) return "INT";
+    return IsLetters(value) ? "STRING" : std::string();
+}
+
+}  // namespace qxlt

@@ -1,0 +1,91 @@
+// What a program records, put together from a capture, from dumps or from a live process: its threads, and its methods
+// with what is recorded of their calls.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Fault.h"
+#include "IQxData.h"
+#include "Progress.h"
+
+namespace qxlt {
+
+// One value that a method's calls carry, as a script asks for it.
+struct RecordedValue {
+    std::string type;       // as the program has it
+    std::size_t argument;   // index among all arguments of the method; meaningless for a result
+    std::string coreType;   // of what a script reads: of a composite the first member's
+    unsigned int coreSize;  // in bytes, or a size mark
+};
+
+// One call site.
+struct RecordedMethod {
+    unsigned short pid = 0;
+    std::string process;  // its name, empty when it is not known
+    IQxData::_HSCallLocation location;
+    std::vector<RecordedValue> in;   // what calls carry at entry, in the order of a script's index
+    std::vector<RecordedValue> out;  // at exit
+    std::vector<RecordedValue> ret;  // the result, if there is one
+    std::uint64_t calls = 0;
+    std::optional<IQxData::HSCall> example;  // a call that has returned, if there was one
+
+    const std::string& Name() const { return location.callerName; }
+
+    // By the tag of a script; null for a tag that takes nothing out of a call.
+    const std::vector<RecordedValue>* Values(const std::string& tag) const;
+
+    // What the example holds there; null when it has no such value.
+    const IQxData::HSICallArg* Example(const std::string& tag, std::size_t index) const;
+};
+
+struct RecordedProcess {
+    std::string name;
+    unsigned short pid = 0;
+};
+
+class Recording final {
+public:
+    // A capture, or the dumps of one process, decoded in this order. What is wrong in them goes to `faults`. Throws a
+    // Failure (cannot start) for what cannot be read.
+    static Recording Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress);
+
+    // Dumps of live processes, taken now. Throws a Failure (cannot start) when one records nothing.
+    static Recording Take(const std::vector<std::string>& processes, const FaultSink& faults);
+
+    // By pid, then by name.
+    const std::vector<RecordedProcess>& Processes() const { return m_processes; }
+
+    // By pid, then by thread id.
+    const std::vector<IQxData::HSIThread>& Threads() const { return m_threads; }
+
+    // By pid, then by package, name and number.
+    const std::vector<RecordedMethod>& Methods() const { return m_methods; }
+
+    // Those of that name, in all processes.
+    std::vector<const RecordedMethod*> MethodsOf(const std::string& name) const;
+
+    // Whether nothing was wrong.
+    bool Whole() const { return m_whole; }
+
+private:
+    class Reader;
+
+    std::vector<RecordedProcess> m_processes;
+    std::vector<IQxData::HSIThread> m_threads;
+    std::vector<RecordedMethod> m_methods;
+    bool m_whole = true;
+};
+
+// Whether a script's type ("INT", "STRING") gives what was passed. True when that cannot be told.
+bool Fits(const std::string& type, const RecordedValue& value);
+
+// The type that reads the value in a script; empty when neither does.
+std::string FittingType(const RecordedValue& value);
+
+}  // namespace qxlt

@@ -1,0 +1,129 @@
+#include "RecordingStore.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "QxFormat.h"
+
+namespace qxlt {
+
+namespace {
+
+// The values of a call that show something: an empty list does not.
+std::ptrdiff_t Shown(const IQxData::HSCall& call) {
+    const auto count = [](const std::vector<IQxData::HSICallArg>& list) {
+        return std::count_if(list.begin(), list.end(), [](const IQxData::HSICallArg& value) { return !value.empty(); });
+    };
+    return count(call.args.in) + count(call.args.out) + count(call.args.ret);
+}
+
+bool IsBetter(const IQxData::HSCall& call, const std::optional<IQxData::HSCall>& example) {
+    return !example || Shown(call) > Shown(*example);
+}
+
+const std::string& NameOf(const std::vector<RecordedProcess>& processes, unsigned short pid) {
+    static const std::string none;
+    const auto found = std::find_if(processes.begin(), processes.end(),
+                                    [pid](const RecordedProcess& process) { return process.pid == pid; });
+    return found == processes.end() ? none : found->name;
+}
+
+}  // namespace
+
+void RecordingStore::AppendHeader(unsigned short pid, std::string process, std::string qxVersion,
+                                  std::string swBuildString, std::string swVersionModel, std::string extraField1,
+                                  std::string extraField2) {
+    if (!m_header) m_header = RecordedProcess{process, pid};
+    QxData::AppendHeader(pid, std::move(process), std::move(qxVersion), std::move(swBuildString),
+                         std::move(swVersionModel), std::move(extraField1), std::move(extraField2));
+}
+
+// The store sets the thread's process, so it goes first.
+void RecordingStore::AppendThread(HSIThread& thread) {
+    QxData::AppendThread(thread);
+    m_threads[{thread.pid, thread.tid}] = thread.name;
+}
+
+RecordingStore::SiteKey RecordingStore::KeyOf(unsigned short pid, const _HSCallLocation& location) {
+    return {pid, location.packageName, location.callerName, location.locId};
+}
+
+void RecordingStore::AppendCallLocation(_HSCallLocation& location) {
+    m_sites[KeyOf(GetCurrentPID(), location)].location = location;
+    QxData::AppendCallLocation(location);
+}
+
+void RecordingStore::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
+    m_layouts[name] = desc;
+    QxData::AppendCompArgDesc(std::move(name), std::move(desc));
+}
+
+// A call whose site was not described stands for no method.
+void RecordingStore::CountCalls() {
+    for (const auto& [key, call] : *GetCallIMap()) {
+        const auto found = m_sites.find(KeyOf(call.pid, Location(call.locId, call.pid).site));
+        if (found == m_sites.end()) continue;
+        Site& site = found->second;
+        ++site.calls;
+        site.mostIn = std::max(site.mostIn, call.args.in.size());
+        if (IsBetter(call, site.example)) site.example = call;
+    }
+    clearCalls();
+}
+
+std::vector<IQxData::HSIThread> RecordingStore::Threads() const {
+    std::vector<HSIThread> threads;
+    for (const auto& [id, name] : m_threads) {
+        HSIThread thread;
+        thread.pid = id.pid;
+        thread.tid = id.tid;
+        thread.name = name;
+        threads.push_back(std::move(thread));
+    }
+    return threads;
+}
+
+std::vector<RecordedMethod> RecordingStore::Methods(const std::vector<RecordedProcess>& processes) const {
+    std::vector<RecordedMethod> methods;
+    for (const auto& [key, site] : m_sites) {
+        methods.push_back(MethodOf(key, site));
+        methods.back().process = NameOf(processes, methods.back().pid);
+    }
+    return methods;
+}
+
+// Calls that carry more at entry than their arguments' flags say are log records, which carry all arguments.
+RecordedMethod RecordingStore::MethodOf(const SiteKey& key, const Site& site) const {
+    RecordedMethod method;
+    method.pid = std::get<0>(key);
+    method.location = site.location;
+    method.calls = site.calls;
+    method.example = site.example;
+    const _HSCallLocation::Args& args = site.location.args;
+    std::vector<RecordedValue> all;
+    const std::size_t count = std::min({args.argType.size(), args.argFlags.size(), args.argSize.size()});
+    for (std::size_t i = 0; i < count; ++i) {
+        if (args.argSize[i] == 0) continue;
+        const RecordedValue value = ValueOf(args.argType[i], i, args.argSize[i]);
+        all.push_back(value);
+        if ((args.argFlags[i] & qxformat::kRecordedAtEntry) != 0) method.in.push_back(value);
+        if ((args.argFlags[i] & qxformat::kRecordedAtExit) != 0) method.out.push_back(value);
+    }
+    if (site.mostIn > method.in.size()) method.in = std::move(all);
+    if (args.retSize != 0) method.ret.push_back(ValueOf(args.retType, 0, args.retSize));
+    return method;
+}
+
+// A script reads the first pair that a composite yields: its first member's, or that of the first member inside it.
+RecordedValue RecordingStore::ValueOf(const std::string& type, std::size_t argument, unsigned int size) const {
+    RecordedValue value{type, argument, type, size};
+    for (unsigned depth = 0; value.coreSize == qxformat::kComposite && depth < qxformat::kMaxCompositeDepth; ++depth) {
+        const auto layout = m_layouts.find(value.coreType);
+        if (layout == m_layouts.end() || layout->second.memberSizes.empty()) return value;
+        value.coreSize = layout->second.memberSizes.front();
+        value.coreType = layout->second.memberTypes.empty() ? std::string() : layout->second.memberTypes.front();
+    }
+    return value;
+}
+
+}  // namespace qxlt

@@ -1,0 +1,56 @@
+// A store that notes what a program records while dumps are decoded into it: threads, call sites, and for each of them
+// the number of calls and one example.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <tuple>
+
+#include "QxObservedData.h"
+#include "Recording.h"
+
+namespace qxlt {
+
+class RecordingStore final : public QxObservedData {
+public:
+    void AppendHeader(unsigned short pid, std::string process, std::string qxVersion, std::string swBuildString,
+                      std::string swVersionModel, std::string extraField1, std::string extraField2) override;
+    void AppendThread(HSIThread& thread) override;
+    void AppendCallLocation(_HSCallLocation& location) override;
+    void AppendCompArgDesc(std::string name, _HSCompArgDesc desc) override;
+
+    // Counts the calls that the store holds, and drops them.
+    void CountCalls();
+
+    // The process that the first header came from; none when there was no header.
+    const std::optional<RecordedProcess>& Header() const { return m_header; }
+
+    // What was noted. Calls that are still held do not count.
+    std::vector<HSIThread> Threads() const;
+    std::vector<RecordedMethod> Methods(const std::vector<RecordedProcess>& processes) const;
+
+private:
+    // Process, package, name, number: the order in which methods are listed. A number that is given to another method
+    // later makes another entry.
+    using SiteKey = std::tuple<unsigned short, std::string, std::string, unsigned int>;
+
+    // What calls of a site carried.
+    struct Site {
+        _HSCallLocation location;
+        std::uint64_t calls = 0;
+        std::size_t mostIn = 0;
+        std::optional<HSCall> example;
+    };
+
+    static SiteKey KeyOf(unsigned short pid, const _HSCallLocation& location);
+    RecordedMethod MethodOf(const SiteKey& key, const Site& site) const;
+    RecordedValue ValueOf(const std::string& type, std::size_t argument, unsigned int size) const;
+
+    std::map<std::string, _HSCompArgDesc> m_layouts;
+    std::map<SiteKey, Site> m_sites;
+    std::map<HSIThreadId, std::string> m_threads;
+    std::optional<RecordedProcess> m_header;
+};
+
+}  // namespace qxlt

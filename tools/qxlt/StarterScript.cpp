@@ -1,0 +1,107 @@
+#include "StarterScript.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+#include <vector>
+
+#include "CallView.h"
+#include "Findings.h"
+#include "Text.h"
+#include "Xml.h"
+
+namespace qxlt {
+
+namespace {
+
+constexpr std::size_t kCommandName = 15;  // bytes of a process's name that are matched
+constexpr std::size_t kShownExample = 60;
+
+// Two hyphens in a row may not stand in a comment, nor one at its end.
+std::string Comment(const std::string& indent, const std::string& text) {
+    std::string safe;
+    for (const char byte : Printable(text)) {
+        if (byte == '-' && !safe.empty() && safe.back() == '-') safe += ' ';
+        safe += byte;
+    }
+    return indent + "<!-- " + safe + " -->\n";
+}
+
+// As much of the name as a running process is found by, cut between characters.
+std::string ProcessName(const std::string& name) {
+    std::string shown = name.substr(0, kCommandName);
+    while (!shown.empty() && !IsUtf8(shown)) shown.pop_back();
+    return IsXmlText(name) ? shown : std::string();
+}
+
+std::string Shortened(const std::string& text) {
+    return text.size() <= kShownExample ? text : text.substr(0, kShownExample) + "...";
+}
+
+}  // namespace
+
+// The call sites of one method name in one process: a scenario does not tell them apart.
+struct StarterScript::Action {
+    std::string process;
+    std::string method;
+    std::vector<const RecordedMethod*> sites;
+};
+
+std::string StarterScript::Text() {
+    m_text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Scenario>\n";
+    std::map<std::pair<std::string, std::string>, Action> actions;
+    for (const RecordedMethod& method : m_recording.Methods()) {
+        if (method.calls == 0 || method.Name().empty() || !IsXmlText(method.Name())) continue;
+        Action& action = actions[{method.process, method.Name()}];
+        action.process = ProcessName(method.process);
+        action.method = method.Name();
+        action.sites.push_back(&method);
+    }
+    for (const auto& entry : actions) Add(entry.second);
+    return m_text + "</Scenario>\n";
+}
+
+std::string StarterScript::UniqueName(const std::string& wanted) {
+    std::string name = wanted;
+    for (int number = 2; !m_names.insert(name).second; ++number) name = wanted + "_" + std::to_string(number);
+    return name;
+}
+
+void StarterScript::Add(const Action& action) {
+    const std::string name = UniqueName(action.method);
+    m_text += "  <action " + Written("name", name);
+    if (!action.process.empty()) m_text += " " + Written("process", action.process);
+    m_text += ">\n";
+    for (const RecordedMethod* const site : action.sites) {
+        const IQxData::_HSCallLocation& location = site->location;
+        m_text += Comment("    ", location.packageName + "." + location.callerName + " in " + location.srcCodeFileRaw +
+                                      ", " + Counted(site->calls, "call"));
+    }
+    m_text += "    <method " + Written("name", action.method) + "/>\n";
+    const std::size_t before = m_text.size();
+    for (const char* const tag : {"IN", "OUT", "RET"}) AddEvents(action, tag);
+    if (m_text.size() == before) {
+        m_text += "    <event " + Written("name", UniqueName(action.method + "_CALLED")) +
+                  " tag=\"NONE\" watch=\"ALWAYS\"/>\n";
+    }
+    m_text += "  </action>\n";
+}
+
+// An event for each value that the example of a call site holds.
+void StarterScript::AddEvents(const Action& action, const std::string& tag) {
+    std::set<std::size_t> done;
+    for (const RecordedMethod* const site : action.sites) {
+        const std::vector<RecordedValue>& values = *site->Values(tag);
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const IQxData::HSICallArg* const example = site->Example(tag, i);
+            const std::string type = FittingType(values[i]);
+            if (example == nullptr || example->empty() || type.empty() || !done.insert(i).second) continue;
+            m_text += Comment("    ", values[i].type + ", for example " + Shortened(ArgumentText(*example)));
+            m_text += "    <event " + Written("name", UniqueName(action.method + "_" + tag + std::to_string(i))) + " " +
+                      Written("tag", tag) + " " + Written("value", std::to_string(i)) + " " + Written("type", type) +
+                      " watch=\"CHANGED\"/>\n";
+        }
+    }
+}
+
+}  // namespace qxlt

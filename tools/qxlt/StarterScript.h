@@ -1,0 +1,31 @@
+// A scenario to start from: an event for each value that a recording holds.
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "Recording.h"
+
+namespace qxlt {
+
+class StarterScript final {
+public:
+    // `recording` must outlive this object.
+    explicit StarterScript(const Recording& recording) : m_recording(recording) {}
+
+    // The script's text. Every event in it fires when the recording is replayed. What no XML text can name is left out.
+    std::string Text();
+
+private:
+    struct Action;
+
+    void Add(const Action& action);
+    void AddEvents(const Action& action, const std::string& tag);
+    std::string UniqueName(const std::string& wanted);
+
+    const Recording& m_recording;
+    std::set<std::string> m_names;  // of actions and events so far
+    std::string m_text;
+};
+
+}  // namespace qxlt
