@@ -33,7 +33,7 @@ ProcessNames ReadProcesses(const std::string& path) {
     try {
         if (description.at("version") != kCaptureVersion) NoCapture(path, "a version of captures that is not known");
         ProcessNames processes;
-        for (const auto& [name, pid] : description.at("processes").items()) {
+        for (const auto& [name, pid] : description.at("processes").get_ref<const JsonObject::object_t&>()) {
             const auto number = pid.get<std::uint64_t>();
             if (!pid.is_number_unsigned() || number > UINT16_MAX) NoCapture(path, name + ": no process id of 16 bits");
             processes.Add(name, static_cast<unsigned short>(number));

@@ -1,0 +1,100 @@
+// Keeping dumps when the disk does not take them.
+#include "CaptureWriter.h"
+
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/resource.h>
+
+#include <filesystem>
+
+#include "CaptureLayout.h"
+#include "Common.h"
+#include "Workplace.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using qxlt::CaptureWriter;
+
+// As on a full disk, no file can grow beyond the limit.
+class FileSizeLimit final {
+public:
+    explicit FileSizeLimit(rlim_t bytes) {
+        getrlimit(RLIMIT_FSIZE, &m_before);
+        const rlimit limit = {bytes, m_before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    FileSizeLimit(const FileSizeLimit&) = delete;
+    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
+
+private:
+    rlimit m_before;
+};
+
+void WriteCycle(CaptureWriter& writer, std::uint64_t number, std::size_t size) {
+    writer.BeginCycle(number);
+    writer.AddDump("small", {'x'});
+    writer.AddDump("none", {});
+    writer.AddDump("large", std::vector<char>(size, 'y'));
+    writer.EndCycle();
+}
+
+TEST(CaptureWriter, WritesTheLayoutThatReplayReads) {
+    const Workplace place;
+    CaptureWriter writer(place.At("a/b"));
+    qxlt::ProcessNames processes;
+    processes.Add("tuner", 70);
+    processes.Add("../a", 412);
+    writer.Begin(processes);
+    WriteCycle(writer, 1, 3);
+    EXPECT_EQ(place.Read("a/b/capture.json"), "{\"version\":1,\"processes\":{\"../a\":412,\"tuner\":70}}\n");
+    EXPECT_EQ(place.Read("a/b/000001/small.qxdump"), "x");
+    EXPECT_EQ(place.Read("a/b/000001/large.qxdump"), "yyy");
+    EXPECT_FALSE(fs::exists(place.At("a/b/000001/none.qxdump")));
+    EXPECT_FALSE(writer.Failed());
+}
+
+TEST(CaptureWriter, EndsTheCaptureBeforeTheCycleThatDoesNotFit) {
+    const Workplace place;
+    CaptureWriter writer(place.At("capture"));
+    WriteCycle(writer, 1, 10);
+    testing::internal::CaptureStderr();
+    {
+        const FileSizeLimit limit(1000);
+        WriteCycle(writer, 2, 2000);
+        WriteCycle(writer, 3, 2000);
+    }
+    WriteCycle(writer, 4, 10);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "error: " + place.At("capture/.000002/large.qxdump") +
+                  ": File too large; the capture ends before cycle 2, tracking goes on\n");
+    EXPECT_TRUE(writer.Failed());
+    std::vector<std::string> left;
+    for (const auto& entry : fs::directory_iterator(place.At("capture"))) left.push_back(entry.path().filename());
+    EXPECT_THAT(left, testing::ElementsAre("000001"));
+}
+
+TEST(CaptureWriter, RefusesAProcessNameThatJsonCannotHold) {
+    const Workplace place;
+    CaptureWriter writer(place.At("capture"));
+    qxlt::ProcessNames processes;
+    processes.Add("\xE9", 1);
+    EXPECT_THROW(writer.Begin(processes), qxlt::Failure);
+}
+
+TEST(CaptureLayout, NamesCyclesWithSixDigitsOrMore) {
+    EXPECT_EQ(qxlt::CycleName(1), "000001");
+    EXPECT_EQ(qxlt::CycleName(999999), "999999");
+    EXPECT_EQ(qxlt::CycleName(1000000), "1000000");
+}
+
+TEST(CaptureLayout, EscapesWhatAFileNameCannotHold) {
+    EXPECT_EQ(qxlt::DumpName("Media-server_1.2"), "Media-server_1.2.qxdump");
+    EXPECT_EQ(qxlt::DumpName("..a"), "%2E.a.qxdump");
+    EXPECT_EQ(qxlt::DumpName("a/b c%\xE9"), "a%2Fb%20c%25%E9.qxdump");
+    EXPECT_EQ(qxlt::DumpName(std::string("a\0b", 3)), "a%00b.qxdump");
+}
+
+}  // namespace

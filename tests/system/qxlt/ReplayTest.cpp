@@ -1,0 +1,374 @@
+// `qxlt replay`, run as its user runs it.
+#include <gmock/gmock.h>
+#include <signal.h>
+
+#include "Child.h"
+#include "DumpWriter.h"
+#include "Workplace.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+const char* const kInputScript =
+    "<Scenario>\n<action name=\"input\">\n<method name=\"SetVolume\"/>\n"
+    "<event name=\"AGAIN\" tag=\"IN\" value=\"0\" type=\"INT\"/>\n</action>\n</Scenario>\n";
+
+std::string CaptureFile(const std::string& processes) {
+    return "{\"version\":1,\"processes\":{" + processes + "}}\n";
+}
+
+// A call of location 3, which was described in an earlier dump.
+std::string LaterCall(int volume) {
+    return dump::Thread(3, dump::StreamItem(dump::kBefore, dump::Before(105, 3, dump::Int(volume, 4))) +
+                               dump::StreamItem(dump::kAfter, dump::After(2)));
+}
+
+std::vector<std::string> Values(const std::string& jsonLines) {
+    std::vector<std::string> values;
+    for (const std::string& line : Lines(jsonLines)) {
+        const std::size_t at = line.find("\"value\":\"") + 9;
+        values.push_back(line.substr(at, line.find('"', at) - at));
+    }
+    return values;
+}
+
+TEST(Replay, PrintsAnEventAsJson) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string dump = place.Write("a.qxdump", VolumeDump({85}));
+    const ToolResult result = RunTool({"replay", "-s", script, "-p", "media-server=412", "--format", "json", dump});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(
+        result.output,
+        R"({"cycle":1,"event":"VOLUME","value":"85","call":{"key":105000,"process":"media-server","pid":412,"tid":3,"locId":3,"callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","time":105,"exitTime":2105,"in":[[{"name":"","hex":"55000000"}]],"out":[],"ret":[]}})"
+        "\n");
+}
+
+TEST(Replay, PrintsEventsAsAlignedText) {
+    const Workplace place;
+    const std::string events =
+        std::string(kEveryVolume) +
+        R"(<event name="VOLUME_HIGH" tag="IN" value="0" type="INT" watch="CONDITIONAL" condition="&gt;" conditionValue="80"/>)";
+    const std::string script = place.Write("v.xml", VolumeScript(events));
+    const ToolResult result = RunTool({"replay", "-s", script, "-p", "m=1", place.Write("a", VolumeDump({85}))});
+    EXPECT_THAT(Lines(result.output), ElementsAre("1      VOLUME       85            m[1] audio.SetVolume(85) at 105",
+                                                  "1      VOLUME_HIGH  85            m[1] audio.SetVolume(85) at 105"));
+}
+
+TEST(Replay, TakesEachLooseDumpForACycle) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string first = place.Write("1", VolumeDump({1}));
+    const std::string second = place.Write("2", LaterCall(2));
+    const ToolResult result = RunTool({"replay", "-s", script, "-p", "m=1", first, second, "--format", "json"});
+    EXPECT_THAT(Lines(result.output), ElementsAre(StartsWith(R"({"cycle":1,"event":"VOLUME","value":"1")"),
+                                                  StartsWith(R"({"cycle":2,"event":"VOLUME","value":"2")")));
+}
+
+TEST(Replay, PrimesWithTheFirstCycleWhenAsked) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string first = place.Write("1", VolumeDump({1}));
+    const std::string second = place.Write("2", LaterCall(2));
+    const std::vector<std::string> arguments = {"replay", "-s", script, "-p", "m=1", "--format", "json", first, second};
+    std::vector<std::string> priming = arguments;
+    priming.push_back("--prime");
+    std::vector<std::string> notPriming = arguments;
+    notPriming.push_back("--no-prime");
+    EXPECT_THAT(Lines(RunTool(priming).output), ElementsAre(StartsWith(R"({"cycle":2,"event":"VOLUME","value":"1")"),
+                                                            StartsWith(R"({"cycle":2,"event":"VOLUME","value":"2")")));
+    EXPECT_EQ(RunTool(notPriming).output, RunTool(arguments).output);
+}
+
+TEST(Replay, RunsACaptureAsItWasLive) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    place.Write("capture/capture.json", CaptureFile("\"tuner\":70,\"media-server\":412"));
+    place.Write("capture/000001/media-server.qxdump", VolumeDump({1}));
+    place.Write("capture/000002/tuner.qxdump", VolumeDump({2}));
+    place.Write("capture/000002/media-server.qxdump", LaterCall(3));
+    place.Write("capture/000010/tuner.qxdump", LaterCall(4));
+    place.Write("capture/notes.txt", "not a cycle");
+    const std::vector<std::string> arguments = {"replay", "-s", script, "--format", "json", place.At("capture")};
+    const ToolResult result = RunTool(arguments);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "");
+    EXPECT_THAT(Values(result.output), ElementsAre("1", "3", "2", "4"));
+    EXPECT_THAT(Lines(result.output),
+                ElementsAre(HasSubstr(R"("cycle":2,)"), HasSubstr(R"("process":"media-server","pid":412,)"),
+                            HasSubstr(R"("process":"tuner","pid":70,)"), HasSubstr(R"("cycle":10,)")));
+    std::vector<std::string> notPriming = arguments;
+    notPriming.push_back("--no-prime");
+    EXPECT_THAT(Lines(RunTool(notPriming).output).front(), HasSubstr(R"("cycle":1,)"));
+}
+
+TEST(Replay, FindsTheDumpsOfProcessesWithOddNames) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    place.Write("capture/capture.json", CaptureFile(R"("../a b":7,".x":8)"));
+    place.Write("capture/000002/%2E.%2Fa%20b.qxdump", VolumeDump({1}));
+    place.Write("capture/000002/%2Ex.qxdump", VolumeDump({2}));
+    const ToolResult result = RunTool({"replay", "-s", script, "--format", "json", place.At("capture")});
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_THAT(result.output, HasSubstr(R"("process":"../a b","pid":7,)"));
+    EXPECT_THAT(result.output, HasSubstr(R"("process":".x","pid":8,)"));
+}
+
+TEST(Replay, JoinsSeveralScriptsInOrder) {
+    const Workplace place;
+    const std::string first = place.Write("1.xml", VolumeScript(kEveryVolume));
+    const std::string second = place.Write("2.xml", kInputScript);
+    const std::string dump = place.Write("a.qxdump", VolumeDump({5}));
+    const ToolResult together = RunTool({"replay", "-s", first, second, "-p", "m=1", "--explain", dump});
+    const ToolResult apart = RunTool({"replay", "-s", first, "-p", "m=1", "-s", second, "--explain", dump});
+    EXPECT_EQ(together.status, 0) << together.error;
+    EXPECT_THAT(together.output, HasSubstr("AGAIN"));
+    EXPECT_THAT(together.output, HasSubstr(first + ":4\n"));
+    EXPECT_THAT(together.output, HasSubstr(second + ":4\n"));
+    EXPECT_EQ(together.output, apart.output);
+}
+
+TEST(Replay, ReadsScriptsOfOtherEncodingsAndWithEntities) {
+    const Workplace place;
+    const std::string script = place.Write(
+        "v.xml", "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><!DOCTYPE Scenario [<!ENTITY n \"LAUT\xE4R\">]>\n" +
+                     VolumeScript("<event name=\"&n;&#10;&lt;&quot;&amp;\" tag=\"IN\" value=\"0\" type=\"INT\"/>"));
+    const ToolResult result =
+        RunTool({"replay", "-s", script, "-p", "m=1", "--format", "json", place.Write("a", VolumeDump({5}))});
+    EXPECT_THAT(result.output, HasSubstr("\"event\":\"LAUT\xC3\xA4R\\n<\\\"&\""));
+}
+
+TEST(Replay, GivesEachOfTwoEqualCallsItsOwnKey) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume + std::string(kEveryVolume)));
+    const std::string call = dump::StreamItem(dump::kBefore, dump::Before(0, 3, dump::Int(5, 4)));
+    const std::string exit = dump::StreamItem(dump::kAfter, dump::After(0));
+    const std::string bytes = VolumeDump({}) + dump::Thread(3, call + exit + call + exit);
+    const ToolResult result =
+        RunTool({"replay", "-s", script, "-p", "m=1", "--format", "json", place.Write("a", bytes)});
+    EXPECT_THAT(Lines(result.output), ElementsAre(HasSubstr("\"key\":0,"), HasSubstr("\"key\":0,"),
+                                                  HasSubstr("\"key\":1,"), HasSubstr("\"key\":1,")));
+}
+
+TEST(Replay, RunsNothingForAScriptThatIsNotWellFormed) {
+    const Workplace place;
+    const std::string good = place.Write("good.xml", VolumeScript(kEveryVolume));
+    const std::string dump = place.Write("a", VolumeDump({5}));
+    const std::vector<std::pair<std::string, std::string>> bad = {
+        {"", ":1:1: not well-formed, no element found"},
+        {"<Scenario>\n  <action>\n</Scenario>", ":3:3: not well-formed, mismatched tag"},
+        {"<Scenario a=\"1\" a=\"2\"/>", ":1:17: not well-formed, duplicate attribute"}};
+    for (const auto& [text, said] : bad) {
+        const std::string script = place.Write("bad.xml", text);
+        const ToolResult result = RunTool({"replay", "-s", good, script, "-p", "m=1", dump});
+        EXPECT_EQ(result.status, 1) << text;
+        EXPECT_EQ(result.output, "");
+        EXPECT_THAT(result.error, HasSubstr("error: " + script + said));
+    }
+}
+
+TEST(Replay, WarnsOfATopElementThatRunsNothing) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", "\n<scenario/>");
+    const ToolResult result = RunTool({"replay", "-s", script, "-p", "m=1", place.Write("a", VolumeDump({5}))});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_THAT(result.error, StartsWith("warning: " + script + ":2: no kind of script is called \"scenario\""));
+}
+
+TEST(Replay, ReportsAnEventInErrorOnceAndGoesOn) {
+    const Workplace place;
+    const std::string events =
+        R"(<event name="BAD" tag="IN" value="first" type="INT" watch="ALWAYS"/>)" + std::string(kEveryVolume);
+    const std::string script = place.Write("v.xml", VolumeScript(events));
+    const ToolResult result =
+        RunTool({"replay", "-s", script, "-p", "m=1", "--format", "json", place.Write("a", VolumeDump({5, 6}))});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(Values(result.output), ElementsAre("5", "6"));
+    EXPECT_THAT(
+        Lines(result.error),
+        ElementsAre(StartsWith("error: " + script + ":4: event \"BAD\" at time 105, the index \"first\" is no")));
+}
+
+TEST(Replay, ReportsADamagedDumpAndGoesOn) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    place.Write("capture/capture.json", CaptureFile("\"m\":1"));
+    const std::string bad = place.Write("capture/000002/m.qxdump", VolumeDump({5}) + dump::Packet(9, "x"));
+    place.Write("capture/000003/m.qxdump", LaterCall(6));
+    const ToolResult result = RunTool({"replay", "-s", script, "--format", "json", place.At("capture")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(Values(result.output), ElementsAre("5", "6"));
+    EXPECT_THAT(result.error, StartsWith("error: " + bad + ":" + std::to_string(VolumeDump({5}).size()) + ": damage"));
+}
+
+TEST(Replay, TellsOfADumpThatBelongsToNoProcess) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    place.Write("capture/capture.json", CaptureFile("\"m\":1"));
+    const std::string stranger = place.Write("capture/000002/n.qxdump", VolumeDump({5}));
+    const ToolResult result = RunTool({"replay", "-s", script, place.At("capture")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error, "error: " + stranger + ": belongs to no process of capture.json; it is not replayed\n");
+}
+
+struct BadInput {
+    std::string name;
+    std::vector<std::string> arguments;  // relative to the workplace
+    std::string said;
+};
+
+class ReplayOfBadInput : public testing::TestWithParam<BadInput> {};
+
+TEST_P(ReplayOfBadInput, DoesNotStart) {
+    const Workplace place;
+    place.Write("v.xml", VolumeScript(kEveryVolume));
+    place.Write("a.qxdump", VolumeDump({5}));
+    place.Write("nothing/x", "");
+    place.Write("text/capture.json", "{\"version\":1,");
+    place.Write("new/capture.json", "{\"version\":2,\"processes\":{}}");
+    place.Write("list/capture.json", "{\"version\":1,\"processes\":[1]}");
+    place.Write("large/capture.json", CaptureFile("\"m\":65536"));
+    place.Write("negative/capture.json", CaptureFile("\"m\":-1"));
+    place.Write("good/capture.json", CaptureFile("\"m\":1"));
+    place.Write("dir/capture.json", CaptureFile("\"m\":1"));
+    place.Write("dir/000001/m.qxdump/x", "");
+    std::vector<std::string> arguments = {"replay"};
+    arguments.insert(arguments.end(), GetParam().arguments.begin(), GetParam().arguments.end());
+    Child::Setup setup;
+    setup.directory = place.Path();
+    const ToolResult result = RunTool(arguments, setup);
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.output, "");
+    EXPECT_THAT(result.error, StartsWith("error: " + GetParam().said));
+    EXPECT_EQ(Lines(result.error).size(), 1u) << result.error;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Replay, ReplayOfBadInput,
+    testing::Values(
+        BadInput{"NoScript", {"-s", "none.xml", "good"}, "none.xml: No such file"},
+        BadInput{"ScriptIsDirectory", {"-s", "nothing", "good"}, "nothing: Is a directory"},
+        BadInput{"NoProcess", {"-s", "v.xml", "a.qxdump"}, "whose dumps these are is not known; add -p"},
+        BadInput{"ProcessOfCapture", {"-s", "v.xml", "-p", "m=1", "good"}, "a capture names its processes itself"},
+        BadInput{"NoDump", {"-s", "v.xml", "-p", "m=1", "none"}, "none: No such file"},
+        BadInput{"DirectoryAmongDumps", {"-s", "v.xml", "-p", "m=1", "a.qxdump", "good"}, "good: Is a directory"},
+        BadInput{"BadId", {"-s", "v.xml", "-p", "m=1x", "a.qxdump"}, "-p m=1x: the process id is no number"},
+        BadInput{"NoCapture", {"-s", "v.xml", "nothing"}, "nothing/capture.json: No such file"},
+        BadInput{"CutCapture", {"-s", "v.xml", "text"}, "text/capture.json:14: not JSON"},
+        BadInput{"NewCapture", {"-s", "v.xml", "new"}, "new/capture.json: a version of captures that is not known"},
+        BadInput{
+            "ListOfProcesses", {"-s", "v.xml", "list"}, "list/capture.json: holds no \"version\", or no \"processes\""},
+        BadInput{"LargeId", {"-s", "v.xml", "large"}, "large/capture.json: m: no process id of 16 bits"},
+        BadInput{"NegativeId", {"-s", "v.xml", "negative"}, "negative/capture.json: m: no process id of 16 bits"},
+        BadInput{"DirectoryAsDump", {"-s", "v.xml", "dir"}, "dir/000001/m.qxdump: Is a directory"},
+        BadInput{"UnknownEvent",
+                 {"-s", "v.xml", "--explain=VOLUM", "good"},
+                 "--explain=VOLUM: the scripts have no event of that name; did you mean VOLUME"}),
+    [](const auto& row) { return row.param.name; });
+
+TEST(Replay, ExplainsEveryEvent) {
+    const Workplace place;
+    const std::string events =
+        R"(<event name="HIGH" tag="IN" value="0" type="INT" watch="D-CONDITIONAL" condition="&gt;" conditionValue="80"/>)"
+        R"(<event name="WORD" tag="IN" value="0" type="INT" keyword="12" watch="ALWAYS"/>)"
+        R"(<event name="NEW" tag="IN" value="0" type="INT" watch="CHANGED"/>)"
+        R"(<event name="FOURTH" tag="IN" value="3" type="INT"/>)"
+        R"(<event name="BAD" tag="IN" value="0" type="INT" watch="CONDITIONAL" condition="&lt;" conditionValue="x"/>)";
+    const std::string script = place.Write("v.xml", VolumeScript(events));
+    const std::string dump = place.Write("a", VolumeDump({10, 79, 81, 90, 90}));
+    const ToolResult result = RunTool({"replay", "-s", script, "-p", "m=1", "--explain", dump});
+    const std::string place4 = "  " + script + ":4";
+    std::vector<std::string> table = Lines(result.output);
+    table.erase(table.begin(), table.end() - 11);
+    EXPECT_THAT(
+        table, ElementsAre(
+                   "event     calls   method    value   filter  keyword  condition     edge    fired   errors  place",
+                   "HIGH          5        5        5        5        5          3        1        1        0" + place4,
+                   "    2 calls: condition > \"80\" does not hold; nearest \"79\", \"10\"",
+                   "WORD          5        5        5        5        0          0        0        0        0" + place4,
+                   "    5 calls: the value is not the keyword \"12\"; nearest \"10\", \"79\", \"81\"",
+                   "NEW           5        5        5        5        5          4        4        4        0" + place4,
+                   "    1 call: the value did not change; nearest \"90\"",
+                   "FOURTH        5        5        0        0        0          0        0        0        0" + place4,
+                   "    5 calls: no value at index \"3\" of IN",
+                   "BAD           5        5        5        5        5          0        0        0        5" + place4,
+                   "    5 calls: condition < \"x\": an operand or the value is no number in range"));
+}
+
+TEST(Replay, ExplainsThatTheMethodWasNotCalled) {
+    const Workplace place;
+    const std::string script =
+        place.Write("v.xml", R"(<Scenario><action><method name="SetVolum"/><event name="E"/></action></Scenario>)");
+    const ToolResult result =
+        RunTool({"replay", "-s", script, "-p", "m=1", "--explain", place.Write("a", VolumeDump({10}))});
+    EXPECT_EQ(Lines(result.output).back(), "    1 call: no call of SetVolum; nearest \"SetVolume\"");
+}
+
+TEST(Replay, ExplainsAnEventCallByCall) {
+    const Workplace place;
+    const std::string events =
+        std::string(kEveryVolume) +
+        R"(<event name="HIGH" tag="IN" value="0" type="INT" watch="D-CONDITIONAL" condition="&gt;" conditionValue="80"/>)";
+    const std::string script = place.Write("v.xml", VolumeScript(events));
+    const std::string dump = place.Write("a", VolumeDump({79, 81, 90}));
+    const ToolResult text = RunTool({"replay", "-s", script, "-p", "m=1", "--explain=HIGH", dump});
+    EXPECT_THAT(text.output, HasSubstr("cycle 1, time 105, HIGH \"79\": condition > \"80\" does not hold\n"));
+    EXPECT_THAT(text.output, HasSubstr("cycle 1, time 2210, HIGH \"81\": fires\n"));
+    EXPECT_THAT(text.output, HasSubstr("cycle 1, time 4315, HIGH \"90\": condition > \"80\" held before\n"));
+    EXPECT_THAT(text.output, Not(HasSubstr("VOLUME \"79\"")));
+    const ToolResult json = RunTool({"replay", "-s", script, "-p", "m=1", "--format", "json", "--explain=HIGH", dump});
+    EXPECT_THAT(json.output, HasSubstr(R"({"decided":"HIGH","cycle":1,"time":2210,"value":"81","decision":"fires"})"));
+    EXPECT_THAT(
+        Lines(json.output).back(),
+        HasSubstr(
+            R"("calls":3,"method":3,"value":3,"filter":3,"keyword":3,"condition":2,"edge":1,"fired":1,"errors":0)"));
+}
+
+TEST(Replay, ColoursOnlyATerminal) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::vector<std::string> arguments = {"replay", "-s", script, "-p", "m=1", place.Write("a", VolumeDump({5}))};
+    Child::Setup terminal;
+    terminal.terminal = true;
+    terminal.environment = {{"TERM", "xterm"}, {"NO_COLOR", ""}};
+    EXPECT_THAT(RunTool(arguments, terminal).output, HasSubstr("\033[1mVOLUME\033[0m"));
+    terminal.environment = {{"TERM", "xterm"}, {"NO_COLOR", "1"}};
+    EXPECT_THAT(RunTool(arguments, terminal).output, Not(HasSubstr("\033[")));
+    EXPECT_THAT(RunTool(arguments).output, Not(HasSubstr("\033[")));
+}
+
+TEST(Replay, ShowsProgressOnATerminal) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", "<session/>");
+    const std::string dump = place.Write("a", VolumeDump(std::vector<int>(20000, 5)));
+    std::vector<std::string> arguments = {"replay", "-s", script, "-p", "m=1"};
+    arguments.insert(arguments.end(), 2000, dump);
+    Child::Setup terminal;
+    terminal.terminal = true;
+    Child tool(ToolSetup(arguments, terminal));
+    EXPECT_TRUE(tool.WaitForOutput("\r\033[Kdump "));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 128 + SIGINT);
+}
+
+TEST(Replay, NeedsNoMoreMemoryForManyCycles) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string dump = place.Write("a", VolumeDump(std::vector<int>(20000, 5)));
+    Child::Setup setup;
+    setup.output = "/dev/null";
+    std::vector<std::string> arguments = {"replay", "-s", script, "-p", "m=1", dump, dump};
+    const ToolResult two = RunTool(arguments, setup);
+    arguments.insert(arguments.end(), 20, dump);
+    const ToolResult many = RunTool(arguments, setup);
+    EXPECT_EQ(many.status, 0);
+    EXPECT_LT(many.largestSize, two.largestSize * 5 / 4);
+}
+
+}  // namespace

@@ -1,0 +1,233 @@
+// `qxlt run`, run as its user runs it, over live processes.
+#ifdef QXLT_MEDIA_SERVER
+#include <gmock/gmock.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "Child.h"
+#include "Workplace.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+using testing::ContainsRegex;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::Not;
+using testing::StartsWith;
+
+// A traced program under a name that no other process has, and a scenario for it.
+class Run : public testing::Test {
+protected:
+    Run() {
+        fs::copy_file(QXLT_MEDIA_SERVER, m_place.At(m_name));
+        m_script = m_place.Write("v.xml", VolumeScript(kEveryVolume, m_name));
+    }
+
+    Child::Setup Server() const {
+        Child::Setup setup;
+        setup.command = {m_place.At(m_name), "--rate", "100"};
+        setup.environment = Environment();
+        return setup;
+    }
+
+    Child::Setup Tool(std::vector<std::string> arguments) const {
+        arguments.insert(arguments.begin(), {"run", "-s", m_script, "--pause", "fast"});
+        Child::Setup setup;
+        setup.environment = Environment();
+        return ToolSetup(arguments, setup);
+    }
+
+    // Recordings and dumps of a test's own, which go with it.
+    std::map<std::string, std::string> Environment() const { return {{"QX_RUNTIME_DIR", m_place.At("recordings")}}; }
+
+    const Workplace m_place;
+    const std::string m_name = "qx" + std::to_string(getpid()) + "m";
+    std::string m_script;
+};
+
+TEST_F(Run, ReplaysWhatItKeptToTheSameEvents) {
+    const Child server(Server());
+    Child tool(Tool({"--format", "json", "--keep", m_place.At("capture")}));
+    EXPECT_TRUE(tool.WaitForOutput("{\"cycle\":4,"));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0);
+    const ToolResult replay = RunTool({"replay", "-s", m_script, "--format", "json", m_place.At("capture")});
+    EXPECT_EQ(replay.status, 0) << replay.error;
+    std::string withoutKeys;
+    for (std::string line : Lines(replay.output)) {
+        const std::size_t key = line.find("\"key\":");
+        withoutKeys += line.erase(key, line.find(',', key) + 1 - key) + "\n";
+    }
+    EXPECT_EQ(withoutKeys, tool.Output());
+    EXPECT_THAT(m_place.Read("capture/capture.json"),
+                MatchesRegex("\\{\"version\":1,\"processes\":\\{\"" + m_name + "\":[0-9]+\\}\\}\n"));
+}
+
+TEST_F(Run, SaysWhatItDoesAndCountsItsEvents) {
+    const Child server(Server());
+    Child tool(Tool({}));
+    EXPECT_TRUE(tool.WaitForError("ready\n"));
+    EXPECT_TRUE(tool.WaitForOutput("VOLUME"));
+    tool.Signal(SIGTERM);
+    EXPECT_EQ(tool.Finish(), 0);
+    EXPECT_THAT(tool.Error(), HasSubstr("priming, events come from the next cycle on\nready\n"));
+    const std::string count = std::to_string(Lines(tool.Output()).size());
+    EXPECT_THAT(tool.Error(), ContainsRegex("\n" + count + " events? in [0-9]+ cycles\n  VOLUME  " + count + "\n$"));
+    EXPECT_THAT(Lines(tool.Output()).front(), ContainsRegex("^2 +VOLUME +[0-9]+ +" + m_name +
+                                                            "\\[[0-9]+\\] audio\\.SetVolume\\([0-9]+\\) at [0-9]+$"));
+}
+
+TEST_F(Run, WaitsForTheProcess) {
+    Child tool(Tool({}));
+    EXPECT_TRUE(tool.WaitForError("waiting for " + m_name + ", 0 s\n"));
+    const Child server(Server());
+    EXPECT_TRUE(tool.WaitForOutput("VOLUME"));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0);
+}
+
+TEST_F(Run, CanBeInterruptedWhileItWaits) {
+    for (const int number : {SIGINT, SIGTERM}) {
+        Child tool(Tool({}));
+        EXPECT_TRUE(tool.WaitForError("waiting for " + m_name));
+        tool.Signal(number);
+        EXPECT_EQ(tool.Finish(), 0);
+        EXPECT_THAT(tool.Error(), HasSubstr("0 events in 0 cycles\n"));
+    }
+}
+
+TEST_F(Run, CountsTheSecondsOfWaitingOnATerminal) {
+    Child::Setup setup = Tool({});
+    setup.terminal = true;
+    Child tool(setup);
+    EXPECT_TRUE(tool.WaitForOutput("\r\033[Kwaiting for " + m_name + ", 1 s"));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0);
+}
+
+TEST_F(Run, WatchesTheProcessesOfAllScriptsAndOptions) {
+    const std::string other = m_place.Write("other.xml", VolumeScript("", m_name + "2"));
+    Child tool(ToolSetup({"run", "-s", m_script, other, "-p", m_name + "3"}));
+    EXPECT_TRUE(tool.WaitForError("waiting for " + m_name + ", " + m_name + "2, " + m_name + "3, 0 s\n"));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0);
+}
+
+TEST_F(Run, EndsAfterItsTime) {
+    const Child server(Server());
+    Child tool(Tool({"--for", "1.5"}));
+    EXPECT_EQ(tool.Finish(), 0);
+    EXPECT_THAT(tool.Error(), ContainsRegex("events? in [0-9]+ cycle"));
+}
+
+TEST_F(Run, GivesUpWhenTheTimeIsOverAndNothingRuns) {
+    Child tool(Tool({"--for", "0.1"}));
+    EXPECT_EQ(tool.Finish(), 2);
+    EXPECT_THAT(tool.Error(), HasSubstr("error: the time is over and " + m_name + " does not run; start it first\n"));
+}
+
+TEST_F(Run, EndsWhenTheEventHasFired) {
+    const Child server(Server());
+    Child tool(Tool({"--until", "VOLUME"}));
+    EXPECT_EQ(tool.Finish(), 0);
+    EXPECT_THAT(tool.Error(), HasSubstr("in 2 cycles\n"));
+    EXPECT_THAT(tool.Output(), Not(IsEmpty()));
+}
+
+TEST_F(Run, EndsQuietlyWhenTheReaderHasGone) {
+    const Child server(Server());
+    Child tool(Tool({}));
+    EXPECT_TRUE(tool.WaitForOutput("VOLUME"));
+    tool.CloseOutput();
+    EXPECT_EQ(tool.Finish(), 0);
+    EXPECT_THAT(tool.Error(), Not(HasSubstr("error")));
+}
+
+// The first signal lets the cycle end, which it cannot; the second one does not wait for that.
+TEST_F(Run, EndsAtASecondSignalThoughNobodyReadsItsEvents) {
+    Child::Setup fast = Server();
+    fast.command.back() = "20000";
+    const Child server(fast);
+    Child tool(Tool({"--format", "json"}));
+    EXPECT_TRUE(tool.WaitForOutput("{\"cycle\":2,"));
+    Child clock(Tool({"-p", "nobody", "--for", "2"}));
+    clock.Finish();
+    tool.Signal(SIGINT);
+    tool.Signal(SIGTERM);
+    siginfo_t information;
+    EXPECT_EQ(waitid(P_PID, static_cast<id_t>(tool.Pid()), &information, WEXITED | WNOWAIT), 0);
+    EXPECT_EQ(tool.Finish(), 1);
+}
+
+TEST_F(Run, ExplainsAtItsEnd) {
+    const Child server(Server());
+    Child tool(Tool({"--explain", "--until", "VOLUME"}));
+    EXPECT_EQ(tool.Finish(), 0);
+    const std::vector<std::string> lines = Lines(tool.Output());
+    ASSERT_GE(lines.size(), 3u);
+    EXPECT_EQ(lines[lines.size() - 2],
+              "event     calls   method    value   filter  keyword  condition     edge    fired   errors  place");
+    EXPECT_THAT(lines.back(), ContainsRegex("^VOLUME .* " + m_script + ":4$"));
+}
+
+TEST_F(Run, TellsOnceThatKeepingFailedAndGoesOn) {
+    const Child server(Server());
+    Child tool(Tool({"--keep", m_place.At("capture"), "--format", "json"}));
+    EXPECT_TRUE(tool.WaitForOutput("{\"cycle\":2,"));
+    fs::rename(m_place.At("capture"), m_place.At("gone"));
+    EXPECT_TRUE(tool.WaitForError("No such file or directory; the capture ends before cycle "));
+    const std::size_t events = Lines(tool.Output()).size();
+    EXPECT_TRUE(tool.WaitForOutput("{\"cycle\":5,")) << events;
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 1);
+    const std::size_t first = tool.Error().find("error: ");
+    EXPECT_EQ(tool.Error().find("error: ", first + 1), std::string::npos) << tool.Error();
+}
+
+TEST_F(Run, DoesNotStartWithoutAPlaceToKeep) {
+    m_place.Write("full/x", "");
+    const std::vector<std::pair<std::string, std::string>> bad = {{m_place.At("full"), "is not empty"},
+                                                                  {m_place.At("full/x"), "Not a directory"},
+                                                                  {"/proc/none", "No such file or directory"}};
+    for (const auto& [path, reason] : bad) {
+        Child tool(Tool({"--keep", path}));
+        EXPECT_EQ(tool.Finish(), 2);
+        EXPECT_EQ(tool.Error(), "error: " + path + ": " + reason + "; name a new directory that can be written\n");
+    }
+}
+
+TEST_F(Run, DoesNotStartWithoutWhatItNeeds) {
+    const std::string nobody = m_place.Write("n.xml", "<Scenario><action/></Scenario>");
+    const std::string broken = m_place.Write("b.xml", "<Scenario>");
+    const std::vector<std::tuple<std::vector<std::string>, int, std::string>> rows = {
+        {{"run", "-s", nobody}, 2, "error: no process is to be watched; name one with -p"},
+        {{"run", "-s", m_place.At("none")}, 2, "error: " + m_place.At("none") + ": No such file"},
+        {{"run", "-s", broken}, 1, "error: " + broken + ":1:11: not well-formed"},
+        {{"run", "-s", m_script, "--until", "VOLUM"},
+         2,
+         "error: --until VOLUM: the scripts have no event of that name; did"},
+        {{"run", "-s", m_script, "--explain=X"}, 2, "error: --explain=X: the scripts have no event of that name"}};
+    for (const auto& [arguments, status, said] : rows) {
+        const ToolResult result = RunTool(arguments);
+        EXPECT_EQ(result.status, status) << said;
+        EXPECT_THAT(result.error, StartsWith(said));
+        EXPECT_EQ(result.output, "");
+    }
+}
+
+TEST_F(Run, PrintsTheLibrarysDiagnosticsWhenAsked) {
+    const Child server(Server());
+    Child tool(Tool({"--level", "info"}));
+    EXPECT_TRUE(tool.WaitForError("getQxBufferDump END !! Process[" + m_name + "]"));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0);
+}
+
+}  // namespace
+#endif

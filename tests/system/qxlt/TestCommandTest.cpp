@@ -1,0 +1,191 @@
+// `qxlt test`, run as its user runs it.
+#include <expat.h>
+#include <gmock/gmock.h>
+
+#include "Child.h"
+#include "DumpWriter.h"
+#include "Workplace.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+const char* const kHighEvent =
+    R"(<event name="HIGH" tag="IN" value="0" type="INT" watch="CONDITIONAL" condition="&gt;" conditionValue="80"/>)";
+
+// A folder whose scenario fires for 81 and 90.
+void MakeFolder(const Workplace& place, const std::string& name, const std::string& expected) {
+    place.Write(name + "/v.xml", VolumeScript(kHighEvent));
+    place.Write(name + "/1.qxdump", VolumeDump({79, 81, 90}));
+    if (!expected.empty()) place.Write(name + "/expected.jsonl", expected);
+}
+
+const char* const kBoth = "{\"event\":\"HIGH\",\"value\":\"81\"}\n{\"event\":\"HIGH\",\"value\":\"90\"}\n";
+
+TEST(TestCommand, PassesWhenTheEventsAreAsExpected) {
+    const Workplace place;
+    MakeFolder(place, "high", kBoth);
+    const ToolResult result = RunTool({"test", place.At("high")});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output, "ok    " + place.At("high") + "\n1 folder, 0 failed\n");
+    EXPECT_EQ(result.error, "");
+}
+
+TEST(TestCommand, ShowsWhatIsMissingAndWhy) {
+    const Workplace place;
+    MakeFolder(place, "high", "{\"event\":\"HIGH\",\"value\":\"79\"}\n" + std::string(kBoth));
+    const ToolResult result = RunTool({"test", place.At("high")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(Lines(result.output),
+                ElementsAre("FAIL  " + place.At("high"), "    - {\"event\":\"HIGH\",\"value\":\"79\"}",
+                            "      HIGH is missing, " + place.At("high/v.xml:4") +
+                                ": 2 of 3 calls fired; 1 call: condition > \"80\" does not hold; nearest \"79\"",
+                            "1 folder, 1 failed"));
+}
+
+TEST(TestCommand, ShowsWhatIsNotExpected) {
+    const Workplace place;
+    MakeFolder(place, "high", "{\"event\":\"HIGH\",\"value\":\"90\"}\n");
+    const ToolResult result = RunTool({"test", place.At("high")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(Lines(result.output)[1],
+                StartsWith("    + {\"cycle\":1,\"event\":\"HIGH\",\"value\":\"81\",\"call\":{"));
+    EXPECT_THAT(Lines(result.output)[2], StartsWith("      HIGH is not expected, "));
+    EXPECT_EQ(Lines(result.output).size(), 4u);
+}
+
+TEST(TestCommand, PrintsResultsAsJson) {
+    const Workplace place;
+    MakeFolder(place, "a", kBoth);
+    MakeFolder(place, "b", "{\"event\":\"HIGH\",\"value\":\"5\"}\n" + std::string(kBoth));
+    const ToolResult result = RunTool({"test", "--format", "json", place.Path()});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(
+        Lines(result.output),
+        ElementsAre(
+            "{\"folder\":\"" + place.At("a") +
+                R"(","passed":true,"updated":false,"failure":"","missing":[],"unexpected":[],"explanation":""})",
+            HasSubstr(
+                R"("passed":false,"updated":false,"failure":"","missing":[{"event":"HIGH","value":"5"}],"unexpected":[])")));
+}
+
+TEST(TestCommand, WritesTheExpectationWhenAsked) {
+    const Workplace place;
+    MakeFolder(place, "high", "");
+    EXPECT_EQ(RunTool({"test", place.At("high")}).status, 1);
+    EXPECT_THAT(RunTool({"test", "--update", place.At("high")}).output, StartsWith("new   "));
+    EXPECT_THAT(RunTool({"test", "--update", place.At("high")}).output, StartsWith("ok    "));
+    const ToolResult result = RunTool({"test", place.At("high")});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(
+        Lines(place.Read("high/expected.jsonl")).front(),
+        R"({"cycle":1,"event":"HIGH","value":"81","call":{"process":"media-server","pid":0,"tid":3,"locId":3,"callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","time":2210,"exitTime":4210,"in":[[{"name":"","hex":"51000000"}]],"out":[],"ret":[]}})");
+}
+
+TEST(TestCommand, AcceptsWhatReplayPrints) {
+    const Workplace place;
+    MakeFolder(place, "high", "");
+    const ToolResult replay = RunTool(
+        {"replay", "-s", place.At("high/v.xml"), "-p", "media-server", "--format", "json", place.At("high/1.qxdump")});
+    place.Write("high/expected.jsonl", replay.output);
+    EXPECT_EQ(RunTool({"test", place.At("high")}).status, 0);
+}
+
+TEST(TestCommand, ForgetsRememberedValuesBetweenFolders) {
+    const Workplace place;
+    const std::string changed = R"(<event name="NEW" tag="IN" value="0" type="INT" watch="CHANGED"/>)";
+    for (const std::string name : {"a", "b"}) {
+        place.Write(name + "/v.xml", VolumeScript(changed));
+        place.Write(name + "/1.qxdump", VolumeDump({5}));
+        place.Write(name + "/expected.jsonl", "{\"event\":\"NEW\",\"value\":\"5\"}\n");
+    }
+    EXPECT_EQ(RunTool({"test", place.At("a"), place.At("b")}).status, 0);
+}
+
+TEST(TestCommand, ExpectsFaultsToo) {
+    const Workplace place;
+    MakeFolder(place, "high", kBoth);
+    const std::string damaged = VolumeDump({79, 81, 90});
+    place.Write("high/1.qxdump", damaged + dump::Packet(9, "x"));
+    EXPECT_EQ(RunTool({"test", place.At("high")}).status, 1);
+    place.Write("high/expected.jsonl",
+                "{\"damaged\":\"1.qxdump\",\"offset\":" + std::to_string(damaged.size()) + "}\n" + kBoth);
+    const ToolResult result = RunTool({"test", place.At("high")});
+    EXPECT_EQ(result.status, 0) << result.output;
+}
+
+TEST(TestCommand, TakesACaptureInTheFolderOrBelowIt) {
+    const Workplace place;
+    for (const std::string at : {"in/", "below/capture/"}) {
+        place.Write(at + "capture.json", "{\"version\":1,\"processes\":{\"media-server\":412}}");
+        place.Write(at + "000002/media-server.qxdump", VolumeDump({81}));
+    }
+    for (const std::string name : {"in", "below"}) {
+        place.Write(name + "/v.xml", VolumeScript(kHighEvent));
+        place.Write(name + "/expected.jsonl", "{\"cycle\":2,\"event\":\"HIGH\",\"call\":{\"pid\":412}}\n");
+    }
+    const ToolResult result = RunTool({"test", place.Path()});
+    EXPECT_EQ(result.status, 0) << result.output;
+    EXPECT_THAT(result.output, HasSubstr("2 folders, 0 failed"));
+}
+
+TEST(TestCommand, FailsAFolderThatCannotBeTestedAndGoesOn) {
+    const Workplace place;
+    place.Write("1/v.xml", "<Scenario>");
+    place.Write("2/v.xml", VolumeScript(kHighEvent));
+    place.Write("3/v.xml", "<Scenario/>");
+    place.Write("3/1.qxdump", "");
+    MakeFolder(place, "4", "no json\n");
+    MakeFolder(place, "5", kBoth);
+    const ToolResult result = RunTool({"test", place.Path()});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(result.output, HasSubstr("1/v.xml:1:11: not well-formed"));
+    EXPECT_THAT(result.output, HasSubstr("2: holds no capture and no *.qxdump; add one"));
+    EXPECT_THAT(result.output, HasSubstr("3: whose dumps these are is not known; add process to an action"));
+    EXPECT_THAT(result.output, HasSubstr("4/expected.jsonl:1: no JSON object; write it with --update"));
+    EXPECT_THAT(result.output, HasSubstr("ok    " + place.At("5")));
+    EXPECT_THAT(result.output, HasSubstr("5 folders, 4 failed"));
+}
+
+TEST(TestCommand, DoesNotStartWithoutFolders) {
+    const Workplace place;
+    place.Write("file", "");
+    const std::vector<std::pair<std::string, std::string>> bad = {
+        {place.At("none"), ": No such file or directory"},
+        {place.At("file"), ": Not a directory"},
+        {place.Path(), ": holds no *.xml; name a folder of scenarios"}};
+    for (const auto& [path, said] : bad) {
+        const ToolResult result = RunTool({"test", path});
+        EXPECT_EQ(result.status, 2);
+        EXPECT_THAT(result.error, StartsWith("error: " + path + said));
+    }
+}
+
+TEST(TestCommand, WritesAJUnitReport) {
+    const Workplace place;
+    MakeFolder(place, "a", kBoth);
+    MakeFolder(place, "b<&\"", "{\"event\":\"HIGH\",\"value\":\"5\"}\n" + std::string(kBoth));
+    place.Write("c/v.xml", "<Scenario>");
+    EXPECT_EQ(RunTool({"test", place.Path(), "--junit", place.At("results.xml")}).status, 1);
+    const std::string report = place.Read("results.xml");
+    EXPECT_THAT(report, HasSubstr("<testsuite name=\"qxlt\" tests=\"3\" failures=\"1\" errors=\"1\">"));
+    EXPECT_THAT(report, HasSubstr("b&lt;&amp;&quot;\" time="));
+    EXPECT_THAT(report, HasSubstr("<failure message=\"HIGH is missing, "));
+    EXPECT_THAT(report, HasSubstr("- {&quot;event&quot;:&quot;HIGH&quot;,&quot;value&quot;:&quot;5&quot;}"));
+    EXPECT_THAT(report, HasSubstr("<error message=\""));
+    const XML_Parser parser = XML_ParserCreate(nullptr);
+    EXPECT_EQ(XML_Parse(parser, report.data(), static_cast<int>(report.size()), XML_TRUE), XML_STATUS_OK);
+    XML_ParserFree(parser);
+}
+
+TEST(TestCommand, TellsThatTheReportCannotBeWritten) {
+    const Workplace place;
+    MakeFolder(place, "a", kBoth);
+    const ToolResult result = RunTool({"test", place.At("a"), "--junit", place.At("none/results.xml")});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.error, StartsWith("error: " + place.At("none/results.xml") + ": No such file or directory"));
+}
+
+}  // namespace
