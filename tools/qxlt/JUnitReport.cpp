@@ -8,32 +8,14 @@
 
 #include "Common.h"
 #include "Text.h"
+#include "Xml.h"
 
 namespace qxlt {
 
 namespace {
 
 std::string Escaped(const std::string& text) {
-    std::string escaped;
-    for (const char byte : Printable(text)) {
-        switch (byte) {
-            case '&':
-                escaped += "&amp;";
-                break;
-            case '<':
-                escaped += "&lt;";
-                break;
-            case '>':
-                escaped += "&gt;";
-                break;
-            case '"':
-                escaped += "&quot;";
-                break;
-            default:
-                escaped += byte;
-        }
-    }
-    return escaped;
+    return XmlEscaped(Printable(text));
 }
 
 void WriteFailure(std::ostream& out, const TestResult& result) {

@@ -11,6 +11,9 @@
 
 namespace qxlt {
 
+class ScriptText;
+struct ScriptElement;
+
 class JoinedScripts final {
 public:
     // Reads the files. Throws a Failure: cannot start when one cannot be read, input wrong when one is not well-formed.
@@ -32,8 +35,8 @@ public:
     ScriptPlaces PlacesIn(const IQxData::_HSScriptPtr& root) const;
 
 private:
-    class Reader;
-
+    void AppendScript(const ScriptText& script);
+    void AppendElement(const ScriptElement& element);
     void Append(const std::string& text);
 
     std::string m_top;  // the first script's top element

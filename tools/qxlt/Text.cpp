@@ -126,7 +126,7 @@ std::string Pad(const std::string& text, std::size_t width) {
     return characters < width ? text + std::string(width - characters, ' ') : text;
 }
 
-std::string Counted(std::size_t count, const std::string& noun) {
+std::string Counted(std::uint64_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 

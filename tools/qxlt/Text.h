@@ -1,6 +1,7 @@
 // Texts as they are shown: scripts and dumps hold any bytes, while a terminal and JSON take valid UTF-8 only.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace qxlt {
@@ -25,6 +26,6 @@ std::string ShownValue(const std::string& bytes);
 std::string Pad(const std::string& text, std::size_t width);
 
 // "1 call", "2 calls".
-std::string Counted(std::size_t count, const std::string& noun);
+std::string Counted(std::uint64_t count, const std::string& noun);
 
 }  // namespace qxlt
