@@ -204,8 +204,8 @@ int QxTask::m_Idle() {
     }
     const int result = WaitForSingleObject(m_semId, m_waitTime);
     if (result == kTaken) return m_HandleSignal();
-    // A semaphore that is gone can carry no signal: without this look a stop would never be seen.
-    if (result == kWaitFailed && m_exit) return 0;
+    // The signal of a stop may be lost: the creator's own wait may take it, and a semaphore that is gone carries none.
+    if (m_exit) return 0;
     return Guarded("t_process", [this] { return t_process(); });
 }
 

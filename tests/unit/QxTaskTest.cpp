@@ -630,6 +630,23 @@ TEST_F(QxTaskTest, DestroyOnTheWorkerDoesNotJoinIt) {
     EXPECT_FALSE(m_task.HasThread());
 }
 
+// The creator may still be in its own wait, which takes whatever signal comes.
+TEST_F(QxTaskTest, DestroyOnTheWorkerHoldsWhenAnotherTakesItsSignal) {
+    m_task.onProcess = [this] {
+        m_task.Destroy();
+        m_task.WaitForSingleObject(Waits().at(0).semId, 0);
+        m_journal.Add("process");
+        return 1;
+    };
+    m_task.onDestroy = [this] {
+        m_journal.Add("end");
+        return 1;
+    };
+    m_task.Create("probe", 1, 0);
+    ASSERT_TRUE(m_journal.WaitFor(2));
+    EXPECT_THAT(m_journal.All(), ElementsAre("process", "end"));
+}
+
 TEST_F(QxTaskTest, DestroyEndsAWorkerWhoseSemaphoreIsGone) {
     m_task.onProcess = [this] {
         m_journal.Add("process");
