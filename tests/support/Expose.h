@@ -6,7 +6,8 @@
 //     template struct Expose<Events, &QxData::m_Events>;
 //     ... (store.*Private(Events())).size() ...
 //
-// An explicit instantiation may name private members; the tested class needs no friend for it.
+// Tag and instantiation stand in the global namespace, and the tag's name in no other test of the program. An explicit
+// instantiation may name private members; the tested class needs no friend for it.
 #pragma once
 
 template <typename Tag, auto Member>
