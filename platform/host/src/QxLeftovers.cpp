@@ -2,7 +2,6 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <memory>
@@ -18,16 +17,9 @@ struct DirectoryCloser {
     void operator()(DIR* directory) const { ::closedir(directory); }
 };
 
-// Of which of two files the content changed later.
-bool IsOlder(int directoryFd, const std::string& left, const std::string& right) {
-    struct stat leftStatus {};
-    struct stat rightStatus {};
-    ::fstatat(directoryFd, left.c_str(), &leftStatus, AT_SYMLINK_NOFOLLOW);
-    ::fstatat(directoryFd, right.c_str(), &rightStatus, AT_SYMLINK_NOFOLLOW);
-    if (leftStatus.st_mtim.tv_sec != rightStatus.st_mtim.tv_sec) {
-        return leftStatus.st_mtim.tv_sec < rightStatus.st_mtim.tv_sec;
-    }
-    return leftStatus.st_mtim.tv_nsec < rightStatus.st_mtim.tv_nsec;
+// Which of two processes began first. Writing through a mapping leaves no time stamp to go by.
+bool BeganBefore(const QxFileName& left, const QxFileName& right) {
+    return left.startTime != right.startTime ? left.startTime < right.startTime : left.pid < right.pid;
 }
 
 }  // namespace
@@ -46,7 +38,8 @@ std::vector<std::string> QxLeftovers::List(int directoryFd) {
 }
 
 void QxLeftovers::RemoveRecordings(int directoryFd, const std::string& processName) {
-    std::string newest;
+    QxFileName newest;
+    std::string newestFile;
     for (const std::string& fileName : List(directoryFd)) {
         QxFileName name;
         if (!QxFileName::Parse(fileName, name) || QxProcessInfo::IsAlive(name.pid, name.startTime)) continue;
@@ -54,9 +47,12 @@ void QxLeftovers::RemoveRecordings(int directoryFd, const std::string& processNa
         if (name.suffix == QxFileName::kNewRecording) {
             useless = fileName;
         } else if (name.suffix == QxFileName::kRecording && name.name == processName) {
-            const bool isNewest = newest.empty() || IsOlder(directoryFd, newest, fileName);
-            useless = isNewest ? newest : fileName;
-            if (isNewest) newest = fileName;
+            const bool isNewest = newestFile.empty() || BeganBefore(newest, name);
+            useless = isNewest ? newestFile : fileName;
+            if (isNewest) {
+                newest = name;
+                newestFile = fileName;
+            }
         }
         if (!useless.empty()) ::unlinkat(directoryFd, useless.c_str(), 0);
     }

@@ -12,7 +12,7 @@ public:
     static std::vector<std::string> List(int directoryFd);
 
     // Removes half-made recordings of dead processes, and the recordings of dead processes of that name, but for the
-    // one that was written to last: the end of the latest run is what a tracker may still want.
+    // one that began last: the end of the latest run is what a tracker may still want.
     static void RemoveRecordings(int directoryFd, const std::string& processName);
 
     // Removes the dumps of dead readers, finished or not.

@@ -69,7 +69,7 @@ void QxRecordingFile::Read(std::uint64_t offset, void* out, std::size_t size) co
         done += static_cast<std::size_t>(part);
     }
     // What is read next is at least as new as this.
-    std::atomic_thread_fence(std::memory_order_acquire);
+    Fence();
 }
 
 std::uint64_t QxRecordingFile::ReadRefused() const {

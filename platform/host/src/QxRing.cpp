@@ -179,7 +179,7 @@ void QxRing::OpenPage(std::uint64_t tail) {
     }
     Publish(m_slotWords + kSlotOpened, m_openedPages);
     // Whoever copies a word that is stored below finds, when it looks afterwards, that the page was opened.
-    std::atomic_thread_fence(std::memory_order_release);
+    Fence();
     SharedWord* page = m_words + number % m_pageCount * m_pageWords;
     page[kPageNumber].store(number, std::memory_order_relaxed);
     page[kPageBase].store(m_state.base, std::memory_order_relaxed);

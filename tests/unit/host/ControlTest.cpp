@@ -99,7 +99,7 @@ TEST_F(ControlTest, TheFirstDumpOfAProgramThatIsIdleDescribesIt) {
     });
     done.Wait();
     Dump("traced", true);
-    // The calls are overwritten or not, the call site is there.
+    // Nothing happened since.
     const DecodedDump dump = Dump("traced", true);
     EXPECT_EQ(dump.data->GetCallLocationWithPID(1, 77).callerName, "Note");
     go.Send();
@@ -208,6 +208,22 @@ TEST_F(ControlTest, ARestartedProgramGoesOnUnderItsName) {
     }
     EXPECT_EQ(Total("traced").recorded, 3u);
     EXPECT_EQ(Total("traced").delivered, 3u);
+}
+
+// A program that runs another one in its place keeps id and start time, and so the name of its recording's file.
+TEST_F(ControlTest, AProgramRunByAnotherInItsPlaceTakesNothingFromIt) {
+    using qxhost::QxFileName;
+    Run("traced", [] { Note(1); });
+    const std::string earlier = Files(".qxrec").at(0);
+    Run("traced", [&] {
+        const std::uint64_t start = qxhost::QxProcessInfo::StartTime(::getpid());
+        const std::string own = QxFileName{"traced", ::getpid(), start, QxFileName::kRecording}.ToString();
+        EXPECT_EQ(::rename(earlier.c_str(), (m_directory + "/" + own).c_str()), 0);
+        Note(2);
+    });
+    EXPECT_EQ(Files(".qxrec").size(), 2u);
+    EXPECT_EQ(Values(Dump("traced", true)), (Numbers{1, 2}));
+    EXPECT_TRUE(Files(".qxrec").empty());
 }
 
 TEST_F(ControlTest, NamesAreFoundAsTheSystemShortensThem) {
