@@ -56,14 +56,14 @@ int QxThreadBuffer::Parse(const char* data, unsigned int size, unsigned short pr
         parser->Budget().TakeJoined(fragment.tailSize);
         known->second.insert(known->second.end(), tail, tail + fragment.tailSize);
     }
-    Stream& stream = m_threads[fragment.tid];
-    if (fragment.tailSize < fragment.usedSize) {
-        stream.insert(stream.end(), std::begin(qxformat::kRunMarker), std::end(qxformat::kRunMarker));
-    }
     // A tail longer than the fragment wraps the count, as it does on the writing side.
     const auto count = static_cast<unsigned short>(fragment.usedSize - fragment.tailSize);
     const char* const run = cursor.Range(fragment.tailSize, count);
     parser->Budget().TakeJoined(count);
+    Stream& stream = m_threads[fragment.tid];
+    if (fragment.tailSize < fragment.usedSize) {
+        stream.insert(stream.end(), std::begin(qxformat::kRunMarker), std::end(qxformat::kRunMarker));
+    }
     stream.insert(stream.end(), run, run + count);
     return static_cast<int>(size);
 }

@@ -1,0 +1,73 @@
+#include "QxCompressedItem.h"
+
+#include "Decoding.h"
+
+namespace {
+
+using namespace dump;
+using QxCompressedItemTest = Decoding;
+
+constexpr char kDropped[] = "boost::exception occurs !! IGNORE THIS PACKET";
+
+std::string Nested(int levels) {
+    std::string dump = Persistent(dump::Item(kHeader, Header(1, "inner")));
+    for (int i = 0; i < levels; ++i) dump = Persistent(dump::Item(kPacked, Bzip2(dump)));
+    return dump;
+}
+
+TEST_F(QxCompressedItemTest, AddsWholeItemsAtOnceAndThreadItemsAtTheNextExtract) {
+    const std::string inner =
+        Persistent(dump::Item(kHeader, Header(1, "p"))) + Thread(4, StreamItem(kThreadName, ThreadName("a")));
+    const std::string packed = Bzip2(inner);
+    EXPECT_EQ(Item(kPacked, packed), static_cast<int>(packed.size()));
+    EXPECT_EQ(store->headers.size(), 1u);
+    EXPECT_TRUE(store->threads.empty());
+    EXPECT_EQ(parser.Extract(), 1);
+    EXPECT_EQ(store->threads.size(), 1u);
+}
+
+TEST_F(QxCompressedItemTest, AnEmptyDumpAddsNothing) {
+    EXPECT_EQ(Item(kPacked, Bzip2("")), 14);
+    EXPECT_TRUE(store->operations.empty());
+    EXPECT_TRUE(RecordingLog::Lines().empty());
+}
+
+TEST_F(QxCompressedItemTest, DropsWhatCannotBeUnpacked) {
+    EXPECT_EQ(Item(kPacked, "no bzip2"), 8);
+    EXPECT_EQ(Logged(kDropped, DLOG_INFO), 1);
+}
+
+TEST_F(QxCompressedItemTest, TheNextItemFollowsADroppedOne) {
+    EXPECT_EQ(Parse(Persistent(dump::Item(kPacked, "x") + dump::Item(kThreadName, ThreadName("a")))), 1);
+    EXPECT_EQ(store->threads.size(), 1u);
+}
+
+TEST_F(QxCompressedItemTest, ADamagedDumpInsideIsReportedInside) {
+    EXPECT_EQ(Parse(Persistent(dump::Item(kPacked, Bzip2(Packet(3, ""))))), 1);
+    EXPECT_EQ(Logged("Exception : 0", DLOG_ERROR), 1);
+}
+
+TEST_F(QxCompressedItemTest, DumpsNestEightDeep) {
+    EXPECT_EQ(Parse(Nested(8)), 1);
+    EXPECT_EQ(store->headers.size(), 1u);
+    EXPECT_EQ(Parse(Nested(9)), 1) << "refused inside, which the outer dump does not see";
+    EXPECT_EQ(store->headers.size(), 1u);
+    EXPECT_EQ(Logged("Exception : 1", DLOG_ERROR), 1);
+    EXPECT_EQ(RecordingLog::Messages(DLOG_ERROR).front().rfind("[QxParser::ParseNested] ", 0), 0u);
+}
+
+TEST_F(QxCompressedItemTest, UnpacksSixtyFourMebibytesAndNoByteMore) {
+    // A run of empty items: each 4096 bytes are one item of a tag that ends the run.
+    const auto bomb = [](std::size_t size) { return dump::Item(kPacked, Bzip2(std::string(size, '\0'))); };
+    constexpr std::size_t kLimit = 64u << 20;
+    EXPECT_EQ(Parse(Persistent(bomb(kLimit))), 1);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many unpacked bytes", DLOG_ERROR), 0);
+    EXPECT_EQ(Parse(Persistent(bomb(kLimit + 1))), 0);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many unpacked bytes", DLOG_ERROR), 1);
+    // In all, whatever becomes of the parts.
+    RecordingLog::Clear();
+    EXPECT_EQ(Parse(Persistent(bomb(kLimit / 2) + bomb(kLimit / 2) + bomb(1))), 0);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many unpacked bytes", DLOG_ERROR), 1);
+}
+
+}  // namespace

@@ -1,0 +1,116 @@
+#include "QxCursor.h"
+
+#include <gtest/gtest.h>
+
+#include "Diagnostics.h"
+#include "DumpWriter.h"
+#include "ExactBytes.h"
+#include "QxData.h"
+
+namespace {
+
+class QxCursorTest : public testing::Test {
+protected:
+    QxCursor Over(const std::string& bytes) {
+        m_bytes = std::make_unique<ExactBytes>(bytes);
+        return {m_bytes->Data(), m_bytes->Size(), "Reader::Reads", nullptr};
+    }
+    // The one line that a refused read prints.
+    static std::string OnlyLine() {
+        const std::vector<std::string> lines = RecordingLog::Messages();
+        EXPECT_EQ(lines.size(), 1u);
+        return lines.empty() ? "" : lines.front();
+    }
+
+    Diagnostics m_diagnostics;
+    std::unique_ptr<ExactBytes> m_bytes;
+};
+
+TEST_F(QxCursorTest, ReadsInOrder) {
+    QxCursor cursor = Over(
+        "\x05\x34\x12\x85\x01"
+        "abc");
+    EXPECT_EQ(cursor.Peek(), 5);
+    EXPECT_EQ(cursor.Byte(), 5);
+    EXPECT_EQ(cursor.Fixed16(), 0x1234);
+    EXPECT_EQ(cursor.Varint(), 133u);
+    EXPECT_EQ(cursor.Text(3), "abc");
+    EXPECT_TRUE(cursor.AtEnd());
+    EXPECT_EQ(cursor.Offset(), 8u);
+}
+
+TEST_F(QxCursorTest, ReadsVarintsOfEveryLength) {
+    for (std::size_t length = 1; length <= 12; ++length) {
+        QxCursor cursor = Over(dump::LongVarint(5, length) + "x");
+        EXPECT_EQ(cursor.Varint(), 5u) << length;
+        EXPECT_EQ(cursor.Offset(), length);
+    }
+}
+
+TEST_F(QxCursorTest, DropsGroupsBeyondTheWidth) {
+    const std::string allOnes = std::string(10, '\xFF') + '\x7F';
+    EXPECT_EQ(Over(allOnes).Varint(), 0xFFFFFFFFu);
+    EXPECT_EQ(Over(allOnes).Varint64(), 0xFFFFFFFFFFFFFFFFull);
+    EXPECT_EQ(Over(allOnes).Varint16(), 0xFFFFu);
+    EXPECT_EQ(Over(dump::Varint(0x10003)).Varint16(), 3u);
+    // The fifth group has four bits that fit, its others are lost.
+    EXPECT_EQ(Over("\x80\x80\x80\x80\x7F").Varint(), 0xF0000000u);
+    EXPECT_EQ(Over("\x80\x80\x80\x80\x7F").Varint64(), 0x7F0000000ull);
+}
+
+TEST_F(QxCursorTest, RefusesReadsPastTheEndWithOneLineAndStays) {
+    struct Row {
+        const char* bytes;
+        void (*read)(QxCursor&);
+    };
+    const Row rows[] = {{"", [](QxCursor& c) { c.Byte(); }},
+                        {"", [](QxCursor& c) { c.Peek(); }},
+                        {"a", [](QxCursor& c) { c.Fixed16(); }},
+                        {"\x80\x80", [](QxCursor& c) { c.Varint(); }},
+                        {"\xFF", [](QxCursor& c) { c.Varint64(); }},
+                        {"ab", [](QxCursor& c) { c.Bytes(3); }},
+                        {"ab", [](QxCursor& c) { c.Skip(SIZE_MAX); }},
+                        {"ab", [](QxCursor& c) { c.Range(1, 2); }},
+                        {"ab", [](QxCursor& c) { c.Range(SIZE_MAX, 2); }}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(&row - rows);
+        RecordingLog::Clear();
+        QxCursor cursor = Over(row.bytes);
+        EXPECT_THROW(row.read(cursor), QxData::_PERR_TYPE);
+        EXPECT_EQ(cursor.Offset(), 0u);
+        EXPECT_EQ(OnlyLine().rfind("[Reader::Reads] ", 0), 0u) << OnlyLine();
+    }
+}
+
+TEST_F(QxCursorTest, TriesVarintsQuietly) {
+    QxCursor cut = Over("\x85");
+    std::uint32_t value = 0;
+    EXPECT_FALSE(cut.TryVarint(value));
+    EXPECT_EQ(value, 5u);
+    EXPECT_EQ(cut.Offset(), 0u);
+    EXPECT_TRUE(RecordingLog::Lines().empty());
+}
+
+TEST_F(QxCursorTest, NoBytesAreAlwaysThere) {
+    QxCursor cursor = Over("a");
+    cursor.Skip(1);
+    EXPECT_NO_THROW(cursor.Bytes(0));
+    EXPECT_NO_THROW(cursor.Range(100, 0));
+}
+
+TEST_F(QxCursorTest, NarrowsToWhatIsThere) {
+    QxCursor cursor = Over("abcd");
+    cursor.Skip(1);
+    EXPECT_EQ(cursor.Narrow(2, "x").Left(), 2u);
+    EXPECT_EQ(cursor.Narrow(100, "x").Left(), 3u);
+}
+
+TEST_F(QxCursorTest, PrintsTheTextOfATooLongText) {
+    QxCursor cursor = Over(
+        "\x05"
+        "abc");
+    EXPECT_THROW(cursor.Text16("end %u of %u"), QxData::_PERR_TYPE);
+    EXPECT_EQ(OnlyLine(), "end 6 of 4");
+}
+
+}  // namespace
