@@ -1,0 +1,162 @@
+// The files that are installed beside the program: they say what the program does.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+
+#include "Child.h"
+#include "Workplace.h"
+
+using testing::Contains;
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsSupersetOf;
+
+namespace {
+
+const std::string kFiles = QXLT_SOURCE_DIR "/tools/qxlt/";
+constexpr char kSchemaChecker[] = "/usr/bin/xmllint";
+constexpr char kManual[] = "/usr/bin/man";
+
+std::string ReadAll(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::vector<std::string> Matches(const std::string& text, const std::string& pattern) {
+    std::vector<std::string> found;
+    const std::regex expression(pattern);
+    for (std::sregex_iterator at(text.begin(), text.end(), expression), end; at != end; ++at) found.push_back((*at)[1]);
+    return found;
+}
+
+std::vector<std::string> Commands() {
+    const std::string help = RunTool({"--help"}).output;
+    return Matches(help.substr(help.find("Subcommands:")), "\n  ([a-z]+) ");
+}
+
+std::vector<std::string> LongOptions(const std::string& command) {
+    const std::string help = RunTool({command, "--help"}).output;
+    const std::size_t from = help.find("Options:");
+    return Matches(help.substr(from, help.find("Examples:") - from), "\n  [-a-z,]*(--[a-z-]+)");
+}
+
+Child::Setup Program(std::vector<std::string> command) {
+    Child::Setup setup;
+    setup.command = std::move(command);
+    return setup;
+}
+
+// The manual page as plain text, with the lines of one command.
+std::string ManualOf(const std::string& command) {
+    std::string page = ReadAll(kFiles + "qxlt.1");
+    page = std::regex_replace(page, std::regex("\\\\-"), "-");
+    const std::size_t from = page.find("\n.SS \"qxlt " + command + " ");
+    if (from == std::string::npos) return std::string();
+    const std::size_t common = page.find("\n.SH OPTIONS");
+    const std::size_t next = std::min(page.find("\n.SS \"qxlt ", page.find("\n.TP", from)), common);
+    return page.substr(from, next - from) + page.substr(common);
+}
+
+// What the completion offers for the last of the words.
+std::vector<std::string> Completions(const std::string& words) {
+    const std::string script = ". " + kFiles + "qxlt.bash; COMP_WORDS=(qxlt " + words +
+                               "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _qxlt " QXLT_PROGRAM
+                               "; printf '%s\\n' \"${COMPREPLY[@]}\"";
+    Child bash(Program({"/bin/bash", "-c", script}));
+    EXPECT_EQ(bash.Finish(), 0) << bash.Error();
+    EXPECT_EQ(bash.Error(), "");
+    return Lines(bash.Output());
+}
+
+bool IsValid(const std::string& file) {
+    Child checker(Program({kSchemaChecker, "--noout", "--relaxng", kFiles + "scenario.rng", file}));
+    const int status = checker.Finish();
+    EXPECT_THAT(status, testing::AnyOf(0, 1, 3)) << checker.Error();
+    return status == 0;
+}
+
+}  // namespace
+
+TEST(ManualTest, TellsOfEachCommandAndOption) {
+    ASSERT_THAT(Commands(), ElementsAre("run", "replay", "decode", "list", "check", "test"));
+    for (const std::string& command : Commands()) {
+        const std::string manual = ManualOf(command);
+        ASSERT_NE(manual, "") << command;
+        ASSERT_GE(LongOptions(command).size(), 4u) << command;
+        for (const std::string& option : LongOptions(command)) {
+            EXPECT_THAT(manual, testing::ContainsRegex(option + "[^a-z-]")) << command;
+        }
+    }
+}
+
+TEST(ManualTest, TellsOfNoOptionThatIsNotThere) {
+    for (const std::string& command : Commands()) {
+        std::vector<std::string> known = LongOptions(command);
+        known.emplace_back("--version");
+        for (const std::string& option : Matches(ManualOf(command), "\n\\.[BI][A-Z]* [^\n]*(--[a-z-]+)")) {
+            EXPECT_THAT(known, Contains(option)) << command;
+        }
+    }
+}
+
+TEST(ManualTest, IsWellFormed) {
+    if (!std::filesystem::exists(kManual)) GTEST_SKIP() << kManual << " is not installed";
+    Child::Setup setup = Program({kManual, "--warnings", "-l", kFiles + "qxlt.1"});
+    setup.environment = {{"MANPAGER", "cat"}, {"LC_ALL", "C.UTF-8"}, {"MANWIDTH", "80"}};
+    Child manual(setup);
+    EXPECT_EQ(manual.Finish(), 0);
+    EXPECT_EQ(manual.Error(), "");
+    EXPECT_THAT(manual.Output(), HasSubstr("qxlt check SCRIPT..."));
+}
+
+TEST(CompletionTest, KnowsEachCommandAndOption) {
+    EXPECT_THAT(Completions("''"), IsSupersetOf(Commands()));
+    for (const std::string& command : Commands()) {
+        EXPECT_THAT(Completions(command + " --"), testing::UnorderedElementsAreArray(LongOptions(command))) << command;
+    }
+}
+
+TEST(CompletionTest, KnowsTheWordsOfChoices) {
+    EXPECT_THAT(Completions("--v"), ElementsAre("--version"));
+    EXPECT_THAT(Completions("ch"), ElementsAre("check"));
+    EXPECT_THAT(Completions("run --pause ''"), ElementsAre("fast", "normal"));
+    EXPECT_THAT(Completions("decode --format j"), ElementsAre("json"));
+    EXPECT_THAT(Completions("decode --format = j"), ElementsAre("json"));
+    EXPECT_THAT(Completions("decode --format ="), ElementsAre("text", "json"));
+    EXPECT_THAT(Completions("list --level ''"), ElementsAre("silent", "fatal", "major", "warning", "debug", "info"));
+    EXPECT_THAT(Completions("check --explain QX02"), Contains("QX021"));
+    EXPECT_THAT(Completions("check volume"), ElementsAre(""));
+}
+
+TEST(SchemaTest, TakesTheExamplesAndWhatTheToolMakes) {
+    if (!std::filesystem::exists(kSchemaChecker)) GTEST_SKIP() << kSchemaChecker << " is not installed";
+    for (const auto& entry : std::filesystem::directory_iterator(QXLT_SOURCE_DIR "/examples/scenarios")) {
+        EXPECT_TRUE(IsValid(entry.path().string())) << entry.path();
+    }
+    const Workplace place;
+    place.Write("a.qxdump", VolumeDump({1}));
+    EXPECT_TRUE(IsValid(place.Write("a.xml", RunTool({"list", place.At("a.qxdump"), "--as-script"}).output)));
+    EXPECT_TRUE(IsValid(place.Write("b.xml", "<session><a b='c'/></session>")));
+}
+
+// What a schema can say. The other mistakes are matters of values, or of several elements.
+TEST(SchemaTest, RefusesMistakes) {
+    if (!std::filesystem::exists(kSchemaChecker)) GTEST_SKIP() << kSchemaChecker << " is not installed";
+    const std::set<std::string> beyond = {"QX012", "QX013", "QX017", "QX018", "QX027", "QX032", "QX033",
+                                          "QX034", "QX035", "QX036", "QX041", "QX042", "QX043", "QX044",
+                                          "QX046", "QX047", "QX048", "QX049", "QX051", "QX052", "QX060",
+                                          "QX061", "QX070", "QX080", "QX081", "QX082", "QX083"};
+    std::size_t refused = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(QXLT_SOURCE_DIR "/tests/system/qxlt_check/samples")) {
+        const std::string code = entry.path().stem().string();
+        if (entry.path().extension() != ".xml") continue;
+        EXPECT_EQ(IsValid(entry.path().string()), beyond.count(code) != 0) << code;
+        if (beyond.count(code) == 0) ++refused;
+    }
+    EXPECT_GE(refused, 20u);
+}

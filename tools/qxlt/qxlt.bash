@@ -1,0 +1,43 @@
+# Completion of qxlt for bash. What commands and options there are is read from the program's own help.
+
+_qxlt_help() {
+    "$1" "${@:2}" --help 2>/dev/null
+}
+
+_qxlt_commands() {
+    _qxlt_help "$1" | sed -n '/^Subcommands:/,$s/^  \([a-z]\+\) .*/\1/p'
+}
+
+_qxlt_options() {
+    _qxlt_help "$@" | sed -n '/^Options:/,/^Examples:/s/^  \(-[^ ]*\).*/\1/p' | tr , '\n'
+}
+
+# The words that an option with a choice takes: "--format text|json".
+_qxlt_choices() {
+    _qxlt_help "$1" "$2" | sed -n "s/^  ${3} \([a-z]*\(|[a-z]*\)\+\)\( .*\)\?$/\1/p" | tr '|' '\n'
+}
+
+_qxlt() {
+    local program=$1 word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} words
+    # "--format=json" comes as three words.
+    if [ "$previous" = = ]; then
+        previous=${COMP_WORDS[COMP_CWORD - 2]}
+    elif [ "$word" = = ]; then
+        word=
+    fi
+    COMPREPLY=()
+    if [ "$COMP_CWORD" -eq 1 ]; then
+        words="$(_qxlt_commands "$program") $(_qxlt_options "$program")"
+    else
+        local command=${COMP_WORDS[1]}
+        case $command,$previous in
+            *,--format | *,--level | *,--pause) words=$(_qxlt_choices "$program" "$command" "$previous") ;;
+            check,--explain) words="$("$program" check --explain all | sed -n 's/^## \(QX[0-9]*\).*/\1/p') all" ;;
+            *) [ "${word:0:1}" = - ] && words=$(_qxlt_options "$program" "$command") ;;
+        esac
+    fi
+    # Without words of its own it leaves files to bash.
+    [ -n "$words" ] && mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
+}
+
+complete -o default -F _qxlt qxlt
