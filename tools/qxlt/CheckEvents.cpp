@@ -21,12 +21,46 @@ std::string Listed(const std::vector<std::string>& words) {
 }
 
 // An attribute that is missing or empty is a choice, a word that nothing knows is not.
+bool IsKnown(const std::string& word, const std::vector<std::string>& known) {
+    return word.empty() || std::find(known.begin(), known.end(), word) != known.end();
+}
+
+void AddUnknown(CheckId id, const ScriptElement& event, const char* attribute, const std::vector<std::string>& known,
+                const std::string& instead, Findings& findings) {
+    findings.Add(id, event, ValuePlace(event, attribute),
+                 std::string(attribute) + " " + Quoted(event.Value(attribute)) + " is none of " + Listed(known),
+                 instead);
+}
+
 void CheckWord(CheckId id, const ScriptElement& event, const char* attribute, const std::vector<std::string>& known,
                Findings& findings) {
     const std::string& word = event.Value(attribute);
-    if (word.empty() || std::find(known.begin(), known.end(), word) != known.end()) return;
-    findings.Add(id, event, ValuePlace(event, attribute),
-                 std::string(attribute) + " " + Quoted(word) + " is none of " + Listed(known), Meant(word, known));
+    if (!IsKnown(word, known)) AddUnknown(id, event, attribute, known, Meant(word, known), findings);
+}
+
+// Of whole numbers, "at least 80" is "more than 79".
+std::string MeantBound(const EventWords& event, const char* condition, long long step) {
+    const std::optional<ScriptNumber> bound = ReadOperand(event["conditionValue"]);
+    if (!bound) return std::string();
+    return Written("condition", condition) + " " + Written("conditionValue", std::to_string(bound->value + step));
+}
+
+std::string MeantCondition(const EventWords& event) {
+    if (event.Is("condition", ">=")) return MeantBound(event, ">", -1);
+    if (event.Is("condition", "<=")) return MeantBound(event, "<", 1);
+    if (event.Is("condition", "<>")) return "!=";
+    return Meant(event["condition"], kConditions);
+}
+
+void CheckCondition(const EventWords& event, Findings& findings) {
+    const ScriptElement& element = event.Element();
+    if (!event.IsConditional()) return;
+    if (!IsKnown(event["condition"], kConditions)) {
+        AddUnknown(CheckId::UnknownCondition, element, "condition", kConditions, MeantCondition(event), findings);
+    }
+    if (event.ComparesEach()) {
+        CheckWord(CheckId::UnknownConditionType, element, "conditionType", kConditionTypes, findings);
+    }
 }
 
 void CheckIndex(const EventWords& event, Findings& findings) {
@@ -70,17 +104,13 @@ void CheckEvents(const ScenarioOutline& outline, Findings& findings) {
         for (const ScriptElement* const element : action.events) {
             const EventWords event(*element);
             if (!event.Has("name")) {
-                findings.Add(CheckId::EventWithoutName, *element, element->place, "event without name");
+                findings.Add(CheckId::EventWithoutName, *element, element->place,
+                             "event without name: clients get it under an empty one");
             }
             CheckWord(CheckId::UnknownTag, *element, "tag", kTags, findings);
             CheckWord(CheckId::UnknownType, *element, "type", kTypes, findings);
             CheckWord(CheckId::UnknownWatch, *element, "watch", kWatches, findings);
-            if (event.IsConditional()) {
-                CheckWord(CheckId::UnknownCondition, *element, "condition", kConditions, findings);
-            }
-            if (event.IsConditional() && event.ComparesEach()) {
-                CheckWord(CheckId::UnknownConditionType, *element, "conditionType", kConditionTypes, findings);
-            }
+            CheckCondition(event, findings);
             CheckIndex(event, findings);
             CheckSource(event, findings);
         }

@@ -89,7 +89,7 @@ private:
             instead = Written("tag", tag) + " " + Written("value", std::to_string(found - values.begin()));
         }
         Add(CheckId::NotRecordedThen, "value",
-            Counted(ValuesOf(First()).size(), "argument") + " of " + m_method + " is recorded " + MomentOf(Tag()) +
+            m_method + " has " + Counted(ValuesOf(First()).size(), "argument") + " recorded " + MomentOf(Tag()) +
                 ": index " + std::to_string(argument) + " is never there",
             instead);
     }

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "Nearest.h"
+
 namespace qxlt {
 
 namespace {
@@ -250,10 +252,11 @@ const Check* FindCheck(const std::string& code) {
     return found == checks.end() ? nullptr : &*found;
 }
 
-std::vector<std::string> CheckCodes() {
-    std::vector<std::string> codes;
-    for (const Check& check : AllChecks()) codes.emplace_back(check.code);
-    return codes;
+std::string MeantCode(const std::string& text) {
+    const std::vector<Check>& checks = AllChecks();
+    const auto found = std::find_if(checks.begin(), checks.end(),
+                                    [&](const Check& check) { return EditDistance(text, check.code) == 1; });
+    return found == checks.end() ? std::string() : found->code;
 }
 
 const char* SeverityName(Severity severity) {

@@ -82,8 +82,8 @@ const Check& CheckOf(CheckId id);
 // The row of that code, in upper or lower case; null when there is none.
 const Check* FindCheck(const std::string& code);
 
-// All codes.
-std::vector<std::string> CheckCodes();
+// The code that differs from the text by one character; empty when there is none.
+std::string MeantCode(const std::string& text);
 
 // "error" or "warning".
 const char* SeverityName(Severity severity);

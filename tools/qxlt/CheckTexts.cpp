@@ -21,8 +21,7 @@ void CheckIgnores(const ScriptText& script, Findings& findings) {
         for (const std::string& code : comment.ids) {
             if (FindCheck(code) != nullptr) continue;
             findings.Add(CheckId::UnknownIgnored, script, comment.place,
-                         "no check has the code " + Quoted(code) + ", so that nothing is silenced",
-                         Meant(code, CheckCodes()));
+                         "no check has the code " + Quoted(code) + ", so that nothing is silenced", MeantCode(code));
         }
     }
 }

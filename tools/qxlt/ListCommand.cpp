@@ -119,9 +119,9 @@ private:
         std::size_t typeWidth = 0;
         for (const ValueRow& row : rows) typeWidth = std::max(typeWidth, row.type.size());
         for (const ValueRow& row : rows) {
+            const std::string example = row.example.empty() ? "" : "  " + m_output.Paint().Green(row.example);
             m_output.Line(std::string(kNumberWidth + 2, ' ') + Pad(row.tag, kTagWidth) + row.index + "  " +
-                          Pad(row.readAs, sizeof "STRING") + Pad(row.type, typeWidth) + "  " +
-                          m_output.Paint().Green(row.example));
+                          Pad(row.readAs, sizeof "STRING") + Pad(row.type, example.empty() ? 0 : typeWidth) + example);
         }
     }
 

@@ -1,0 +1,376 @@
+// What `qxlt check` finds, where, and how it says so.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "CheckTable.h"
+#include "Child.h"
+#include "RecordedSample.h"
+#include "Workplace.h"
+
+using qxlt::AllChecks;
+using qxlt::Check;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::StartsWith;
+
+namespace {
+
+const std::string kSamples = QXLT_SOURCE_DIR "/tests/system/qxlt_check/samples";
+
+std::string ReadAll(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+ToolResult RunIn(const std::string& directory, std::vector<std::string> arguments) {
+    Child::Setup setup;
+    setup.directory = directory;
+    return RunTool(arguments, setup);
+}
+
+// The findings in a script, by place and code: "4:31 QX021".
+std::vector<std::string> FindingsIn(const std::string& script) {
+    const Workplace place;
+    place.Write("a.xml", script);
+    std::vector<std::string> findings;
+    for (const std::string& line : Lines(RunIn(place.Path(), {"check", "a.xml"}).output)) {
+        const std::size_t from = line.find(':') + 1;
+        findings.push_back(line.substr(from, line.find(": ") - from) + " " + line.substr(line.rfind('[') + 1, 5));
+    }
+    return findings;
+}
+
+std::string Event(const std::string& attributes) {
+    return VolumeScript("<event name=\"E\" " + attributes + "/>");
+}
+
+std::vector<std::string> Codes(const std::string& script) {
+    std::vector<std::string> codes;
+    for (const std::string& finding : FindingsIn(script)) codes.push_back(finding.substr(finding.find(' ') + 1));
+    return codes;
+}
+
+}  // namespace
+
+// One sample for each check: QX021.xml makes exactly the output QX021.txt, in which exactly that check fires.
+class SampleOf : public testing::TestWithParam<Check> {};
+
+TEST_P(SampleOf, FiresItsCheckAndNoOther) {
+    const std::string code = GetParam().code;
+    const Workplace place;
+    std::vector<std::string> arguments = {"check", code + ".xml"};
+    if (code >= "QX080") arguments.insert(arguments.end(), {"--against", place.Write("dump", RecordedDump())});
+    const ToolResult result = RunIn(kSamples, arguments);
+    EXPECT_EQ(result.output, ReadAll(kSamples + "/" + code + ".txt"));
+    EXPECT_EQ(result.error, "");
+    const bool isError = GetParam().severity == qxlt::Severity::Error;
+    EXPECT_EQ(result.status, isError ? 1 : 0);
+    std::vector<std::string> findings;
+    for (const std::string& line : Lines(result.output)) {
+        if (line.find(": note: ") == std::string::npos) findings.push_back(line);
+    }
+    EXPECT_THAT(findings, ElementsAre(testing::AllOf(HasSubstr(isError ? ": error: " : ": warning: "),
+                                                     EndsWith(" [" + code + "]"))));
+}
+
+INSTANTIATE_TEST_SUITE_P(Checks, SampleOf, testing::ValuesIn(AllChecks()),
+                         [](const testing::TestParamInfo<Check>& sample) { return std::string(sample.param.code); });
+
+TEST(CheckTest, FindsNothingInTheExamples) {
+    std::vector<std::string> arguments = {"check"};
+    for (const auto& entry : std::filesystem::directory_iterator(QXLT_SOURCE_DIR "/examples/scenarios")) {
+        arguments.push_back(entry.path().string());
+    }
+    ASSERT_GT(arguments.size(), 1u);
+    const ToolResult result = RunTool(arguments);
+    EXPECT_EQ(result.output, "");
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(result.status, 0);
+}
+
+// What further forms of a mistake are found, beside the samples.
+TEST(CheckTest, FindsEachFormOfAMistake) {
+    const std::string in = "tag=\"IN\" value=\"0\" ";
+    const std::vector<std::pair<std::string, std::vector<std::string>>> rows = {
+        {"tag=\"NONE\"", {}},
+        {"tag=\"\" type=\"\"", {}},
+        {in + "watch=\"D-CONDITIONAL\" type=\"INT\"", {"QX040"}},
+        {in + "type=\"INT\" watch=\"D-CONDITIONAL\" condition=\"==\" conditionValue=\"1\"", {}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"==\"", {"QX044"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"1&amp;&amp;2\" "
+              "conditionType=\"OR\"",
+         {"QX044"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"99999999999\"", {"QX044"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"1&amp;01\" conditionType=\"AND\"",
+         {}},
+        {in + "type=\"STRING\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"1&amp;01\" "
+              "conditionType=\"AND\"",
+         {"QX047"}},
+        {in + "type=\"STRING\" watch=\"CONDITIONAL\" condition=\"==\"", {}},
+        {in + "type=\"STRING\" watch=\"CONDITIONAL\" condition=\"!=\" conditionValue=\"a&amp;b\" "
+              "conditionType=\"AND\"",
+         {}},
+        {in + "watch=\"CONDITIONAL\" condition=\">\" conditionValue=\"1\"", {"QX041"}},
+        {in + "type=\"REAL\" watch=\"CONDITIONAL\" condition=\">\" conditionValue=\"1\"", {"QX022"}},
+        {"type=\"INT\" watch=\"CONDITIONAL\" condition=\">\" conditionValue=\"1\"", {"QX042"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\">\" conditionType=\"OR\"", {"QX044", "QX050"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\">\" conditionValue=\"1&amp;2\"", {"QX049"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"range\" conditionValue=\"1,2\"", {}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"range\" conditionValue=\"1,2,3\"", {"QX045"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"range\" conditionValue=\"a,b\"", {"QX044", "QX044"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"range\" conditionValue=\"1%,2\"", {"QX029"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"range\" conditionValue=\"1,2\" conditionType=\"OR\"",
+         {"QX050"}},
+        {in + "type=\"INT\" watch=\"ALWAYS\" condition=\"nonsense\"", {"QX053"}},
+        {in + "type=\"INT\" watch=\"CHANGED\" conditionType=\"OR\"", {"QX053"}},
+        {in + "type=\"INT\" watch=\"Changed\" condition=\"nonsense\"", {"QX023"}},
+        {"tag=\"IN\" type=\"INT\"", {"QX026"}},
+        {"tag=\"OUT\" value=\"-1\" type=\"INT\"", {"QX026"}},
+        {"tag=\"OUT\" value=\"99999999999\" type=\"INT\"", {"QX026"}},
+        {"tag=\"OUT\" value=\"0x1\" type=\"INT\"", {"QX029"}},
+        {"tag=\"OUT\" value=\" 1 \" type=\"INT\"", {}},
+        {in + "type=\"INT\" keyword=\"-1\"", {}},
+        {in + "type=\"INT\" keyword=\"99999999999\"", {"QX035"}},
+        {in + "type=\"INT\" keyword=\"-0\"", {"QX035"}},
+        {"tag=\"NONE\" filter=\"x\" datakey=\"x&amp;\"", {"QX036"}},
+        {"tag=\"NONE\" keyword=\"NONE\"", {}},
+        {"keyword=\"on\"", {"QX036"}},
+        {in + "type=\"STRING\" filter=\"id\" datakey=\"id=&amp;\"", {}},
+    };
+    for (const auto& [attributes, codes] : rows) EXPECT_EQ(Codes(Event(attributes)), codes) << attributes;
+}
+
+TEST(CheckTest, LooksAtEveryElement) {
+    EXPECT_THAT(FindingsIn("<Scenario a=\"1\" xmlns:x=\"urn:x\" x:b=\"2\" xmlns=\"urn:y\">\n"
+                           "<action name=\"a\" b=\"2\">\n"
+                           "<method name=\"M\" package=\"p\" process=\"q\"><arg/></method>\n"
+                           "<event name=\"E\" process=\"p\"><method name=\"N\"/></event>\n"
+                           "<group><event name=\"F\"/></group>\n"
+                           "</action>\n<event name=\"G\"/></Scenario>\n"),
+                ElementsAre("1:11 QX005", "2:18 QX005", "3:18 QX005", "3:30 QX006", "3:42 QX003", "4:17 QX006",
+                            "4:29 QX004", "5:1 QX003", "5:8 QX004", "7:1 QX004"));
+}
+
+TEST(CheckTest, TakesAFirstAttributeOfAnyNameForTheMethod) {
+    EXPECT_THAT(FindingsIn("<Scenario><action name=\"a\"><method id=\"M\"/><event name=\"E\"/></action></Scenario>"),
+                IsEmpty());
+}
+
+TEST(CheckTest, LeavesOtherKindsOfScriptsAlone) {
+    EXPECT_THAT(FindingsIn("<session><anything goes=\"here\"/><event/></session>"), IsEmpty());
+    EXPECT_THAT(FindingsIn("<html><body><event/></body></html>"), ElementsAre("1:1 QX002"));
+}
+
+TEST(CheckTest, FindsPlacesInAnyLayout) {
+    EXPECT_THAT(FindingsIn("<Scenario>\r\n<action name=\"a\"><method name=\"M\"/>\r\n"
+                           "<event\r\n\tname = 'E'\r\n\ttag=\n\"ARG\"\r\n\twatch\t=\"ALWAYS\"/></action></Scenario>"),
+                ElementsAre("6:2 QX021"));
+    EXPECT_THAT(FindingsIn("<Scenario><action name=\"\xC3\xA4\xE2\x82\xAC\"><method name=\"M\"/>"
+                           "<event name=\"\xF0\x9F\x94\x8A\" tag=\"ARG\"/></action></Scenario>"),
+                ElementsAre("1:68 QX021"));
+    EXPECT_THAT(FindingsIn("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n"
+                           "<Scenario><action name=\"\xE4\xF6\"><method name=\"M\"/><event name=\"\xFC\" tag=\"ARG\"/>"
+                           "</action></Scenario>"),
+                ElementsAre("2:68 QX021"));
+}
+
+// What comes out of an entity or a document type stands nowhere itself.
+TEST(CheckTest, FindsThePlaceThatAnEntityIsUsedIn) {
+    EXPECT_THAT(FindingsIn("<!DOCTYPE Scenario [<!ENTITY e '<event name=\"E\" tag=\"ARG\"/>'>\n"
+                           "<!ATTLIST event watch CDATA \"OFTEN\">]>\n"
+                           "<Scenario><action name=\"a\"><method name=\"M\"/>\n"
+                           "&e;</action></Scenario>"),
+                ElementsAre("4:1 QX021", "4:1 QX023"));
+}
+
+TEST(CheckTest, ReadsOtherEncodings) {
+    std::string wide = "\xFF\xFE";
+    for (const char byte : Event("tag=\"ARG\"")) wide += std::string(1, byte) + '\0';
+    EXPECT_THAT(FindingsIn(wide), ElementsAre("4:1 QX021"));
+}
+
+TEST(CheckTest, TellsWhereATextIsNotWellFormed) {
+    EXPECT_THAT(FindingsIn(""), ElementsAre("1:1 QX001"));
+    EXPECT_THAT(FindingsIn("<Scenario>\n  <a & b/>\n</Scenario>"), ElementsAre("2:6 QX001"));
+    EXPECT_THAT(FindingsIn("<Scenario>\n<action name=\"a\"><method name=\"M\"/><event name=\"E\" tag=\"X\"/>\n</Scen"),
+                ElementsAre("2:57 QX021", "3:1 QX001"));
+}
+
+TEST(CheckTest, CommentsSilenceTheElementOnTheNextLine) {
+    const auto script = [](const std::string& comment) {
+        return VolumeScript(comment +
+                            "\n<event name=\"E\"\n tag=\"ARG\"\n type=\"REAL\"/>\n<event name=\"F\" tag=\"ARG\"/>");
+    };
+    EXPECT_THAT(FindingsIn(script("")), ElementsAre("6:7 QX021", "7:8 QX022", "8:22 QX021"));
+    EXPECT_THAT(FindingsIn(script("<!-- qxlt:ignore QX021 -->")), ElementsAre("7:8 QX022", "8:22 QX021"));
+    EXPECT_THAT(FindingsIn(script("<!--qxlt:ignore qx021 QX022-->")), ElementsAre("8:22 QX021"));
+    EXPECT_THAT(FindingsIn(script("<!-- qxlt:ignore\n\n QX021 -->")), ElementsAre("9:8 QX022", "10:22 QX021"));
+    EXPECT_THAT(FindingsIn(script("<!-- qxlt:ignore QX021 -->\n")),
+                ElementsAre("7:7 QX021", "8:8 QX022", "9:22 QX021"));
+    EXPECT_THAT(FindingsIn(script("<!-- ignore QX021 -->")), ElementsAre("6:7 QX021", "7:8 QX022", "8:22 QX021"));
+    EXPECT_THAT(FindingsIn(script("<!-- qxlt:ignore -->")),
+                ElementsAre("4:1 QX070", "6:7 QX021", "7:8 QX022", "8:22 QX021"));
+}
+
+TEST(CheckTest, SeveralScriptsCountAsOne) {
+    const Workplace place;
+    place.Write("a.xml", VolumeScript(kEveryVolume));
+    place.Write("b.xml", VolumeScript(kEveryVolume));
+    EXPECT_THAT(Lines(RunIn(place.Path(), {"check", "b.xml", "a.xml"}).output),
+                ElementsAre(AllOf(StartsWith("a.xml:3:15: error: "), HasSubstr("(b.xml:3)"), EndsWith("[QX018]")),
+                            AllOf(StartsWith("a.xml:4:14: warning: "), HasSubstr("b.xml:4"), EndsWith("[QX061]"))));
+}
+
+TEST(CheckTest, PrintsJson) {
+    const Workplace place;
+    place.Write("a.xml", Event("tag=\"IN\" value=\"0\" type=\"INT\" wotch=\"ALWAYS\" watch=\"CHANGE\""));
+    const ToolResult result = RunIn(place.Path(), {"check", "a.xml", "--format", "json"});
+    EXPECT_THAT(Lines(result.output),
+                ElementsAre(R"({"file":"a.xml","line":4,"column":47,"severity":"warning","id":"QX005",)"
+                            R"("text":"unknown attribute \"wotch\", which is ignored","instead":"watch"})",
+                            R"({"file":"a.xml","line":4,"column":69,"severity":"error","id":"QX023",)"
+                            R"("text":"watch \"CHANGE\" is none of ALWAYS, CHANGED, CONDITIONAL, D-CONDITIONAL",)"
+                            R"("instead":"CHANGED"})"));
+    EXPECT_EQ(result.status, 1);
+}
+
+TEST(CheckTest, ComparesWithARecording) {
+    const Workplace place;
+    place.Write("a.xml", VolumeScript(kEveryVolume));
+    place.Write("dump", RecordedDump());
+    EXPECT_EQ(RunIn(place.Path(), {"check", "a.xml", "--against", "dump"}).output,
+              "a.xml:3:1: note: 2 calls of SetVolume recorded\n");
+    EXPECT_EQ(RunIn(place.Path(), {"check", "a.xml", "--against", "dump", "--against", "dump"}).output,
+              "a.xml:3:1: note: 4 calls of SetVolume recorded\n");
+    EXPECT_EQ(RunIn(place.Path(), {"check", "a.xml", "--against", "dump", "--format", "json"}).output,
+              "{\"file\":\"a.xml\",\"line\":3,\"column\":1,\"method\":\"SetVolume\",\"calls\":2}\n");
+}
+
+TEST(CheckTest, KnowsWhatIsRecordedOfEachArgument) {
+    const Workplace place;
+    place.Write("dump", RecordedDump());
+    struct Row {
+        const char* method;
+        const char* attributes;
+        const char* finding;  // empty: none
+    };
+    const Row rows[] = {
+        {"GetLevel", "tag=\"OUT\" value=\"0\" type=\"INT\"", ""},
+        {"GetLevel", "tag=\"RET\" value=\"0\" type=\"INT\"", ""},
+        {"GetLevel", "tag=\"IN\" value=\"1\" type=\"INT\"", "did you mean tag=\"OUT\" value=\"0\" [QX083]"},
+        {"GetLevel", "tag=\"OUT\" value=\"1\" type=\"INT\"", "did you mean tag=\"OUT\" value=\"0\" [QX083]"},
+        {"GetLevel", "tag=\"OUT\" value=\"2\" type=\"INT\"",
+         "GetLevel has 2 arguments: index 2 is never there [QX081]"},
+        {"SetVolume", "tag=\"RET\" value=\"0\" type=\"INT\"",
+         "no result of SetVolume is recorded, its type is \"void\" [QX083]"},
+        {"SetSource", "tag=\"IN\" value=\"0\" type=\"STRING\"", ""},
+        {"SetSource", "tag=\"IN\" value=\"0\" type=\"INT\"", "did you mean type=\"STRING\" [QX082]"},
+        {"Move", "tag=\"IN\" value=\"0\" type=\"INT\"", ""},
+        {"Move", "tag=\"OUT\" value=\"0\" type=\"STRING\"", "did you mean type=\"INT\" [QX082]"},
+        {"Move", "tag=\"IN\" value=\"1\" type=\"INT\"", "index 1 is never there [QX083]"},
+        {"VolumePeak", "tag=\"IN\" value=\"1\" type=\"STRING\"", ""},
+        {"Idle", "tag=\"NONE\"", ""},
+        {"setvolume", "tag=\"NONE\"", "no method \"setvolume\" is recorded; did you mean SetVolume [QX080]"},
+    };
+    for (const Row& row : rows) {
+        place.Write("a.xml", std::string("<Scenario><action name=\"a\"><method name=\"") + row.method +
+                                 "\"/><event name=\"E\" " + row.attributes + "/></action></Scenario>");
+        const std::vector<std::string> lines =
+            Lines(RunIn(place.Path(), {"check", "a.xml", "--against", "dump"}).output);
+        ASSERT_EQ(lines.size(), row.finding[0] == '\0' ? 1u : 2u) << row.method << " " << row.attributes;
+        EXPECT_THAT(lines.front(), testing::AnyOf(EndsWith(" recorded"), EndsWith(row.finding))) << row.attributes;
+        EXPECT_THAT(lines.back(), EndsWith(std::string(" of ") + row.method + " recorded"));
+    }
+}
+
+TEST(CheckTest, ReportsADamagedRecordingAndUsesTheRest) {
+    const Workplace place;
+    place.Write("a.xml", VolumeScript(kEveryVolume));
+    place.Write("good", RecordedDump());
+    place.Write("bad", RecordedDump().substr(0, 60));
+    const ToolResult result = RunIn(place.Path(), {"check", "a.xml", "--against", "good", "--against", "bad"});
+    EXPECT_EQ(result.output, "a.xml:3:1: note: 2 calls of SetVolume recorded\n");
+    EXPECT_THAT(result.error, StartsWith("error: bad:"));
+    EXPECT_EQ(result.status, 1);
+}
+
+TEST(CheckTest, SaysWhyItCannotStart) {
+    const Workplace place;
+    place.Write("a.xml", VolumeScript(kEveryVolume));
+    struct Row {
+        std::vector<std::string> arguments;
+        const char* error;
+    };
+    const Row rows[] = {
+        {{"check"}, "error: no script is named"},
+        {{"check", "none.xml"}, "error: none.xml: No such file"},
+        {{"check", "."}, "error: .: Is a directory"},
+        {{"check", "a.xml", "--against", "none"}, "error: none: No such file"},
+        {{"check", "a.xml", "--against", "."}, "error: ./capture.json: No such file"},
+        {{"check", "--explain", "QX9999"}, "error: --explain QX9999: no check has that code"},
+        {{"check", "--explain", "QX21"}, "error: --explain QX21: no check has that code; did you mean QX021"},
+        {{"check", "a.xml", "--strict"}, "error: "},
+    };
+    for (const Row& row : rows) {
+        const ToolResult result = RunIn(place.Path(), row.arguments);
+        EXPECT_EQ(result.status, 2) << row.error;
+        EXPECT_EQ(result.output, "") << row.error;
+        EXPECT_THAT(result.error, StartsWith(row.error));
+        EXPECT_EQ(Lines(result.error).size(), 1u) << result.error;
+    }
+}
+
+TEST(CheckTest, ExplainsEachCheck) {
+    for (const Check& check : AllChecks()) {
+        const ToolResult result = RunTool({"check", "--explain", check.code});
+        EXPECT_EQ(result.output, qxlt::ExplainCheck(check));
+        EXPECT_EQ(result.status, 0);
+    }
+    EXPECT_THAT(RunTool({"check", "--explain", "qx021"}).output, StartsWith("QX021: unknown tag (error)\n\n"));
+}
+
+TEST(CheckTest, ThePageOfTheChecksIsWhatTheToolPrints) {
+    EXPECT_EQ(RunTool({"check", "--explain", "all"}).output, ReadAll(QXLT_SOURCE_DIR "/docs/checks.md"));
+}
+
+TEST(CheckTest, CodesAreStableAndInOrder) {
+    for (std::size_t i = 0; i < AllChecks().size(); ++i) {
+        const Check& check = AllChecks()[i];
+        EXPECT_TRUE(testing::Value(std::string(check.code), testing::MatchesRegex("QX[0-9][0-9][0-9]"))) << check.code;
+        EXPECT_EQ(static_cast<std::size_t>(check.id), i) << check.code;
+        EXPECT_LT(i == 0 ? std::string() : std::string(AllChecks()[i - 1].code), check.code);
+    }
+}
+
+TEST(CheckTest, ColoursOnATerminalOnly) {
+    Child::Setup setup;
+    setup.directory = kSamples;
+    setup.terminal = true;
+    setup.environment = {{"TERM", "xterm"}, {"NO_COLOR", ""}};
+    EXPECT_THAT(RunTool({"check", "QX021.xml"}, setup).output, HasSubstr("\033[31merror:\033[0m"));
+    setup.environment["NO_COLOR"] = "1";
+    EXPECT_THAT(RunTool({"check", "QX021.xml"}, setup).output, HasSubstr(": error: tag"));
+}
+
+TEST(CheckTest, DepthIsNoMatter) {
+    std::string script = "<Scenario>";
+    for (int i = 0; i < 100000; ++i) script += "<a>";
+    EXPECT_EQ(Codes(script).back(), "QX001");
+}
+
+TEST(CheckTest, EndsQuietlyWhenNobodyReads) {
+    const Workplace place;
+    std::string events;
+    for (int i = 0; i < 20000; ++i) events += "<event name=\"E" + std::to_string(i) + "\" tag=\"ARG\"/>\n";
+    Child tool(ToolSetup({"check", place.Write("a.xml", VolumeScript(events))}));
+    ASSERT_TRUE(tool.WaitForOutput("QX021"));
+    tool.CloseOutput();
+    EXPECT_EQ(tool.Finish(), 0);
+    EXPECT_EQ(tool.Error(), "");
+}
