@@ -35,7 +35,7 @@ bool IsNumber(const char* name) {
 // The process's command name with its newline; empty when it cannot be read.
 std::string ReadCommandName(const char* entry) {
     char path[252];
-    std::snprintf(path, sizeof path, "/proc/%s/comm", entry);
+    std::snprintf(path, sizeof path, "/proc/%.240s/comm", entry);  // no process id is as long
     const std::unique_ptr<FILE, FileDeleter> file(std::fopen(path, "re"));
     char line[64] = "";
     if (file == nullptr || std::fgets(line, sizeof line, file.get()) == nullptr) return std::string();
