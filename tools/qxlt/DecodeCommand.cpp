@@ -1,6 +1,7 @@
 #include "DecodeCommand.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <memory>
 
 #include "DecodeStore.h"
@@ -9,6 +10,7 @@
 #include "ProcessNames.h"
 #include "QxCycle.h"
 #include "RecordLine.h"
+#include "Text.h"
 
 namespace qxlt {
 
@@ -38,9 +40,9 @@ public:
         RequireReadable(m_options.dumps);
         m_names.Register(*m_store);
         bool whole = true;
-        std::size_t number = 0;
         for (const std::string& dump : m_options.dumps) {
-            m_progress.Show("dump " + std::to_string(++number) + " of " + std::to_string(m_options.dumps.size()));
+            ++m_number;
+            ShowProgress();
             whole = Decode(dump) && whole;
         }
         return whole ? kDone : kInputWrong;
@@ -58,7 +60,14 @@ private:
         return decoded.Whole();
     }
 
+    void ShowProgress() {
+        m_progress.Show("dump " + std::to_string(m_number) + " of " + std::to_string(m_options.dumps.size()) + ", " +
+                        Counted(m_calls, "call"));
+    }
+
     void PrintCall(unsigned long long key, const IQxData::HSCall& call) {
+        constexpr std::uint64_t kCallsBetween = 1000;
+        if (++m_calls % kCallsBetween == 0) ShowProgress();
         const QxLocation& location = m_store->Location(call.locId, call.pid);
         m_output.Line(CallLine(m_format, {call, location.site, m_names.NameOf(call.pid), key}));
     }
@@ -67,7 +76,9 @@ private:
     const Format m_format;
     Progress m_progress;
     Output m_output;
-    std::string m_process;  // empty: none is registered
+    std::size_t m_number = 0;   // of the dump that is being decoded, from 1
+    std::uint64_t m_calls = 0;  // printed so far
+    std::string m_process;      // empty: none is registered
     ProcessNames m_names;
     std::shared_ptr<DecodeStore> m_store = std::make_shared<DecodeStore>(m_format, m_output);
 };

@@ -363,6 +363,7 @@ TEST(Replay, NeedsNoMoreMemoryForManyCycles) {
     const std::string dump = place.Write("a", VolumeDump(std::vector<int>(20000, 5)));
     Child::Setup setup;
     setup.output = "/dev/null";
+    setup.environment = {{"ASAN_OPTIONS", "quarantine_size_mb=1"}};  // a sanitizer keeps what was freed
     std::vector<std::string> arguments = {"replay", "-s", script, "-p", "m=1", dump, dump};
     const ToolResult two = RunTool(arguments, setup);
     arguments.insert(arguments.end(), 20, dump);
