@@ -1,7 +1,6 @@
 #include "QxRecordingReader.h"
 
-#include <time.h>
-
+#include "QxClock.h"
 #include "QxDumpFormat.h"
 #include "QxLossMath.h"
 
@@ -16,12 +15,6 @@ constexpr int kMaxAttempts = 16;
 
 // Entry times may run a little ahead of the clock to stay apart; one that is further ahead is no time.
 constexpr std::uint64_t kClockSlackNs = 1000000000;
-
-std::uint64_t Now() {
-    struct timespec now {};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::uint64_t>(now.tv_sec) * 1000000000u + static_cast<std::uint64_t>(now.tv_nsec);
-}
 
 std::uint32_t SerialOf(std::uint64_t thread) {
     return static_cast<std::uint32_t>(thread >> 32);
@@ -172,7 +165,7 @@ void QxRecordingReader::WriteEnded(Slot& slot, const Target& target) {
 }
 
 void QxRecordingReader::WriteOverdue(Slot& slot, std::uint64_t limitNs, const Target& target) {
-    const std::uint64_t now = Now();
+    const std::uint64_t now = NowNs();
     for (auto call = slot.open.begin(); call != slot.open.end();) {
         const std::uint64_t time = call->second.time;
         const bool isOverdue = time > now + kClockSlackNs || (now > time && now - time > limitNs);

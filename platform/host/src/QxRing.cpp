@@ -1,8 +1,8 @@
 #include "QxRing.h"
 
-#include <time.h>
-
 #include <algorithm>
+
+#include "QxClock.h"
 
 namespace qxhost {
 
@@ -12,12 +12,6 @@ namespace {
 
 constexpr std::size_t kNoteWordCount = 2;
 constexpr std::size_t kStagingHead = 2;  // the head, and a far distance
-
-std::uint64_t Now() {
-    struct timespec now {};
-    ::clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::uint64_t>(now.tv_sec) * 1000000000u + static_cast<std::uint64_t>(now.tv_nsec);
-}
 
 }  // namespace
 
@@ -53,7 +47,7 @@ unsigned char* QxRing::Staging() {
 // Entry times tell calls apart: in the low bits no two rings of a process agree, and within a ring they only grow.
 std::uint64_t QxRing::EntryTime() const {
     constexpr std::uint64_t kStep = kSlotCount;
-    const std::uint64_t time = std::max(Now(), m_state.base) / kStep * kStep + m_lane;
+    const std::uint64_t time = std::max(NowNs(), m_state.base) / kStep * kStep + m_lane;
     return time > m_state.base ? time : time + kStep;
 }
 
@@ -82,7 +76,7 @@ void QxRing::AppendExit(std::uint64_t ordinal, std::size_t payloadSize, bool isW
     --m_openCalls;
     const std::uint64_t distance = m_state.entries - ordinal;
     const bool isFar = distance >= kFarDistance;
-    const std::uint64_t time = std::max(Now(), m_state.base);
+    const std::uint64_t time = std::max(NowNs(), m_state.base);
     const std::size_t size = payloadSize + (isFar ? sizeof(Word) : 0);
     const std::size_t words = 1 + WordsFor(size);
     if (!isWhole || size > kMaxPayload || !HasRoom(NoteWords(time) + words)) {
