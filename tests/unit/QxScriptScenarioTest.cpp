@@ -1,0 +1,248 @@
+#include "QxScriptScenario.h"
+
+#include "Expose.h"
+#include "Scripting.h"
+
+struct Subscriptions {
+    friend constexpr auto Private(Subscriptions);
+};
+template struct Expose<Subscriptions, &QxScriptScenario::m_Subscribers>;
+
+namespace {
+
+using namespace std::string_literals;
+
+std::vector<std::string> Split(const std::string& text, const std::string& delimiter) {
+    std::vector<std::string> pieces;
+    split(text, delimiter, pieces);
+    return pieces;
+}
+
+TEST(Split, GivesThePiecesBetweenDelimiters) {
+    using Pieces = std::vector<std::string>;
+    EXPECT_EQ(Split("a&&b&", "&"), (Pieces{"a", "", "b"}));
+    EXPECT_EQ(Split("", "&"), Pieces{});
+    EXPECT_EQ(Split("&a", "&"), (Pieces{"", "a"}));
+    EXPECT_EQ(Split("abc", "&"), Pieces{"abc"});
+    EXPECT_EQ(Split("&", "&"), Pieces{""});
+    EXPECT_EQ(Split("a--b-c", "--"), (Pieces{"a", "b-c"}));
+    Pieces appended = {"x"};
+    split("a&b", "&", appended);
+    EXPECT_EQ(appended, (Pieces{"x", "a", "b"}));
+}
+
+TEST(ConverArg, TakesOneOffEachByte) {
+    EXPECT_EQ(QxScriptScenario::ConverStringArg("\x49\x6C\x00"s), "Hk\xFF");
+    EXPECT_EQ(QxScriptScenario::ConverStringArg(""), "");
+}
+
+TEST(ConverArg, ReadsNumbersOfThirtyTwoBits) {
+    EXPECT_EQ(QxScriptScenario::ConverIntArg("\x02\x01\x01\x01"), "1");
+    EXPECT_EQ(QxScriptScenario::ConverIntArg("\0\0\0\0"s), "-1");
+    EXPECT_EQ(QxScriptScenario::ConverIntArg("\x01"), "0");
+    EXPECT_EQ(QxScriptScenario::ConverIntArg(""), "0");
+    EXPECT_EQ(QxScriptScenario::ConverIntArg("\x01\x02"), "256");
+    EXPECT_EQ(QxScriptScenario::ConverIntArg("\x01\x01\x01\x81"), "-2147483648");
+    EXPECT_EQ(QxScriptScenario::ConverIntArg("\x06\x01\x01\x01\x09\x09"), "5") << "further bytes add nothing";
+}
+
+class QxScriptScenarioTest : public Scripting {
+protected:
+    IQxData::_HSScriptPtr* Root() {
+        IQxData::_HSScript* slot = nullptr;
+        store->GetScript(&slot);
+        return *slot;
+    }
+    std::vector<std::pair<std::string, std::string>> Keys() {
+        m_scenario.SetSubscriber(Root());
+        std::vector<std::pair<std::string, std::string>> keys;
+        for (const auto& entry : m_scenario.*Private(Subscriptions())) keys.push_back(entry.first);
+        return keys;
+    }
+    IQxData::_HSScriptPtr* Subscriber(const std::string& method, const std::string& action) {
+        return (m_scenario.*Private(Subscriptions())).at({method, action});
+    }
+    using List = std::vector<std::pair<std::string, std::string>>;
+    QxScriptScenario m_scenario;
+};
+
+TEST_F(QxScriptScenarioTest, SubscribesMethodsUnderTheirActionsName) {
+    Load(
+        "<Scenario><x name='b'><method name='M'/><method other='N'/><event name='E'/></x>"
+        "<x name='a'><method name='M'/></x></Scenario>");
+    EXPECT_EQ(Keys(), (List{{"M", "a"}, {"M", "b"}, {"N", "b"}}));
+    EXPECT_EQ(Keys().size(), 3u) << "again adds nothing";
+}
+
+TEST_F(QxScriptScenarioTest, OneNameSubscribesAMethodOnceToTheFirstAction) {
+    Load("<Scenario><x name='a'><method name='M'/></x><x name='a'><method name='M'/></x></Scenario>");
+    EXPECT_EQ(Keys(), (List{{"M", "a"}}));
+    EXPECT_EQ(Subscriber("M", "a"), Root()->children[0]);
+}
+
+TEST_F(QxScriptScenarioTest, AnActionWithoutNameTakesThatOfTheNearestBefore) {
+    Load("<Scenario><x><method name='K'/></x><x name='a'><method name='L'/></x><x><method name='M'/></x></Scenario>");
+    EXPECT_EQ(Keys(), (List{{"K", ""}, {"L", "a"}, {"M", "a"}}));
+}
+
+TEST_F(QxScriptScenarioTest, OnlyTheFirstAttributeOfAMethodCounts) {
+    Load("<Scenario><x name='a'><method process='P' name='M'/></x></Scenario>");
+    EXPECT_EQ(Keys(), (List{{"P", "a"}}));
+}
+
+TEST_F(QxScriptScenarioTest, AMethodWithoutAttributeIsSkippedWithALine) {
+    Load("<Scenario><x name='a'><method/><method name='M'/></x></Scenario>");
+    EXPECT_EQ(Keys(), (List{{"M", "a"}}));
+    const std::vector<std::string> lines = RecordingLog::Messages(DLOG_ERROR);
+    ASSERT_EQ(lines.size(), 1u);
+    EXPECT_NE(lines[0].find("action: a"), std::string::npos);
+}
+
+TEST_F(QxScriptScenarioTest, NothingIsSubscribedDeeper) {
+    Load("<Scenario><Scenario><x name='a'><method name='M'/></x></Scenario></Scenario>");
+    EXPECT_EQ(Keys(), List{});
+}
+
+TEST_F(QxScriptScenarioTest, WithoutAScriptThePassSaysSo) {
+    EXPECT_EQ(m_scenario.Trace(&tracing), 0);
+    EXPECT_EQ(Logged("GetScript Failed", DLOG_INFO), 1);
+    EXPECT_FALSE(tracing.Trace());
+}
+
+TEST_F(QxScriptScenarioTest, AStoreWithoutCallsIsAPassWithoutEvents) {
+    Load("<Scenario><x name='a'><method name='M'/><event name='E'/></x></Scenario>");
+    EXPECT_EQ(m_scenario.Trace(&tracing), 1);
+    EXPECT_TRUE(fired.empty());
+}
+
+TEST_F(QxScriptScenarioTest, VisitsActionsInOrderOfTheirNamesAndCallsInOrderOfTheirKeys) {
+    Load(
+        "<Scenario><x name='b'><method name='M'/><event name='B1'/><event name='B2'/></x>"
+        "<x name='a'><method name='M'/><event name='A'/></x><x name='c'><method name='MM'/><event "
+        "name='C'/></x></Scenario>");
+    IQxData::HSCall late = Call("M");
+    IQxData::HSCall early = Call("M");
+    late.time = 9;
+    early.time = 3;
+    store->AppendBeforeCall(late);
+    store->AppendBeforeCall(early);
+    EXPECT_TRUE(tracing.Trace());
+    EXPECT_EQ(FiredNames(), (std::vector<std::string>{"A", "B1", "B2", "A", "B1", "B2"}));
+    EXPECT_EQ(fired[0].call.time, 3u);
+    EXPECT_EQ(store->events.size(), 6u) << "each is stored as well";
+    EXPECT_EQ(Calls().size(), 2u) << "calls stay";
+}
+
+TEST_F(QxScriptScenarioTest, AnUnknownLocationMatchesTheEmptyMethodOnly) {
+    Load(
+        "<Scenario><x name='a'><method name=''/><event name='E'/></x><x name='b'><method name='M'/><event "
+        "name='F'/></x>"
+        "</Scenario>");
+    IQxData::HSCall call;
+    call.locId = 77;
+    store->AppendBeforeCall(call);
+    tracing.Trace();
+    EXPECT_EQ(FiredNames(), std::vector<std::string>{"E"});
+}
+
+TEST_F(QxScriptScenarioTest, LocationsAreLookedUpByTheCallsOwnProcess) {
+    Load("<Scenario><x name='a'><method name='M'/><event name='E'/></x></Scenario>");
+    IQxData::HSCall call = Call("M");
+    store->AppendBeforeCall(call);
+    call.pid = 9;
+    store->AppendBeforeCall(call);
+    store->AppendProcessName(9, "other");
+    store->AppendCurrentProcess("other");
+    tracing.Trace();
+    EXPECT_EQ(fired.size(), 1u);
+}
+
+TEST_F(QxScriptScenarioTest, CallsThatACallbackAddsAreNotVisited) {
+    Load("<Scenario><x name='a'><method name='M'/><event name='E'/></x></Scenario>");
+    IQxData::HSCall call = Call("M");
+    store->AppendBeforeCall(call);
+    during = [&] {
+        IQxData::HSCall more = call;
+        more.time += 100;
+        store->AppendBeforeCall(more);
+    };
+    tracing.Trace();
+    EXPECT_EQ(fired.size(), 1u);
+    EXPECT_EQ(Calls().size(), 2u);
+}
+
+TEST_F(QxScriptScenarioTest, ACallbackMayClearTheStore) {
+    Load("<Scenario><x name='a'><method name='M'/><event name='E'/><event name='F'/></x></Scenario>");
+    for (int i = 0; i < 3; ++i) {
+        IQxData::HSCall call = Call("M");
+        store->AppendBeforeCall(call);
+    }
+    during = [&] { store->clear(); };
+    EXPECT_TRUE(tracing.Trace());
+    // The call in hand is evaluated to its end; the further ones have lost their location.
+    EXPECT_EQ(FiredNames(), (std::vector<std::string>{"E", "F"}));
+}
+
+TEST_F(QxScriptScenarioTest, ACallbackMayLoadAScript) {
+    Load("<Scenario><x name='a'><method name='M'/><event name='E'/></x></Scenario>");
+    for (int i = 0; i < 2; ++i) {
+        IQxData::HSCall call = Call("M");
+        store->AppendBeforeCall(call);
+    }
+    during = [&] { Load("<Scenario><x name='z'><method name='M'/><event name='Z'/></x></Scenario>"); };
+    EXPECT_TRUE(tracing.Trace());
+    EXPECT_EQ(FiredNames(), (std::vector<std::string>{"E", "E"}));
+}
+
+TEST_F(QxScriptScenarioTest, AnEventInErrorIsReportedAndTheNextOneEvaluated) {
+    Load(
+        "<Scenario><x name='a'><method name='M'/><event name='BAD' tag='IN' value='x'/><event name='GOOD'/></x>"
+        "</Scenario>");
+    for (int i = 0; i < 2; ++i) {
+        IQxData::HSCall call = Call("M");
+        store->AppendBeforeCall(call);
+    }
+    EXPECT_TRUE(tracing.Trace());
+    EXPECT_EQ(FiredNames(), (std::vector<std::string>{"GOOD", "GOOD"}));
+    EXPECT_EQ(Logged("[QxScriptScenario::MakeEvent] Event in error, event: BAD, error: stoul", DLOG_ERROR), 2);
+}
+
+TEST_F(QxScriptScenarioTest, ACallbackThatThrowsIsReportedAndThePassGoesOn) {
+    Load("<Scenario><x name='a'><method name='M'/><event name='E'/><event name='F'/></x></Scenario>");
+    IQxData::HSCall call = Call("M");
+    store->AppendBeforeCall(call);
+    during = [] { throw std::runtime_error("boom"); };
+    EXPECT_TRUE(tracing.Trace());
+    EXPECT_EQ(FiredNames(), (std::vector<std::string>{"E", "F"}));
+    EXPECT_EQ(Logged("[QxParser::SendEvent] Callback threw, event: E, error: boom", DLOG_ERROR), 1);
+    during = [] { throw 5; };
+    EXPECT_TRUE(tracing.Trace());
+    EXPECT_EQ(Logged("[QxParser::SendEvent] Callback threw, event: E", DLOG_ERROR), 1);
+}
+
+TEST_F(QxScriptScenarioTest, ASessionDoesNothing) {
+    Load("<session><x name='a'><method name='M'/><event name='E'/></x></session>");
+    IQxData::HSCall call = Call("M");
+    store->AppendBeforeCall(call);
+    EXPECT_TRUE(tracing.Trace());
+    EXPECT_TRUE(fired.empty());
+}
+
+TEST_F(QxScriptScenarioTest, AnUnknownTopElementRunsNothing) {
+    Load("<scenario><x name='a'><method name='M'/><event name='E'/></x></scenario>");
+    IQxData::HSCall call = Call("M");
+    store->AppendBeforeCall(call);
+    EXPECT_FALSE(tracing.Trace());
+    EXPECT_FALSE(tracing.Trace()) << "nothing was registered under that name";
+    EXPECT_TRUE(fired.empty());
+}
+
+TEST_F(QxScriptScenarioTest, WithoutACallbackEventsAreStoredAlone) {
+    Load("<Scenario><x name='a'><method name='M'/><event name='E'/></x></Scenario>");
+    IQxData::HSCall call = Call("M");
+    store->AppendBeforeCall(call);
+    EXPECT_TRUE(parser.Trace());
+    EXPECT_EQ(store->events.size(), 1u);
+}
+
+}  // namespace

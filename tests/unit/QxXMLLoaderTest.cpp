@@ -1,0 +1,95 @@
+#include "QxXMLLoader.h"
+
+#include <gtest/gtest.h>
+
+#include "ExactBytes.h"
+#include "QxData.h"
+
+namespace {
+
+class QxXMLLoaderTest : public testing::Test {
+protected:
+    bool Load(const std::string& xml) {
+        ExactBytes text(xml);
+        return QxXMLLoader::Parse(text.Pair(), store);
+    }
+    IQxData::_HSScriptPtr* Root() {
+        IQxData::_HSScript* slot = nullptr;
+        store->GetScript(&slot);
+        return *slot;
+    }
+    std::shared_ptr<QxData> store = std::make_shared<QxData>();
+};
+
+TEST_F(QxXMLLoaderTest, AnEmptyTextFails) {
+    EXPECT_FALSE(Load(""));
+    std::pair<int, char*> negative(-1, nullptr);
+    EXPECT_FALSE(QxXMLLoader::Parse(negative, store));
+    EXPECT_EQ(Root(), nullptr);
+}
+
+TEST_F(QxXMLLoaderTest, ATopElementAloneIsARootWithoutChildren) {
+    ASSERT_TRUE(Load("<Scenario/>"));
+    EXPECT_EQ(Root()->name, "Scenario");
+    EXPECT_TRUE(Root()->children.empty());
+    EXPECT_EQ(Root()->parent, nullptr);
+}
+
+TEST_F(QxXMLLoaderTest, KeepsElementsAndAttributesInDocumentOrder) {
+    ASSERT_TRUE(Load("<?xml version='1.0'?><!-- c --><S z='1' a='2 &amp; 3'>text<b/><?pi x?><c q='&gt;'/></S>"));
+    using Attributes = std::vector<std::pair<std::string, std::string>>;
+    EXPECT_EQ(Root()->attributes, (Attributes{{"z", "1"}, {"a", "2 & 3"}}));
+    ASSERT_EQ(Root()->children.size(), 2u);
+    EXPECT_EQ(Root()->children[0]->name, "b");
+    EXPECT_EQ(Root()->children[1]->attributes, (Attributes{{"q", ">"}}));
+    EXPECT_EQ(Root()->children[1]->parent, Root());
+}
+
+TEST_F(QxXMLLoaderTest, ASecondScriptHangsBelowTheFirst) {
+    ASSERT_TRUE(Load("<Scenario><a/></Scenario>"));
+    IQxData::_HSScriptPtr* const root = Root();
+    ASSERT_TRUE(Load("<Scenario><b/></Scenario>"));
+    EXPECT_EQ(Root(), root);
+    ASSERT_EQ(root->children.size(), 2u);
+    EXPECT_EQ(root->children[1]->name, "Scenario");
+    EXPECT_EQ(root->children[1]->children.at(0)->name, "b");
+}
+
+TEST_F(QxXMLLoaderTest, AScriptThatFailsLeavesTheCursorOnTheOpenElement) {
+    EXPECT_FALSE(Load("<Scenario><a><b></a></Scenario>"));
+    EXPECT_EQ(Root()->name, "b");
+    ASSERT_TRUE(Load("<Scenario/>"));
+    EXPECT_EQ(Root()->name, "b");
+    EXPECT_EQ(Root()->children.at(0)->name, "Scenario");
+}
+
+TEST_F(QxXMLLoaderTest, RefusesWhatIsNotWellFormed) {
+    for (const char* const xml :
+         {"<a>", "<a></b>", "<a x='1' x='2'/>", "<a/><b/>", "text", "<a b=1/>", "<a>&unknown;</a>"}) {
+        store = std::make_shared<QxData>();
+        EXPECT_FALSE(Load(xml)) << xml;
+    }
+}
+
+TEST_F(QxXMLLoaderTest, DepthDoesNotMatter) {
+    constexpr int kDepth = 200000;
+    std::string xml = "<Scenario>";
+    for (int i = 0; i < kDepth; ++i) xml += "<a>";
+    for (int i = 0; i < kDepth; ++i) xml += "</a>";
+    ASSERT_TRUE(Load(xml + "</Scenario>"));
+    EXPECT_EQ(Root()->name, "Scenario");
+    store.reset();
+}
+
+TEST_F(QxXMLLoaderTest, EntitiesDoNotMultiplyWithoutLimit) {
+    std::string xml = "<!DOCTYPE S [<!ENTITY e0 'aaaaaaaaaa'>";
+    for (int i = 1; i < 12; ++i) {
+        const std::string inner = "&e" + std::to_string(i - 1) + ";";
+        xml += "<!ENTITY e" + std::to_string(i) + " '";
+        for (int k = 0; k < 10; ++k) xml += inner;
+        xml += "'>";
+    }
+    EXPECT_FALSE(Load(xml + "]><S a='&e11;'/>"));
+}
+
+}  // namespace
