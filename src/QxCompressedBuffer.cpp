@@ -53,6 +53,11 @@ bool QxCompressedBuffer::m_NextItem(unsigned int& offset, std::vector<char>& pay
                      offset, bufferSize);
         return false;
     }
+    // A header drawn out so far that its 16 bits wrap to nothing, of an item of nothing, would be read for ever.
+    if (header.length == 0 && header.size == 0) {
+        cursor.Refuse(Major, "[QxCompressedBuffer::Extract] Item of no length, offset: %u, size: %u", offset,
+                      bufferSize);
+    }
     offset += header.length;
     if (header.size > bufferSize - offset) {
         cursor.Print(Fatal,

@@ -107,6 +107,11 @@ bool QxThreadBuffer::m_NextItem(const Stream& stream, unsigned int& offset, std:
                      header.size, static_cast<unsigned>(stream.size()));
         return false;
     }
+    // A header drawn out so far that its 16 bits wrap to nothing, of an item of nothing, would be read for ever.
+    if (header.length == 0 && header.size == 0) {
+        cursor.Refuse(Major, "[QxThreadBuffer::Extract] Item of no length, offset: %u, size: %u", offset,
+                      static_cast<unsigned>(stream.size()));
+    }
     tag = header.tag;
     CopyPayload(stream.data() + offset + header.length, header, payload);
     offset += header.length;

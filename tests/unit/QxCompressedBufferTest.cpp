@@ -99,4 +99,55 @@ TEST_F(QxCompressedBufferTest, GoesOnOverWhatItsOwnItemsAppend) {
     EXPECT_EQ(store->threads[1].name, "late");
 }
 
+// A header of 65,536 bytes has a length of nothing in 16 bits: an item of nothing would be read for ever.
+TEST_F(QxCompressedBufferTest, AnItemOfNoLengthIsRefused) {
+    const std::string items = '\x3F' + LongVarint(0, 65535) + dump::Item(kThreadName, ThreadName("a"));
+    EXPECT_EQ(Parse(CompressedRun(items, 40000) + Flush()), 0);
+    EXPECT_EQ(
+        Logged("[QxCompressedBuffer::Extract] Item of no length, offset: 0, size: " + std::to_string(items.size()),
+               DLOG_ERROR),
+        1);
+    EXPECT_EQ(Logged("Exception : 1", DLOG_ERROR), 1);
+}
+
+TEST_F(QxCompressedBufferTest, OverlappingFragmentsAreHeldToTheDumpsSize) {
+    // Each packet is 7 bytes long and claims the 40,000 that follow.
+    std::string dump;
+    for (int i = 0; i < 8000; ++i) dump += Packet(kCompressed, CompressedFragment(0, 40000, ""));
+    EXPECT_EQ(Parse(dump + std::string(40000, '\0')), 0);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many joined stream bytes", DLOG_ERROR), 1);
+}
+
+TEST_F(QxCompressedBufferTest, SizesKeepSixteenBits) {
+    Fragments(Varint(65536 + 1) + Varint(65536 + 3) + "abc");
+    EXPECT_EQ(Bytes(), "bc");
+}
+
+TEST_F(QxCompressedBufferTest, ATailLongerThanTheFragmentWrapsTheCount) {
+    // 3 - 5 is 65534: so many bytes are not there.
+    EXPECT_THROW(Fragments(CompressedFragment(5, 3, "abcde")), QxData::_PERR_TYPE);
+    EXPECT_EQ(Bytes(), "");
+}
+
+TEST_F(QxCompressedBufferTest, ExtractsBeforeThePacketThatFollows) {
+    const std::string packed = dump::Item(kPacked, Bzip2(Persistent(dump::Item(kThreadName, ThreadName("packed"))) +
+                                                         Thread(4, StreamItem(kThreadName, ThreadName("stream 1")))));
+    const std::string run = CompressedRun(packed, packed.size() / 2 + 1);
+    EXPECT_EQ(Decode(run + Persistent(dump::Item(kThreadName, ThreadName("after")))), 1);
+    ASSERT_EQ(store->threads.size(), 3u);
+    EXPECT_EQ(store->threads[0].name, "packed");
+    EXPECT_EQ(store->threads[1].name, "after");
+    store->threads.clear();
+    EXPECT_EQ(Decode(run + Thread(4, StreamItem(kThreadName, ThreadName("stream 2")))), 1);
+    ASSERT_EQ(store->threads.size(), 3u);
+    EXPECT_EQ(store->threads[1].name, "stream 1");
+    EXPECT_EQ(store->threads[2].name, "stream 2");
+}
+
+TEST_F(QxCompressedBufferTest, ExtractsBeforeATagThatIsNone) {
+    EXPECT_EQ(Parse(CompressedRun(dump::Item(kThreadName, ThreadName("a")), 100) + Packet(3, "")), 0);
+    EXPECT_EQ(store->threads.size(), 1u);
+    EXPECT_EQ(Logged("Exception : 0", DLOG_ERROR), 1);
+}
+
 }  // namespace

@@ -247,4 +247,38 @@ TEST_F(QxThreadBufferTest, AStreamMayGrowWhileItIsDecoded) {
     EXPECT_EQ(store->threads[1].name, "later");
 }
 
+// A header of 65,536 bytes has a length of nothing in 16 bits: an item of nothing would be read for ever.
+TEST_F(QxThreadBufferTest, AnItemOfNoLengthIsRefused) {
+    const std::string stream = '\x3F' + LongVarint(0, 65535) + StreamItem(kThreadName, ThreadName("a"));
+    const std::size_t half = 40000;
+    const auto rest = static_cast<unsigned>(stream.size() - half);
+    Fragments(Fragment(4, 0, 0, Cut(stream, half)), half);
+    Fragments(Fragment(4, rest, rest, stream.substr(half)));
+    EXPECT_THROW(m_buffer.Extract(&parser), QxData::_PERR_TYPE);
+    EXPECT_EQ(Logged("[QxThreadBuffer::Extract] Item of no length, offset: 0, size: " + std::to_string(stream.size()),
+                     DLOG_ERROR),
+              1);
+}
+
+// One byte more and the length is 1: the item's payload is looked for inside its own size, and reading goes on there.
+TEST_F(QxThreadBufferTest, HeadersBeyondSixteenBitsStayInsideTheStream) {
+    for (const std::size_t sizeBytes : {65534u, 65536u, 65537u, 65600u}) {
+        SCOPED_TRACE(sizeBytes);
+        store->threads.clear();
+        const std::string stream =
+            '\x3F' + LongVarint(0, sizeBytes) + Marker() + StreamItem(kThreadName, ThreadName("a"));
+        const std::size_t half = 40000;
+        const auto rest = static_cast<unsigned>(stream.size() - half);
+        Fragments(Fragment(4, 0, 0, Cut(stream, half)), half);
+        Fragments(Fragment(4, rest, rest, stream.substr(half)));
+        try {
+            m_buffer.Extract(&parser);
+            EXPECT_EQ(store->threads.size(), 1u);
+        } catch (const std::length_error&) {
+            // The payload is shorter than its size's bytes.
+            EXPECT_TRUE(store->threads.empty());
+        }
+    }
+}
+
 }  // namespace
