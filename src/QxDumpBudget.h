@@ -22,7 +22,11 @@ public:
 
     // Bytes that may still be unpacked. What a dropped or corrupt item unpacked counts as well.
     std::uint64_t UnpackedLeft() const { return m_unpacked; }
-    void TakeUnpacked(std::uint64_t bytes) { Take(m_unpacked, bytes, "unpacked bytes"); }
+    // What unpacks may hold streams: it adds to the allowance of joined bytes.
+    void TakeUnpacked(std::uint64_t bytes) {
+        Take(m_unpacked, bytes, "unpacked bytes");
+        m_joined += bytes;
+    }
 
 private:
     void Take(std::uint64_t& left, std::uint64_t count, const char* what) {
@@ -31,10 +35,13 @@ private:
     }
     [[noreturn]] void Refuse(const char* what) const;
 
+    // More than any dump can take, and still far from wrapping when something is added.
+    static constexpr std::uint64_t kUnlimited = UINT64_MAX / 2;
+
     QxDecodeLog& m_log;
-    std::uint64_t m_calls = UINT64_MAX;
-    std::uint64_t m_pairs = UINT64_MAX;
-    std::uint64_t m_nameBytes = UINT64_MAX;
-    std::uint64_t m_joined = UINT64_MAX;
-    std::uint64_t m_unpacked = UINT64_MAX;
+    std::uint64_t m_calls = kUnlimited;
+    std::uint64_t m_pairs = kUnlimited;
+    std::uint64_t m_nameBytes = kUnlimited;
+    std::uint64_t m_joined = kUnlimited;
+    std::uint64_t m_unpacked = kUnlimited;
 };

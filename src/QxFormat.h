@@ -64,7 +64,8 @@ constexpr std::uint64_t kNameBytesPerByte = 64;
 // Calls of one dump: one for each 4 bytes, the least that a call takes, so only what unpacks can reach this.
 constexpr std::uint64_t kMaxCalls = 1048576;
 constexpr std::uint64_t kBytesPerCall = 4;
-// Bytes joined into streams: fragments may overlap, since their stream bytes are not held to their packet.
+// Bytes joined into streams, besides those that were unpacked: fragments may overlap, since their stream bytes are not
+// held to their packet.
 constexpr std::uint64_t kMaxJoinedBytes = 1048576;
 constexpr std::uint64_t kJoinedPerByte = 16;
 // Lines that decoding one dump prints.

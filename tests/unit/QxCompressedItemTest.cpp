@@ -70,4 +70,27 @@ TEST_F(QxCompressedItemTest, UnpacksSixtyFourMebibytesAndNoByteMore) {
     EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many unpacked bytes", DLOG_ERROR), 1);
 }
 
+TEST_F(QxCompressedItemTest, WhatACorruptItemUnpackedCounts) {
+    // Everything unpacks, and the sum at the end is wrong.
+    std::string corrupt = Bzip2(std::string(40u << 20, '\0'));
+    corrupt[corrupt.size() - 2] = static_cast<char>(~corrupt[corrupt.size() - 2]);
+    EXPECT_EQ(Parse(Persistent(dump::Item(kPacked, corrupt))), 1);
+    EXPECT_EQ(Logged(kDropped, DLOG_INFO), 1);
+    EXPECT_EQ(Parse(Persistent(dump::Item(kPacked, corrupt) + dump::Item(kPacked, corrupt))), 0);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many unpacked bytes", DLOG_ERROR), 1);
+}
+
+TEST_F(QxCompressedItemTest, LongStreamsUnpackFromFewBytes) {
+    // Far more stream bytes than the packed ones would allow to be joined.
+    const std::string run = Thread(4, StreamItem(kProxy, LongVarint(1, 60000)));
+    std::string inner;
+    for (int i = 0; i < 100; ++i) inner += run;
+    inner += Thread(4, StreamItem(kThreadName, ThreadName("last")));
+    const std::string dump = Compressed(inner) + Flush();
+    ASSERT_LT(dump.size(), 65536u);
+    EXPECT_EQ(Decode(dump), 1);
+    EXPECT_EQ(store->threads.size(), 1u);
+    EXPECT_TRUE(RecordingLog::Lines().empty());
+}
+
 }  // namespace
