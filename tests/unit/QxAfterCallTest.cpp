@@ -114,4 +114,39 @@ TEST_F(QxAfterCallTest, AFailingItemLeavesTheRecordAsItWas) {
     EXPECT_TRUE(call.args.out.empty());
 }
 
+TEST_F(QxAfterCallTest, AnEmptyStackStandsForTheCallOfKeyNothing) {
+    Item(kLocation, Location(3));
+    Item(kBefore, Before(0, 3));
+    store->ResetLocationMarker();
+    EXPECT_EQ(Item(kAfter, After(2)), 1);
+    EXPECT_EQ(OnlyCall().exitTime, 2000u);
+}
+
+TEST_F(QxAfterCallTest, RefusesEveryPrefix) {
+    Item(kLocation, Location(3).Arg("a", kOut, 2).Arg("b", kOut, kVariableSize).Returns("i", 2));
+    const std::string whole = After(300, "xy" + Variable("z") + "rr");
+    for (std::size_t size = 0; size < whole.size(); ++size) {
+        SCOPED_TRACE(size);
+        store->clearCalls();
+        Item(kBefore, Before(1, 3));
+        EXPECT_EQ(Item(kAfter, Cut(whole, size)), kInvalidSize);
+        EXPECT_EQ(OnlyCall().exitTime, 0u);
+        EXPECT_EQ(store->GetLocationMarker(), 0u) << "its key is used up";
+    }
+}
+
+TEST_F(QxAfterCallTest, AMarkedValueIsReadByItsLength) {
+    Item(kLocation, Location(3).Returns("string", kVariableSize));
+    Item(kBefore, Before(1, 3));
+    Item(kAfter, After(1, Variable("abc")));
+    EXPECT_EQ(OnlyCall().args.ret, std::vector<IQxData::HSICallArg>{Plain("abc")});
+}
+
+TEST_F(QxAfterCallTest, BytesBehindTheLastValueAreIgnored) {
+    Item(kLocation, Location(3));
+    Item(kBefore, Before(1, 3));
+    EXPECT_EQ(Item(kAfter, After(1, "left")), 5);
+    EXPECT_EQ(OnlyCall().exitTime, 1001u);
+}
+
 }  // namespace

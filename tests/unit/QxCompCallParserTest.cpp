@@ -172,4 +172,27 @@ TEST_F(QxCompCallParserTest, BareBytesGiveTheSame) {
     EXPECT_EQ(pairs.size(), 5u);
 }
 
+TEST_F(QxCompCallParserTest, AValueChoosesHowDeepALayoutThatNamesItselfGoes) {
+    Describe(Descriptor("T").Member("n", kVariableSize, "T"));
+    const auto nested = [](int levels) {
+        std::string bytes;
+        for (int i = 1; i < levels; ++i) bytes += Varint(kCompositeSize);
+        return bytes + Variable("x");
+    };
+    EXPECT_EQ(Pairs("T", nested(64)), (List{{"n", "x"}}));
+    EXPECT_THROW(Pairs("T", nested(65)), QxData::_PERR_TYPE);
+    EXPECT_EQ(Logged("[QxCompCallParser::ParseComposite] Composites nest deeper than 64", DLOG_ERROR), 1);
+}
+
+TEST_F(QxCompCallParserTest, ATreeOfLayoutsIsHeldToThePairs) {
+    // Two members at each of 60 levels: 2^60 values of no bytes.
+    for (int i = 0; i < 60; ++i) {
+        const std::string next = "T" + std::to_string(i + 1);
+        Describe(
+            Descriptor("T" + std::to_string(i)).Member("a", kCompositeSize, next).Member("b", kCompositeSize, next));
+    }
+    EXPECT_THROW(Pairs("T0", ""), QxData::_PERR_TYPE);
+    EXPECT_EQ(Logged("[QxCompCallParser::Parse] One value holds too many argument pairs", DLOG_ERROR), 1);
+}
+
 }  // namespace
