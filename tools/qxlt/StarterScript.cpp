@@ -17,25 +17,30 @@ namespace {
 constexpr std::size_t kCommandName = 15;  // bytes of a process's name that are matched
 constexpr std::size_t kShownExample = 60;
 
-// Two hyphens in a row may not stand in a comment, nor one at its end.
+// Two hyphens in a row may not stand in a comment. A few characters may stand nowhere: there is no comment then.
 std::string Comment(const std::string& indent, const std::string& text) {
     std::string safe;
     for (const char byte : Printable(text)) {
         if (byte == '-' && !safe.empty() && safe.back() == '-') safe += ' ';
         safe += byte;
     }
-    return indent + "<!-- " + safe + " -->\n";
+    return IsXmlText(safe) ? indent + "<!-- " + safe + " -->\n" : std::string();
 }
 
-// As much of the name as a running process is found by, cut between characters.
+// At most that many bytes from the front, cut between characters.
+std::string Front(const std::string& text, std::size_t most) {
+    std::string front = text.substr(0, most);
+    while (!front.empty() && !IsUtf8(front)) front.pop_back();
+    return front;
+}
+
+// As much of the name as a running process is found by.
 std::string ProcessName(const std::string& name) {
-    std::string shown = name.substr(0, kCommandName);
-    while (!shown.empty() && !IsUtf8(shown)) shown.pop_back();
-    return IsXmlText(name) ? shown : std::string();
+    return IsXmlText(name) ? Front(name, kCommandName) : std::string();
 }
 
 std::string Shortened(const std::string& text) {
-    return text.size() <= kShownExample ? text : text.substr(0, kShownExample) + "...";
+    return text.size() <= kShownExample ? text : Front(text, kShownExample) + "...";
 }
 
 }  // namespace

@@ -171,6 +171,28 @@ TEST(ListTest, MakesAUsableScriptOfAnyNames) {
     EXPECT_THAT(EventsIn(place.Read("starter.xml")), ElementsAre("Same_IN0", "operator<\"&>\t_CALLED"));
 }
 
+TEST(ListTest, MakesAUsableScriptOfAnyValues) {
+    using namespace dump;
+    const Workplace place;
+    Bytes descriptions = Item(kHeader, Header(7, "server"));
+    Bytes calls;
+    std::uint32_t number = 0;
+    const std::string values[] = {std::string(58, 'a') + "\xC3\xA4\xC3\xA4",
+                                  std::string(57, 'a') + "\xC3\xA4\xC3\xA4",
+                                  "a\xEF\xBF\xBE",
+                                  "-->--",
+                                  "",
+                                  std::string(8000, '-')};
+    for (const std::string& value : values) {
+        ++number;
+        descriptions +=
+            Item(kLocation, Location(number).Name("M" + std::to_string(number)).Arg("s", kIn, kVariableSize));
+        calls += StreamItem(kBefore, Before(1, number, Variable(value))) + StreamItem(kAfter, After(1));
+    }
+    place.Write("a.qxdump", Persistent(descriptions) + Thread(1, calls));
+    ExpectUsableScript(place, "a.qxdump", {"-p", "server=7"});
+}
+
 TEST(ListTest, MakesACleanScriptOfNothing) {
     const Workplace place;
     place.Write("a.qxdump", VolumeDump({}));
