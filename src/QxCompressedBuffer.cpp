@@ -39,6 +39,7 @@ void QxCompressedBuffer::m_ExtractItems(QxParser* parser) {
         parser->ForgetLastBuffer();
         offset += static_cast<unsigned>(parser->ParseItem(tag, payload));
     }
+    if (offset < m_compressedBuffer.size()) parser->CountNotDecoded(m_compressedBuffer.size() - offset);
 }
 
 // Reads the item at `offset` and moves past its header; false when the run ends inside an item.

@@ -21,7 +21,7 @@ QxCycle::Decoded QxCycle::Decode(const std::string& process, std::vector<char>& 
     m_store->AppendCurrentProcess(process);
     Decoded decoded;
     if (dump.empty()) return decoded;
-    decoded = {false, false, 0};
+    decoded = {false, false, 0, 0};
     try {
         std::pair<int, char*> bytes(static_cast<int>(dump.size()), dump.data());
         decoded.parsed = m_parser.Parse(bytes, m_store) != 0;
@@ -34,6 +34,7 @@ QxCycle::Decoded QxCycle::Decode(const std::string& process, std::vector<char>& 
         m_parser.DropJoined();
     }
     decoded.stoppedAt = m_parser.StoppedAt();
+    decoded.bytesNotDecoded = m_parser.NotDecoded();
     return decoded;
 }
 

@@ -2,6 +2,8 @@
 // runs the scripts over the new calls. Live tracking and the replay of kept dumps are both this.
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +19,7 @@ public:
         bool parsed = true;
         bool extracted = true;
         std::size_t stoppedAt = 0;
+        std::uint64_t bytesNotDecoded = 0;  // see QxParser::NotDecoded; a stream that is cut counts, and is whole
         bool Whole() const { return parsed && extracted; }
     };
 

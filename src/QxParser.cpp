@@ -43,6 +43,21 @@ private:
     const Value m_value;
 };
 
+// Counts what is left of some bytes when their decoding ends, also when an exception ends it.
+class RestCounter final {
+public:
+    RestCounter(QxParser& parser, const std::uint64_t& offset, std::uint64_t size)
+        : m_parser(parser), m_offset(offset), m_size(size) {}
+    RestCounter(const RestCounter&) = delete;
+    RestCounter& operator=(const RestCounter&) = delete;
+    ~RestCounter() { m_parser.CountNotDecoded(m_size - std::min(m_offset, m_size)); }
+
+private:
+    QxParser& m_parser;
+    const std::uint64_t& m_offset;
+    const std::uint64_t m_size;
+};
+
 }  // namespace
 
 QxParser::QxParser(IQxLogTracker::Callback callback, void* context) : m_callback(callback), m_context(context) {
@@ -89,6 +104,7 @@ int QxParser::Parse(std::pair<int, char*>& dump, std::shared_ptr<IQxData> data) 
         m_log.BeginDump();
         m_budget.BeginDump(static_cast<std::size_t>(dump.first));
         m_stoppedAt = 0;
+        m_notDecoded = 0;
     }
     try {
         return m_ParsePackets(dump);
@@ -101,6 +117,7 @@ int QxParser::Parse(std::pair<int, char*>& dump, std::shared_ptr<IQxData> data) 
 int QxParser::m_ParsePackets(const std::pair<int, char*>& dump) {
     const auto size = static_cast<std::uint64_t>(dump.first);
     std::uint64_t offset = 0;
+    const RestCounter rest(*this, offset, size);
     do {
         const int length = Packet(dump.second + offset);
         if (length <= 0) {

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -85,6 +86,11 @@ public:
     // it was damaged.
     std::size_t StoppedAt() const { return m_stoppedAt; }
 
+    // How many bytes of that dump, and of the streams and dumps that came out of it, no decoder has used: what follows
+    // damage, what is passed over in search of the next item, and items that are cut.
+    std::uint64_t NotDecoded() const { return m_notDecoded; }
+    void CountNotDecoded(std::uint64_t bytes) { m_notDecoded += bytes; }
+
 private:
     using Bytes = std::pair<const char*, const char*>;  // begin, end
 
@@ -105,6 +111,7 @@ private:
     Bytes m_dump{nullptr, nullptr};  // being parsed; null outside Parse
     unsigned m_nesting = 0;          // dumps around the one that is being parsed
     std::size_t m_stoppedAt = 0;
+    std::uint64_t m_notDecoded = 0;
 };
 
 // A cursor over an item's payload. `parser` may be null: messages then go straight to the diagnostic printer.

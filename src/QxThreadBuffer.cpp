@@ -37,6 +37,11 @@ void CopyPayload(const char* bytes, const QxData::CommonHeader& header, std::vec
     payload.insert(payload.end(), bytes, split);
 }
 
+// What a stream holds past the offset at which its decoding ended; a stream that was replaced meanwhile may be shorter.
+void CountRest(const std::vector<char>& stream, unsigned int offset, QxParser* parser) {
+    if (offset < stream.size()) parser->CountNotDecoded(stream.size() - offset);
+}
+
 }  // namespace
 
 int QxThreadBuffer::Parse(const char* data, unsigned int size, unsigned short prefixSize, QxParser* parser) {
@@ -69,19 +74,26 @@ int QxThreadBuffer::Parse(const char* data, unsigned int size, unsigned short pr
 }
 
 void QxThreadBuffer::Extract(QxParser* parser) {
-    for (const auto& thread : m_threads) {
-        parser->Store().SetCurrentThread(thread.first);
-        m_ExtractStream(thread.second, parser);
+    auto thread = m_threads.begin();
+    unsigned int offset = 0;
+    try {
+        for (; thread != m_threads.end(); ++thread, offset = 0) {
+            parser->Store().SetCurrentThread(thread->first);
+            m_ExtractStream(thread->second, offset, parser);
+            CountRest(thread->second, offset, parser);
+        }
+    } catch (...) {
+        for (; thread != m_threads.end(); ++thread, offset = 0) CountRest(thread->second, offset, parser);
+        throw;
     }
     m_threads.clear();
 }
 
 // A compressed item inside the stream may append to it, or replace it, while it is decoded: its length is looked at
 // anew for every item.
-void QxThreadBuffer::m_ExtractStream(const Stream& stream, QxParser* parser) {
+void QxThreadBuffer::m_ExtractStream(const Stream& stream, unsigned int& offset, QxParser* parser) {
     std::vector<char> payload;
     unsigned char tag = qxformat::kNoItem;
-    unsigned int offset = 0;
     while (offset < stream.size() && m_NextItem(stream, offset, payload, tag, parser)) {
         if (tag != qxformat::kNoItem) offset += static_cast<unsigned>(parser->ParseItem(tag, payload));
     }
@@ -99,7 +111,7 @@ bool QxThreadBuffer::m_NextItem(const Stream& stream, unsigned int& offset, std:
         return false;
     }
     tag = qxformat::kNoItem;
-    if (IsDamaged(header)) return FindNextItem(stream.data(), &offset, static_cast<unsigned>(stream.size())) != 0;
+    if (IsDamaged(header)) return m_FindNextRun(stream, offset, parser);
     // The cursor stands behind the header, so this also refuses items that are short by no more than their header.
     const std::size_t left = stream.size() - offset - header.length;
     if (header.size > left) {
@@ -115,6 +127,13 @@ bool QxThreadBuffer::m_NextItem(const Stream& stream, unsigned int& offset, std:
     tag = header.tag;
     CopyPayload(stream.data() + offset + header.length, header, payload);
     offset += header.length;
+    return true;
+}
+
+bool QxThreadBuffer::m_FindNextRun(const Stream& stream, unsigned int& offset, QxParser* parser) {
+    const unsigned int damaged = offset;
+    if (FindNextItem(stream.data(), &offset, static_cast<unsigned>(stream.size())) == 0) return false;
+    parser->CountNotDecoded(offset - damaged);
     return true;
 }
 

@@ -23,9 +23,10 @@ public:
 private:
     using Stream = std::vector<char>;
 
-    void m_ExtractStream(const Stream& stream, QxParser* parser);
+    static void m_ExtractStream(const Stream& stream, unsigned int& offset, QxParser* parser);
     static bool m_NextItem(const Stream& stream, unsigned int& offset, std::vector<char>& payload, unsigned char& tag,
                            QxParser* parser);
+    static bool m_FindNextRun(const Stream& stream, unsigned int& offset, QxParser* parser);
 
     std::map<unsigned short, Stream> m_threads;  // by thread id
 };

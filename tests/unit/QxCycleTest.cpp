@@ -133,6 +133,35 @@ TEST_F(QxCycleTest, TellsThatStreamsWereDamaged) {
     EXPECT_EQ(decoded.stoppedAt, bytes.size());
 }
 
+TEST_F(QxCycleTest, CountsTheBytesThatWereNotDecoded) {
+    const Bytes call = StreamItem(kBefore, Before(105, 3, Int(1, 4))) + StreamItem(kAfter, After(2));
+    const Bytes strayExit = StreamItem(kAfter, After(2));
+    const Bytes unknown = Packet(99, "?");
+    const Bytes cut = StreamItem(kBefore, Before(105, 3, Int(1, 4))).substr(0, 3);
+    const Bytes noise = "\xFF!xyz";  // no item has this tag
+    const struct {
+        const char* what;
+        Bytes dump;
+        std::size_t count;
+    } rows[] = {
+        {"nothing", "", 0},
+        {"whole", Site() + Thread(5, call), 0},
+        {"from a damaged packet on", Site() + unknown + OneCall(1), unknown.size() + OneCall(1).size()},
+        {"a stream that is cut", Site() + Thread(5, call + cut), cut.size()},
+        {"one stream cut beside a whole one", Site() + Thread(5, cut) + Thread(6, call), cut.size()},
+        {"up to the next run", Site() + Thread(5, call + noise + Marker() + call), noise.size()},
+        {"up to the end, without a next run", Site() + Thread(5, call + noise), noise.size()},
+        // The header of the item that threw was read.
+        {"behind damage in a stream", Site() + Thread(5, strayExit + call) + Thread(6, call),
+         strayExit.size() - 2 + call.size() + call.size() + Marker().size()},
+        {"inside what is compressed", Compressed(Site() + unknown) + Flush(), unknown.size()},
+    };
+    for (const auto& row : rows) {
+        QxCycle cycle(nullptr, nullptr, std::make_shared<QxData>());
+        EXPECT_EQ(Decode(cycle, "a", row.dump).bytesNotDecoded, row.count) << row.what;
+    }
+}
+
 TEST_F(QxCycleTest, KeepsWhatStoodBeforeTheDamage) {
     Decode(m_cycle, "a", Site() + OneCall(1) + Packet(99, "?"));
     EXPECT_EQ(m_store->GetCallIMap()->size(), 1u);
