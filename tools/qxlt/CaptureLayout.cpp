@@ -20,6 +20,15 @@ std::string Escape(char byte) {
     return text;
 }
 
+std::string EscapedName(const std::string& process) {
+    std::string name;
+    for (const char byte : process) {
+        const bool hides = name.empty() && byte == '.';
+        name += IsPlain(byte) && !hides ? std::string(1, byte) : Escape(byte);
+    }
+    return name;
+}
+
 }  // namespace
 
 std::string CycleName(std::uint64_t number) {
@@ -29,12 +38,11 @@ std::string CycleName(std::uint64_t number) {
 }
 
 std::string DumpName(const std::string& process) {
-    std::string name;
-    for (const char byte : process) {
-        const bool hides = name.empty() && byte == '.';
-        name += IsPlain(byte) && !hides ? std::string(1, byte) : Escape(byte);
-    }
-    return name + ".qxdump";
+    return EscapedName(process) + ".qxdump";
+}
+
+std::string LossName(const std::string& process) {
+    return EscapedName(process) + ".qxloss";
 }
 
 }  // namespace qxlt

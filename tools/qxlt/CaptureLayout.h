@@ -16,4 +16,7 @@ std::string CycleName(std::uint64_t number);
 // become %XX, so that every process name gives a file name of its own.
 std::string DumpName(const std::string& process);
 
+// The same for the file with the counts of that dump.
+std::string LossName(const std::string& process);
+
 }  // namespace qxlt

@@ -89,15 +89,37 @@ std::uint64_t CaptureReader::FindAfter(std::uint64_t number) const {
     return smallest;
 }
 
-std::string CaptureReader::DumpOf(const std::string& process) const {
-    const std::string path = CyclePath(m_cycle) + "/" + DumpName(process);
+// The path of that file in this cycle; empty when it is not there.
+std::string CaptureReader::FileOf(const std::string& name) const {
+    const std::string path = CyclePath(m_cycle) + "/" + name;
     std::error_code ignored;
-    return fs::exists(fs::symlink_status(path, ignored)) ? path : std::string();
+    if (!fs::exists(fs::symlink_status(path, ignored))) return {};
+    if (fs::is_other(fs::status(path, ignored))) NoCapture(path, "is no regular file");
+    return path;
+}
+
+std::string CaptureReader::DumpOf(const std::string& process) const {
+    return FileOf(DumpName(process));
+}
+
+std::optional<LossCounts> CaptureReader::LossOf(const std::string& process, const FaultSink& sink) const {
+    const std::string path = FileOf(LossName(process));
+    if (path.empty()) return std::nullopt;
+    std::optional<LossCounts> counts = ReadLoss(JsonObject::parse(ReadFile(path), nullptr, false));
+    if (!counts) {
+        JsonObject record = JsonObject::object();
+        AddText(record, "uncounted", process);
+        sink({path + ": no counts of recorded calls; they are left out", record});
+    }
+    return counts;
 }
 
 void CaptureReader::TellStrangers(const FaultSink& sink) const {
     std::set<std::string> known;
-    for (const auto& process : m_processes.Pids()) known.insert(DumpName(process.first));
+    for (const auto& process : m_processes.Pids()) {
+        known.insert(DumpName(process.first));
+        known.insert(LossName(process.first));
+    }
     for (const fs::directory_entry& entry : Open(CyclePath(m_cycle))) {
         const std::string name = entry.path().filename().string();
         if (known.count(name) != 0) continue;

@@ -2,9 +2,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "Fault.h"
+#include "LossCounts.h"
 #include "ProcessNames.h"
 
 namespace qxlt {
@@ -22,14 +24,19 @@ public:
     // The number of the cycle that Next has reached.
     std::uint64_t Cycle() const { return m_cycle; }
 
-    // The process's dump file in this cycle; empty when it has none.
+    // The process's dump file in this cycle; empty when it has none. Throws a Failure (cannot start) when that is a
+    // pipe or a device, which nobody may wait for.
     std::string DumpOf(const std::string& process) const;
+
+    // The counts that were kept beside that dump, if any. Those that cannot be read are told of and left out.
+    std::optional<LossCounts> LossOf(const std::string& process, const FaultSink& sink) const;
 
     // Tells of the dump files of this cycle that belong to no process of the capture.
     void TellStrangers(const FaultSink& sink) const;
 
 private:
     std::string CyclePath(std::uint64_t number) const;
+    std::string FileOf(const std::string& name) const;
     std::uint64_t FindAfter(std::uint64_t number) const;
 
     const std::string m_directory;

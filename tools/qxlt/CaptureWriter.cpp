@@ -80,10 +80,21 @@ void CaptureWriter::BeginCycle(std::uint64_t number) {
     Fail(m_unfinished);
 }
 
-void CaptureWriter::AddDump(const std::string& process, const std::vector<char>& dump) {
-    if (m_failed || dump.empty()) return;
-    const std::string path = m_unfinished + "/" + DumpName(process);
-    if (!WriteFile(path, dump.data(), dump.size())) Fail(path);
+// What was lost without a dump is kept as well.
+void CaptureWriter::AddDump(const std::string& process, const std::vector<char>& dump,
+                            const std::optional<LossCounts>& counts) {
+    if (!dump.empty()) AddFile(DumpName(process), dump.data(), dump.size());
+    if (!counts || (dump.empty() && counts->recorded == 0 && !counts->Any())) return;
+    JsonObject object = JsonObject::object();
+    AddLoss(object, *counts);
+    const std::string text = object.dump() + "\n";
+    AddFile(LossName(process), text.data(), text.size());
+}
+
+void CaptureWriter::AddFile(const std::string& name, const char* bytes, std::size_t size) {
+    if (m_failed) return;
+    const std::string path = m_unfinished + "/" + name;
+    if (!WriteFile(path, bytes, size)) Fail(path);
 }
 
 void CaptureWriter::EndCycle() {

@@ -3,9 +3,11 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
+#include "LossCounts.h"
 #include "ProcessNames.h"
 
 namespace qxlt {
@@ -18,15 +20,17 @@ public:
     // Writes down the processes. Throws a Failure (cannot start).
     void Begin(const ProcessNames& processes);
 
-    // A cycle, its dumps one by one (empty ones are left out), and its end. One thread at a time. The first failure is
-    // reported and ends the capture before this cycle; the calls then do nothing.
+    // A cycle, its dumps one by one (empty ones are left out) with the counts that are known of them, and its end. One
+    // thread at a time. The first failure is reported and ends the capture before this cycle; the calls then do
+    // nothing.
     void BeginCycle(std::uint64_t number);
-    void AddDump(const std::string& process, const std::vector<char>& dump);
+    void AddDump(const std::string& process, const std::vector<char>& dump, const std::optional<LossCounts>& counts);
     void EndCycle();
 
     bool Failed() const { return m_failed; }
 
 private:
+    void AddFile(const std::string& name, const char* bytes, std::size_t size);
     void Fail(const std::string& path);
 
     const std::string m_directory;

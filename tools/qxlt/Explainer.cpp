@@ -27,10 +27,6 @@ constexpr std::array<Stage, 8> kStages = {{{"method", &Funnel::method},
                                            {"fired", &Funnel::fired},
                                            {"errors", &Funnel::errors}}};
 
-std::string RightAligned(const std::string& text, std::size_t width) {
-    return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
-}
-
 std::size_t WidthOf(const Stage& stage) {
     return std::max<std::size_t>(std::string(stage.title).size(), 7) + 2;
 }

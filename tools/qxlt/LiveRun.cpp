@@ -59,7 +59,8 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_printer(common.format, m_output, WidestOf(m_scripts.Events(), 0)),
       m_tracker(IQxLogTracker::Instance(common.level)),
       m_watchable(static_cast<QxLogTracker&>(*m_tracker)),
-      m_waiting(Wanted()) {
+      m_waiting(Wanted()),
+      m_account(common.format, m_output, m_processes) {
     RequireKnownEnd();
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
     if (!options.keep.empty()) m_capture.emplace(options.keep);
@@ -97,8 +98,10 @@ int LiveRun::Perform() {
         if (m_capture) m_capture->Begin(m_processes);
         Track();
         if (m_explainer) m_explainer->Print();
+        m_account.Print();
     }
     PrintCounts();
+    if (m_options.failOnLoss && m_account.Lost()) m_whole = false;
     return m_whole && !(m_capture && m_capture->Failed()) ? kDone : kInputWrong;
 }
 
@@ -145,6 +148,7 @@ void LiveRun::Load() {
     m_tracker->ParseScript(bytes);
     const IQxData::_HSScriptPtr& root = RootOf(*m_tracker->Get());
     m_places = m_scripts.PlacesIn(root);
+    m_observers.Add(m_account);
     m_observers.Add(m_errors.emplace(m_places, [this](const Fault& fault) { Tell(fault); }));
     if (m_explain.wanted) {
         m_observers.Add(m_explainer.emplace(m_common.format, m_output, root, m_places, m_explain.event));
@@ -177,15 +181,18 @@ void LiveRun::StopTracker() {
 void LiveRun::OnCycle(bool primes) {
     ++m_cycle;
     if (primes) PrintNote("priming, events come from the next cycle on");
+    m_account.SetCycle(m_cycle);
     if (m_explainer) m_explainer->SetCycle(m_cycle);
     if (m_capture) m_capture->BeginCycle(m_cycle);
 }
 
 void LiveRun::OnDump(const std::string& process, const std::vector<char>& dump) {
-    if (m_capture) m_capture->AddDump(process, dump);
+    m_counts = LossOfLastDump(process);
+    if (m_capture) m_capture->AddDump(process, dump, m_counts);
 }
 
 void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& decoded) {
+    m_account.AddDump(process, m_counts, decoded.bytesNotDecoded);
     if (decoded.Whole()) return;
     Tell(DamageFault(Printable(process) + ", dump of cycle " + std::to_string(m_cycle), process, decoded));
 }
@@ -201,11 +208,13 @@ void LiveRun::Tell(const Fault& fault) {
 }
 
 int LiveRun::OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context) {
+    const RunAccount::Clock::time_point began = RunAccount::Clock::now();
     auto& self = *static_cast<LiveRun*>(context);
     const IQxData::_HSCallLocation location = self.m_tracker->Get()->GetCallLocationWithPID(call.locId, call.pid);
     self.m_printer.Print(
         {self.m_cycle, name, value, {call, location, self.m_processes.NameOf(call.pid), std::nullopt}});
     if (name == self.m_options.until) self.m_interruption.Request();
+    self.m_account.AddCallback(call.pid, began);
     return 1;
 }
 

@@ -21,6 +21,7 @@
 #include "Observers.h"
 #include "Output.h"
 #include "ProcessNames.h"
+#include "RunAccount.h"
 #include "ScriptOptions.h"
 
 class QxLogTracker;
@@ -34,6 +35,7 @@ struct RunOptions {
     double seconds = 0;                  // ends after that long, waiting included; 0: never
     std::string until;                   // ends when this event fires; empty: never
     std::string keep;                    // keeps the dumps in this directory; empty: nowhere
+    bool failOnLoss = false;             // a run that lost something failed
 };
 
 class LiveRun final : private IQxCycleObserver {
@@ -83,6 +85,8 @@ private:
     std::set<std::string> m_waiting;  // processes that do not run yet
     std::set<std::string> m_warned;   // processes whose id has been complained about
     ProcessNames m_processes;
+    RunAccount m_account;                // the worker's while it runs
+    std::optional<LossCounts> m_counts;  // of the dump that is being decoded
     ScriptPlaces m_places;
     ObserverList m_observers;
     std::optional<ErrorReporter> m_errors;

@@ -25,6 +25,7 @@ struct ReplayOptions {
     std::vector<std::string> inputs;
     bool prime = false;
     bool noPrime = false;
+    bool failOnLoss = false;
 };
 
 ReplayInput::Priming PrimingOf(const ReplayOptions& options) {
@@ -63,9 +64,12 @@ int Replay(const ReplayOptions& options, Format format) {
         explainer.emplace(format, output, replayer.Root(), replayer.Places(), explain.event);
         replayer.SetExplainer(*explainer);
     }
+    RunAccount account(format, output, replayer.Processes());
+    replayer.SetAccount(account);
     const bool whole = replayer.Run();
     if (explainer) explainer->Print();
-    return whole ? kDone : kInputWrong;
+    account.Print();
+    return whole && !(options.failOnLoss && account.Lost()) ? kDone : kInputWrong;
 }
 
 }  // namespace
@@ -81,6 +85,7 @@ void AddReplay(CLI::App& app, Invocation& invocation) {
     command.add_option("INPUT", options->inputs, "A capture, or dumps that are one cycle each")
         ->required()
         ->option_text("...");
+    AddLossOption(command, options->failOnLoss);
     CLI::Option* const prime =
         command.add_flag("--prime", options->prime, "The first cycle raises no events, as in a capture");
     command.add_flag("--no-prime", options->noPrime, "The first cycle raises events, as with loose dumps")

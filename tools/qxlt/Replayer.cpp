@@ -35,6 +35,11 @@ void Replayer::SetExplainer(Explainer& explainer) {
     m_observers.Add(explainer);
 }
 
+void Replayer::SetAccount(RunAccount& account) {
+    m_account = &account;
+    m_observers.Add(account);
+}
+
 bool Replayer::Run() {
     if (m_input.capture.empty()) {
         RunDumps();
@@ -51,9 +56,12 @@ void Replayer::RunCapture() {
     while (capture.Next()) {
         m_cycle = capture.Cycle();
         m_progress.Show("cycle " + std::to_string(m_cycle));
-        capture.TellStrangers([this](const Fault& fault) { Tell(fault); });
+        const auto tell = [this](const Fault& fault) { Tell(fault); };
+        capture.TellStrangers(tell);
         std::vector<Dump> dumps;
-        for (const auto& process : m_processes.Pids()) dumps.push_back({process.first, capture.DumpOf(process.first)});
+        for (const auto& [process, pid] : m_processes.Pids()) {
+            dumps.push_back({process, capture.DumpOf(process), capture.LossOf(process, tell)});
+        }
         Cycle(capture.Cycle(), Primes(m_input.priming, capture.Cycle() == 1), dumps);
     }
 }
@@ -81,11 +89,13 @@ void Replayer::Tell(const Fault& fault) {
 void Replayer::Cycle(std::uint64_t number, bool primes, const std::vector<Dump>& dumps) {
     m_cycle = number;
     if (m_explainer != nullptr) m_explainer->SetCycle(number);
+    if (m_account != nullptr) m_account->SetCycle(number);
     QxCycle cycle(OnEvent, this, m_store);
     cycle.Parser().SetObserver(&m_observers);
     for (const Dump& dump : dumps) {
         std::vector<char> bytes = dump.file.empty() ? std::vector<char>() : ReadDump(dump.file);
         const QxCycle::Decoded decoded = cycle.Decode(dump.process, bytes);
+        if (m_account != nullptr) m_account->AddDump(dump.process, dump.counts, decoded.bytesNotDecoded);
         const std::string name = std::filesystem::path(dump.file).filename().string();
         if (!decoded.Whole()) Tell(DamageFault(dump.file, name, decoded));
     }
@@ -98,8 +108,10 @@ int Replayer::OnEvent(std::string name, std::string value, IQxData::HSCall call,
 }
 
 void Replayer::Send(const std::string& name, const std::string& value, const IQxData::HSCall& call) {
+    const RunAccount::Clock::time_point began = RunAccount::Clock::now();
     const QxLocation& location = m_store->Location(call.locId, call.pid);
     m_sink({m_cycle, name, value, {call, location.site, m_processes.NameOf(call.pid), m_keys.Key()}});
+    if (m_account != nullptr) m_account->AddCallback(call.pid, began);
 }
 
 void ForgetEvents() {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,7 @@
 #include "ProcessNames.h"
 #include "Progress.h"
 #include "QxData.h"
+#include "RunAccount.h"
 
 namespace qxlt {
 
@@ -37,6 +39,12 @@ public:
     // Has the evaluation watched, too. Not owned.
     void SetExplainer(Explainer& explainer);
 
+    // Has account kept of what was lost. Not owned.
+    void SetAccount(RunAccount& account);
+
+    // The processes whose dumps are replayed, known once Run has begun.
+    const ProcessNames& Processes() const { return m_processes; }
+
     // The loaded scripts.
     const IQxData::_HSScriptPtr& Root() const { return *m_root; }
     const ScriptPlaces& Places() const { return m_places; }
@@ -49,6 +57,7 @@ private:
     struct Dump {
         std::string process;
         std::string file;
+        std::optional<LossCounts> counts = std::nullopt;
     };
 
     static int OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context);
@@ -69,6 +78,7 @@ private:
     ErrorReporter m_errors{m_places, [this](const Fault& fault) { Tell(fault); }};
     KeyFinder m_keys{*m_store};
     Explainer* m_explainer = nullptr;
+    RunAccount* m_account = nullptr;
     ProcessNames m_processes;
     std::uint64_t m_cycle = 0;
     bool m_whole = true;

@@ -31,6 +31,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
         ->check(CLI::PositiveNumber)
         ->option_text("SECONDS");
     command.add_option("--until", options->until, "End when this event fires")->option_text("EVENT");
+    AddLossOption(command, options->failOnLoss);
     command.add_option("--keep", options->keep, "Keep the dumps, to be replayed")->option_text("DIR");
 }
 

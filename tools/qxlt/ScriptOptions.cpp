@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "Commands.h"
 #include "Common.h"
 #include "Nearest.h"
 
@@ -32,6 +33,11 @@ CLI::Option& AddScriptOptions(CLI::App& command, ScriptOptions& options) {
                 ->required()
                 ->allow_extra_args(false)
                 ->option_text("SCRIPT...");
+}
+
+void AddLossOption(CLI::App& command, bool& fails) {
+    AddChoice<bool>(command, "--on-loss", fails, {{"tell", false}, {"fail", true}},
+                    "What is lost is told (default), or also ends with status 1");
 }
 
 ExplainOptions ExplainOf(const ScriptOptions& options, const std::vector<std::string>& events) {

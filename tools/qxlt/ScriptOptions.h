@@ -17,6 +17,9 @@ struct ScriptOptions {
 // Adds -s and --explain, and returns -s. `options` must live as long as the command.
 CLI::Option& AddScriptOptions(CLI::App& command, ScriptOptions& options);
 
+// Adds --on-loss. `fails` must live as long as the command.
+void AddLossOption(CLI::App& command, bool& fails);
+
 // Scripts that follow a -s without one of their own get it: names that end in ".xml" are scripts, so that what comes
 // after them may be files of another kind.
 std::vector<std::string> ExpandScripts(const std::vector<std::string>& arguments);

@@ -126,6 +126,10 @@ std::string Pad(const std::string& text, std::size_t width) {
     return characters < width ? text + std::string(width - characters, ' ') : text;
 }
 
+std::string RightAligned(const std::string& text, std::size_t width) {
+    return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
+}
+
 std::string Counted(std::uint64_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }

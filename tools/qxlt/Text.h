@@ -25,6 +25,9 @@ std::string ShownValue(const std::string& bytes);
 // The text with blanks behind it up to `width` characters.
 std::string Pad(const std::string& text, std::size_t width);
 
+// A number's text with blanks before it up to `width` characters.
+std::string RightAligned(const std::string& text, std::size_t width);
+
 // "1 call", "2 calls".
 std::string Counted(std::uint64_t count, const std::string& noun);
 

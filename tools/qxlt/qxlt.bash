@@ -31,7 +31,7 @@ _qxlt() {
     else
         local command=${COMP_WORDS[1]}
         case $command,$previous in
-            *,--format | *,--level | *,--pause) words=$(_qxlt_choices "$program" "$command" "$previous") ;;
+            *,--format | *,--level | *,--pause | *,--on-loss) words=$(_qxlt_choices "$program" "$command" "$previous") ;;
             check,--explain) words="$("$program" check --explain all | sed -n 's/^## \(QX[0-9]*\).*/\1/p') all" ;;
             *) [ "${word:0:1}" = - ] && words=$(_qxlt_options "$program" "$command") ;;
         esac

@@ -128,7 +128,9 @@ void QxRecordingReader::TakeLog(Slot& slot, const QxRingReader::Item& item, cons
 void QxRecordingReader::TakeExit(Slot& slot, const QxRingReader::Item& item, const Target& target) {
     const auto found = slot.open.find(item.ordinal);
     if (found == slot.open.end()) {
-        ++slot.loss.exitsDropped;
+        // A ring's entries are numbered from 1 on, and the oldest go first.
+        const bool isBeforeFirst = item.ordinal <= slot.loss.beforeFirst;
+        ++(isBeforeFirst ? slot.loss.exitsBeforeFirst : slot.loss.exitsDropped);
         return;
     }
     const OpenCall& call = found->second;

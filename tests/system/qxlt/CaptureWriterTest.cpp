@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 
 #include <filesystem>
+#include <optional>
 
 #include "CaptureLayout.h"
 #include "Common.h"
@@ -35,9 +36,9 @@ private:
 
 void WriteCycle(CaptureWriter& writer, std::uint64_t number, std::size_t size) {
     writer.BeginCycle(number);
-    writer.AddDump("small", {'x'});
-    writer.AddDump("none", {});
-    writer.AddDump("large", std::vector<char>(size, 'y'));
+    writer.AddDump("small", {'x'}, std::nullopt);
+    writer.AddDump("none", {}, std::nullopt);
+    writer.AddDump("large", std::vector<char>(size, 'y'), std::nullopt);
     writer.EndCycle();
 }
 
@@ -74,6 +75,23 @@ TEST(CaptureWriter, EndsTheCaptureBeforeTheCycleThatDoesNotFit) {
     std::vector<std::string> left;
     for (const auto& entry : fs::directory_iterator(place.At("capture"))) left.push_back(entry.path().filename());
     EXPECT_THAT(left, testing::ElementsAre("000001"));
+}
+
+TEST(CaptureWriter, KeepsTheCountsBesideTheDump) {
+    const Workplace place;
+    CaptureWriter writer(place.At("capture"));
+    qxlt::LossCounts refused;
+    refused.recorded = refused.refused = 5;
+    writer.BeginCycle(3);
+    writer.AddDump("a b", {'x'}, qxlt::LossCounts{7, 1, 1, 2, 3, 0, 4});
+    writer.AddDump("silent", {}, qxlt::LossCounts{});
+    writer.AddDump("refusing", {}, refused);
+    writer.EndCycle();
+    EXPECT_EQ(place.Read("capture/000003/a%20b.qxloss"),
+              R"({"recorded":7,"delivered":1,"open":1,"overwritten":2,"refused":3,"dropped":0,"exitsDropped":4})"
+              "\n");
+    EXPECT_FALSE(fs::exists(place.At("capture/000003/silent.qxloss")));
+    EXPECT_THAT(place.Read("capture/000003/refusing.qxloss"), testing::HasSubstr("\"refused\":5"));
 }
 
 TEST(CaptureWriter, RefusesAProcessNameThatJsonCannotHold) {

@@ -1,6 +1,9 @@
 // `qxlt replay`, run as its user runs it.
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/stat.h>
+
+#include <filesystem>
 
 #include "Child.h"
 #include "DumpWriter.h"
@@ -11,6 +14,7 @@ namespace {
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
 
@@ -215,6 +219,119 @@ TEST(Replay, TellsOfADumpThatBelongsToNoProcess) {
     const ToolResult result = RunTool({"replay", "-s", script, place.At("capture")});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.error, "error: " + stranger + ": belongs to no process of capture.json; it is not replayed\n");
+}
+
+// A capture whose second cycle lost something.
+std::string LossyCapture(const Workplace& place) {
+    place.Write("capture/capture.json", CaptureFile("\"m\":7,\"n\":8"));
+    place.Write("capture/000001/m.qxdump", VolumeDump({1}));
+    place.Write("capture/000001/m.qxloss",
+                R"({"recorded":3,"delivered":1,"open":2,"overwritten":0,"refused":0,"dropped":0,"exitsDropped":0})");
+    place.Write("capture/000002/m.qxdump", VolumeDump({2}) + dump::Packet(9, "x"));
+    place.Write("capture/000002/m.qxloss",
+                R"({"recorded":9,"delivered":4,"open":1,"overwritten":3,"refused":2,"dropped":1,"exitsDropped":6})");
+    place.Write("capture/000002/n.qxloss",
+                R"({"recorded":5,"delivered":0,"open":0,"overwritten":0,"refused":5,"dropped":0,"exitsDropped":0})");
+    return place.At("capture");
+}
+
+TEST(Replay, ShowsAgainWhatWasLost) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const ToolResult result = RunTool({"replay", "-s", script, LossyCapture(place)});
+    EXPECT_EQ(result.status, 1);  // damage
+    EXPECT_THAT(result.error,
+                HasSubstr("warning: cycle 2, m, lost: overwritten 3, refused 2, dropped 1, exits dropped 6, "
+                          "bytes not decoded 3; recorded 9, delivered 4\n"));
+    EXPECT_THAT(result.error, HasSubstr("warning: cycle 2, n, lost: refused 5; recorded 5, delivered 0\n"));
+    EXPECT_THAT(result.error, Not(HasSubstr("cycle 1, m, lost")));
+    const std::size_t table = result.error.find("process  recorded");
+    ASSERT_NE(table, std::string::npos) << result.error;
+    std::vector<std::string> lines = Lines(result.error.substr(table));
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines[0],
+              "process  recorded  delivered  open  overwritten  refused  dropped  exits dropped  bytes not decoded  "
+              "events in error  longest callback");
+    EXPECT_THAT(lines[1], MatchesRegex("m +12 +5 +1 +3 +2 +1 +6 +3 +0 +[0-9]+\\.[0-9] ms"));
+    EXPECT_THAT(lines[2], MatchesRegex("n +5 +0 +0 +0 +5 +0 +0 +0 +0 +0\\.0 ms"));
+}
+
+TEST(Replay, ShowsAgainWhatWasLostAsJson) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const ToolResult result = RunTool({"replay", "-s", script, "--format", "json", LossyCapture(place)});
+    const std::vector<std::string> lines = Lines(result.output);
+    ASSERT_EQ(lines.size(), 6u) << result.output;
+    EXPECT_EQ(
+        lines[0],
+        R"({"cycle":2,"loss":{"process":"m","recorded":9,"delivered":4,"open":1,"overwritten":3,"refused":2,"dropped":1,"exitsDropped":6,"bytesNotDecoded":3}})");
+    EXPECT_THAT(lines[1], StartsWith(R"({"cycle":2,"loss":{"process":"n",)"));
+    EXPECT_THAT(lines[2], StartsWith(R"({"cycle":2,"event":"VOLUME","value":"1",)"));
+    EXPECT_THAT(lines[3], StartsWith(R"({"cycle":2,"event":"VOLUME","value":"2",)"));
+    EXPECT_THAT(
+        lines[4],
+        StartsWith(
+            R"({"total":{"process":"m","recorded":12,"delivered":5,"open":1,"overwritten":3,"refused":2,"dropped":1,"exitsDropped":6,"bytesNotDecoded":3,"eventsInError":0,"longestCallbackUs":)"));
+    EXPECT_THAT(lines[5], StartsWith(R"({"total":{"process":"n",)"));
+}
+
+TEST(Replay, CountsTheEventsInError) {
+    const Workplace place;
+    const std::string script =
+        place.Write("v.xml", VolumeScript(R"(<event name="E" tag="IN" value="x" type="INT" watch="ALWAYS"/>)"));
+    const ToolResult result = RunTool({"replay", "-s", script, "--format", "json", LossyCapture(place)});
+    EXPECT_THAT(result.output, HasSubstr(R"("eventsInError":2,)"));
+}
+
+TEST(Replay, FailsForLossesWhenAsked) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string capture = LossyCapture(place);
+    place.Write("capture/000002/m.qxdump", VolumeDump({2}));
+    EXPECT_EQ(RunTool({"replay", "-s", script, capture}).status, 0);
+    EXPECT_EQ(RunTool({"replay", "-s", script, "--on-loss", "tell", capture}).status, 0);
+    EXPECT_EQ(RunTool({"replay", "-s", script, "--on-loss", "fail", capture}).status, 1);
+    std::filesystem::remove_all(place.At("capture/000002"));
+    EXPECT_EQ(RunTool({"replay", "-s", script, "--on-loss", "fail", capture}).status, 0);
+}
+
+// A stream that is merely cut is no fault of the input, but something was lost.
+TEST(Replay, FailsForWhatWasCutWhenAsked) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string dump = place.Write("a", VolumeDump({1}) + dump::Thread(4, "\x02"));
+    EXPECT_EQ(RunTool({"replay", "-s", script, "-p", "m=1", dump}).status, 0);
+    EXPECT_EQ(RunTool({"replay", "-s", script, "-p", "m=1", "--on-loss", "fail", dump}).status, 1);
+}
+
+TEST(Replay, LeavesOutCountsThatCannotBeRead) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string capture = LossyCapture(place);
+    for (const char* const text : {"", "{", "[]", "7", R"({"recorded":3})",
+                                   R"({"recorded":-1,"delivered":1,"open":2,"overwritten":0,"refused":0,"dropped":0,)"
+                                   R"("exitsDropped":0})"}) {
+        const std::string path = place.Write("capture/000001/m.qxloss", text);
+        const ToolResult result = RunTool({"replay", "-s", script, capture});
+        EXPECT_EQ(result.status, 1) << text;
+        EXPECT_THAT(result.error, HasSubstr("error: " + path + ": no counts of recorded calls; they are left out\n"))
+            << text;
+    }
+}
+
+TEST(Replay, WaitsForNoPipeInACapture) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string capture = LossyCapture(place);
+    const std::string path = place.At("capture/000003");
+    std::filesystem::create_directory(path);
+    for (const char* const name : {"/m.qxdump", "/m.qxloss"}) {
+        ASSERT_EQ(mkfifo((path + name).c_str(), 0600), 0);
+        const ToolResult result = RunTool({"replay", "-s", script, capture});
+        EXPECT_EQ(result.status, 2);
+        EXPECT_THAT(result.error, HasSubstr("error: " + path + name + ": is no regular file; name a directory"));
+        std::filesystem::remove(path + name);
+    }
 }
 
 struct BadInput {

@@ -5,7 +5,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
+#include <sstream>
 
 #include "Child.h"
 #include "Workplace.h"
@@ -20,6 +23,15 @@ using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
+
+// The lines of the text that hold the part.
+std::string LinesWith(const std::string& part, const std::string& text) {
+    std::string found;
+    for (const std::string& line : Lines(text)) {
+        if (line.find(part) != std::string::npos) found += line + "\n";
+    }
+    return found;
+}
 
 // A traced program under a name that no other process has, and a scenario for it.
 class Run : public testing::Test {
@@ -59,14 +71,58 @@ TEST_F(Run, ReplaysWhatItKeptToTheSameEvents) {
     EXPECT_EQ(tool.Finish(), 0);
     const ToolResult replay = RunTool({"replay", "-s", m_script, "--format", "json", m_place.At("capture")});
     EXPECT_EQ(replay.status, 0) << replay.error;
-    std::string withoutKeys;
-    for (std::string line : Lines(replay.output)) {
+    std::vector<std::string> withoutKeys = Lines(replay.output);
+    for (std::string& line : withoutKeys) {
         const std::size_t key = line.find("\"key\":");
-        withoutKeys += line.erase(key, line.find(',', key) + 1 - key) + "\n";
+        if (key != std::string::npos) line.erase(key, line.find(',', key) + 1 - key);
     }
-    EXPECT_EQ(withoutKeys, tool.Output());
+    std::vector<std::string> live = Lines(tool.Output());
+    // The last line counts; how long a callback took differs.
+    for (auto* const lines : {&withoutKeys, &live}) lines->back().erase(lines->back().find("\"longestCallbackUs\""));
+    EXPECT_EQ(withoutKeys, live);
     EXPECT_THAT(m_place.Read("capture/capture.json"),
                 MatchesRegex("\\{\"version\":1,\"processes\":\\{\"" + m_name + "\":[0-9]+\\}\\}\n"));
+}
+
+// Rings that are far too small for the rate.
+TEST_F(Run, TellsWhatWasLostAndReplaysThat) {
+    Child::Setup flood = Server();
+    flood.command.back() = "20000";
+    flood.environment["QX_RING_PAGE_SIZE"] = "512";
+    flood.environment["QX_RING_PAGES"] = "4";
+    const Child server(flood);
+    const std::string capture = m_place.At("capture");
+    Child tool(Tool({"--keep", capture, "--on-loss", "fail"}));
+    EXPECT_TRUE(tool.WaitForError("warning: cycle 2, " + m_name + ", lost: overwritten "));
+    EXPECT_TRUE(tool.WaitForError("warning: cycle 3, "));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 1);
+    const std::string warnings = LinesWith("warning: ", tool.Error());
+    EXPECT_EQ(LinesWith("warning: ", RunTool({"replay", "-s", m_script, capture}).error), warnings);
+    // The numbers of the table add up.
+    const std::vector<std::string> lines = Lines(tool.Error());
+    const auto head = std::find_if(lines.begin(), lines.end(), [](const std::string& line) {
+        return line.find("exits dropped  bytes not decoded  events in error  longest callback") != std::string::npos;
+    });
+    ASSERT_NE(head, lines.end());
+    std::istringstream row(*std::next(head));
+    std::string name;
+    std::uint64_t recorded = 0, delivered = 0, open = 0, overwritten = 0, refused = 0, dropped = 0;
+    row >> name >> recorded >> delivered >> open >> overwritten >> refused >> dropped;
+    EXPECT_EQ(name, m_name);
+    EXPECT_GT(delivered, 0u);
+    EXPECT_GT(overwritten, delivered);
+    EXPECT_EQ(recorded, delivered + open + overwritten + refused + dropped);
+}
+
+TEST_F(Run, LosesNothingOfAProgramThatItFollows) {
+    const Child server(Server());
+    Child tool(Tool({"--on-loss", "fail", "--format", "json"}));
+    EXPECT_TRUE(tool.WaitForOutput("{\"cycle\":3,"));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0) << tool.Error();
+    EXPECT_EQ(LinesWith("\"loss\"", tool.Output()), "");
+    EXPECT_THAT(Lines(tool.Output()).back(), StartsWith("{\"total\":{\"process\":\"" + m_name + "\",\"recorded\":"));
 }
 
 TEST_F(Run, SaysWhatItDoesAndCountsItsEvents) {
@@ -146,7 +202,7 @@ TEST_F(Run, EndsQuietlyWhenTheReaderHasGone) {
     EXPECT_TRUE(tool.WaitForOutput("VOLUME"));
     tool.CloseOutput();
     EXPECT_EQ(tool.Finish(), 0);
-    EXPECT_THAT(tool.Error(), Not(HasSubstr("error")));
+    EXPECT_THAT(tool.Error(), Not(HasSubstr("error:")));
 }
 
 // The first signal lets the cycle end, which it cannot; the second one does not wait for that.

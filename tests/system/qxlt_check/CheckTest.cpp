@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <ostream>
 
 #include "CheckTable.h"
 #include "Child.h"
@@ -18,6 +19,15 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
+
+namespace qxlt {
+
+// As the name of a test and a failure show it.
+void PrintTo(const Check& check, std::ostream* stream) {
+    *stream << check.code;
+}
+
+}  // namespace qxlt
 
 namespace {
 

@@ -125,6 +125,7 @@ TEST(CompletionTest, KnowsTheWordsOfChoices) {
     EXPECT_THAT(Completions("--v"), ElementsAre("--version"));
     EXPECT_THAT(Completions("ch"), ElementsAre("check"));
     EXPECT_THAT(Completions("run --pause ''"), ElementsAre("fast", "normal"));
+    EXPECT_THAT(Completions("run --on-loss f"), ElementsAre("fail"));
     EXPECT_THAT(Completions("decode --format j"), ElementsAre("json"));
     EXPECT_THAT(Completions("decode --format = j"), ElementsAre("json"));
     EXPECT_THAT(Completions("decode --format ="), ElementsAre("text", "json"));

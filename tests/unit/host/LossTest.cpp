@@ -177,6 +177,34 @@ TEST_F(LossTest, AnOverwrittenRingIsCountedToTheCall) {
     }
 }
 
+// Nobody who watched lost the return of a call that was gone before anybody watched.
+TEST_F(LossTest, AReturnOfACallThatWasGoneBeforeTheFirstDumpIsNotDropped) {
+    Shared shared;
+    Signal go;
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        EXPECT_TRUE(qx::recorder::Configure({256, 8}));
+        std::string text = TextOf(1);
+        {
+            QX_CALL_RETURNS(call, std::uint32_t, "p", "Traced", qx::In(7u), qx::In(1u), qx::InOut(text));
+            TraceUntil(0, shared.Stop(), 1000);
+            done.Send();
+            go.Wait();
+            call.Return(2);
+        }
+        shared.Counts() = qx::recorder::GetCounters();
+    });
+    done.Wait();
+    TakeDump(true);
+    const std::uint64_t before = Total("traced").exitsBeforeFirst;
+    go.Send();
+    child.Join();
+    TakeDump();
+    ExpectExact(shared.Counts());
+    EXPECT_EQ(Total("traced").exitsBeforeFirst, before + 1);
+    EXPECT_EQ(Total("traced").exitsDropped + Total("traced").exitsOverwritten, 0u);
+}
+
 TEST_F(LossTest, AFullRingThatDiscardsKeepsTheFirstCallsAndGoesOnAfterADump) {
     Shared shared;
     Signal go;

@@ -33,7 +33,7 @@ struct Loss {
 
     std::uint64_t exits = 0;  // returns of calls that were recorded, up to the last dump
     std::uint64_t exitsDelivered = 0;
-    std::uint64_t exitsBeforeFirst = 0;
+    std::uint64_t exitsBeforeFirst = 0;  // they, or their call, were no longer buffered when it was taken
     std::uint64_t exitsOverwritten = 0;
     std::uint64_t exitsRefused = 0;
     std::uint64_t exitsDropped = 0;  // their call was lost, or was written without exit since it stayed open too long

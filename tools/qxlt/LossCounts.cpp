@@ -1,0 +1,23 @@
+#include "LossCounts.h"
+
+namespace qxlt {
+
+void LossCounts::Add(const LossCounts& next) {
+    for (const LossField& field : kLossFields) this->*field.value += next.*field.value;
+    open = next.open;
+}
+
+void AddLoss(JsonObject& object, const LossCounts& loss) {
+    for (const LossField& field : kLossFields) object[field.key] = loss.*field.value;
+}
+
+std::optional<LossCounts> ReadLoss(const JsonObject& object) {
+    LossCounts loss;
+    for (const LossField& field : kLossFields) {
+        if (!object.contains(field.key) || !object[field.key].is_number_unsigned()) return std::nullopt;
+        loss.*field.value = object[field.key].get<std::uint64_t>();
+    }
+    return loss;
+}
+
+}  // namespace qxlt

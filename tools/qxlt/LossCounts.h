@@ -1,0 +1,59 @@
+// What became of the calls of a watched process between two dumps, and from there on of those of a whole run.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "Json.h"
+
+namespace qxlt {
+
+// Counted exactly by the recorder and the control:
+//
+//     recorded = delivered + overwritten + refused + dropped + what `open` has grown by
+//
+// What the program recorded before the run and had overwritten by then is in none of them.
+struct LossCounts {
+    std::uint64_t recorded = 0;      // calls and log items that the program made
+    std::uint64_t delivered = 0;     // handed over in dumps
+    std::uint64_t open = 0;          // calls that have not returned, held back until they do
+    std::uint64_t overwritten = 0;   // made room for later ones before a dump was taken
+    std::uint64_t refused = 0;       // had no room at all
+    std::uint64_t dropped = 0;       // had no place in the dump
+    std::uint64_t exitsDropped = 0;  // returns that were lost, of whatever call
+
+    // Whether anything was lost.
+    bool Any() const { return overwritten + refused + dropped + exitsDropped > 0; }
+
+    // Goes on with what came next.
+    void Add(const LossCounts& next);
+};
+
+// The counts, with their names and in their order.
+struct LossField {
+    const char* key;   // in JSON
+    const char* text;  // for a person
+    std::uint64_t LossCounts::*value;
+    bool isLoss;
+};
+inline constexpr LossField kLossFields[] = {
+    {"recorded", "recorded", &LossCounts::recorded, false},
+    {"delivered", "delivered", &LossCounts::delivered, false},
+    {"open", "open", &LossCounts::open, false},
+    {"overwritten", "overwritten", &LossCounts::overwritten, true},
+    {"refused", "refused", &LossCounts::refused, true},
+    {"dropped", "dropped", &LossCounts::dropped, true},
+    {"exitsDropped", "exits dropped", &LossCounts::exitsDropped, true},
+};
+
+// Appends the counts to the object.
+void AddLoss(JsonObject& object, const LossCounts& loss);
+
+// Reads what AddLoss wrote; nothing when a count is missing or no number.
+std::optional<LossCounts> ReadLoss(const JsonObject& object);
+
+// The counts of the process's last dump; nothing on a platform whose control keeps no account.
+std::optional<LossCounts> LossOfLastDump(const std::string& process);
+
+}  // namespace qxlt

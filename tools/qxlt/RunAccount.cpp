@@ -1,0 +1,119 @@
+#include "RunAccount.h"
+
+#include <algorithm>
+#include <utility>
+#include <vector>
+
+#include "Common.h"
+#include "Text.h"
+
+namespace qxlt {
+
+namespace {
+
+using Microseconds = std::chrono::duration<std::uint64_t, std::micro>;
+
+std::string ShownTime(RunAccount::Clock::duration time) {
+    const std::uint64_t tenths = std::chrono::duration_cast<Microseconds>(time).count() / 100;
+    return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " ms";
+}
+
+// What was lost, and of how much.
+std::string LossText(const LossCounts& counts, std::uint64_t bytesNotDecoded) {
+    std::string text;
+    for (const LossField& field : kLossFields) {
+        const std::uint64_t count = counts.*field.value;
+        if (field.isLoss && count > 0) text += std::string(field.text) + " " + std::to_string(count) + ", ";
+    }
+    if (bytesNotDecoded > 0) text += "bytes not decoded " + std::to_string(bytesNotDecoded) + ", ";
+    text.resize(text.size() - 2);
+    return text + "; recorded " + std::to_string(counts.recorded) + ", delivered " + std::to_string(counts.delivered);
+}
+
+// The first cell of each row to the left, the others to the right.
+std::vector<std::string> Aligned(const std::vector<std::vector<std::string>>& rows) {
+    std::vector<std::size_t> widths(rows.front().size());
+    for (const auto& row : rows) {
+        for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+    }
+    std::vector<std::string> lines;
+    for (const auto& row : rows) {
+        std::string& line = lines.emplace_back(Pad(row.front(), widths.front()));
+        for (std::size_t i = 1; i < row.size(); ++i) line += RightAligned(row[i], widths[i] + 2);
+    }
+    return lines;
+}
+
+}  // namespace
+
+void RunAccount::AddDump(const std::string& process, const std::optional<LossCounts>& counts,
+                         std::uint64_t bytesNotDecoded) {
+    const bool lost = bytesNotDecoded > 0 || (counts && counts->Any());
+    m_lost = m_lost || lost;
+    if (!counts) return;
+    m_known = true;
+    Row& row = m_rows[process];
+    row.counts.Add(*counts);
+    row.bytesNotDecoded += bytesNotDecoded;
+    if (!lost) return;
+    if (m_format == Format::Json) {
+        JsonObject loss = JsonObject::object();
+        AddText(loss, "process", process);
+        AddLoss(loss, *counts);
+        loss["bytesNotDecoded"] = bytesNotDecoded;
+        m_output.Line(JsonObject{{"cycle", m_cycle}, {"loss", std::move(loss)}}.dump());
+    } else {
+        PrintWarning("cycle " + std::to_string(m_cycle) + ", " + Printable(process) +
+                     ", lost: " + LossText(*counts, bytesNotDecoded));
+    }
+}
+
+void RunAccount::AddCallback(unsigned short pid, Clock::time_point began) {
+    Clock::duration& longest = m_rows[m_processes.NameOf(pid)].longestCallback;
+    longest = std::max(longest, Clock::now() - began);
+}
+
+void RunAccount::OnError(const IQxData::_HSScriptPtr&, const IQxData::HSCall& call, const std::string&) {
+    ++m_rows[m_processes.NameOf(call.pid)].eventsInError;
+}
+
+void RunAccount::Print() const {
+    if (!m_known) return;
+    if (m_format == Format::Json) {
+        PrintJson();
+    } else {
+        PrintTable();
+    }
+}
+
+void RunAccount::PrintTable() const {
+    std::vector<std::vector<std::string>> cells(1);
+    cells[0].emplace_back("process");
+    for (const LossField& field : kLossFields) cells[0].emplace_back(field.text);
+    for (const char* const title : {"bytes not decoded", "events in error", "longest callback"}) {
+        cells[0].emplace_back(title);
+    }
+    for (const auto& [process, row] : m_rows) {
+        std::vector<std::string>& line = cells.emplace_back();
+        line.push_back(process.empty() ? "-" : Printable(process));
+        for (const LossField& field : kLossFields) line.push_back(std::to_string(row.counts.*field.value));
+        line.push_back(std::to_string(row.bytesNotDecoded));
+        line.push_back(std::to_string(row.eventsInError));
+        line.push_back(ShownTime(row.longestCallback));
+    }
+    for (const std::string& line : Aligned(cells)) PrintNote(line);
+}
+
+void RunAccount::PrintJson() const {
+    for (const auto& [process, row] : m_rows) {
+        JsonObject total = JsonObject::object();
+        AddText(total, "process", process);
+        AddLoss(total, row.counts);
+        total["bytesNotDecoded"] = row.bytesNotDecoded;
+        total["eventsInError"] = row.eventsInError;
+        total["longestCallbackUs"] = std::chrono::duration_cast<Microseconds>(row.longestCallback).count();
+        m_output.Line(JsonObject{{"total", std::move(total)}}.dump());
+    }
+}
+
+}  // namespace qxlt

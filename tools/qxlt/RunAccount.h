@@ -1,0 +1,67 @@
+// The account of a run: what was recorded, delivered and lost, process by process.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+
+#include "IQxEventObserver.h"
+#include "LossCounts.h"
+#include "Output.h"
+#include "ProcessNames.h"
+
+namespace qxlt {
+
+// In text, losses are warnings and the table stands on standard error, since neither is an event; in JSON both are
+// lines of the output. One thread at a time.
+class RunAccount final : public IQxEventObserver {
+public:
+    using Clock = std::chrono::steady_clock;
+
+    // What is handed over must outlive the account.
+    RunAccount(Format format, Output& output, const ProcessNames& processes)
+        : m_format(format), m_output(output), m_processes(processes) {}
+
+    void SetCycle(std::uint64_t number) { m_cycle = number; }
+
+    // What became of a process's calls in this cycle. Prints a line when something was lost, if the counts are known:
+    // what the decoding alone loses is told where the dump is.
+    void AddDump(const std::string& process, const std::optional<LossCounts>& counts, std::uint64_t bytesNotDecoded);
+
+    // An event of the process with that id was handled, which began then.
+    void AddCallback(unsigned short pid, Clock::time_point began);
+
+    // Counts the events in error.
+    void OnCall(const IQxData::HSCall&, const std::string&) override {}
+    void OnEvent(const IQxData::_HSScriptPtr&, const IQxData::HSCall&, QxOutcome, const std::string&) override {}
+    void OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) override;
+
+    // Whether anything was lost.
+    bool Lost() const { return m_lost; }
+
+    // Prints the table of all processes, if their counts are known.
+    void Print() const;
+
+private:
+    struct Row {
+        LossCounts counts;
+        std::uint64_t bytesNotDecoded = 0;
+        std::uint64_t eventsInError = 0;
+        Clock::duration longestCallback{0};
+    };
+
+    void PrintTable() const;
+    void PrintJson() const;
+
+    const Format m_format;
+    Output& m_output;
+    const ProcessNames& m_processes;
+    std::uint64_t m_cycle = 0;
+    std::map<std::string, Row> m_rows;  // by process; calls of unregistered ones belong to ""
+    bool m_known = false;
+    bool m_lost = false;
+};
+
+}  // namespace qxlt
