@@ -10,7 +10,6 @@
 #include "QxDebugPrint.h"
 #include "QxXMLLoader.h"
 #include "dlog.h"
-#include "qx/api.h"
 
 extern "C" int __dlog_print(log_id_t, int, const char*, const char* format, ...) {
     char line[9000];
@@ -19,10 +18,6 @@ extern "C" int __dlog_print(log_id_t, int, const char*, const char* format, ...)
     const int length = std::vsnprintf(line, sizeof line, format, arguments);
     va_end(arguments);
     return length;
-}
-
-boost::shared_ptr<qx::IControl> qx::api::GetControl() {
-    return {};
 }
 
 const char kFuzzScenario[] =

@@ -1,25 +1,85 @@
-// Writes the first inputs of the fuzzers that take dumps: MakeSeeds DIRECTORY. Each fuzzer gets a folder of its name.
+// Writes the first inputs of the fuzzers: MakeSeeds DIRECTORY. Each fuzzer gets a folder of its name. They are made of
+// dumps of the dump writer, of real ones (seeds/), and of the scenarios of the tests and examples.
+#include <bzlib.h>
+
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <string>
+#include <vector>
 
 #include "DumpWriter.h"
 #include "RandomTrace.h"
 
 namespace {
 
-void Write(const std::filesystem::path& directory, const std::string& name, const std::string& bytes) {
-    std::filesystem::create_directories(directory);
-    std::ofstream(directory / name, std::ios::binary) << bytes;
+namespace fs = std::filesystem;
+using dump::Bytes;
+
+const fs::path kSource = QX_SOURCE_DIR;
+
+// Each fuzzer's input is cut by FuzzInput: a block stands behind its two-byte length.
+constexpr std::size_t kMaxBlock = 60000;
+
+Bytes Block(const Bytes& bytes) {
+    const Bytes block = bytes.substr(0, kMaxBlock);
+    return dump::Fixed16(static_cast<unsigned>(block.size())) + block;
 }
 
-// As CycleFuzzer cuts its input: the number of dumps less one, then each dump behind its two-byte length.
-std::string OneCycle(const std::string& dump) {
-    return std::string(1, '\0') + dump::Fixed16(static_cast<unsigned>(dump.size())) + dump;
+Bytes Number(unsigned value) {
+    return Bytes(1, static_cast<char>(value));
 }
 
-std::string ScenarioDump() {
+Bytes Read(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// The files with that ending below the directory, sorted by path.
+std::vector<fs::path> Files(const fs::path& directory, const std::string& ending) {
+    std::vector<fs::path> files;
+    for (const fs::directory_entry& entry : fs::recursive_directory_iterator(directory)) {
+        if (entry.is_regular_file() && entry.path().extension() == ending) files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+std::vector<Bytes> Contents(const std::vector<fs::path>& files) {
+    std::vector<Bytes> contents;
+    for (const fs::path& file : files) contents.push_back(Read(file));
+    return contents;
+}
+
+// What the compressed items of a real dump hold, one behind the other: plain mutation only breaks what is packed.
+Bytes Unpacked(const Bytes& dump) {
+    constexpr char kStart[] = "BZh1";
+    constexpr std::size_t kMaxItem = 1 << 20;
+    Bytes unpacked;
+    for (std::size_t at = dump.find(kStart); at != Bytes::npos; at = dump.find(kStart, at + 1)) {
+        Bytes packed = dump.substr(at);
+        Bytes item(kMaxItem, '\0');
+        auto size = static_cast<unsigned>(item.size());
+        // What follows the item's own stream is left alone.
+        if (BZ2_bzBuffToBuffDecompress(item.data(), &size, packed.data(), static_cast<unsigned>(packed.size()), 0, 0) ==
+            BZ_OK) {
+            unpacked.append(item, 0, size);
+        }
+    }
+    return unpacked;
+}
+
+Bytes ScenarioItems() {
+    using namespace dump;
+    return StreamItem(kBefore, Before(10, 1, Int(3, 4) + Variable("xaxbx"))) +
+           StreamItem(kAfter, After(1, Variable("q") + Int(2, 4))) +
+           StreamItem(kBefore, Before(10, 2, Int(3, 4) + Variable("y") + Int(12, 2))) +
+           StreamItem(kLog, LogRecord(4, 1, Int(1, 4) + Variable(Bytes(200, 'z')))) + Marker();
+}
+
+Bytes ScenarioDump() {
     using namespace dump;
     return Persistent(
                {Item(kHeader, Header(7, "fuzzed")),
@@ -28,26 +88,151 @@ std::string ScenarioDump() {
                      Location(1).Name("a").Arg("int", kIn, 4).Arg("string", kInOut, kVariableSize).Returns("int", 4)),
                 Item(kLocation, Location(2).Name("b").Arg("P", kIn, kCompositeSize).Arg("int", kIn, 2)),
                 Item(kIpcCaller, IpcCaller(1, 2, "c")), Item(kProxy, Proxy(300))}) +
-           Properties(5, Item(kThreadName, ThreadName("main"))) +
-           Thread(5, {StreamItem(kBefore, Before(10, 1, Int(3, 4) + Variable("xaxbx"))),
-                      StreamItem(kAfter, After(1, Variable("q") + Int(2, 4))),
-                      StreamItem(kBefore, Before(10, 2, Int(3, 4) + Variable("y") + Int(12, 2))),
-                      StreamItem(kLog, LogRecord(4, 1, Int(1, 4) + Variable(std::string(200, 'z')))), Marker()});
+           Properties(5, Item(kThreadName, ThreadName("main"))) + Thread(5, {ScenarioItems()});
 }
+
+class Seeds final {
+public:
+    explicit Seeds(fs::path directory) : m_directory(std::move(directory)) {}
+
+    void AddMade() const {
+        AddDump("made", ScenarioDump());
+        AddDump("made-compressed", dump::Compressed(ScenarioDump()) + dump::Flush());
+        for (unsigned seed = 1; seed <= 6; ++seed) {
+            AddDump("made-random-" + std::to_string(seed), RandomTrace(seed, 12).Dump());
+        }
+        AddItems();
+        AddBuffers();
+    }
+
+    void AddReal() const {
+        const std::vector<Bytes> dumps = Contents(Files(kSource / "fuzz/seeds", ".qxdump"));
+        std::vector<Bytes> unpacked;
+        for (const Bytes& dump : dumps) {
+            unpacked.push_back(Unpacked(dump));
+            const std::string name = "real-" + std::to_string(unpacked.size());
+            AddDump(name, dump);
+            AddDump(name + "-unpacked", unpacked.back());
+        }
+        for (const fs::path& script : Files(kSource / "examples/scenarios", ".xml")) {
+            const std::string name = "real-" + script.stem().string();
+            AddCapture(name, Read(script), dumps);
+            AddAgainst(name, Read(script), dumps.front());
+            AddScript(name, Read(script));
+        }
+        AddCycles("real-sequence", unpacked);
+    }
+
+    // Of each folder of scenarios: its scripts, and its dumps as the cycles of one capture.
+    void AddScenarios() const {
+        for (const fs::directory_entry& folder : fs::directory_iterator(kSource / "tests/scenarios")) {
+            if (!folder.is_directory()) continue;
+            const std::vector<Bytes> dumps = Contents(Files(folder.path(), ".qxdump"));
+            const std::string name = "scenario-" + folder.path().filename().string();
+            AddCycles(name, dumps);
+            for (const fs::path& script : Files(folder.path(), ".xml")) {
+                const std::string itsName = name + "-" + script.stem().string();
+                AddCapture(itsName, Read(script), dumps);
+                AddAgainst(itsName, Read(script), dumps.front());
+                AddScript(itsName, Read(script));
+            }
+        }
+    }
+
+    void AddSamples() const {
+        for (const fs::path& script : Files(kSource / "tests/system/qxlt_check/samples", ".xml")) {
+            AddScript("sample-" + script.stem().string(), Read(script));
+        }
+    }
+
+private:
+    void Write(const std::string& fuzzer, const std::string& name, const Bytes& bytes) const {
+        fs::create_directories(m_directory / fuzzer);
+        std::ofstream(m_directory / fuzzer / ("seed-" + name), std::ios::binary) << bytes;
+    }
+
+    void AddDump(const std::string& name, const Bytes& dump) const {
+        Write("DumpFuzzer", name, dump);
+        Write("CompressedFuzzer", name, Number(0) + dump);
+        AddCycles(name, {dump, dump});
+    }
+
+    // CycleFuzzer takes, for each cycle, the number of its dumps less one and the dumps.
+    void AddCycles(const std::string& name, const std::vector<Bytes>& dumps) const {
+        Bytes bytes;
+        for (const Bytes& dump : dumps) bytes += Number(0) + Block(dump);
+        Write("CycleFuzzer", name, bytes);
+    }
+
+    // ItemFuzzer takes tags and payloads.
+    void AddItems() const {
+        using namespace dump;
+        const auto item = [](unsigned tag, const Bytes& payload) { return Number(tag) + Block(payload); };
+        const Bytes described =
+            item(kDescriptor, Descriptor("P").Member("x", 4).Member("y", kVariableSize)) +
+            item(kDescriptor, Descriptor("Q", true).Member("p", kCompositeSize, "P")) +
+            item(kLocation, Location(1).Arg("int", kIn, 4).Arg("P", kInOut, kCompositeSize).Returns("int", 4)) +
+            item(kLocation, Location(2).Arg("string", kIn, kVariableSize).Arg("Q", kOut, kCompositeSize));
+        const Bytes point = Int(3, 4) + Variable("text");
+        Write("ItemFuzzer", "made",
+              item(kHeader, Header(7, "fuzzed")) + described + item(kThreadName, ThreadName("main")) +
+                  item(kBefore, Before(9, 1, Int(7, 4) + point)) + item(kAfter, After(9, point + Int(2, 4))) +
+                  item(kBefore, Before(9, 2, Variable("b"))) + item(kAfter, After(9, Container(2, point + point))) +
+                  item(kLog, LogRecord(9, 2, Variable("c"))));
+        Write("ItemFuzzer", "made-others",
+              item(kIpcCaller, IpcCaller(1, 2, "c")) + item(kProxy, Proxy(300)) + item(kTime, Bytes()) +
+                  item(kPacked, Bzip2(ScenarioDump())));
+    }
+
+    // BufferFuzzer takes the kind of the buffer, then whether a prefix follows and a payload.
+    void AddBuffers() const {
+        using namespace dump;
+        const Bytes stream = ScenarioItems();
+        const auto size = static_cast<unsigned>(stream.size());
+        Write("BufferFuzzer", "made-thread", Number(0) + Number(0) + Block(Fragment(5, 0, size, stream)));
+        Write("BufferFuzzer", "made-persistent", Number(1) + Number(0) + Block(Item(kProxy, Proxy(300))));
+        Write("BufferFuzzer", "made-properties",
+              Number(2) + Number(0) + Block(Fixed16(5) + Item(kThreadName, ThreadName("main"))));
+        const Bytes packed = Item(kPacked, Bzip2(ScenarioDump()));
+        Write("BufferFuzzer", "made-compressed",
+              Number(3) + Number(0) + Block(CompressedFragment(0, static_cast<unsigned>(packed.size()), packed)));
+    }
+
+    // CheckFuzzer takes options before the script.
+    void AddScript(const std::string& name, const Bytes& script) const {
+        Write("ScriptFuzzer", name, script);
+        Write("CheckFuzzer", name, Number(0) + script);
+        Write("CheckFuzzer", name + "-twice", Number(1 + 4) + Block(script) + script);
+    }
+
+    void AddAgainst(const std::string& name, const Bytes& script, const Bytes& dump) const {
+        Write("CheckFuzzer", name + "-against", Number(2) + Block(dump) + script);
+    }
+
+    // CaptureFuzzer takes options, here that a script and a description follow, and the entries: folder (the number of
+    // a cycle), name (the first one), kind (a file) and content.
+    void AddCapture(const std::string& name, const Bytes& script, const std::vector<Bytes>& dumps) const {
+        Bytes bytes = Number(32) + Block(script);
+        unsigned cycle = 0;
+        for (const Bytes& dump : dumps) bytes += Number(++cycle) + Number(0) + Number(0) + Block(dump);
+        Write("CaptureFuzzer", name, bytes);
+        const Bytes description = R"({"version":1,"processes":{"fuzzed":412,"b":70}})";
+        bytes.replace(0, 1, Number(1 + 2 + 4 + 32 + 64));
+        bytes.insert(1 + 2 + script.size(), Block(description));
+        Write("CaptureFuzzer", name + "-explained", bytes);
+    }
+
+    const fs::path m_directory;
+};
 
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc != 2) return std::fputs("usage: MakeSeeds DIRECTORY\n", stderr), 2;
-    const std::filesystem::path root = argv[1];
-    const auto write = [&](const std::string& name, const std::string& dump) {
-        Write(root / "DumpFuzzer", name, dump);
-        Write(root / "CycleFuzzer", name, OneCycle(dump) + OneCycle(dump));
-        Write(root / "CompressedFuzzer", name, std::string(1, '\0') + dump);
-    };
-    write("seed-scenario", ScenarioDump());
-    write("seed-compressed", dump::Compressed(ScenarioDump()) + dump::Flush());
-    for (unsigned seed = 1; seed <= 6; ++seed)
-        write("seed-random-" + std::to_string(seed), RandomTrace(seed, 12).Dump());
+    const Seeds seeds(argv[1]);
+    seeds.AddMade();
+    seeds.AddReal();
+    seeds.AddScenarios();
+    seeds.AddSamples();
     return 0;
 }
