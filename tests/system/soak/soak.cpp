@@ -17,7 +17,6 @@
 #include "QxData.h"
 #include "QxDebugPrint.h"
 #include "QxDumpFile.h"
-#include "QxLogTracker.h"
 #include "QxXMLLoader.h"
 
 namespace {
@@ -29,7 +28,6 @@ constexpr bool kMemoryIsOurs = true;
 #endif
 
 constexpr int kWarmUp = 1000;
-constexpr int kRestart = 500;  // a tracker is started and stopped after so many cycles
 constexpr long kAllowedGrowth = 1 << 20;
 // Nothing ever closes a log record, so its key stays on the stack of open calls: enough of them fill it in the warm-up.
 constexpr int kLogRecords = 2000;
@@ -100,13 +98,6 @@ std::string Dump(int cycle) {
     }
 }
 
-// What only a tracker's own thread uses comes and goes with it.
-void StartAndStop() {
-    QxLogTracker tracker(Silent);
-    tracker.Run(nullptr, nullptr, 1);
-    tracker.Stop();
-}
-
 int CountEvent(std::string, std::string, IQxData::HSCall, void* context) {
     return ++*static_cast<int*>(context);
 }
@@ -145,7 +136,6 @@ int main(int argc, char** argv) {
         QxCycle run(CountEvent, &events, store);
         run.Decode("soaked", dump);
         run.Finish(cycle == 0);
-        if (cycle % kRestart == kRestart - 1) StartAndStop();
     }
     const Usage after = Measure();
     std::printf("%d cycles, %d events\n", cycles, events);
