@@ -2,10 +2,14 @@
 #include <gtest/gtest.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <filesystem>
+#include <fstream>
+#include <functional>
 #include <future>
 #include <map>
 #include <memory>
@@ -19,6 +23,7 @@ namespace {
 // The first cycle primes, and what it primed is traced with the next dump: calls go on for some seconds, so that there
 // is one.
 constexpr int kPauseUs = 20000;
+constexpr std::ptrdiff_t kCallsOfThreeSeconds = 3000000 / kPauseUs;
 
 class Live : public testing::Test {
 protected:
@@ -72,6 +77,26 @@ protected:
             ASSERT_GT(std::int64_t{event.n}, thread->second);
             thread->second = event.n;
         }
+    }
+
+    // Waits until so many more events of the program have arrived.
+    bool WaitForMoreOf(const TracedProgram& program, std::ptrdiff_t more) {
+        const auto count = [&program](const std::vector<CountEvent>& events) {
+            return std::count_if(events.begin(), events.end(), [&program](const CountEvent& event) {
+                return event.pid == static_cast<unsigned short>(program.Pid());
+            });
+        };
+        const std::ptrdiff_t before = count(m_events.Events());
+        return m_events.WaitFor([&](const std::vector<CountEvent>& events) { return count(events) >= before + more; });
+    }
+
+    // Where the last dump of the process lies; empty when there is none.
+    static std::filesystem::path DumpOf(const std::string& process) {
+        for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+            const std::string name = entry.path().filename();
+            if (name.rfind(process + ".", 0) == 0 && entry.path().extension() == ".qxdump") return entry.path();
+        }
+        return {};
     }
 
     // The calls 0 to `count` - 1 of the process, all of them.
@@ -189,6 +214,43 @@ TEST_F(Live, DecodesWhatAKilledProgramLeft) {
     ASSERT_TRUE(m_events.WaitForCount(before + 1));
     m_tracker->Stop();
     ExpectTrue(m_events.Events());
+}
+
+// What stands where the dump belongs is replaced by the next dump, or keeps it from being written for as long as it
+// stands there: nothing is lost either way.
+TEST_F(Live, LosesNothingToWhatTakesThePlaceOfADump) {
+    namespace fs = std::filesystem;
+    TracedProgram program(Name('a'), 1, 0, kPauseUs);
+    TracedProgram other(Name('b'), 1, 0, kPauseUs);
+    ASSERT_EQ(Load({Name('a'), Name('b')}), 1);
+    Run();
+    ASSERT_TRUE(WaitForMoreOf(program, 1));
+    const fs::path dump = DumpOf(Name('a'));
+    const std::function<void()> things[] = {[&] { mkfifo(dump.c_str(), 0600); }, [&] { std::ofstream{dump}; },
+                                            [&] {
+                                                std::ofstream{dump};
+                                                fs::resize_file(dump, std::uintmax_t{3} << 30);
+                                            },
+                                            [&] { fs::create_directory(dump); }};
+    for (const auto& put : things) {
+        // When events arrive, the cycle has read its dumps, and the next one is a second away.
+        ASSERT_TRUE(WaitForMoreOf(program, 1));
+        fs::remove(dump);
+        put();
+    }
+    // No dump of the program can take the directory's place, while the other one is tracked on.
+    ASSERT_TRUE(WaitForMoreOf(other, kCallsOfThreeSeconds));
+    EXPECT_TRUE(fs::is_directory(dump));
+    fs::remove(dump);
+    ASSERT_TRUE(WaitForMoreOf(program, 1));
+    m_tracker->Stop();
+    ExpectTrue(m_events.Events());
+    std::int64_t last = -1;
+    for (const CountEvent& event : m_events.Events()) {
+        if (event.pid != static_cast<unsigned short>(program.Pid())) continue;
+        ASSERT_TRUE(last == -1 || event.n == last + 1) << last << " " << event.n;
+        last = event.n;
+    }
 }
 
 TEST_F(Live, RunsAgainAfterStop) {

@@ -188,17 +188,24 @@ TEST_F(ControlTest, AKilledProgramIsDumpedWithItsOpenCallsAndThenForgotten) {
     EXPECT_FALSE(Dump("traced", true).exists);
 }
 
-TEST_F(ControlTest, AStoppedProgramIsDumped) {
+TEST_F(ControlTest, AStoppedProgramIsDumpedAndGoesOn) {
+    Signal go;
     Signal done;
     Child child(m_directory, "traced", [&] {
         Note(1);
         done.Send();
-        ::pause();
+        go.Wait();
+        Note(2);
     });
     done.Wait();
     ASSERT_EQ(::kill(child.Pid(), SIGSTOP), 0);
     EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    go.Send();
+    EXPECT_FALSE(Dump("traced").exists);
     EXPECT_EQ(Files(".qxrec").size(), 1u);
+    ASSERT_EQ(::kill(child.Pid(), SIGCONT), 0);
+    child.Join();
+    EXPECT_EQ(Values(Dump("traced")), Numbers{2});
 }
 
 TEST_F(ControlTest, ARestartedProgramGoesOnUnderItsName) {
@@ -441,6 +448,47 @@ TEST_F(ControlTest, FilesThatAreNoRecordingsOfThisUserAreRefused) {
         EXPECT_FALSE(Dump("traced", false).exists);
         EXPECT_NE(::access(name.c_str(), F_OK), 0);
     }
+}
+
+TEST_F(ControlTest, ARecordingOfAnotherUserIsRefused) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can give files away";
+    Run("traced", [] { Note(1); });
+    const std::string path = Files(".qxrec").at(0);
+    ASSERT_EQ(::chown(path.c_str(), 1, 1), 0);
+    EXPECT_FALSE(Dump("traced", true).exists);
+    ASSERT_EQ(RecordingLog::Lines().size(), 1u);
+    EXPECT_NE(RecordingLog::Lines()[0].text.find("is given up: it belongs to another user"), std::string::npos);
+}
+
+TEST_F(ControlTest, DumpsFollowNoLink) {
+    Signal go;
+    Signal done;
+    Child child(m_directory, "traced", [&] {
+        for (int i = 1; i <= 2; ++i) {
+            Note(i);
+            done.Send();
+            go.Wait();
+        }
+    });
+    done.Wait();
+    ASSERT_TRUE(Dump("traced", true).exists);
+    const std::string path = Files(".qxdump").at(0);
+    const std::string newPath = path.substr(0, path.rfind('.')) + ".qxtmp";
+    const std::string victim = m_directory + "/victim";
+    WriteFile(victim, "precious");
+    ::unlink(path.c_str());
+    ASSERT_EQ(::symlink(victim.c_str(), path.c_str()), 0);
+    ASSERT_EQ(::symlink(victim.c_str(), newPath.c_str()), 0);
+    go.Send();
+    done.Wait();
+    EXPECT_EQ(Values(Dump("traced")), Numbers{2});
+    EXPECT_EQ(ReadFile(victim), "precious");
+    struct stat status {};
+    ASSERT_EQ(::lstat(path.c_str(), &status), 0);
+    EXPECT_TRUE(S_ISREG(status.st_mode));
+    EXPECT_NE(::access(newPath.c_str(), F_OK), 0);
+    go.Send();
+    child.Join();
 }
 
 TEST_F(ControlTest, LossIsToldByThreadAndForTheLastDump) {
