@@ -1,4 +1,5 @@
-// Each buffer decoder alone, handed its payload outside any dump: what it may read is the size that it was given.
+// Each buffer decoder alone, handed its payload outside any dump: what it may read is the size that it was given. At
+// times there is not even a store.
 #include <stdexcept>
 
 #include "FuzzInput.h"
@@ -31,8 +32,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::shared_ptr<IQxData> store = MakeFuzzStore();
     QxParser parser(nullptr, nullptr);
     std::pair<int, char*> nothing(0, nullptr);
-    parser.Parse(nothing, store);
-    const std::unique_ptr<IQxBuffer> buffer = MakeBuffer(input.Byte());
+    const unsigned kind = input.Byte();
+    parser.Parse(nothing, kind < 192 ? store : nullptr);
+    const std::unique_ptr<IQxBuffer> buffer = MakeBuffer(kind);
     try {
         while (!input.Empty()) {
             const std::uint16_t prefixSize = input.Byte() % 2 == 0 ? std::uint16_t{0} : input.Word();

@@ -1,7 +1,11 @@
 // Composite descriptors made of fuzz bytes, named so that they often refer to each other, and a value that they
-// describe.
+// describe, which is read as one text as well.
+#include <cstdlib>
+#include <utility>
+
 #include "FuzzInput.h"
 #include "FuzzPlatform.h"
+#include "QxCompCallArg.h"
 #include "QxCompCallParser.h"
 #include "QxData.h"
 #include "QxFormat.h"
@@ -30,6 +34,18 @@ IQxData::_HSCompArgDesc MakeDescriptor(FuzzInput& input) {
     return desc;
 }
 
+using Reading = std::pair<int, IQxData::HSICallArg>;  // the bytes taken, and the pairs
+
+// What the bounded reader has found whole, the readers that trust their bytes must read alike.
+void ReadTrusted(std::vector<char>& value, IQxData::_HSCompArgDesc& top, QxParser& parser, const Reading& expected) {
+    Reading whole;
+    whole.first = QxCompCallParser::Parse(value.data(), top, whole.second, &parser);
+    Reading part;
+    const auto read = top.isContainer == 0 ? QxCompCallParser::ParseComposite : QxCompCallParser::ParseContainer;
+    part.first = read(value.data(), top, part.second, &parser);
+    if (whole != expected || part != expected) std::abort();
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -41,13 +57,16 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     for (unsigned types = input.Byte() % 8; types > 0; --types) {
         store->AppendCompArgDesc(TypeName(input.Byte()), MakeDescriptor(input));
     }
-    const std::vector<char> value = input.Rest();
+    std::vector<char> value = input.Rest();
+    std::string text;
+    ReadStringArg(value.data(), static_cast<unsigned>(value.size()), text);
     IQxData::_HSCompArgDesc top;
     store->GetCompArgDesc(top, "A");
     IQxData::HSICallArg pairs;
     try {
         QxCursor cursor(value.data(), value.size(), "CompositeFuzzer", &parser.Log());
         QxCompCallParser::Parse(cursor, top, pairs, &parser);
+        ReadTrusted(value, top, parser, {static_cast<int>(cursor.Offset()), std::move(pairs)});
     } catch (QxData::_PERR_TYPE) {
     }
     return 0;

@@ -1,5 +1,6 @@
 // Compressed dumps: the fuzz bytes are the inner dump, packed anew for every input, since mutating packed bytes only
-// ever breaks the packing. A first byte says how often the packing is repeated.
+// ever breaks the packing. A first byte says how often the packing is repeated, and in which of the two places where
+// packed dumps stand: those of a compressed buffer are decoded one after the other, all others inside one another.
 #include <boost/iostreams/device/back_inserter.hpp>
 #include <boost/iostreams/filter/bzip2.hpp>
 #include <boost/iostreams/filtering_streambuf.hpp>
@@ -34,10 +35,21 @@ Bytes Pack(const Bytes& dump) {
     return packed;
 }
 
+Bytes PackedItem(const Bytes& inner) {
+    Bytes item;
+    AppendBlock(item, qxformat::kCompressedItem, Pack(inner));
+    return item;
+}
+
+Bytes WrapPersistent(const Bytes& inner) {
+    Bytes dump;
+    AppendBlock(dump, qxformat::kPersistentBuffer, PackedItem(inner));
+    return dump;
+}
+
 // A dump of one compressed buffer, and an empty packet that makes it be decoded.
-Bytes Wrap(const Bytes& inner) {
-    Bytes items;
-    AppendBlock(items, qxformat::kCompressedItem, Pack(inner));
+Bytes WrapCompressed(const Bytes& inner) {
+    const Bytes items = PackedItem(inner);
     Bytes fragment;
     AppendVarint(fragment, 0);
     AppendVarint(fragment, items.size());
@@ -52,10 +64,11 @@ Bytes Wrap(const Bytes& inner) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     FuzzInput input(data, size);
-    unsigned levels = input.Byte() % 11;
+    const unsigned how = input.Byte();
+    unsigned levels = how % 11;
     Bytes dump = input.Block(32768);
     do {
-        dump = Wrap(dump);
+        dump = how < 128 ? WrapCompressed(dump) : WrapPersistent(dump);
     } while (levels-- > 0);
     const std::shared_ptr<IQxData> store = MakeFuzzStore();
     QxParser parser(nullptr, nullptr);

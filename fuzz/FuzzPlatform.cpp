@@ -57,6 +57,8 @@ void DecodeDump(QxParser& parser, std::vector<char> dump, const std::shared_ptr<
     }
 }
 
-int IgnoreEvent(std::string, std::string, IQxData::HSCall, void*) {
+int IgnoreEvent(std::string name, std::string value, IQxData::HSCall, void*) {
+    if (name == "6") throw std::runtime_error(value);
+    if (name == "7") throw name;
     return 0;
 }

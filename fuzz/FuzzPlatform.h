@@ -20,4 +20,5 @@ void DecodeDump(QxParser& parser, std::vector<char> dump, const std::shared_ptr<
 // A scenario that subscribes methods named "a", "b" and "" with events of every watch mode and operator.
 extern const char kFuzzScenario[];
 
+// Takes the events of that scenario; at the last two of them it throws, as a client may.
 int IgnoreEvent(std::string name, std::string value, IQxData::HSCall call, void* context);

@@ -171,7 +171,10 @@ void FuzzTrace::AddPersistent(unsigned tag, const std::string& payload) {
 }
 
 void FuzzTrace::AddToStream(unsigned tag, const std::string& payload) {
-    if (m_stream.size() + payload.size() < kMaxStream) m_stream += dump::StreamItem(tag, payload);
+    if (m_stream.size() + payload.size() > kMaxStream) return;
+    // A size that is drawn out has the end of the payload stand first, or all of it and more than it has.
+    const unsigned how = m_input.Byte();
+    m_stream += how < 240 ? dump::StreamItem(tag, payload) : dump::StreamItem(tag, payload, how % 16);
 }
 
 FuzzTrace::Field FuzzTrace::MakeField() {

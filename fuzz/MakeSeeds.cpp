@@ -91,6 +91,18 @@ Bytes ScenarioDump() {
            Properties(5, Item(kThreadName, ThreadName("main"))) + Thread(5, {ScenarioItems()});
 }
 
+// One thread's stream in as many fragments as it needs: those after the first hold the end of its last item.
+Bytes LongStream(const Bytes& stream) {
+    constexpr std::size_t kPiece = 30000;
+    Bytes packets = dump::Thread(5, stream.substr(0, kPiece));
+    for (std::size_t at = kPiece; at < stream.size(); at += kPiece) {
+        const Bytes piece = stream.substr(at, kPiece);
+        const auto size = static_cast<unsigned>(piece.size());
+        packets += dump::Packet(dump::kThread, dump::Fragment(5, size, size, piece));
+    }
+    return packets;
+}
+
 class Seeds final {
 public:
     explicit Seeds(fs::path directory) : m_directory(std::move(directory)) {}
@@ -103,6 +115,30 @@ public:
         }
         AddItems();
         AddBuffers();
+    }
+
+    // What mutations do not come upon: each limit of a dump passed, and headers so long that their 16 bits wrap. All of
+    // it is packed, since an input is short.
+    void AddLimits() const {
+        using namespace dump;
+        const auto add = [this](const std::string& name, const Bytes& inner) {
+            AddDump("limit-" + name, Compressed(inner) + Flush());
+        };
+        const Bytes noSize = LongVarint(0, 65535);
+        add("packet-header", Number(kPersistent) + noSize);
+        add("stream-header", LongStream(Number(kTime) + noSize));
+        add("compressed-header", CompressedRun(Number(kPacked) + noSize, 30000) + Flush());
+        add("short-item", Thread(5, Number(kLog) + LongVarint(2, 9) + "ab"));
+        Bytes deep;
+        for (int i = 0; i < 10; ++i) deep = Persistent(Item(kPacked, Bzip2(deep + Flush())));
+        add("nesting", deep);
+        Bytes overlapping;
+        for (int i = 0; i < 60; ++i) overlapping += Packet(kThread, Fragment(5, 0, 60000, Bytes()));
+        add("joined", overlapping + Bytes(60000, '\0'));
+        Location empties(1);
+        for (int i = 0; i < 3000; ++i) empties.Arg("", kIn, 0);
+        const Bytes call = StreamItem(kBefore, Before(1, 1)) + StreamItem(kBefore, Before(1, 1, "more"));
+        add("lines", Persistent(Item(kLocation, empties)) + Thread(5, {call, call, call}));
     }
 
     void AddReal() const {
@@ -231,6 +267,7 @@ int main(int argc, char** argv) {
     if (argc != 2) return std::fputs("usage: MakeSeeds DIRECTORY\n", stderr), 2;
     const Seeds seeds(argv[1]);
     seeds.AddMade();
+    seeds.AddLimits();
     seeds.AddReal();
     seeds.AddScenarios();
     seeds.AddSamples();
