@@ -35,7 +35,7 @@ const char kFuzzScenario[] =
 std::shared_ptr<IQxData> MakeFuzzStore() {
     QxDebugPrint::GetInstance()->SetLevel(Info);
     std::shared_ptr<IQxData> store = IQxData::Instance();
-    store->AppendProcessName(7, "fuzzed");
+    store->AppendProcessName(kFuzzPid, "fuzzed");
     store->AppendCurrentProcess("fuzzed");
     return store;
 }

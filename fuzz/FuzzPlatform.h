@@ -8,7 +8,10 @@
 #include "IQxData.h"
 #include "QxParser.h"
 
-// A store whose current process "fuzzed" is registered as 7. Lets all messages pass, so that each is formatted.
+constexpr unsigned short kFuzzPid = 7;
+
+// A store whose current process "fuzzed" is registered under that id. Lets all messages pass, so that each is
+// formatted.
 std::shared_ptr<IQxData> MakeFuzzStore();
 
 // Loads the text as a script; ends the fuzzer when it is not well-formed.
