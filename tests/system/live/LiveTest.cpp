@@ -81,13 +81,15 @@ protected:
 
     // Waits until so many more events of the program have arrived.
     bool WaitForMoreOf(const TracedProgram& program, std::ptrdiff_t more) {
-        const auto count = [&program](const std::vector<CountEvent>& events) {
-            return std::count_if(events.begin(), events.end(), [&program](const CountEvent& event) {
-                return event.pid == static_cast<unsigned short>(program.Pid());
-            });
-        };
-        const std::ptrdiff_t before = count(m_events.Events());
-        return m_events.WaitFor([&](const std::vector<CountEvent>& events) { return count(events) >= before + more; });
+        const std::ptrdiff_t wanted = CountOf(m_events.Events(), program) + more;
+        return m_events.WaitFor(
+            [&](const std::vector<CountEvent>& events) { return CountOf(events, program) >= wanted; });
+    }
+
+    static std::ptrdiff_t CountOf(const std::vector<CountEvent>& events, const TracedProgram& program) {
+        return std::count_if(events.begin(), events.end(), [&program](const CountEvent& event) {
+            return event.pid == static_cast<unsigned short>(program.Pid());
+        });
     }
 
     // Where the last dump of the process lies; empty when there is none.
@@ -140,6 +142,43 @@ TEST_F(Live, TellsTwoProgramsApart) {
         std::count_if(events.begin(), events.end(),
                       [&](const CountEvent& event) { return event.pid == static_cast<unsigned short>(second.Pid()); }),
         200);
+}
+
+// The system keeps 15 bytes of the name, the scenario has all of it.
+TEST_F(Live, FindsAProgramByItsLongName) {
+    const std::string name = Name('a') + "-with-a-long-name";
+    TracedProgram program(name, 1, 150, kPauseUs);
+    ASSERT_EQ(Load({name}), 1);
+    Run();
+    ASSERT_TRUE(m_events.WaitForCount(150));
+    ExpectWhole(m_events.Events(), program.Pid(), 150);
+}
+
+// The store knows one process of a name, the one that was found first: the calls of both carry its id.
+TEST_F(Live, DeliversTheCallsOfBothProgramsOfOneName) {
+    TracedProgram first(Name('a'), 1, 150, kPauseUs);
+    TracedProgram second(Name('a'), 1, 150, kPauseUs);
+    ASSERT_EQ(Load({Name('a')}), 1);
+    Run();
+    ASSERT_TRUE(m_events.WaitForCount(300));
+    std::map<std::uint32_t, int> times;
+    for (const CountEvent& event : m_events.Events()) ++times[event.n];
+    EXPECT_EQ(times.size(), 150u);
+    for (const auto& [n, count] : times) EXPECT_EQ(count, 2) << n;
+}
+
+TEST_F(Live, LosesNothingOfAProgramThatIsStoppedForAWhile) {
+    TracedProgram program(Name('a'), 1, 300, kPauseUs);
+    TracedProgram other(Name('b'), 1, 0, kPauseUs);
+    ASSERT_EQ(Load({Name('a'), Name('b')}), 1);
+    Run();
+    ASSERT_TRUE(WaitForMoreOf(program, 1));
+    program.Signal(SIGSTOP);
+    ASSERT_TRUE(WaitForMoreOf(other, kCallsOfThreeSeconds));
+    program.Signal(SIGCONT);
+    ASSERT_TRUE(
+        m_events.WaitFor([&](const std::vector<CountEvent>& events) { return CountOf(events, program) == 300; }));
+    ExpectWhole(m_events.Events(), program.Pid(), 300);
 }
 
 TEST_F(Live, WaitsForAProgramThatComesLater) {
