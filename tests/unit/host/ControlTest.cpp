@@ -30,6 +30,15 @@ void Note(int value) {
     QX_CALL(call, "p", "Note", qx::In(value));
 }
 
+// Notes 1 to `count`: tells after each that it is done, and goes on when it is told to.
+void NoteOneByOne(int count, const Signal& done, const Signal& go) {
+    for (int i = 1; i <= count; ++i) {
+        Note(i);
+        done.Send();
+        go.Wait();
+    }
+}
+
 std::set<std::uint64_t> Values(const DecodedDump& dump) {
     std::set<std::uint64_t> values;
     for (const IQxData::HSCall& call : dump.calls) values.insert(Number(call.args.in.at(0)));
@@ -66,13 +75,7 @@ TEST_F(ControlTest, ARefusedDirectoryIsReportedOnce) {
 TEST_F(ControlTest, TheNextDumpHoldsWhatIsNewAndTheFirstFlagAllThatIsBuffered) {
     Signal go;
     Signal done;
-    Child child(m_directory, "traced", [&] {
-        for (int i = 1; i <= 3; ++i) {
-            Note(i);
-            done.Send();
-            go.Wait();
-        }
-    });
+    Child child(m_directory, "traced", [&] { NoteOneByOne(3, done, go); });
     done.Wait();
     EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
     EXPECT_FALSE(Dump("traced").exists);
@@ -369,13 +372,7 @@ TEST_F(ControlTest, DumpsReplaceEachOtherAndThoseOfDeadReadersGo) {
 TEST_F(ControlTest, WhatADumpThatCannotBeWrittenHeldComesWithTheNextOne) {
     Signal go;
     Signal done;
-    Child child(m_directory, "traced", [&] {
-        for (int i = 1; i <= 2; ++i) {
-            Note(i);
-            done.Send();
-            go.Wait();
-        }
-    });
+    Child child(m_directory, "traced", [&] { NoteOneByOne(2, done, go); });
     done.Wait();
     ASSERT_TRUE(Dump("traced", true).exists);
     const std::string path = Files(".qxdump").at(0);
@@ -463,13 +460,7 @@ TEST_F(ControlTest, ARecordingOfAnotherUserIsRefused) {
 TEST_F(ControlTest, DumpsFollowNoLink) {
     Signal go;
     Signal done;
-    Child child(m_directory, "traced", [&] {
-        for (int i = 1; i <= 2; ++i) {
-            Note(i);
-            done.Send();
-            go.Wait();
-        }
-    });
+    Child child(m_directory, "traced", [&] { NoteOneByOne(2, done, go); });
     done.Wait();
     ASSERT_TRUE(Dump("traced", true).exists);
     const std::string path = Files(".qxdump").at(0);
