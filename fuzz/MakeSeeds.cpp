@@ -246,11 +246,14 @@ private:
     }
 
     // CaptureFuzzer takes options, here that a script and a description follow, and the entries: folder (the number of
-    // a cycle), name (the first one), kind (a file) and content.
+    // a cycle), name (that of the first process's dump or losses), kind (a file) and content.
     void AddCapture(const std::string& name, const Bytes& script, const std::vector<Bytes>& dumps) const {
+        const Bytes losses =
+            R"({"recorded":9,"delivered":4,"open":1,"overwritten":3,"refused":2,"dropped":1,"exitsDropped":6})";
         Bytes bytes = Number(32) + Block(script);
         unsigned cycle = 0;
         for (const Bytes& dump : dumps) bytes += Number(++cycle) + Number(0) + Number(0) + Block(dump);
+        bytes += Number(1) + Number(4) + Number(0) + Block(losses);
         Write("CaptureFuzzer", name, bytes);
         const Bytes description = R"({"version":1,"processes":{"fuzzed":412,"b":70}})";
         bytes.replace(0, 1, Number(1 + 2 + 4 + 32 + 64));
