@@ -1,9 +1,10 @@
 // Capture directories: the description, folders of cycles and dumps under the names that belong there, and odd entries
-// in their places. Each is replayed with a scenario, or listed.
+// in their places. Each is replayed with a scenario, or listed; at times its first dump is decoded by itself.
 #include <sys/stat.h>
 
 #include <system_error>
 
+#include "DecodeCommand.h"
 #include "FuzzFolder.h"
 #include "FuzzInput.h"
 #include "FuzzPlatform.h"
@@ -15,7 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr unsigned kJson = 1, kExplain = 2, kPrime = 4, kNoPrime = 8, kList = 16, kOwnScript = 32, kOwnDescription = 64;
+constexpr unsigned kJson = 1, kExplain = 2, kPrime = 4, kNoPrime = 8, kList = 16, kOwnScript = 32, kOwnDescription = 64,
+                   kDecode = 128;
 
 constexpr char kDescription[] = R"({"version":1,"processes":{"fuzzed":7,"b":8,"a/b":9}})";
 
@@ -77,6 +79,21 @@ std::vector<std::string> ReplayOptions(unsigned options, const std::string& scri
     return arguments;
 }
 
+void Run(const FuzzFolder& folder, unsigned options, const std::string& script) {
+    const bool lists = (options & kList) != 0;
+    std::vector<std::string> arguments = lists ? std::vector<std::string>() : ReplayOptions(options, script);
+    const std::vector<std::string> format = {"--format", (options & kJson) != 0 ? "json" : "text"};
+    arguments.insert(arguments.end(), format.begin(), format.end());
+    arguments.push_back(folder.Path("capture").string());
+    RunFuzzedCommand(lists ? qxlt::AddList : qxlt::AddReplay, arguments);
+
+    // Of a pipe by itself the bytes are waited for.
+    const std::string dump = folder.Path("capture/000001/fuzzed.qxdump").string();
+    std::error_code ignored;
+    if ((options & kDecode) == 0 || !fs::is_regular_file(dump, ignored)) return;
+    RunFuzzedCommand(qxlt::AddDecode, {format[0], format[1], "-p", "fuzzed=7", dump});
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -85,15 +102,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     fs::create_directory(folder.Path("capture"));
     FuzzInput input(data, size);
     const unsigned options = input.Byte();
-    const bool lists = (options & kList) != 0;
     const std::string script =
         folder.Write("script.xml", (options & kOwnScript) != 0 ? input.SizedBlock() : BytesOf(kFuzzScenario));
     folder.Write("capture/capture.json", (options & kOwnDescription) != 0 ? input.SizedBlock() : BytesOf(kDescription));
     while (!input.Empty()) AddEntry(folder, input);
-
-    std::vector<std::string> arguments = lists ? std::vector<std::string>() : ReplayOptions(options, script);
-    arguments.insert(arguments.end(), {"--format", (options & kJson) != 0 ? "json" : "text"});
-    arguments.push_back(folder.Path("capture").string());
-    RunFuzzedCommand(lists ? qxlt::AddList : qxlt::AddReplay, arguments);
+    Run(folder, options, script);
     return 0;
 }

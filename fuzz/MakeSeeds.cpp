@@ -256,7 +256,7 @@ private:
         bytes += Number(1) + Number(4) + Number(0) + Block(losses);
         Write("CaptureFuzzer", name, bytes);
         const Bytes description = R"({"version":1,"processes":{"fuzzed":412,"b":70}})";
-        bytes.replace(0, 1, Number(1 + 2 + 4 + 32 + 64));
+        bytes.replace(0, 1, Number(1 + 2 + 4 + 32 + 64 + 128));
         bytes.insert(1 + 2 + script.size(), Block(description));
         Write("CaptureFuzzer", name + "-explained", bytes);
     }
