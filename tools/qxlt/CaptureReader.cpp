@@ -20,11 +20,20 @@ namespace fs = std::filesystem;
     throw Failure(kCannotStart, path + ": " + why + "; name a directory that run --keep wrote");
 }
 
+// A pipe would be waited for, a device read without end.
+void RequireNoDevice(const std::string& path) {
+    std::error_code ignored;
+    if (fs::is_other(fs::status(path, ignored))) NoCapture(path, "is no regular file");
+}
+
 JsonObject ReadDescription(const std::string& path) {
+    RequireNoDevice(path);
     try {
         return JsonObject::parse(ReadFile(path));
     } catch (const JsonObject::parse_error& error) {
         NoCapture(Place(path, error.byte), "not JSON");
+    } catch (const JsonObject::out_of_range&) {
+        NoCapture(path, "holds a number out of range");
     }
 }
 
@@ -34,8 +43,9 @@ ProcessNames ReadProcesses(const std::string& path) {
         if (description.at("version") != kCaptureVersion) NoCapture(path, "a version of captures that is not known");
         ProcessNames processes;
         for (const auto& [name, pid] : description.at("processes").get_ref<const JsonObject::object_t&>()) {
-            const auto number = pid.get<std::uint64_t>();
-            if (!pid.is_number_unsigned() || number > UINT16_MAX) NoCapture(path, name + ": no process id of 16 bits");
+            // A number of another kind need not fit the type that it is asked for.
+            const std::uint64_t number = pid.is_number_unsigned() ? pid.get<std::uint64_t>() : UINT64_MAX;
+            if (number > UINT16_MAX) NoCapture(path, name + ": no process id of 16 bits");
             processes.Add(name, static_cast<unsigned short>(number));
         }
         return processes;
@@ -94,7 +104,7 @@ std::string CaptureReader::FileOf(const std::string& name) const {
     const std::string path = CyclePath(m_cycle) + "/" + name;
     std::error_code ignored;
     if (!fs::exists(fs::symlink_status(path, ignored))) return {};
-    if (fs::is_other(fs::status(path, ignored))) NoCapture(path, "is no regular file");
+    RequireNoDevice(path);
     return path;
 }
 

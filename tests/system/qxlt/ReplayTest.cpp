@@ -334,6 +334,17 @@ TEST(Replay, WaitsForNoPipeInACapture) {
     }
 }
 
+TEST(Replay, WaitsForNoPipeInPlaceOfTheDescription) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string description = place.Write("capture/capture.json", "");
+    std::filesystem::remove(description);
+    ASSERT_EQ(mkfifo(description.c_str(), 0600), 0);
+    const ToolResult result = RunTool({"replay", "-s", script, place.At("capture")});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_THAT(result.error, StartsWith("error: " + description + ": is no regular file; name a directory"));
+}
+
 struct BadInput {
     std::string name;
     std::vector<std::string> arguments;  // relative to the workplace
@@ -352,6 +363,8 @@ TEST_P(ReplayOfBadInput, DoesNotStart) {
     place.Write("list/capture.json", "{\"version\":1,\"processes\":[1]}");
     place.Write("large/capture.json", CaptureFile("\"m\":65536"));
     place.Write("negative/capture.json", CaptureFile("\"m\":-1"));
+    place.Write("huge/capture.json", CaptureFile("\"m\":18446744073709551616"));
+    place.Write("infinite/capture.json", CaptureFile("\"m\":1e999"));
     place.Write("good/capture.json", CaptureFile("\"m\":1"));
     place.Write("dir/capture.json", CaptureFile("\"m\":1"));
     place.Write("dir/000001/m.qxdump/x", "");
@@ -383,6 +396,8 @@ INSTANTIATE_TEST_SUITE_P(
             "ListOfProcesses", {"-s", "v.xml", "list"}, "list/capture.json: holds no \"version\", or no \"processes\""},
         BadInput{"LargeId", {"-s", "v.xml", "large"}, "large/capture.json: m: no process id of 16 bits"},
         BadInput{"NegativeId", {"-s", "v.xml", "negative"}, "negative/capture.json: m: no process id of 16 bits"},
+        BadInput{"HugeId", {"-s", "v.xml", "huge"}, "huge/capture.json: m: no process id of 16 bits"},
+        BadInput{"InfiniteId", {"-s", "v.xml", "infinite"}, "infinite/capture.json: holds a number out of range"},
         BadInput{"DirectoryAsDump", {"-s", "v.xml", "dir"}, "dir/000001/m.qxdump: Is a directory"},
         BadInput{"UnknownEvent",
                  {"-s", "v.xml", "--explain=VOLUM", "good"},
