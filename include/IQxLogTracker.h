@@ -7,8 +7,9 @@
 //     ...
 //     tracker->Stop();
 //
-// All operations are called from one client thread, and configuration (SetQxProcess, ParseScript) comes before Run. The
-// tracker never throws for what a script or a dump contains.
+// All operations are called from one client thread, or from the callback, and configuration (SetQxProcess, ParseScript)
+// comes before Run. The tracker never throws for what a script or a dump contains. Several trackers may run in one
+// process; they share the level of diagnostics, and what events remember from call to call by their names.
 #pragma once
 
 #include <memory>
@@ -24,8 +25,13 @@ enum EDebugLevel { Silent = 0, Fatal = 1, Major = 2, Warning = 3, Debug = 4, Inf
 class QX_EXPORT IQxLogTracker {
 public:
     // A fired event: its name, the value that fired it, a copy of the call, and the context given to Run. Called on the
-    // tracker's worker thread, one event at a time, while a cycle is traced: the next cycle waits for it. The result is
-    // ignored. An exception that leaves the callback is printed at level Major and tracking goes on.
+    // tracker's worker thread, one event at a time, while a cycle is traced: the next cycle, and Stop on another
+    // thread, wait for it, however long it takes. The result is ignored. An exception that leaves the callback is
+    // printed at level Major and tracking goes on.
+    //
+    // The callback may call every operation of its tracker: Get; ParseScript, whose scenario counts from the next cycle
+    // on (the cycle stands still while it waits for processes); Clear, after which the cycle's further calls match
+    // nothing; Stop, which returns at once, the thread ends after this cycle; Run returns 0. It must not destroy it.
     typedef int (*Callback)(std::string name, std::string value, IQxData::HSCall call, void* context);
 
     // Stops a running tracker first, as Stop does. Not to be called from the callback.

@@ -14,6 +14,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <future>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
@@ -977,6 +978,27 @@ TEST_F(QxLogTrackerTest, ACallbackThatThrowsIsPrintedAndTrackingGoesOn) {
     EXPECT_EQ(m_client.Events(), (Names{"VOLUME=1", "VOLUME=2", "VOLUME=3", "VOLUME=4"}));
     EXPECT_EQ(RecordingLog::Count("[QxParser::SendEvent] Callback threw, event: VOLUME, error: boom", DLOG_ERROR), 1);
     EXPECT_EQ(RecordingLog::Count("[QxParser::SendEvent] Callback threw, event: VOLUME", DLOG_ERROR), 1);
+}
+
+// However long it takes: nothing is fetched meanwhile, and Stop waits for it.
+TEST_F(QxLogTrackerTest, ACallbackThatTakesLongHoldsUpTheNextCycleAndStop) {
+    std::promise<void> end;
+    const std::shared_future<void> ended = end.get_future();
+    m_client.act = [&](const std::string& event) {
+        if (event == "VOLUME=1") ended.wait();
+    };
+    const NamedProcess& process = Watch();
+    Load(*m_tracker, Scenario(Action("VOLUME")));
+    AddDumps(process, {"", Calls({1, 2}), Calls({3})});
+    Run();
+    ASSERT_TRUE(m_client.WaitFor(1));
+    const std::size_t waits = m_waits.All().size();
+    std::future<int> stopped = std::async(std::launch::async, [this] { return m_tracker->Stop(); });
+    EXPECT_EQ(stopped.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    EXPECT_EQ(m_waits.All().size(), waits);
+    end.set_value();
+    EXPECT_EQ(stopped.get(), 1);
+    EXPECT_EQ(m_client.Events(), (Names{"VOLUME=1", "VOLUME=2"}));
 }
 
 TEST_F(QxLogTrackerTest, TheCallbackMayReadTheStore) {
