@@ -190,6 +190,7 @@ private:
     void AddDump(const std::string& name, const Bytes& dump) const {
         Write("DumpFuzzer", name, dump);
         Write("CompressedFuzzer", name, Number(0) + dump);
+        AddAgainst(name, "<Scenario/>", dump);
         AddCycles(name, {dump, dump});
     }
 
