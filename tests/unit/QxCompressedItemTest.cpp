@@ -93,4 +93,26 @@ TEST_F(QxCompressedItemTest, LongStreamsUnpackFromFewBytes) {
     EXPECT_TRUE(RecordingLog::Lines().empty());
 }
 
+// Only what unpacks can hold so many.
+TEST_F(QxCompressedItemTest, OneDumpStoresAMillionCallsAndNoMore) {
+    constexpr std::size_t kCalls = 1100000;
+    constexpr std::size_t kPerPacket = 10000;
+    std::string others;
+    for (std::size_t i = 1; i < kPerPacket; ++i) others += StreamItem(kBefore, Before(1, 1));
+    std::string inner;
+    // Each packet's time begins anew; no two calls have the same.
+    for (std::size_t calls = 0; calls < kCalls; calls += kPerPacket) {
+        inner += Thread(4, StreamItem(kBefore, Before(calls, 1)) + others);
+    }
+    const std::string dump = Compressed(inner) + Flush();
+    const std::size_t limit = 1048576 + dump.size() / 4;
+    ASSERT_LT(limit, kCalls);
+    const auto plain = std::make_shared<QxData>();
+    ExactBytes bytes(dump);
+    EXPECT_EQ(parser.Parse(bytes.Pair(), plain), 1);
+    EXPECT_EQ(parser.Extract(), 0);
+    EXPECT_EQ(plain->GetCallIMap()->size(), limit);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many calls", DLOG_ERROR), 1);
+}
+
 }  // namespace
