@@ -37,7 +37,7 @@ CLI::Option& AddScriptOptions(CLI::App& command, ScriptOptions& options) {
 
 void AddLossOption(CLI::App& command, bool& fails) {
     AddChoice<bool>(command, "--on-loss", fails, {{"tell", false}, {"fail", true}},
-                    "What is lost is told (default), or also ends with status 1");
+                    "Tell of what is lost (default), or end with status 1, too");
 }
 
 ExplainOptions ExplainOf(const ScriptOptions& options, const std::vector<std::string>& events) {

@@ -114,8 +114,8 @@ bool Same(const char* what, long before, long after, long allowed) {
 int main(int argc, char** argv) {
     const int cycles = argc > 1 ? std::atoi(argv[1]) : 100000;
     QxDebugPrint::GetInstance()->SetLevel(Silent);
-    // So that no other program's semaphores are counted, where that is allowed.
-    if (unshare(CLONE_NEWIPC) != 0) std::puts("semaphores are those of the whole machine");
+    // Other programs' semaphores come and go.
+    const bool semaphoresAreOurs = unshare(CLONE_NEWIPC) == 0 || unshare(CLONE_NEWUSER | CLONE_NEWIPC) == 0;
     const std::shared_ptr<IQxData> store = IQxData::Instance();
     std::string xml =
         "<Scenario><action name='a'><method name='SetVolume'/><event name='V' tag='IN' value='0' type='INT' "
@@ -142,6 +142,10 @@ int main(int argc, char** argv) {
     bool steady = Same("memory", before.memory, after.memory, kMemoryIsOurs ? kAllowedGrowth : 1L << 40);
     steady &= Same("descriptors", before.descriptors, after.descriptors, 0);
     steady &= Same("threads", before.threads, after.threads, 0);
-    steady &= Same("semaphores", before.semaphores, after.semaphores, 0);
+    if (semaphoresAreOurs) {
+        steady &= Same("semaphores", before.semaphores, after.semaphores, 0);
+    } else {
+        std::puts("semaphores are not compared: this system gives a process none of its own");
+    }
     return steady && events > cycles / 4 ? 0 : 1;
 }
