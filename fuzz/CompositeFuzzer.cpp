@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr std::uint64_t kPairsLeft = 10000;
+
 std::string TypeName(unsigned number) {
     return std::string(1, static_cast<char>('A' + number % 8));
 }
@@ -54,9 +56,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     QxParser parser(nullptr, nullptr);
     std::vector<char> packet = {qxformat::kPersistentBuffer, 0};
     DecodeDump(parser, packet, store);
-    for (unsigned types = input.Byte() % 8; types > 0; --types) {
+    const unsigned how = input.Byte();
+    for (unsigned types = how % 8; types > 0; --types) {
         store->AppendCompArgDesc(TypeName(input.Byte()), MakeDescriptor(input));
     }
+    // A few bytes may stand for as many pairs as a dump may hold, which takes a second: mostly the limit is near.
+    if (how < 248) parser.Budget().TakePairs(qxformat::kMaxPairsOfDump - kPairsLeft);
     std::vector<char> value = input.Rest();
     std::string text;
     ReadStringArg(value.data(), static_cast<unsigned>(value.size()), text);
