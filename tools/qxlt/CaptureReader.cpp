@@ -101,7 +101,7 @@ std::uint64_t CaptureReader::FindAfter(std::uint64_t number) const {
 
 // The path of that file in this cycle; empty when it is not there.
 std::string CaptureReader::FileOf(const std::string& name) const {
-    const std::string path = CyclePath(m_cycle) + "/" + name;
+    std::string path = CyclePath(m_cycle) + "/" + name;
     std::error_code ignored;
     if (!fs::exists(fs::symlink_status(path, ignored))) return {};
     RequireNoDevice(path);
