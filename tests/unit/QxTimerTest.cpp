@@ -62,7 +62,7 @@ TEST(QxTimer, TicksInMilliseconds) {
 }
 
 TEST(QxTimer, TickWrapsAt32Bits) {
-    const unsigned long clocks = 0x100000000 / MsPerClockTick() + 1;
+    const auto clocks = static_cast<unsigned long>(0x100000000 / MsPerClockTick() + 1);
     EXPECT_EQ(TickAt(static_cast<clock_t>(clocks)), (clocks * MsPerClockTick()) & 0xFFFFFFFF);
 }
 

@@ -62,8 +62,9 @@ TEST_F(RecorderTest, IntegersOfEverySize) {
     ASSERT_EQ(call.args.in.size(), std::size(expected));
     for (std::size_t i = 0; i < std::size(expected); ++i) EXPECT_EQ(Number(call.args.in[i]), expected[i]) << i;
     const IQxData::_HSCallLocation location = dump.data->GetCallLocationWithPID(call.locId, call.pid);
+    const char* const longest = sizeof(long) == 8 ? "long" : "long long";
     EXPECT_EQ(location.args.argType,
-              (std::vector<std::string>{"bool", "char", "short", "short", "unsigned int", "long", "unsigned char"}));
+              (std::vector<std::string>{"bool", "char", "short", "short", "unsigned int", longest, "unsigned char"}));
     EXPECT_EQ(location.args.argSize, (std::vector<unsigned>{1, 1, 2, 2, 4, 8, 1}));
     EXPECT_EQ(location.packageName, "p");
     EXPECT_EQ(location.srcCodeFileRaw, "RecorderTest.cpp");
