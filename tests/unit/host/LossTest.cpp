@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <map>
+#include <memory>
 #include <new>
 #include <thread>
 
@@ -127,6 +128,25 @@ protected:
         child.Join();
         TakeDump();
         ExpectExact(shared.Counts());
+    }
+
+    // Starts a child that records through tiny rings, `limit` calls and more on each of two threads, and takes the first
+    // dump of it.
+    std::unique_ptr<Child> StartAndDump(Shared& shared, std::uint32_t limit) {
+        Signal started;
+        auto child = std::make_unique<Child>(m_directory, "traced", [&] {
+            EXPECT_TRUE(qx::recorder::Configure({512, 8}));
+            std::string text;
+            Traced(9, 0, text);
+            started.Send();
+            TraceWithThreads(2, shared.Stop(), limit);
+            shared.Counts() = qx::recorder::GetCounters();
+        });
+        started.Wait();
+        m_seen.clear();
+        m_calls = m_exits = 0;
+        TakeDump(true);
+        return child;
     }
 
     bool IsNew(const std::string& method, std::uint32_t thread, std::uint32_t n) {
@@ -282,20 +302,9 @@ TEST_F(LossTest, ARecorderAndAControlInOneProcess) {
 TEST_F(LossTest, AProgramKilledAtAnyMomentStaysReadable) {
     for (int round = 0; round < 50; ++round) {
         Shared shared;
-        Signal started;
-        Child child(m_directory, "traced", [&] {
-            EXPECT_TRUE(qx::recorder::Configure({512, 8}));
-            std::string text;
-            Traced(9, 0, text);
-            started.Send();
-            TraceWithThreads(2, shared.Stop(), ~0u);
-        });
-        started.Wait();
-        m_seen.clear();
-        m_calls = m_exits = 0;
-        TakeDump(true);
+        const std::unique_ptr<Child> child = StartAndDump(shared, ~0u);
         ::usleep(static_cast<unsigned>(round * 137 % 1500));
-        child.Kill();
+        child->Kill();
         TakeDump();
         const qx::host::Loss loss = Total("traced");
         ExpectBalanced(loss);
@@ -308,25 +317,12 @@ TEST_F(LossTest, AProgramKilledAtAnyMomentStaysReadable) {
 }
 
 TEST_F(LossTest, AProgramThatEndsWhileItIsDumpedLosesNothingUncounted) {
-    for (int round = 0; round < 30; ++round) {
+    for (std::uint32_t round = 0; round < 30 && !HasFailure(); ++round) {
         Shared shared;
-        Signal started;
-        Child child(m_directory, "traced", [&] {
-            EXPECT_TRUE(qx::recorder::Configure({512, 8}));
-            std::string text;
-            Traced(9, 0, text);
-            started.Send();
-            TraceWithThreads(2, shared.Stop(), static_cast<std::uint32_t>(100 + round * 97));
-            shared.Counts() = qx::recorder::GetCounters();
-        });
-        started.Wait();
-        m_seen.clear();
-        m_calls = m_exits = 0;
-        TakeDump(true);
+        const std::unique_ptr<Child> child = StartAndDump(shared, 100 + round * 97);
         while (!Files(".qxrec").empty() && !HasFailure()) TakeDump();
-        child.Join();
+        child->Join();
         ExpectExact(shared.Counts());
-        if (HasFailure()) return;
     }
 }
 
