@@ -130,8 +130,8 @@ protected:
         ExpectExact(shared.Counts());
     }
 
-    // Starts a child that records through tiny rings, `limit` calls and more on each of two threads, and takes the first
-    // dump of it.
+    // Starts a child that records through tiny rings, `limit` calls and more on each of two threads, and takes the
+    // first dump of it.
     std::unique_ptr<Child> StartAndDump(Shared& shared, std::uint32_t limit) {
         Signal started;
         auto child = std::make_unique<Child>(m_directory, "traced", [&] {
