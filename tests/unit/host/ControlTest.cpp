@@ -25,17 +25,17 @@ QX_TRACE_STRUCT(Pair, first, second)
 namespace {
 
 using ControlTest = HostTest;
+using Pause = PausingChild::Pause;
 
 void Note(int value) {
     QX_CALL(call, "p", "Note", qx::In(value));
 }
 
-// Notes 1 to `count`: tells after each that it is done, and goes on when it is told to.
-void NoteOneByOne(int count, const Signal& done, const Signal& go) {
+// Notes 1 to `count`, and pauses after each.
+void NoteOneByOne(int count, const Pause& pause) {
     for (int i = 1; i <= count; ++i) {
         Note(i);
-        done.Send();
-        go.Wait();
+        pause();
     }
 }
 
@@ -73,64 +73,47 @@ TEST_F(ControlTest, ARefusedDirectoryIsReportedOnce) {
 }
 
 TEST_F(ControlTest, TheNextDumpHoldsWhatIsNewAndTheFirstFlagAllThatIsBuffered) {
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] { NoteOneByOne(3, done, go); });
-    done.Wait();
+    PausingChild child(m_directory, "traced", [](const Pause& pause) { NoteOneByOne(3, pause); });
     EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
     EXPECT_FALSE(Dump("traced").exists);
-    go.Send();
-    done.Wait();
+    child.Continue();
     EXPECT_EQ(Values(Dump("traced")), Numbers{2});
     EXPECT_EQ(Values(Dump("traced", true)), (Numbers{1, 2}));
-    go.Send();
-    done.Wait();
+    child.Continue();
     EXPECT_EQ(Values(Dump("traced")), Numbers{3});
     ExpectBalanced(Total("traced"));
     EXPECT_EQ(Total("traced").delivered, 3u);
-    go.Send();
-    child.Join();
+    child.Finish();
 }
 
 TEST_F(ControlTest, TheFirstDumpOfAProgramThatIsIdleDescribesIt) {
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
         Note(1);
-        done.Send();
-        go.Wait();
+        pause();
     });
-    done.Wait();
     Dump("traced", true);
     // Nothing happened since.
     const DecodedDump dump = Dump("traced", true);
     EXPECT_EQ(dump.data->GetCallLocationWithPID(1, 77).callerName, "Note");
-    go.Send();
-    child.Join();
+    child.Finish();
 }
 
 TEST_F(ControlTest, ACallThatIsOpenIsHeldBackAndWrittenWholeAtItsOwnTime) {
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
         {
             QX_CALL_RETURNS(call, int, "p", "Open", qx::In(1));
             Note(2);
             QX_LOG("p", "Log", 3);
-            done.Send();
-            go.Wait();
+            pause();
             Note(4);
             call.Return(10);
         }
-        done.Send();
-        go.Wait();
+        pause();
     });
-    done.Wait();
     const DecodedDump first = Dump("traced", true);
     EXPECT_EQ(Values(first), (Numbers{2, 3}));
     EXPECT_EQ(Total("traced").held, 1u);
-    go.Send();
-    done.Wait();
+    child.Continue();
     const DecodedDump second = Dump("traced");
     EXPECT_EQ(Values(second), (Numbers{1, 4}));
     const IQxData::HSCall& open = second.Only("Open");
@@ -139,28 +122,21 @@ TEST_F(ControlTest, ACallThatIsOpenIsHeldBackAndWrittenWholeAtItsOwnTime) {
     EXPECT_EQ(Number(open.args.ret[0]), 10u);
     EXPECT_EQ(Total("traced").held, 0u);
     EXPECT_EQ(Total("traced").exitsDropped, 0u);
-    go.Send();
-    child.Join();
+    child.Finish();
 }
 
 TEST_F(ControlTest, ACallThatStaysOpenTooLongLosesItsExitOnly) {
     m_control->SetOpenCallLimit(0);
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
         {
             QX_CALL(call, "p", "Open", qx::In(1));
-            done.Send();
-            go.Wait();
+            pause();
             Note(2);
         }
-        done.Send();
-        go.Wait();
+        pause();
     });
-    done.Wait();
     EXPECT_EQ(Dump("traced", true).Only("Open").exitTime, 0u);
-    go.Send();
-    done.Wait();
+    child.Continue();
     const DecodedDump second = Dump("traced");
     EXPECT_EQ(Values(second), Numbers{2});
     EXPECT_NE(second.calls[0].exitTime, 0u);
@@ -168,19 +144,15 @@ TEST_F(ControlTest, ACallThatStaysOpenTooLongLosesItsExitOnly) {
     ExpectBalanced(loss);
     EXPECT_EQ(loss.delivered, 2u);
     EXPECT_EQ(loss.exitsDropped, 1u);
-    go.Send();
-    child.Join();
+    child.Finish();
 }
 
 TEST_F(ControlTest, AKilledProgramIsDumpedWithItsOpenCallsAndThenForgotten) {
-    Signal done;
-    Child child(m_directory, "traced", [&] {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
         Note(1);
         QX_CALL(call, "p", "Open", qx::In(2));
-        done.Send();
-        ::pause();
+        pause();
     });
-    done.Wait();
     child.Kill();
     const DecodedDump dump = Dump("traced", true);
     EXPECT_EQ(Values(dump), (Numbers{1, 2}));
@@ -192,22 +164,17 @@ TEST_F(ControlTest, AKilledProgramIsDumpedWithItsOpenCallsAndThenForgotten) {
 }
 
 TEST_F(ControlTest, AStoppedProgramIsDumpedAndGoesOn) {
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
         Note(1);
-        done.Send();
-        go.Wait();
+        pause();
         Note(2);
     });
-    done.Wait();
     ASSERT_EQ(::kill(child.Pid(), SIGSTOP), 0);
     EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
-    go.Send();
     EXPECT_FALSE(Dump("traced").exists);
     EXPECT_EQ(Files(".qxrec").size(), 1u);
     ASSERT_EQ(::kill(child.Pid(), SIGCONT), 0);
-    child.Join();
+    child.Finish();
     EXPECT_EQ(Values(Dump("traced")), Numbers{2});
 }
 
@@ -295,20 +262,16 @@ void RecordLayoutTwo() {
 }
 
 TEST_F(ControlTest, TwoProgramsOfOneNameDoNotGetIntoEachOthersWay) {
-    Signal go;
-    Signal done;
-    const auto record = [&](void (*layout)(), int value) {
-        return [&go, &done, layout, value] {
-            layout();
-            Note(value);
-            done.Send();
-            go.Wait();
-        };
-    };
-    Child one(m_directory, "traced", record(&RecordLayoutOne, 1));
-    Child two(m_directory, "traced", record(&RecordLayoutTwo, 2));
-    done.Wait();
-    done.Wait();
+    PausingChild one(m_directory, "traced", [](const Pause& pause) {
+        RecordLayoutOne();
+        Note(1);
+        pause();
+    });
+    PausingChild two(m_directory, "traced", [](const Pause& pause) {
+        RecordLayoutTwo();
+        Note(2);
+        pause();
+    });
     const DecodedDump dump = Dump("traced", true);
     ASSERT_EQ(dump.calls.size(), 4u);
     const IQxData::HSCall& first = dump.Only("One");
@@ -322,10 +285,8 @@ TEST_F(ControlTest, TwoProgramsOfOneNameDoNotGetIntoEachOthersWay) {
     EXPECT_EQ(Number(second.args.in[2]), 12u);
     EXPECT_NE(first.tid, second.tid);
     EXPECT_EQ(Numbers({Number(dump.Of("Note")[0].args.in[0]), Number(dump.Of("Note")[1].args.in[0])}), (Numbers{1, 2}));
-    go.Send();
-    go.Send();
-    one.Join();
-    two.Join();
+    one.Finish();
+    two.Finish();
 }
 
 TEST_F(ControlTest, ThreadsOfTwoProgramsHaveDifferentNumbers) {
@@ -334,18 +295,13 @@ TEST_F(ControlTest, ThreadsOfTwoProgramsHaveDifferentNumbers) {
     // Read in one go, as a tracker's cycle does: the numbers of the first are free again only afterwards.
     const DecodedDump one = Dump("one", true);
     EXPECT_EQ(one.calls.at(0).tid, 1u);
-    Signal go;
-    Signal done;
-    Child three(m_directory, "three", [&] {
+    PausingChild three(m_directory, "three", [](const Pause& pause) {
         Note(3);
-        done.Send();
-        go.Wait();
+        pause();
     });
-    done.Wait();
     const unsigned short tid = Dump("three", true).calls.at(0).tid;
     EXPECT_NE(Dump("two", true).calls.at(0).tid, tid);
-    go.Send();
-    three.Join();
+    three.Finish();
 }
 
 TEST_F(ControlTest, DumpsReplaceEachOtherAndThoseOfDeadReadersGo) {
@@ -370,16 +326,12 @@ TEST_F(ControlTest, DumpsReplaceEachOtherAndThoseOfDeadReadersGo) {
 }
 
 TEST_F(ControlTest, WhatADumpThatCannotBeWrittenHeldComesWithTheNextOne) {
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] { NoteOneByOne(2, done, go); });
-    done.Wait();
+    PausingChild child(m_directory, "traced", [](const Pause& pause) { NoteOneByOne(2, pause); });
     ASSERT_TRUE(Dump("traced", true).exists);
     const std::string path = Files(".qxdump").at(0);
     ::unlink(path.c_str());
     ASSERT_EQ(::mkdir(path.c_str(), 0700), 0);
-    go.Send();
-    done.Wait();
+    child.Continue();
     EXPECT_FALSE(Dump("traced").exists);
     EXPECT_FALSE(Dump("traced").exists);
     ASSERT_EQ(RecordingLog::Lines().size(), 1u);
@@ -389,8 +341,7 @@ TEST_F(ControlTest, WhatADumpThatCannotBeWrittenHeldComesWithTheNextOne) {
     ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
     EXPECT_EQ(Values(Dump("traced")), Numbers{2});
     EXPECT_EQ(Total("traced").delivered, 2u);
-    go.Send();
-    child.Join();
+    child.Finish();
 }
 
 TEST_F(ControlTest, AReadOnlyDirectoryGivesNoDumpAndLosesNone) {
@@ -458,10 +409,7 @@ TEST_F(ControlTest, ARecordingOfAnotherUserIsRefused) {
 }
 
 TEST_F(ControlTest, DumpsFollowNoLink) {
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] { NoteOneByOne(2, done, go); });
-    done.Wait();
+    PausingChild child(m_directory, "traced", [](const Pause& pause) { NoteOneByOne(2, pause); });
     ASSERT_TRUE(Dump("traced", true).exists);
     const std::string path = Files(".qxdump").at(0);
     const std::string newPath = path.substr(0, path.rfind('.')) + ".qxtmp";
@@ -470,42 +418,34 @@ TEST_F(ControlTest, DumpsFollowNoLink) {
     ::unlink(path.c_str());
     ASSERT_EQ(::symlink(victim.c_str(), path.c_str()), 0);
     ASSERT_EQ(::symlink(victim.c_str(), newPath.c_str()), 0);
-    go.Send();
-    done.Wait();
+    child.Continue();
     EXPECT_EQ(Values(Dump("traced")), Numbers{2});
     EXPECT_EQ(ReadFile(victim), "precious");
     struct stat status {};
     ASSERT_EQ(::lstat(path.c_str(), &status), 0);
     EXPECT_TRUE(S_ISREG(status.st_mode));
     EXPECT_NE(::access(newPath.c_str(), F_OK), 0);
-    go.Send();
-    child.Join();
+    child.Finish();
 }
 
 TEST_F(ControlTest, LossIsToldByThreadAndForTheLastDump) {
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
         qx::recorder::SetThreadName("first");
         Note(1);
         std::thread([&] {
             qx::recorder::SetThreadName("second");
             Note(2);
             Note(3);
-            done.Send();
-            go.Wait();
+            pause();
             Note(4);
-            done.Send();
-            go.Wait();
+            pause();
         }).join();
     });
-    done.Wait();
     Dump("traced", true);
     qx::host::Loss last;
     ASSERT_TRUE(m_control->GetLoss("traced", nullptr, &last));
     EXPECT_EQ(last.delivered, 3u);
-    go.Send();
-    done.Wait();
+    child.Continue();
     Dump("traced");
     ASSERT_TRUE(m_control->GetLoss("traced", nullptr, &last));
     EXPECT_EQ(last.recorded, 1u);
@@ -520,8 +460,7 @@ TEST_F(ControlTest, LossIsToldByThreadAndForTheLastDump) {
     EXPECT_EQ(threads[1].pid, child.Pid());
     EXPECT_FALSE(m_control->GetLoss("unknown", &last, nullptr));
     EXPECT_TRUE(m_control->GetThreadLoss("unknown").empty());
-    go.Send();
-    child.Join();
+    child.Finish();
 }
 
 // The packets of a dump: compressed ones that describe, thread names, then the calls.

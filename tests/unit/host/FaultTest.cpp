@@ -157,14 +157,10 @@ TEST_F(FaultTest, AFileCutAnywhereIsReadUpToThere) {
 }
 
 TEST_F(FaultTest, OneThatIsGivenUpIsSaidOnceAndDoesNotHinderOthers) {
-    Signal go;
-    Signal done;
-    Child bad(m_directory, "traced", [&] {
+    PausingChild bad(m_directory, "traced", [](const PausingChild::Pause& pause) {
         RecordSome(1);
-        done.Send();
-        go.Wait();
+        pause();
     });
-    done.Wait();
     Dump("traced", true);
     const std::string path = Files(".qxrec").at(0);
     const int fd = ::open(path.c_str(), O_RDWR);

@@ -96,6 +96,27 @@ void Child::Kill() {
     m_isRunning = false;
 }
 
+PausingChild::PausingChild(const std::string& directory, const std::string& name,
+                           const std::function<void(const Pause& pause)>& body)
+    : m_child(directory, name, [this, &body] {
+          body([this] {
+              m_paused.Send();
+              m_go.Wait();
+          });
+      }) {
+    m_paused.Wait();
+}
+
+void PausingChild::Continue() const {
+    m_go.Send();
+    m_paused.Wait();
+}
+
+void PausingChild::Finish() {
+    m_go.Send();
+    m_child.Join();
+}
+
 std::vector<IQxData::HSCall> DecodedDump::Of(const std::string& method) const {
     std::vector<IQxData::HSCall> found;
     for (const IQxData::HSCall& call : calls) {

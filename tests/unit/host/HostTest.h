@@ -48,6 +48,28 @@ private:
     bool m_isRunning = true;
 };
 
+// A traced child that stands still wherever its body calls `pause`, until it is let go on. Once made, it stands at the
+// first such place.
+class PausingChild {
+public:
+    using Pause = std::function<void()>;
+
+    PausingChild(const std::string& directory, const std::string& name,
+                 const std::function<void(const Pause& pause)>& body);
+
+    pid_t Pid() const { return m_child.Pid(); }
+    // Lets it go on to its next pause.
+    void Continue() const;
+    // Lets it go on to its end; expects that it ended well.
+    void Finish();
+    void Kill() { m_child.Kill(); }
+
+private:
+    Signal m_go;
+    Signal m_paused;
+    Child m_child;
+};
+
 // What one dump held.
 struct DecodedDump {
     bool exists = false;

@@ -200,25 +200,20 @@ TEST_F(LossTest, AnOverwrittenRingIsCountedToTheCall) {
 // Nobody who watched lost the return of a call that was gone before anybody watched.
 TEST_F(LossTest, AReturnOfACallThatWasGoneBeforeTheFirstDumpIsNotDropped) {
     Shared shared;
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] {
+    PausingChild child(m_directory, "traced", [&](const PausingChild::Pause& pause) {
         EXPECT_TRUE(qx::recorder::Configure({256, 8}));
         std::string text = TextOf(1);
         {
             QX_CALL_RETURNS(call, std::uint32_t, "p", "Traced", qx::In(7u), qx::In(1u), qx::InOut(text));
             TraceUntil(0, shared.Stop(), 1000);
-            done.Send();
-            go.Wait();
+            pause();
             call.Return(2);
         }
         shared.Counts() = qx::recorder::GetCounters();
     });
-    done.Wait();
     TakeDump(true);
     const std::uint64_t before = Total("traced").exitsBeforeFirst;
-    go.Send();
-    child.Join();
+    child.Finish();
     TakeDump();
     ExpectExact(shared.Counts());
     EXPECT_EQ(Total("traced").exitsBeforeFirst, before + 1);
@@ -227,9 +222,7 @@ TEST_F(LossTest, AReturnOfACallThatWasGoneBeforeTheFirstDumpIsNotDropped) {
 
 TEST_F(LossTest, AFullRingThatDiscardsKeepsTheFirstCallsAndGoesOnAfterADump) {
     Shared shared;
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] {
+    PausingChild child(m_directory, "traced", [&](const PausingChild::Pause& pause) {
         EXPECT_TRUE(qx::recorder::Configure({256, 8, 1 << 16, Mode::Discard}));
         std::uint32_t n = 0;
         for (int round = 0; round < 20; ++round) {
@@ -237,19 +230,17 @@ TEST_F(LossTest, AFullRingThatDiscardsKeepsTheFirstCallsAndGoesOnAfterADump) {
                 std::string text = TextOf(n);
                 Traced(0, n, text);
             }
-            done.Send();
-            go.Wait();
+            pause();
         }
         shared.Counts() = qx::recorder::GetCounters();
     });
     for (int round = 0; round < 20; ++round) {
-        done.Wait();
+        if (round > 0) child.Continue();
         const std::uint64_t before = m_calls;
         TakeDump(round == 0);
         EXPECT_GT(m_calls, before);
-        go.Send();
     }
-    child.Join();
+    child.Finish();
     TakeDump();
     ExpectExact(shared.Counts());
     EXPECT_GT(shared.Counts().refused, 0u);

@@ -360,23 +360,19 @@ TEST_F(RecorderTest, ThreadsThatComeAndGoUseNothingUp) {
 }
 
 TEST_F(RecorderTest, TidsAreUsedAgainOnceTheirThreadsAreGone) {
-    Signal go;
-    Signal done;
-    Child child(m_directory, "traced", [&] {
+    PausingChild child(m_directory, "traced", [](const PausingChild::Pause& pause) {
         for (int round = 0; round < 5; ++round) {
-            go.Wait();
             for (int i = 0; i < 10; ++i) std::thread([i] { Note(i); }).join();
-            done.Send();
+            pause();
         }
-        go.Wait();
     });
     unsigned highest = 0;
     for (int round = 0; round < 5; ++round) {
-        go.Send();
-        done.Wait();
+        if (round > 0) child.Continue();
         for (const IQxData::HSCall& call : Dump("traced", round == 0).calls)
             highest = std::max<unsigned>(highest, call.tid);
     }
+    child.Finish();
     EXPECT_LE(highest, 12u);
 }
 
