@@ -5,6 +5,9 @@
 // No operation locks. While a tracker runs, its worker thread writes the store; another thread that reads it, or calls
 // clear(), must order itself with the worker. Inside the client's callback, which runs on that worker, every operation
 // may be called.
+//
+// Call locations, layouts and threads stay until clear(), 64 MiB of them for each process: past that, storing another
+// one throws the decoding layer's "invalid size", and an unknown one that is looked up is no longer stored.
 #pragma once
 
 #include <map>

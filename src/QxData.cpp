@@ -22,6 +22,7 @@ void QxData::clear() {
     m_calls.clear();
     m_descriptors.clear();
     m_threads.clear();
+    m_described.Clear();
     m_openCalls.clear();
     m_currentThread = 0;
     m_currentProcess.clear();
@@ -51,6 +52,7 @@ void QxData::AppendProcessName(unsigned short pid, std::string name) {
 void QxData::AppendCurrentProcess(std::string name) {
     m_currentProcess = std::move(name);
     UpdateCurrentPID();
+    m_described.BeginDump();
 }
 
 void QxData::UpdateCurrentPID() {
@@ -68,11 +70,19 @@ unsigned int QxData::LocationKey(unsigned int locId, unsigned short pid) {
 }
 
 void QxData::AppendCallLocation(_HSCallLocation& location) {
-    m_locations[LocationKey(location.locId, m_currentPid)] = QxLocation(location);
+    const unsigned int key = LocationKey(location.locId, m_currentPid);
+    const auto known = m_locations.find(key);
+    m_described.Take(m_currentPid, QxDescriptionBudget::Cost(location),
+                     known == m_locations.end() ? 0 : QxDescriptionBudget::Cost(known->second.site));
+    m_locations.insert_or_assign(known, key, QxLocation(location));
 }
 
 const QxLocation& QxData::Location(unsigned int locId, unsigned short pid) {
-    return m_locations[LocationKey(locId, pid)];
+    const unsigned int key = LocationKey(locId, pid);
+    const auto known = m_locations.find(key);
+    if (known != m_locations.end()) return known->second;
+    static const QxLocation unknown;
+    return m_described.TryTake(pid, QxDescriptionBudget::Cost(unknown.site)) ? m_locations[key] : unknown;
 }
 
 IQxData::_HSCallLocation QxData::GetCallLocation(unsigned int locId) {
@@ -84,11 +94,17 @@ IQxData::_HSCallLocation QxData::GetCallLocationWithPID(unsigned int locId, unsi
 }
 
 void QxData::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
-    m_descriptors[std::move(name)] = std::move(desc);
+    const auto known = m_descriptors.find(name);
+    m_described.Take(m_currentPid, QxDescriptionBudget::Cost(name, desc),
+                     known == m_descriptors.end() ? 0 : QxDescriptionBudget::Cost(name, known->second));
+    m_descriptors.insert_or_assign(known, std::move(name), std::move(desc));
 }
 
 const IQxData::_HSCompArgDesc& QxData::CompArgDesc(const std::string& name) {
-    return m_descriptors[name];
+    const auto known = m_descriptors.find(name);
+    if (known != m_descriptors.end()) return known->second;
+    static const _HSCompArgDesc unknown;
+    return m_described.TryTake(m_currentPid, QxDescriptionBudget::Cost(name, unknown)) ? m_descriptors[name] : unknown;
 }
 
 void QxData::GetCompArgDesc(_HSCompArgDesc& out, std::string name) {
@@ -138,7 +154,10 @@ void QxData::AppendEvent(std::string name, std::string value, HSCall call) {
 
 void QxData::AppendThread(HSIThread& thread) {
     thread.pid = m_currentPid;
-    m_threads[thread.tid] = thread;
+    const auto known = m_threads.find(thread.tid);
+    m_described.Take(m_currentPid, QxDescriptionBudget::Cost(thread),
+                     known == m_threads.end() ? 0 : QxDescriptionBudget::Cost(known->second));
+    m_threads.insert_or_assign(known, thread.tid, thread);
 }
 
 IQxData::HSIThread QxData::GetThread(unsigned short tid) {

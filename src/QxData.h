@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "IQxData.h"
+#include "QxDescriptionBudget.h"
 #include "QxLocation.h"
 
 class QxCursor;
@@ -62,7 +63,8 @@ public:
     unsigned short GetCurrentPID() override;
 
     // The same records without copies, for the library's own reading; valid until the store changes them. An unknown
-    // location or descriptor is stored as an empty record, as in the operations above.
+    // location or descriptor is stored as an empty record, as in the operations above, while its process may still
+    // describe anything.
     const QxLocation& Location(unsigned int locId, unsigned short pid);
     const _HSCompArgDesc& CompArgDesc(const std::string& name);
     // Throws PERR_CALL_NOT_FOUND.
@@ -96,6 +98,7 @@ private:
     std::map<unsigned long long, HSCall> m_calls;
     std::map<std::string, _HSCompArgDesc> m_descriptors;
     std::map<unsigned short, HSIThread> m_threads;
+    QxDescriptionBudget m_described;  // what the three above hold
     std::map<unsigned short, unsigned long long> m_threadTimes;
     unsigned short m_currentThread = 0;
     std::deque<unsigned long long> m_openCalls;  // the newest at the back

@@ -68,6 +68,8 @@ constexpr std::uint64_t kBytesPerCall = 4;
 // held to their packet.
 constexpr std::uint64_t kMaxJoinedBytes = 1048576;
 constexpr std::uint64_t kJoinedPerByte = 16;
+// What one process describes in all of its dumps: call sites, layouts and threads stay until the store is cleared.
+constexpr std::uint64_t kMaxDescriptionBytes = 64u << 20;
 // Lines that decoding one dump prints.
 constexpr std::uint32_t kMaxLines = 4096;
 
