@@ -1,49 +1,81 @@
 #include "QxCatalog.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "QxDumpFormat.h"
 
 namespace qxhost {
 
+namespace {
+
+// A reader unpacks no more than 64 MiB of a dump. A program that describes itself takes far less; many versions of one
+// that are run one after the other add up.
+constexpr std::size_t kMaxItemsSize = 32 << 20;
+
+}  // namespace
+
 void QxCatalog::Take(const QxMetadata& metadata, View& view) {
     for (; view.descriptors < metadata.Descriptors().size(); ++view.descriptors) {
-        const QxDescriptor& descriptor = metadata.Descriptors()[view.descriptors];
-        view.typeNames[&descriptor] = AddDescriptor(descriptor, view);
+        AddDescriptor(metadata.Descriptors()[view.descriptors], view);
     }
     while (view.numbers.size() < metadata.Locations().size()) {
         view.numbers.push_back(AddLocation(metadata.Locations()[view.numbers.size()], view));
     }
 }
 
-std::string QxCatalog::TypeName(const QxType& type, const View& view) const {
+bool QxCatalog::HasPlace(std::size_t itemSize) const {
+    return m_descriptorItems.size() + m_locationItems.size() + itemSize <= kMaxItemsSize;
+}
+
+bool QxCatalog::IsNamed(const QxType& type, const View& view) {
+    return type.descriptor == nullptr || view.typeNames.count(type.descriptor) != 0;
+}
+
+std::string QxCatalog::TypeName(const QxType& type, const View& view) {
     return type.descriptor != nullptr ? view.typeNames.at(type.descriptor) : type.name;
+}
+
+void QxCatalog::AddDescriptor(const QxDescriptor& descriptor, View& view) {
+    const bool areNamed = std::all_of(descriptor.members.begin(), descriptor.members.end(),
+                                      [&view](const QxMember& member) { return IsNamed(member.type, view); });
+    if (!areNamed) return;
+    std::string layout = EncodeDescriptor(descriptor, descriptor.name, view);
+    auto known = m_types.find(layout);
+    if (known == m_types.end()) {
+        if (!HasPlace(layout.size())) return;
+        const std::string name = NewName(descriptor.name);
+        AppendItem(m_descriptorItems, dumpformat::kCompArgItem, EncodeDescriptor(descriptor, name, view));
+        known = m_types.emplace(std::move(layout), name).first;
+    }
+    view.typeNames[&descriptor] = known->second;
 }
 
 // A layout that has the name of another one but not its content goes by a name of its own: readers know layouts by
 // name.
-std::string QxCatalog::AddDescriptor(const QxDescriptor& descriptor, const View& view) {
-    for (unsigned attempt = 1;; ++attempt) {
-        std::string name = attempt == 1 ? descriptor.name : descriptor.name + "#" + std::to_string(attempt);
-        const std::string item = EncodeDescriptor(descriptor, name, view);
-        const auto [place, isNew] = m_types.emplace(name, item);
-        if (isNew) AppendItem(m_descriptorItems, dumpformat::kCompArgItem, item);
-        if (place->second == item) return name;
-    }
+std::string QxCatalog::NewName(const std::string& ownName) {
+    unsigned& number = m_namesakes.emplace(ownName, 1).first->second;
+    std::string name = ownName;
+    while (!m_typeNames.insert(name).second) name = ownName + "#" + std::to_string(++number);
+    return name;
 }
 
 std::uint32_t QxCatalog::AddLocation(const QxLocation& location, const View& view) {
-    const auto [place, isNew] = m_numbers.emplace(EncodeLocation(location, 0, view), 0);
-    if (!isNew) return place->second;
-    if (m_numbers.size() > qxlayout::kMaxLocations) {
-        m_numbers.erase(place);
-        return 0;
-    }
-    place->second = static_cast<std::uint32_t>(m_numbers.size());
-    AppendItem(m_locationItems, dumpformat::kLocationItem, EncodeLocation(location, place->second, view));
-    return place->second;
+    const bool areNamed = IsNamed(location.result, view) &&
+                          std::all_of(location.arguments.begin(), location.arguments.end(),
+                                      [&view](const QxArgument& argument) { return IsNamed(argument.type, view); });
+    if (!areNamed) return 0;
+    std::string site = EncodeLocation(location, 0, view);
+    const auto known = m_numbers.find(site);
+    if (known != m_numbers.end()) return known->second;
+    if (m_numbers.size() >= qxlayout::kMaxLocations || !HasPlace(site.size())) return 0;
+    const auto number = static_cast<std::uint32_t>(m_numbers.size() + 1);
+    AppendItem(m_locationItems, dumpformat::kLocationItem, EncodeLocation(location, number, view));
+    m_numbers.emplace(std::move(site), number);
+    return number;
 }
 
-std::string QxCatalog::EncodeDescriptor(const QxDescriptor& descriptor, const std::string& name,
-                                        const View& view) const {
+std::string QxCatalog::EncodeDescriptor(const QxDescriptor& descriptor, const std::string& name, const View& view) {
     std::string out;
     AppendVarint(out, descriptor.members.size());
     for (const QxMember& member : descriptor.members) AppendVarint(out, member.type.size);
@@ -54,7 +86,7 @@ std::string QxCatalog::EncodeDescriptor(const QxDescriptor& descriptor, const st
     return out;
 }
 
-std::string QxCatalog::EncodeLocation(const QxLocation& location, std::uint32_t number, const View& view) const {
+std::string QxCatalog::EncodeLocation(const QxLocation& location, std::uint32_t number, const View& view) {
     std::string out;
     AppendVarint(out, location.line);
     AppendText(out, location.file);

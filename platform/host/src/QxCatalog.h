@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -16,24 +17,29 @@ public:
     // The place of one recording's metadata in the catalog.
     struct View {
         std::size_t descriptors = 0;                           // that were taken over
-        std::map<const QxDescriptor*, std::string> typeNames;  // as dumps call them
+        std::map<const QxDescriptor*, std::string> typeNames;  // as dumps call them, of those that found a place
         std::vector<std::uint32_t> numbers;                    // of the locations, 0 for those that found no place
     };
 
-    // Takes over what the metadata holds beyond the view.
+    // Takes over what the metadata holds beyond the view, as far as there is place: the items have to fit into a dump.
     void Take(const QxMetadata& metadata, View& view);
 
     // All items so far, as a persistent buffer holds them: layouts first.
     std::string Items() const { return m_descriptorItems + m_locationItems; }
 
 private:
-    std::string TypeName(const QxType& type, const View& view) const;
-    std::string AddDescriptor(const QxDescriptor& descriptor, const View& view);
+    static bool IsNamed(const QxType& type, const View& view);
+    static std::string TypeName(const QxType& type, const View& view);
+    void AddDescriptor(const QxDescriptor& descriptor, View& view);
+    std::string NewName(const std::string& ownName);
     std::uint32_t AddLocation(const QxLocation& location, const View& view);
-    std::string EncodeDescriptor(const QxDescriptor& descriptor, const std::string& name, const View& view) const;
-    std::string EncodeLocation(const QxLocation& location, std::uint32_t number, const View& view) const;
+    bool HasPlace(std::size_t itemSize) const;
+    static std::string EncodeDescriptor(const QxDescriptor& descriptor, const std::string& name, const View& view);
+    static std::string EncodeLocation(const QxLocation& location, std::uint32_t number, const View& view);
 
-    std::map<std::string, std::string> m_types;      // dump name to encoded item
+    std::map<std::string, std::string> m_types;      // encoded layout under its own name to its name in dumps
+    std::set<std::string> m_typeNames;               // in dumps
+    std::map<std::string, unsigned> m_namesakes;     // own name to the last number that was tried with it
     std::map<std::string, std::uint32_t> m_numbers;  // encoded location without number to number
     std::string m_descriptorItems;
     std::string m_locationItems;

@@ -98,6 +98,7 @@ void QxMetadata::AppendRecord(QxByteReader record) {
             CheckEnd(record);
             break;
         case kMetaName: {
+            if (m_names.size() > kMaxNames) throw QxDamage("it has too many thread names");
             // The rest of the record, as it stands.
             std::string name;
             while (record.Left() > 0) name += static_cast<char>(record.ReadByte());

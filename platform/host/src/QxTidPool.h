@@ -12,7 +12,10 @@ class QxTidPool {
 public:
     // A number that is not in use, from 1 on; 0 when all are.
     std::uint16_t Take();
-    void GiveBack(std::uint16_t tid) { m_free.insert(tid); }
+    // 0 is none, and stays none.
+    void GiveBack(std::uint16_t tid) {
+        if (tid != 0) m_free.insert(tid);
+    }
 
 private:
     std::set<std::uint16_t> m_free;
