@@ -3,6 +3,17 @@
 #include "QxCursor.h"
 #include "QxFormat.h"
 
+namespace {
+
+using Share = QxDescriptionBudget::Share;
+
+template <typename... Record>
+Share ShareOf(unsigned short pid, const Record&... record) {
+    return {pid, QxDescriptionBudget::Cost(record...)};
+}
+
+}  // namespace
+
 QxData::QxData() {
     QxData::clear();
 }
@@ -72,9 +83,10 @@ unsigned int QxData::LocationKey(unsigned int locId, unsigned short pid) {
 void QxData::AppendCallLocation(_HSCallLocation& location) {
     const unsigned int key = LocationKey(location.locId, m_currentPid);
     const auto known = m_locations.find(key);
-    m_described.Take(m_currentPid, QxDescriptionBudget::Cost(location),
-                     known == m_locations.end() ? 0 : QxDescriptionBudget::Cost(known->second.site));
-    m_locations.insert_or_assign(known, key, QxLocation(location));
+    m_described.Take(ShareOf(m_currentPid, location),
+                     known == m_locations.end() ? Share() : ShareOf(known->second.describer, known->second.site));
+    QxLocation& stored = m_locations.insert_or_assign(known, key, QxLocation(location))->second;
+    stored.describer = m_currentPid;
 }
 
 const QxLocation& QxData::Location(unsigned int locId, unsigned short pid) {
@@ -82,7 +94,10 @@ const QxLocation& QxData::Location(unsigned int locId, unsigned short pid) {
     const auto known = m_locations.find(key);
     if (known != m_locations.end()) return known->second;
     static const QxLocation unknown;
-    return m_described.TryTake(pid, QxDescriptionBudget::Cost(unknown.site)) ? m_locations[key] : unknown;
+    if (!m_described.TryTake(ShareOf(pid, unknown.site))) return unknown;
+    QxLocation& stored = m_locations[key];
+    stored.describer = pid;
+    return stored;
 }
 
 IQxData::_HSCallLocation QxData::GetCallLocation(unsigned int locId) {
@@ -95,16 +110,18 @@ IQxData::_HSCallLocation QxData::GetCallLocationWithPID(unsigned int locId, unsi
 
 void QxData::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
     const auto known = m_descriptors.find(name);
-    m_described.Take(m_currentPid, QxDescriptionBudget::Cost(name, desc),
-                     known == m_descriptors.end() ? 0 : QxDescriptionBudget::Cost(name, known->second));
-    m_descriptors.insert_or_assign(known, std::move(name), std::move(desc));
+    m_described.Take(
+        ShareOf(m_currentPid, name, desc),
+        known == m_descriptors.end() ? Share() : ShareOf(known->second.describer, name, known->second.desc));
+    m_descriptors.insert_or_assign(known, std::move(name), Layout{std::move(desc), m_currentPid});
 }
 
 const IQxData::_HSCompArgDesc& QxData::CompArgDesc(const std::string& name) {
     const auto known = m_descriptors.find(name);
-    if (known != m_descriptors.end()) return known->second;
+    if (known != m_descriptors.end()) return known->second.desc;
     static const _HSCompArgDesc unknown;
-    return m_described.TryTake(m_currentPid, QxDescriptionBudget::Cost(name, unknown)) ? m_descriptors[name] : unknown;
+    if (!m_described.TryTake(ShareOf(m_currentPid, name, unknown))) return unknown;
+    return m_descriptors.try_emplace(name, Layout{{}, m_currentPid}).first->second.desc;
 }
 
 void QxData::GetCompArgDesc(_HSCompArgDesc& out, std::string name) {
@@ -155,8 +172,8 @@ void QxData::AppendEvent(std::string name, std::string value, HSCall call) {
 void QxData::AppendThread(HSIThread& thread) {
     thread.pid = m_currentPid;
     const auto known = m_threads.find(thread.tid);
-    m_described.Take(m_currentPid, QxDescriptionBudget::Cost(thread),
-                     known == m_threads.end() ? 0 : QxDescriptionBudget::Cost(known->second));
+    m_described.Take(ShareOf(m_currentPid, thread),
+                     known == m_threads.end() ? Share() : ShareOf(known->second.pid, known->second));
     m_threads.insert_or_assign(known, thread.tid, thread);
 }
 

@@ -86,6 +86,11 @@ public:
     static bool TryCommonHeader(QxCursor& cursor, CommonHeader& header);
 
 private:
+    struct Layout {
+        _HSCompArgDesc desc;
+        unsigned short describer;  // the process whose allowance it counts against
+    };
+
     static unsigned int LocationKey(unsigned int locId, unsigned short pid);
     void UpdateCurrentPID();
 
@@ -96,7 +101,7 @@ private:
     unsigned short m_currentPid = 0;  // of m_currentProcess in m_processes, looked up once per change
     std::map<unsigned int, QxLocation> m_locations;
     std::map<unsigned long long, HSCall> m_calls;
-    std::map<std::string, _HSCompArgDesc> m_descriptors;
+    std::map<std::string, Layout> m_descriptors;
     std::map<unsigned short, HSIThread> m_threads;
     QxDescriptionBudget m_described;  // what the three above hold
     std::map<unsigned short, unsigned long long> m_threadTimes;

@@ -24,6 +24,11 @@ std::uint64_t CostOf(const std::vector<std::string>& texts) {
     return cost;
 }
 
+// Memory that ran out between taking and storing leaves the counts a little off.
+std::uint64_t Without(std::uint64_t taken, std::uint64_t cost) {
+    return taken - std::min(taken, cost);
+}
+
 }  // namespace
 
 std::uint64_t QxDescriptionBudget::Cost(const IQxData::_HSCallLocation& location) {
@@ -40,27 +45,32 @@ std::uint64_t QxDescriptionBudget::Cost(const IQxData::HSIThread& thread) {
     return kRecordCost + CostOf(thread.name);
 }
 
-void QxDescriptionBudget::Take(unsigned short pid, std::uint64_t cost, std::uint64_t replaced) {
-    std::uint64_t& taken = m_taken[pid];
-    // What is replaced may be another process's, whose keys can wrap into this one's.
-    const std::uint64_t rest = taken - std::min(taken, replaced);
-    if (cost > qxformat::kMaxDescriptionBytes - std::min(rest, qxformat::kMaxDescriptionBytes)) {
-        if (!m_isPrinted) {
-            QxDebugPrint::GetInstance()->Print(
-                "Take", __LINE__, Major,
-                "[QxDescriptionBudget::Take] Process %u describes more call sites, layouts and threads than are kept: "
-                "%u MiB",
-                static_cast<unsigned>(pid), static_cast<unsigned>(qxformat::kMaxDescriptionBytes >> 20));
-        }
-        m_isPrinted = true;
-        throw QxData::PERR_INVALID_SIZE;
+void QxDescriptionBudget::Take(const Share& share, const Share& replaced) {
+    std::uint64_t& taken = m_taken[share.pid];
+    const bool isOwn = replaced.pid == share.pid;
+    if (share.cost > qxformat::kMaxDescriptionBytes - (isOwn ? Without(taken, replaced.cost) : taken)) {
+        Refuse(share.pid);
     }
-    taken = rest + cost;
+    std::uint64_t& given = m_taken[replaced.pid];
+    given = Without(given, replaced.cost);
+    taken += share.cost;
 }
 
-bool QxDescriptionBudget::TryTake(unsigned short pid, std::uint64_t cost) {
-    std::uint64_t& taken = m_taken[pid];
-    if (cost > qxformat::kMaxDescriptionBytes - taken) return false;
-    taken += cost;
+void QxDescriptionBudget::Refuse(unsigned short pid) {
+    if (!m_isPrinted) {
+        m_isPrinted = true;
+        QxDebugPrint::GetInstance()->Print("Take", __LINE__, Major,
+                                           "[QxDescriptionBudget::Take] Process %u describes more call sites, layouts "
+                                           "and threads than are kept: %u MiB",
+                                           static_cast<unsigned>(pid),
+                                           static_cast<unsigned>(qxformat::kMaxDescriptionBytes >> 20));
+    }
+    throw QxData::PERR_INVALID_SIZE;
+}
+
+bool QxDescriptionBudget::TryTake(const Share& share) {
+    std::uint64_t& taken = m_taken[share.pid];
+    if (share.cost > qxformat::kMaxDescriptionBytes - taken) return false;
+    taken += share.cost;
     return true;
 }

@@ -15,11 +15,18 @@ public:
     static std::uint64_t Cost(const std::string& name, const IQxData::_HSCompArgDesc& desc);
     static std::uint64_t Cost(const IQxData::HSIThread& thread);
 
-    // Takes `cost` for a record of the process in place of one that took `replaced`, 0 for none. Past the limit nothing
-    // is taken, one line is printed for each dump, and PERR_INVALID_SIZE is thrown.
-    void Take(unsigned short pid, std::uint64_t cost, std::uint64_t replaced);
+    // What a process took for a record.
+    struct Share {
+        unsigned short pid = 0;
+        std::uint64_t cost = 0;
+    };
+
+    // Takes a share for a record in place of another one, which may be another process's: numbers of threads and names
+    // of types know no process. Past the limit nothing is taken, one line is printed for each dump, and
+    // PERR_INVALID_SIZE is thrown.
+    void Take(const Share& share, const Share& replaced);
     // The same for a new record, printing and throwing nothing; false past the limit.
-    bool TryTake(unsigned short pid, std::uint64_t cost);
+    bool TryTake(const Share& share);
 
     // The next refusal is printed again.
     void BeginDump() { m_isPrinted = false; }
@@ -28,6 +35,8 @@ public:
     void Clear() { m_taken.clear(); }
 
 private:
+    [[noreturn]] void Refuse(unsigned short pid);
+
     std::map<unsigned short, std::uint64_t> m_taken;  // by process id
     bool m_isPrinted = false;
 };

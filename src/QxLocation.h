@@ -24,6 +24,7 @@ struct QxLocation {
     explicit QxLocation(IQxData::_HSCallLocation location);
 
     IQxData::_HSCallLocation site;
+    unsigned short describer = 0;  // the process whose allowance it counts against
     QxArgPlan atEntry;
     QxArgPlan atExit;
     QxArgPlan always;  // for log items, which carry all arguments whatever their flags

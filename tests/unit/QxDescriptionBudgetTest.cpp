@@ -193,17 +193,40 @@ TEST_F(QxDescriptionBudgetTest, AnotherProcessHasItsOwn) {
     EXPECT_TRUE(RecordingLog::Lines().empty());
 }
 
-// A number so large that it lies among those of the next process takes that one's place, but not its allowance.
-TEST_F(QxDescriptionBudgetTest, ReplacingAnotherProcessesSiteTakesNoMoreThanItCosts) {
+// A number so large that it lies among those of the next process takes that one's place.
+TEST_F(QxDescriptionBudgetTest, WhatIsReplacedIsGivenBackToItsOwner) {
     m_store->AppendCurrentProcess("b");
-    IQxData::_HSCallLocation big = Site(3, 60000);
-    m_store->AppendCallLocation(big);
+    Fill(0);
     m_store->AppendCurrentProcess("a");
-    IQxData::_HSCallLocation small = Site(3 + 10000 * (kOther - kHost), 0);
+    IQxData::_HSCallLocation small = Site(1 + 10000 * (kOther - kHost), 0);
     m_store->AppendCallLocation(small);
-    Fill(3 * kBareCost);
-    EXPECT_FALSE(Takes(2 * kBareCost + 1));
-    EXPECT_TRUE(Takes(2 * kBareCost));
+    m_store->AppendCurrentProcess("b");
+    EXPECT_FALSE(Takes(kBigCost + 1));
+    EXPECT_TRUE(Takes(kBigCost));
+    EXPECT_FALSE(Takes(kBareCost));
+}
+
+// Two processes take turns with one thread number and one type's name, as those of a device do in every cycle: neither
+// is charged for more than it holds.
+TEST_F(QxDescriptionBudgetTest, ProcessesThatReplaceEachOthersRecordsDoNotDrift) {
+    IQxData::HSIThread thread;
+    thread.tid = 4;
+    const auto describe = [&](const char* process, std::size_t size) {
+        m_store->AppendCurrentProcess(process);
+        thread.name.assign(size, 't');
+        m_store->AppendThread(thread);
+        IQxData::_HSCompArgDesc layout;
+        layout.memberNames = {std::string(size, 'm')};
+        m_store->AppendCompArgDesc("Point", layout);
+    };
+    for (int cycle = 0; cycle < 2000; ++cycle) {
+        describe("a", 60000);
+        describe("b", 1);
+    }
+    EXPECT_TRUE(RecordingLog::Lines().empty());
+    m_store->AppendCurrentProcess("a");
+    Fill(kBareCost);
+    EXPECT_TRUE(Takes(kBareCost));
     EXPECT_FALSE(Takes(kBareCost));
 }
 
