@@ -5,6 +5,10 @@
 #include <exception>
 #include <type_traits>
 
+#include "IQxLogTracker.h"
+#include "QxDebugPrint.h"
+#include "QxXMLDefaults.h"
+
 namespace {
 
 struct ParserDeleter {
@@ -16,6 +20,7 @@ using ParserHandle = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDe
 struct Load {
     XML_Parser parser;
     IQxData::_HSScript* open;
+    QxXMLDefaults defaults;
     std::exception_ptr error;  // thrown in a handler; nothing may be thrown through the parser's own code
 };
 
@@ -30,6 +35,14 @@ void AddElement(IQxData::_HSScript& open, const char* name, const char** attribu
 void OnStart(void* userData, const char* name, const char** attributes) {
     auto& load = *static_cast<Load*>(userData);
     try {
+        if (!load.defaults.Take(load.parser, attributes)) {
+            QxDebugPrint::GetInstance()->Print(
+                "Parse", __LINE__, Major,
+                "[QxXMLLoader::Parse] The document type gives elements too many attributes, line: %lu",
+                static_cast<unsigned long>(XML_GetCurrentLineNumber(load.parser)));
+            XML_StopParser(load.parser, XML_FALSE);
+            return;
+        }
         AddElement(*load.open, name, attributes);
     } catch (...) {
         load.error = std::current_exception();
@@ -47,7 +60,7 @@ void OnEnd(void* userData, const char*) {
 bool QxXMLLoader::Parse(std::pair<int, char*>& text, std::shared_ptr<IQxData> data) {
     const ParserHandle parser(XML_ParserCreate(nullptr));
     if (parser == nullptr) return false;
-    Load load{parser.get(), nullptr, nullptr};
+    Load load{parser.get(), nullptr, QxXMLDefaults(text.first), nullptr};
     data->GetScript(&load.open);
     XML_SetUserData(parser.get(), &load);
     XML_SetElementHandler(parser.get(), OnStart, OnEnd);

@@ -2,8 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include "Diagnostics.h"
 #include "ExactBytes.h"
 #include "QxData.h"
+#include "dlog.h"
 
 namespace {
 
@@ -53,6 +55,27 @@ TEST_F(QxXMLLoaderTest, ASecondScriptHangsBelowTheFirst) {
     ASSERT_EQ(root->children.size(), 2u);
     EXPECT_EQ(root->children[1]->name, "Scenario");
     EXPECT_EQ(root->children[1]->children.at(0)->name, "b");
+}
+
+// Nothing but the document type's own length bounds what it adds to every element.
+TEST_F(QxXMLLoaderTest, ADocumentTypeAddsAttributesInProportionToTheText) {
+    const auto script = [](int defaults, int elements) {
+        std::string text = "<!DOCTYPE S [<!ATTLIST x";
+        for (int i = 0; i < defaults; ++i) text += " d" + std::to_string(i) + " CDATA '" + std::string(1000, 'v') + "'";
+        text += ">]><S a='1'>\n";
+        for (int i = 0; i < elements; ++i) text += "<x own='2'/>";
+        return text + "</S>";
+    };
+    const Diagnostics diagnostics(Major);
+    ASSERT_TRUE(Load(script(10, 50)));
+    ASSERT_EQ(Root()->children.size(), 50u);
+    EXPECT_EQ(Root()->children[49]->attributes.size(), 11u);
+    EXPECT_EQ(Root()->children[49]->attributes[0].first, "own");
+    EXPECT_TRUE(RecordingLog::Lines().empty());
+    EXPECT_FALSE(Load(script(10, 2000)));
+    EXPECT_EQ(
+        RecordingLog::Messages(DLOG_ERROR),
+        std::vector<std::string>{"[QxXMLLoader::Parse] The document type gives elements too many attributes, line: 2"});
 }
 
 TEST_F(QxXMLLoaderTest, AScriptThatFailsLeavesTheCursorOnTheOpenElement) {
