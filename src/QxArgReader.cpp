@@ -41,6 +41,7 @@ void QxArgReader::ReadValue(std::uint32_t size, const std::string& type, std::ve
 void QxArgReader::ReadComposite(const std::string& type, std::vector<IQxData::HSICallArg>& out) {
     IQxData::_HSCompArgDesc scratch;
     IQxData::HSICallArg value;
+    m_parser.Budget().TakeNameBytes(type.size());
     QxCompCallParser::Parse(m_cursor, FetchDescriptor(m_parser.Store(), type, scratch), value, &m_parser);
     // An argument without pairs takes memory all the same.
     if (value.empty()) m_parser.Budget().TakePairs(1);

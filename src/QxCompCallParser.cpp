@@ -88,6 +88,7 @@ void Value::ReadVariable(const std::string& name, const std::string& type, unsig
 
 void Value::ReadNested(const std::string& type, unsigned depth) {
     IQxData::_HSCompArgDesc scratch;
+    m_parser.Budget().TakeNameBytes(type.size());
     ReadComposite(FetchDescriptor(m_parser.Store(), type, scratch), depth + 1);
 }
 

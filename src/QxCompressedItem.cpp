@@ -42,6 +42,7 @@ void Decompress(const std::vector<char>& payload, std::uint64_t limit, Unpacked&
 
 int QxCompressedItem::Append(std::vector<char>& payload, QxParser* parser) {
     Unpacked unpacked;
+    parser->Budget().TakeUnpacked(0);  // refuses before any work when the allowance is known to be used up
     const std::uint64_t limit = std::min(parser->Budget().UnpackedLeft(), qxformat::kMaxUnpackedBytes);
     try {
         Decompress(payload, limit, unpacked);
@@ -50,11 +51,14 @@ int QxCompressedItem::Append(std::vector<char>& payload, QxParser* parser) {
         // Whatever the decompressor throws drops the item; the message below says so.
         unpacked.whole = false;
     }
+    std::uint64_t count = unpacked.bytes.size();
+    if (!unpacked.whole) count = std::max(count, qxformat::kDamagedItemBytes);
     // One byte more than there is makes the budget refuse.
-    parser->Budget().TakeUnpacked(unpacked.exceeded ? limit + 1 : unpacked.bytes.size());
+    parser->Budget().TakeUnpacked(unpacked.exceeded ? limit + 1 : count);
     if (unpacked.whole) {
         parser->ParseNested(unpacked.bytes);
     } else {
+        parser->CountNotDecoded(payload.size());
         parser->Log().Print("Append", __LINE__, Info, "boost::exception occurs !! IGNORE THIS PACKET");
     }
     return static_cast<int>(payload.size());

@@ -6,16 +6,15 @@
 #include "QxDebugPrint.h"
 #include "QxFormat.h"
 
-void QxDecodeLog::BeginDump() {
-    EndDump();
+void QxDecodeLog::Begin() {
+    End();
     m_printed = 0;
 }
 
-void QxDecodeLog::EndDump() {
+void QxDecodeLog::End() {
     if (m_leftOut == 0) return;
-    QxDebugPrint::GetInstance()->Print("EndDump", __LINE__, Major,
-                                       "[QxDecodeLog::EndDump] Too many messages for one dump, left out: %" PRIu64,
-                                       m_leftOut);
+    QxDebugPrint::GetInstance()->Print("End", __LINE__, Major,
+                                       "[QxDecodeLog::End] Too many messages, left out: %" PRIu64, m_leftOut);
     m_leftOut = 0;
 }
 

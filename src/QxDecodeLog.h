@@ -1,5 +1,6 @@
-// The lines that decoding one dump prints. A damaged dump may have something wrong in every item: past a fixed number,
-// lines are counted instead of printed, and one line at the dump's end says how many were left out.
+// The lines that decoding one dump prints, or one pass of the scripts over the calls of all dumps. Something may be
+// wrong with every item or call: past a fixed number, lines are counted instead of printed, and one line at the end
+// says how many were left out.
 #pragma once
 
 #include <cstdarg>
@@ -10,13 +11,13 @@ public:
     QxDecodeLog() = default;
     QxDecodeLog(const QxDecodeLog&) = delete;
     QxDecodeLog& operator=(const QxDecodeLog&) = delete;
-    ~QxDecodeLog() { EndDump(); }
+    ~QxDecodeLog() { End(); }
 
-    // Ends the dump before, if it was not ended, and starts counting anew.
-    void BeginDump();
+    // Ends what was before, if it was not ended, and starts counting anew.
+    void Begin();
 
     // Prints how many lines were left out, if any.
-    void EndDump();
+    void End();
 
     // Prints as QxDebugPrint::Print does, or counts.
     void Print(const char* function, int line, int level, const char* format, ...)

@@ -11,7 +11,17 @@ void QxDumpBudget::BeginDump(std::size_t dumpSize) {
     m_pairs = qxformat::kMaxPairsOfDump + size * qxformat::kPairsPerByte;
     m_nameBytes = qxformat::kMaxNameBytes + size * qxformat::kNameBytesPerByte;
     m_joined = qxformat::kMaxJoinedBytes + size * qxformat::kJoinedPerByte;
+    m_headers = qxformat::kMaxHeaderBytes + size;
     m_unpacked = qxformat::kMaxUnpackedBytes;
+    m_isUnpackedRefused = false;
+}
+
+void QxDumpBudget::TakeUnpacked(std::uint64_t bytes) {
+    m_isUnpackedRefused = m_isUnpackedRefused || bytes > m_unpacked;
+    if (m_isUnpackedRefused) Refuse("unpacked bytes");
+    m_unpacked -= bytes;
+    m_joined += bytes;
+    m_headers += bytes;
 }
 
 void QxDumpBudget::Refuse(const char* what) const {

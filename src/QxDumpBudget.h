@@ -17,16 +17,17 @@ public:
 
     void TakeCall() { Take(m_calls, 1, "calls"); }
     void TakePairs(std::uint64_t count) { Take(m_pairs, count, "argument pairs"); }
-    void TakeNameBytes(std::uint64_t count) { Take(m_nameBytes, count, "member name bytes"); }
+    void TakeNameBytes(std::uint64_t count) { Take(m_nameBytes, count, "name bytes"); }
     void TakeJoined(std::uint64_t bytes) { Take(m_joined, bytes, "joined stream bytes"); }
+
+    // Packets' headers beyond their usual length; see QxParser::Packet.
+    void TakeHeader(std::uint64_t bytes) { Take(m_headers, bytes, "header bytes"); }
 
     // Bytes that may still be unpacked. What a dropped or corrupt item unpacked counts as well.
     std::uint64_t UnpackedLeft() const { return m_unpacked; }
-    // What unpacks may hold streams: it adds to the allowance of joined bytes.
-    void TakeUnpacked(std::uint64_t bytes) {
-        Take(m_unpacked, bytes, "unpacked bytes");
-        m_joined += bytes;
-    }
+    // Once refused, any number is: finding out that an item unpacks to too much takes work, and the dumps around the
+    // refused one go on. What unpacks may hold streams and headers: it adds to their allowances.
+    void TakeUnpacked(std::uint64_t bytes);
 
 private:
     void Take(std::uint64_t& left, std::uint64_t count, const char* what) {
@@ -43,5 +44,7 @@ private:
     std::uint64_t m_pairs = kUnlimited;
     std::uint64_t m_nameBytes = kUnlimited;
     std::uint64_t m_joined = kUnlimited;
+    std::uint64_t m_headers = kUnlimited;
     std::uint64_t m_unpacked = kUnlimited;
+    bool m_isUnpackedRefused = false;
 };

@@ -11,6 +11,7 @@
 
 #include "IQxLogTracker.h"
 #include "QxDebugPrint.h"
+#include "QxDecodeLog.h"
 #include "QxEventMemory.h"
 #include "QxScriptScenario.h"
 
@@ -48,8 +49,9 @@ std::uint32_t FindFrom(const std::string& text, const std::string& part, std::si
 
 }  // namespace
 
-QxEventEvaluation::QxEventEvaluation(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call)
+QxEventEvaluation::QxEventEvaluation(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxDecodeLog* log)
     : m_call(call),
+      m_log(log),
       m_name(&kEmpty),
       m_filter(&kEmpty),
       m_datakey(&kEmpty),
@@ -62,6 +64,17 @@ QxEventEvaluation::QxEventEvaluation(const IQxData::_HSScriptPtr& event, const I
       m_conditionValue(&kEmpty),
       m_conditionType(&kEmpty) {
     for (const auto& attribute : event.attributes) ReadAttribute(attribute.first, attribute.second);
+}
+
+void QxEventEvaluation::Complain(const char* format, ...) const {
+    va_list arguments;
+    va_start(arguments, format);
+    if (m_log != nullptr) {
+        m_log->PrintV("PushEvent", __LINE__, Major, format, arguments);
+    } else {
+        QxDebugPrint::GetInstance()->PrintV("PushEvent", __LINE__, Major, format, arguments);
+    }
+    va_end(arguments);
 }
 
 void QxEventEvaluation::ReadAttribute(const std::string& name, const std::string& value) {
@@ -128,8 +141,8 @@ bool QxEventEvaluation::PickReturn() {
     const Arguments& list = m_call.args.ret;
     const std::optional<std::uint32_t> index = ReadIndex(*m_value);
     if (!index || *index >= list.size()) {
-        Print(Major, "Return size is less than value, call.args.ret.size():%d, value:%d", static_cast<int>(list.size()),
-              ShownIndex(*m_value));
+        Complain("Return size is less than value, call.args.ret.size():%d, value:%d", static_cast<int>(list.size()),
+                 ShownIndex(*m_value));
         return false;
     }
     if (!PickFrom(list)) return false;
@@ -248,7 +261,7 @@ QxEventEvaluation::Verdict QxEventEvaluation::CompareOrder(const std::vector<std
     bool result = false;
     for (const std::string& operand : operands) {
         if (*m_type != "INT") {
-            Print(Major, "Wrong type[%s] passed for %s operator", m_type->c_str(), sign);
+            Complain("Wrong type[%s] passed for %s operator", m_type->c_str(), sign);
             return Verdict::WrongType;
         }
         const int number = std::stoi(m_argument);
@@ -266,13 +279,13 @@ QxEventEvaluation::Verdict QxEventEvaluation::CompareRange() const {
     std::vector<std::string> bounds;
     split(*m_conditionValue, ",", bounds);
     if (bounds.size() != 2) {
-        Print(Major, "Wrong ConditionValue[%s] passed for range", m_conditionValue->c_str());
+        Complain("Wrong ConditionValue[%s] passed for range", m_conditionValue->c_str());
         return Verdict::WrongRange;
     }
     const int low = std::stoi(bounds[0]);
     const int high = std::stoi(bounds[1]);
     if (*m_type != "INT") {
-        Print(Major, "Wrong type[%s] passed for range operator", m_type->c_str());
+        Complain("Wrong type[%s] passed for range operator", m_type->c_str());
         return Verdict::WrongType;
     }
     const int number = std::stoi(m_argument);

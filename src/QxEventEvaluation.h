@@ -8,10 +8,13 @@
 #include "IQxData.h"
 #include "IQxEventObserver.h"
 
+class QxDecodeLog;
+
 class QxEventEvaluation final {
 public:
-    // Reads the event's attributes; `event` and `call` must outlive the evaluation.
-    QxEventEvaluation(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call);
+    // Reads the event's attributes; `event` and `call` must outlive the evaluation. What is wrong with the event goes
+    // to `log`, if there is one, which bounds how often it is said.
+    QxEventEvaluation(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxDecodeLog* log = nullptr);
 
     // Decides. Remembers the value or result where the watch mode asks for it. Throws std::invalid_argument or
     // std::out_of_range for text that is no number, or a number or position out of range.
@@ -25,6 +28,7 @@ private:
     enum class Verdict { False, True, WrongType, WrongRange };
     using Arguments = std::vector<IQxData::HSICallArg>;
 
+    void Complain(const char* format, ...) const __attribute__((format(printf, 2, 3)));
     void ReadAttribute(const std::string& name, const std::string& value);
     bool PickArgument();
     bool PickFrom(const Arguments& list);
@@ -42,6 +46,7 @@ private:
     std::vector<std::string> Operands() const;
 
     const IQxData::HSCall& m_call;
+    QxDecodeLog* const m_log;
     // Attribute values; those that are missing point to an empty text. None is owned.
     const std::string* m_name;
     const std::string* m_filter;

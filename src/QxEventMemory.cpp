@@ -4,8 +4,9 @@
 
 #include "QxScriptScenario.h"
 
-std::map<std::string, std::string> m_EventValues;
-std::map<std::string, bool> m_DconditionValues;
+// Never destroyed: a worker may still run when the process ends.
+std::map<std::string, std::string>& m_EventValues = *new std::map<std::string, std::string>;
+std::map<std::string, bool>& m_DconditionValues = *new std::map<std::string, bool>;
 
 namespace {
 std::mutex memoryMutex;  // guards both maps; never held while anything else is called

@@ -58,7 +58,8 @@ constexpr unsigned kMaxCompositeDepth = 64;
 constexpr std::uint64_t kMaxPairsOfValue = 1048576;
 constexpr std::uint64_t kMaxPairsOfDump = 1048576;
 constexpr std::uint64_t kPairsPerByte = 16;
-// Text of member names that pairs repeat: one long name may stand in every pair.
+// Text of member names that pairs repeat, and of type names that are looked up for values: one long name may stand for
+// every pair.
 constexpr std::uint64_t kMaxNameBytes = 64u << 20;
 constexpr std::uint64_t kNameBytesPerByte = 64;
 // Calls of one dump: one for each 4 bytes, the least that a call takes, so only what unpacks can reach this.
@@ -68,6 +69,11 @@ constexpr std::uint64_t kBytesPerCall = 4;
 // held to their packet.
 constexpr std::uint64_t kMaxJoinedBytes = 1048576;
 constexpr std::uint64_t kJoinedPerByte = 16;
+// Bytes of packet headers that are longer than their 16-bit count says, besides one for each byte: such a packet is
+// stepped over in part only, and what it was read from is read again.
+constexpr std::uint64_t kMaxHeaderBytes = 1048576;
+// What a damaged compressed item counts for at least: a block may be worked on for long and give nothing.
+constexpr std::uint64_t kDamagedItemBytes = 65536;
 // What one process describes in all of its dumps: call sites, layouts and threads stay until the store is cleared.
 constexpr std::uint64_t kMaxDescriptionBytes = 64u << 20;
 // Lines that decoding one dump prints.

@@ -101,7 +101,7 @@ int QxParser::Parse(std::pair<int, char*>& dump, std::shared_ptr<IQxData> data) 
     const Restore<Bytes> restoreDump(m_dump);
     m_dump = {dump.second, dump.second + dump.first};
     if (m_nesting == 0) {
-        m_log.BeginDump();
+        m_log.Begin();
         m_budget.BeginDump(static_cast<std::size_t>(dump.first));
         m_stoppedAt = 0;
         m_notDecoded = 0;
@@ -140,6 +140,7 @@ int QxParser::Packet(const char* p) {
     }
     const QxData::CommonHeader header = QxData::ParseCommonHeader(cursor);
     // Prefix and header together count as 16 bits; a longer one (a varint may be drawn out at will) wraps.
+    if (cursor.Offset() > UINT16_MAX) m_budget.TakeHeader(cursor.Offset());
     const auto headLength = static_cast<std::uint16_t>(cursor.Offset());
     const int used = Payload(header.tag, p + headLength, static_cast<int>(header.size), prefixSize);
     // A size beyond what an int holds runs past the end of any dump; it must not wrap round to a place inside.
@@ -178,7 +179,7 @@ int QxParser::Extract() {
         m_log.Print("Extract", __LINE__, Major, "Exception : %d", static_cast<int>(error));
         result = 0;
     }
-    m_log.EndDump();
+    m_log.End();
     return result;
 }
 
@@ -195,6 +196,13 @@ void QxParser::ParseNested(std::vector<char>& dump) {
 }
 
 bool QxParser::Trace() {
+    m_log.Begin();
+    const bool done = m_Trace();
+    m_log.End();
+    return done;
+}
+
+bool QxParser::m_Trace() {
     try {
         IQxData::_HSScript* slot = nullptr;
         if (m_data == nullptr || m_data->GetScript(&slot) == nullptr || *slot == nullptr) return false;

@@ -96,6 +96,7 @@ private:
 
     void m_MakeBuffers();
     void m_MakeItems();
+    bool m_Trace();
     int m_ParsePackets(const std::pair<int, char*>& dump);
 
     std::unordered_map<unsigned char, std::unique_ptr<IQxBuffer>> m_buffers;

@@ -68,7 +68,7 @@ std::vector<IQxData::HSCall> QxScriptScenario::m_Snapshot(IQxData& store, IQxEve
 }
 
 bool QxScriptScenario::m_HasSubscriber(const std::string& method) const {
-    const auto first = m_Subscribers.lower_bound({method, std::string()});
+    const auto first = m_Subscribers.lower_bound(method);
     return first != m_Subscribers.end() && first->first.first == method;
 }
 
@@ -77,7 +77,7 @@ void QxScriptScenario::m_Visit(IQxData::HSCall& call, QxParser* parser) {
     QxLocation scratch;
     const std::string method = CallerName(parser->Store(), call, scratch);
     const auto end = m_Subscribers.end();
-    for (auto entry = m_Subscribers.lower_bound({method, std::string()}); entry != end; ++entry) {
+    for (auto entry = m_Subscribers.lower_bound(method); entry != end; ++entry) {
         if (entry->first.first != method) return;
         MakeEvent(entry->second, call, parser);
     }
@@ -121,15 +121,15 @@ void QxScriptScenario::m_PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCa
     try {
         PushEvent(event, call, parser);
     } catch (const std::exception& error) {
-        QxDebugPrint::GetInstance()->Print("MakeEvent", __LINE__, Major,
-                                           "[QxScriptScenario::MakeEvent] Event in error, event: %s, error: %s",
-                                           EventName(*event).c_str(), error.what());
+        parser->Log().Print("MakeEvent", __LINE__, Major,
+                            "[QxScriptScenario::MakeEvent] Event in error, event: %s, error: %s",
+                            EventName(*event).c_str(), error.what());
         if (parser->Observer() != nullptr) parser->Observer()->OnError(*event, call, error.what());
     }
 }
 
 void QxScriptScenario::PushEvent(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
-    QxEventEvaluation evaluation(*event, call);
+    QxEventEvaluation evaluation(*event, call, &parser->Log());
     const QxOutcome outcome = evaluation.Decide();
     if (parser->Observer() != nullptr) parser->Observer()->OnEvent(*event, call, outcome, evaluation.Argument());
     if (outcome != QxOutcome::Fires) return;

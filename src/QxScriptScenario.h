@@ -15,8 +15,8 @@
 
 // What events remember from pass to pass, by event name, for all scripts and trackers of the process; never cleared.
 // Several trackers' workers may use them: QxEventMemory guards them.
-extern std::map<std::string, std::string> m_EventValues;
-extern std::map<std::string, bool> m_DconditionValues;
+extern std::map<std::string, std::string>& m_EventValues;
+extern std::map<std::string, bool>& m_DconditionValues;
 
 // Appends the pieces of `text` between the delimiters to `out`. An empty text has no pieces, and a delimiter at the end
 // is followed by none; one at the beginning, and two in a row, give an empty piece. Requires: `delimiter` is not empty.
@@ -54,6 +54,14 @@ private:
     void m_PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
     void m_Visit(IQxData::HSCall& call, QxParser* parser);
 
-    // (method name, action name) to action; the actions belong to the store.
-    std::map<std::pair<std::string, std::string>, IQxData::_HSScriptPtr*> m_Subscribers;
+    using Subscription = std::pair<std::string, std::string>;  // method name, action name
+
+    // Lets a method's first subscription be found without making one.
+    struct ByMethod {
+        using is_transparent = void;
+        bool operator()(const Subscription& a, const Subscription& b) const { return a < b; }
+        bool operator()(const Subscription& a, const std::string& method) const { return a.first < method; }
+    };
+
+    std::map<Subscription, IQxData::_HSScriptPtr*, ByMethod> m_Subscribers;  // to actions of the store
 };

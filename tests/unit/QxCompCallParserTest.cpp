@@ -155,7 +155,26 @@ TEST_F(QxCompCallParserTest, OneLongNameDoesNotFillTheMemory) {
                     dump::Item(kLocation, Location(1).Arg("T", kIn, kCompositeSize)),
                     dump::Item(kBefore, Before(1, 1, Varint(1000000)))});
     EXPECT_EQ(Decode(dump), 0);
-    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many member name bytes", DLOG_ERROR), 1);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many name bytes", DLOG_ERROR), 1);
+}
+
+// Each value's type is looked up by its name, which takes as long as the name is.
+TEST_F(QxCompCallParserTest, OneLongTypeNameDoesNotTakeForEver) {
+    const std::string type(65000, 't');
+    const std::string dump =
+        Persistent({dump::Item(kDescriptor, Descriptor("T", true).Member("", kCompositeSize, type)),
+                    dump::Item(kLocation, Location(1).Arg("T", kIn, kCompositeSize)),
+                    dump::Item(kLocation, Location(2).Arg(type, kIn, kCompositeSize))});
+    const auto calls = [](unsigned count) {
+        std::string items;
+        for (unsigned i = 0; i < count; ++i) items += dump::Item(kBefore, Before(1, 2));
+        return Persistent(items);
+    };
+    EXPECT_EQ(Decode(dump + Persistent(dump::Item(kBefore, Before(1, 1, Varint(1000))))), 1);
+    EXPECT_EQ(Decode(dump + calls(1000)), 1);
+    EXPECT_EQ(Decode(dump + Persistent(dump::Item(kBefore, Before(1, 1, Varint(2000))))), 0);
+    EXPECT_EQ(Decode(dump + calls(2000)), 0);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many name bytes", DLOG_ERROR), 2);
 }
 
 TEST_F(QxCompCallParserTest, BareBytesGiveTheSame) {

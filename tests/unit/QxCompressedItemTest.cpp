@@ -80,6 +80,26 @@ TEST_F(QxCompressedItemTest, WhatACorruptItemUnpackedCounts) {
     EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many unpacked bytes", DLOG_ERROR), 1);
 }
 
+// A refusal ends the dump that it happens in, and the one around that goes on.
+TEST_F(QxCompressedItemTest, NothingUnpacksOnceADumpInsideHeldTooMuch) {
+    const auto packed = [](const std::string& dump) { return dump::Item(kPacked, Bzip2(Persistent(dump))); };
+    const std::string bomb = dump::Item(kPacked, Bzip2(std::string((64u << 20) + 1, '\0')));
+    EXPECT_EQ(Parse(Persistent(packed(bomb) + packed(dump::Item(kHeader, Header(1, "p"))))), 0);
+    EXPECT_TRUE(store->headers.empty());
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many unpacked bytes", DLOG_ERROR), 2);
+}
+
+// Their work is not in proportion to what comes out.
+TEST_F(QxCompressedItemTest, OneDumpHoldsSoManyDamagedItems) {
+    constexpr int kCount = 1024;
+    std::string items;
+    for (int i = 0; i < kCount; ++i) items += dump::Item(kPacked, "no bzip2");
+    EXPECT_EQ(Parse(Persistent(items)), 1);
+    EXPECT_EQ(Logged(kDropped, DLOG_INFO), kCount);
+    EXPECT_EQ(Parse(Persistent(items + dump::Item(kPacked, "no bzip2"))), 0);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many unpacked bytes", DLOG_ERROR), 1);
+}
+
 TEST_F(QxCompressedItemTest, LongStreamsUnpackFromFewBytes) {
     // Far more stream bytes than the packed ones would allow to be joined.
     const std::string run = Thread(4, StreamItem(kProxy, LongVarint(1, 60000)));

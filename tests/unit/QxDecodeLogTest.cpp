@@ -9,7 +9,7 @@
 
 namespace {
 
-constexpr char kLeftOut[] = "[QxDecodeLog::EndDump] Too many messages for one dump, left out: ";
+constexpr char kLeftOut[] = "[QxDecodeLog::End] Too many messages, left out: ";
 
 class QxDecodeLogTest : public testing::Test {
 protected:
@@ -34,30 +34,30 @@ TEST_F(QxDecodeLogTest, PrintsAsItIsAsked) {
 
 TEST_F(QxDecodeLogTest, Prints4096LinesWithoutAWord) {
     PrintLines(4096);
-    m_log->EndDump();
+    m_log->End();
     EXPECT_EQ(Lines(), 4096u);
 }
 
 TEST_F(QxDecodeLogTest, CountsTheLinesBeyond) {
     PrintLines(4097);
     EXPECT_EQ(Lines(), 4096u);
-    m_log->EndDump();
+    m_log->End();
     EXPECT_EQ(Lines(), 4097u);
     EXPECT_EQ(LeftOut(1), 1);
-    m_log->EndDump();
+    m_log->End();
     EXPECT_EQ(Lines(), 4097u) << "said once";
 }
 
 TEST_F(QxDecodeLogTest, EachDumpCountsAnew) {
     PrintLines(4000);
-    m_log->BeginDump();
+    m_log->Begin();
     PrintLines(4096);
     EXPECT_EQ(Lines(), 8096u);
 }
 
 TEST_F(QxDecodeLogTest, ADumpThatWasNotEndedEndsWithTheNext) {
     PrintLines(4100);
-    m_log->BeginDump();
+    m_log->Begin();
     EXPECT_EQ(LeftOut(4), 1);
 }
 
@@ -72,7 +72,7 @@ TEST_F(QxDecodeLogTest, LinesThatTheLevelSilencesDoNotCount) {
     PrintLines(5000, Info);
     m_log->Repeat(5000, "Reads", 1, Info, "again");
     PrintLines(4096);
-    m_log->EndDump();
+    m_log->End();
     EXPECT_EQ(Lines(), 4096u);
 }
 
@@ -86,7 +86,7 @@ TEST_F(QxDecodeLogTest, RepeatsATextAsItStands) {
 TEST_F(QxDecodeLogTest, RepeatsBeyondTheLimitAreCountedAtOnce) {
     PrintLines(4095);
     for (int i = 0; i < 1000; ++i) m_log->Repeat(0xFFFFFFFFu, "Reads", 1, Major, "again");
-    m_log->EndDump();
+    m_log->End();
     EXPECT_EQ(RecordingLog::Count("again", DLOG_ERROR), 1);
     EXPECT_EQ(RecordingLog::Count(kLeftOut + std::to_string(0xFFFFFFFFull * 1000 - 1), DLOG_ERROR), 1);
 }

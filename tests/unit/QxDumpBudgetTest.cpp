@@ -30,6 +30,9 @@ void TakeNameBytes(QxDumpBudget& budget, std::uint64_t count) {
 void TakeJoined(QxDumpBudget& budget, std::uint64_t count) {
     budget.TakeJoined(count);
 }
+void TakeHeader(QxDumpBudget& budget, std::uint64_t count) {
+    budget.TakeHeader(count);
+}
 void TakeUnpacked(QxDumpBudget& budget, std::uint64_t count) {
     budget.TakeUnpacked(count);
 }
@@ -46,8 +49,9 @@ TEST_F(QxDumpBudgetTest, GivesWhatTheDumpsSizeAllowsAndNoMore) {
                         {"calls", TakeCalls, 1003, kMebi + 250},
                         {"argument pairs", TakePairs, 0, kMebi},
                         {"argument pairs", TakePairs, 1000, kMebi + 16000},
-                        {"member name bytes", TakeNameBytes, 1000, 64 * kMebi + 64000},
+                        {"name bytes", TakeNameBytes, 1000, 64 * kMebi + 64000},
                         {"joined stream bytes", TakeJoined, 1000, kMebi + 16000},
+                        {"header bytes", TakeHeader, 1000, kMebi + 1000},
                         {"unpacked bytes", TakeUnpacked, 0, 64 * kMebi},
                         {"unpacked bytes", TakeUnpacked, 100000, 64 * kMebi}};
     for (const Row& row : rows) {
@@ -70,16 +74,28 @@ TEST_F(QxDumpBudgetTest, ARefusedTakeTakesNothing) {
     EXPECT_NO_THROW(m_budget.TakePairs(kMebi));
 }
 
+// What is too much is found out by unpacking, which is not to be done again and again.
+TEST_F(QxDumpBudgetTest, OnceRefusedNothingMoreIsUnpacked) {
+    m_budget.BeginDump(0);
+    EXPECT_NO_THROW(m_budget.TakeUnpacked(64 * kMebi));
+    EXPECT_NO_THROW(m_budget.TakeUnpacked(0));
+    EXPECT_THROW(m_budget.TakeUnpacked(1), QxData::_PERR_TYPE);
+    EXPECT_THROW(m_budget.TakeUnpacked(0), QxData::_PERR_TYPE);
+}
+
 TEST_F(QxDumpBudgetTest, EachDumpBeginsAnew) {
     for (int dump = 0; dump < 3; ++dump) {
         m_budget.BeginDump(0);
         EXPECT_NO_THROW(m_budget.TakePairs(kMebi));
+        EXPECT_NO_THROW(m_budget.TakeUnpacked(1));
+        EXPECT_THROW(m_budget.TakeUnpacked(64 * kMebi), QxData::_PERR_TYPE);
     }
 }
 
-TEST_F(QxDumpBudgetTest, WhatUnpacksMayBeJoined) {
+TEST_F(QxDumpBudgetTest, WhatUnpacksMayBeJoinedAndHoldHeaders) {
     m_budget.BeginDump(0);
     m_budget.TakeUnpacked(5000);
+    EXPECT_NO_THROW(m_budget.TakeHeader(kMebi + 5000));
     EXPECT_EQ(m_budget.UnpackedLeft(), 64 * kMebi - 5000);
     EXPECT_NO_THROW(m_budget.TakeJoined(kMebi + 5000));
     EXPECT_THROW(m_budget.TakeJoined(1), QxData::_PERR_TYPE);

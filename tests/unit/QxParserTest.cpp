@@ -154,13 +154,26 @@ TEST_F(QxParserTest, ReadsCommonHeaders) {
     EXPECT_EQ(cut.size(), 2u);
 }
 
+// A header that is drawn out over the dump counts as 16 bits, so that the packet behind it is read from inside of it.
+TEST_F(QxParserTest, HeadersThatAreReadAgainAndAgainAreRefused) {
+    const auto dump = [](std::size_t size) {
+        std::string head(size, '\xFF');
+        head.replace(size - 5, 5, Bytes("\x00\x01\x80\x80\x04", 5));
+        return head + Bytes(70000, '\0');
+    };
+    EXPECT_EQ(Parse(dump(65536)), 0);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many header bytes", DLOG_ERROR), 0);
+    EXPECT_EQ(Parse(dump(std::size_t{65536} * 50)), 0);
+    EXPECT_EQ(Logged("[QxDumpBudget::Take] The dump holds too many header bytes", DLOG_ERROR), 1);
+}
+
 TEST_F(QxParserTest, PrintsAtMostSoManyLinesForADump) {
     // Each item is of an unknown location and is skipped with a line.
     std::string items;
     for (int i = 0; i < 5000; ++i) items += dump::Item(kLog, LogRecord(0, 9));
     EXPECT_EQ(Decode(Persistent(items)), 1);
     EXPECT_EQ(Logged("[QxLogItem::Append] locData.locId returned 0.. skipping..", DLOG_INFO), 4096);
-    EXPECT_EQ(Logged("[QxDecodeLog::EndDump] Too many messages for one dump, left out: 904", DLOG_ERROR), 1);
+    EXPECT_EQ(Logged("[QxDecodeLog::End] Too many messages, left out: 904", DLOG_ERROR), 1);
     RecordingLog::Clear();
     EXPECT_EQ(Decode(Persistent(dump::Item(kLog, LogRecord(0, 9)))), 1);
     EXPECT_EQ(RecordingLog::Lines().size(), 1u) << "each dump counts anew";

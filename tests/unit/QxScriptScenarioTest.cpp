@@ -207,6 +207,24 @@ TEST_F(QxScriptScenarioTest, AnEventInErrorIsReportedAndTheNextOneEvaluated) {
     EXPECT_EQ(Logged("[QxScriptScenario::MakeEvent] Event in error, event: BAD, error: stoul", DLOG_ERROR), 2);
 }
 
+// A process decides how many calls there are, and how many of them have returned.
+TEST_F(QxScriptScenarioTest, OnePassSaysSoManyTimesThatSomethingIsWrong) {
+    Load(
+        "<Scenario><x name='a'><method name='M'/><event name='BAD' tag='IN' value='x'/>"
+        "<event name='OPEN' tag='RET' value='0'/></x></Scenario>");
+    for (unsigned i = 0; i < 3000; ++i) {
+        IQxData::HSCall call = Call("M");
+        call.time = i;
+        store->AppendBeforeCall(call);
+    }
+    for (int pass = 1; pass <= 2; ++pass) {
+        RecordingLog::Clear();
+        EXPECT_TRUE(tracing.Trace());
+        EXPECT_EQ(RecordingLog::Messages(DLOG_ERROR).size(), 4097u);
+        EXPECT_EQ(Logged("[QxDecodeLog::End] Too many messages, left out: 1904", DLOG_ERROR), 1);
+    }
+}
+
 TEST_F(QxScriptScenarioTest, ACallbackThatThrowsIsReportedAndThePassGoesOn) {
     Load("<Scenario><x name='a'><method name='M'/><event name='E'/><event name='F'/></x></Scenario>");
     IQxData::HSCall call = Call("M");
