@@ -31,7 +31,8 @@ public:
     //
     // The callback may call every operation of its tracker: Get; ParseScript, whose scenario counts from the next cycle
     // on (the cycle stands still while it waits for processes); Clear, after which the cycle's further calls match
-    // nothing; Stop, which returns at once, the thread ends after this cycle; Run returns 0. It must not destroy it.
+    // nothing; Stop, which returns at once, the thread ends after this cycle; Run returns 0. It must not destroy it,
+    // nor end its thread.
     typedef int (*Callback)(std::string name, std::string value, IQxData::HSCall call, void* context);
 
     // Stops a running tracker first, as Stop does. Not to be called from the callback.

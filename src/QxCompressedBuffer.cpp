@@ -13,6 +13,7 @@ int QxCompressedBuffer::Parse(const char* data, unsigned int size, unsigned shor
     const auto count = static_cast<std::uint16_t>(usedSize - skipped);
     const char* const bytes = cursor.Range(skipped, count);
     parser->Budget().TakeJoined(count);
+    parser->CountNotDecoded(skipped);
     m_compressedBuffer.insert(m_compressedBuffer.end(), bytes, bytes + count);
     return static_cast<int>(size);
 }

@@ -12,6 +12,18 @@ void PrintFailure(const std::string& process, const char* error) {
         "t_process", __LINE__, Major, "[QxCycle::Decode] Dump dropped, process: %s, error: %s", process.c_str(), error);
 }
 
+// Drops the calls also when tracing them throws: if they stayed, the next cycle would fail on more of them.
+class CallsDropper final {
+public:
+    explicit CallsDropper(IQxData& store) : m_store(store) {}
+    CallsDropper(const CallsDropper&) = delete;
+    CallsDropper& operator=(const CallsDropper&) = delete;
+    ~CallsDropper() { m_store.clearCalls(); }
+
+private:
+    IQxData& m_store;
+};
+
 }  // namespace
 
 QxCycle::QxCycle(IQxLogTracker::Callback callback, void* context, std::shared_ptr<IQxData> store)
@@ -47,6 +59,6 @@ void QxCycle::Finish(bool primes) {
         return;
     }
     if (primes) return;
+    const CallsDropper dropper(*store);
     m_parser.Trace();
-    store->clearCalls();
 }

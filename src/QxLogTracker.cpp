@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 
 #include "QxCycle.h"
 #include "QxDebugPrint.h"
@@ -20,6 +21,18 @@ constexpr std::uint32_t kCycleNow = 0x1001;
 constexpr int kShortPause = 1;
 constexpr useconds_t kShortPauseUs = 10000;
 constexpr unsigned long kLongPauseMs = 1000;
+
+// A dump that there is no memory for must not cost those that were fetched before it.
+std::vector<char> ReadDump(const std::string& process, const std::string& path) {
+    try {
+        return QxDumpFile::Read(path);
+    } catch (const std::exception& error) {
+        QxDebugPrint::GetInstance()->Print("t_process", __LINE__, Major,
+                                           "[QxLogTracker::t_process] Dump not read, process: %s, path: %s, error: %s",
+                                           process.c_str(), path.c_str(), error.what());
+    }
+    return {};
+}
 
 struct DirectoryDeleter {
     void operator()(DIR* directory) const { closedir(directory); }
@@ -173,7 +186,7 @@ std::vector<std::vector<char>> QxLogTracker::m_FetchDumps() const {
     for (const std::string& process : m_processes) {
         path.clear();
         control->getQxBufferDump(path, process, m_firstCycle);
-        dumps.push_back(QxDumpFile::Read(std::string(path.begin(), path.end())));
+        dumps.push_back(ReadDump(process, std::string(path.begin(), path.end())));
         m_PauseAfterDump();
         QxDebugPrint::GetInstance()->Print("t_process", __LINE__, Info, "getQxBufferDump END !! Process[%s] data[%d]",
                                            process.c_str(), static_cast<int>(dumps.back().size()));

@@ -1,5 +1,7 @@
 #include "QxThreadBuffer.h"
 
+#include <algorithm>
+#include <climits>
 #include <stdexcept>
 
 #include "QxData.h"
@@ -37,11 +39,6 @@ void CopyPayload(const char* bytes, const QxData::CommonHeader& header, std::vec
     payload.insert(payload.end(), bytes, split);
 }
 
-// What a stream holds past the offset at which its decoding ended; a stream that was replaced meanwhile may be shorter.
-void CountRest(const std::vector<char>& stream, unsigned int offset, QxParser* parser) {
-    if (offset < stream.size()) parser->CountNotDecoded(stream.size() - offset);
-}
-
 }  // namespace
 
 int QxThreadBuffer::Parse(const char* data, unsigned int size, unsigned short prefixSize, QxParser* parser) {
@@ -51,6 +48,8 @@ int QxThreadBuffer::Parse(const char* data, unsigned int size, unsigned short pr
         // The fragment stands for the whole stream; only so much of it is valid.
         const char* const bytes = cursor.Range(0, prefixSize);
         parser->Budget().TakeJoined(prefixSize);
+        m_CountRest(fragment.tid, 0, parser);
+        m_counted.erase(fragment.tid);
         m_threads[fragment.tid].assign(bytes, bytes + prefixSize);
         return static_cast<int>(size);
     }
@@ -60,6 +59,8 @@ int QxThreadBuffer::Parse(const char* data, unsigned int size, unsigned short pr
         const char* const tail = cursor.Range(0, fragment.tailSize);
         parser->Budget().TakeJoined(fragment.tailSize);
         known->second.insert(known->second.end(), tail, tail + fragment.tailSize);
+    } else {
+        parser->CountNotDecoded(fragment.tailSize);
     }
     // A tail longer than the fragment wraps the count, as it does on the writing side.
     const auto count = static_cast<unsigned short>(fragment.usedSize - fragment.tailSize);
@@ -75,23 +76,35 @@ int QxThreadBuffer::Parse(const char* data, unsigned int size, unsigned short pr
 
 void QxThreadBuffer::Extract(QxParser* parser) {
     auto thread = m_threads.begin();
-    unsigned int offset = 0;
+    std::size_t offset = 0;
     try {
         for (; thread != m_threads.end(); ++thread, offset = 0) {
             parser->Store().SetCurrentThread(thread->first);
             m_ExtractStream(thread->second, offset, parser);
-            CountRest(thread->second, offset, parser);
+            m_CountRest(thread->first, offset, parser);
         }
     } catch (...) {
-        for (; thread != m_threads.end(); ++thread, offset = 0) CountRest(thread->second, offset, parser);
+        for (; thread != m_threads.end(); ++thread, offset = 0) m_CountRest(thread->first, offset, parser);
+        for (const auto& [tid, stream] : m_threads) m_counted[tid] = stream.size();
         throw;
     }
     m_threads.clear();
+    m_counted.clear();
+}
+
+// Counts what a stream holds past the offset at which its decoding ended, but for what was counted when an earlier dump
+// ended in damage. A stream that was replaced meanwhile may be shorter.
+void QxThreadBuffer::m_CountRest(unsigned short tid, std::size_t offset, QxParser* parser) const {
+    const auto stream = m_threads.find(tid);
+    if (stream == m_threads.end()) return;
+    const auto counted = m_counted.find(tid);
+    if (counted != m_counted.end()) offset = std::max(offset, counted->second);
+    if (offset < stream->second.size()) parser->CountNotDecoded(stream->second.size() - offset);
 }
 
 // A compressed item inside the stream may append to it, or replace it, while it is decoded: its length is looked at
 // anew for every item.
-void QxThreadBuffer::m_ExtractStream(const Stream& stream, unsigned int& offset, QxParser* parser) {
+void QxThreadBuffer::m_ExtractStream(const Stream& stream, std::size_t& offset, QxParser* parser) {
     std::vector<char> payload;
     unsigned char tag = qxformat::kNoItem;
     while (offset < stream.size() && m_NextItem(stream, offset, payload, tag, parser)) {
@@ -101,13 +114,13 @@ void QxThreadBuffer::m_ExtractStream(const Stream& stream, unsigned int& offset,
 
 // Reads the item at `offset` and moves past its header. A damaged one is passed over up to the next marker, giving
 // kNoItem. False when the rest of the stream is to be abandoned.
-bool QxThreadBuffer::m_NextItem(const Stream& stream, unsigned int& offset, std::vector<char>& payload,
+bool QxThreadBuffer::m_NextItem(const Stream& stream, std::size_t& offset, std::vector<char>& payload,
                                 unsigned char& tag, QxParser* parser) {
     QxCursor cursor(stream.data() + offset, stream.size() - offset, "QxThreadBuffer::Extract", &parser->Log());
     QxData::CommonHeader header;
     if (!QxData::TryCommonHeader(cursor, header)) {
-        cursor.Print(Major, "[QxThreadBuffer::Extract] Stream ends inside an item header, offset: %u, size: %u", offset,
-                     static_cast<unsigned>(stream.size()));
+        cursor.Print(Major, "[QxThreadBuffer::Extract] Stream ends inside an item header, offset: %u, size: %u",
+                     static_cast<unsigned>(offset), static_cast<unsigned>(stream.size()));
         return false;
     }
     tag = qxformat::kNoItem;
@@ -121,8 +134,8 @@ bool QxThreadBuffer::m_NextItem(const Stream& stream, unsigned int& offset, std:
     }
     // A header drawn out so far that its 16 bits wrap to nothing, of an item of nothing, would be read for ever.
     if (header.length == 0 && header.size == 0) {
-        cursor.Refuse(Major, "[QxThreadBuffer::Extract] Item of no length, offset: %u, size: %u", offset,
-                      static_cast<unsigned>(stream.size()));
+        cursor.Refuse(Major, "[QxThreadBuffer::Extract] Item of no length, offset: %u, size: %u",
+                      static_cast<unsigned>(offset), static_cast<unsigned>(stream.size()));
     }
     tag = header.tag;
     CopyPayload(stream.data() + offset + header.length, header, payload);
@@ -130,10 +143,12 @@ bool QxThreadBuffer::m_NextItem(const Stream& stream, unsigned int& offset, std:
     return true;
 }
 
-bool QxThreadBuffer::m_FindNextRun(const Stream& stream, unsigned int& offset, QxParser* parser) {
-    const unsigned int damaged = offset;
-    if (FindNextItem(stream.data(), &offset, static_cast<unsigned>(stream.size())) == 0) return false;
-    parser->CountNotDecoded(offset - damaged);
+bool QxThreadBuffer::m_FindNextRun(const Stream& stream, std::size_t& offset, QxParser* parser) {
+    unsigned int skipped = 0;
+    const auto left = static_cast<unsigned>(std::min<std::size_t>(stream.size() - offset, UINT_MAX));
+    if (FindNextItem(stream.data() + offset, &skipped, left) == 0) return false;
+    parser->CountNotDecoded(skipped);
+    offset += skipped;
     return true;
 }
 

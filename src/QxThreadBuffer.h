@@ -2,6 +2,7 @@
 // the joined streams into items, thread by thread.
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <vector>
 
@@ -23,10 +24,13 @@ public:
 private:
     using Stream = std::vector<char>;
 
-    static void m_ExtractStream(const Stream& stream, unsigned int& offset, QxParser* parser);
-    static bool m_NextItem(const Stream& stream, unsigned int& offset, std::vector<char>& payload, unsigned char& tag,
+    static void m_ExtractStream(const Stream& stream, std::size_t& offset, QxParser* parser);
+    static bool m_NextItem(const Stream& stream, std::size_t& offset, std::vector<char>& payload, unsigned char& tag,
                            QxParser* parser);
-    static bool m_FindNextRun(const Stream& stream, unsigned int& offset, QxParser* parser);
+    static bool m_FindNextRun(const Stream& stream, std::size_t& offset, QxParser* parser);
 
-    std::map<unsigned short, Stream> m_threads;  // by thread id
+    void m_CountRest(unsigned short tid, std::size_t offset, QxParser* parser) const;
+
+    std::map<unsigned short, Stream> m_threads;       // by thread id
+    std::map<unsigned short, std::size_t> m_counted;  // bytes of these that stayed after damage, and were counted then
 };

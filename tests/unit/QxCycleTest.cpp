@@ -5,6 +5,7 @@
 
 #include <functional>
 #include <memory>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -12,6 +13,7 @@
 
 #include "Diagnostics.h"
 #include "DumpWriter.h"
+#include "IQxEventObserver.h"
 #include "QxData.h"
 #include "dlog.h"
 
@@ -155,11 +157,27 @@ TEST_F(QxCycleTest, CountsTheBytesThatWereNotDecoded) {
         {"behind damage in a stream", Site() + Thread(5, strayExit + call) + Thread(6, call),
          strayExit.size() - 2 + call.size() + call.size() + Marker().size()},
         {"inside what is compressed", Compressed(Site() + unknown) + Flush(), unknown.size()},
+        {"a compressed item that is damaged", Persistent(Item(kPacked, "no bzip2")), 8},
+        {"the end of an item that began before", Site() + Packet(kThread, Fragment(5, 6, 6, call)), 6},
+        {"the end of a compressed one", Packet(kCompressed, CompressedFragment(6, 6, call)) + Flush(), 6},
+        {"a stream that is replaced",
+         Site() + Thread(5, call) + PrefixedPacket(2, kThread, Fragment(5, 0, 4, Marker() + Marker())),
+         Marker().size() + call.size()},
     };
     for (const auto& row : rows) {
         QxCycle cycle(nullptr, nullptr, std::make_shared<QxData>());
         EXPECT_EQ(Decode(cycle, "a", row.dump).bytesNotDecoded, row.count) << row.what;
     }
+}
+
+// Streams stay when one of them holds damage, and are decoded once more with the next dump.
+TEST_F(QxCycleTest, CountsBytesOnceThatStayForTheNextDump) {
+    const Bytes call = StreamItem(kBefore, Before(105, 3, Int(1, 4))) + StreamItem(kAfter, After(2));
+    const Bytes strayExit = StreamItem(kAfter, After(2));
+    const std::uint64_t stays = strayExit.size() - 2 + call.size();
+    EXPECT_EQ(Decode(m_cycle, "a", Site() + Thread(5, strayExit + call)).bytesNotDecoded, stays);
+    const Bytes own = Thread(6, call);
+    EXPECT_EQ(Decode(m_cycle, "b", Site() + own).bytesNotDecoded, Marker().size() + call.size());
 }
 
 TEST_F(QxCycleTest, KeepsWhatStoodBeforeTheDamage) {
@@ -214,6 +232,19 @@ TEST_F(QxCycleTest, FinishTracesAndDropsCalls) {
     m_cycle.Finish(false);
     EXPECT_EQ(m_events, (Steps{"VOLUME=85 of 7", "VOLUME=86 of 9"}));
     EXPECT_EQ(m_store->steps, Steps{"clearCalls"});
+    EXPECT_TRUE(m_store->GetCallIMap()->empty());
+}
+
+TEST_F(QxCycleTest, FinishDropsCallsAlsoWhenTracingThrows) {
+    class Failing final : public IQxEventObserver {
+    public:
+        void OnCall(const IQxData::HSCall&, const std::string&) override { throw std::bad_alloc(); }
+        void OnEvent(const IQxData::_HSScriptPtr&, const IQxData::HSCall&, QxOutcome, const std::string&) override {}
+        void OnError(const IQxData::_HSScriptPtr&, const IQxData::HSCall&, const std::string&) override {}
+    } failing;
+    m_cycle.Parser().SetObserver(&failing);
+    Decode(m_cycle, "a", Site() + OneCall(1));
+    EXPECT_THROW(m_cycle.Finish(false), std::bad_alloc);
     EXPECT_TRUE(m_store->GetCallIMap()->empty());
 }
 
