@@ -1,10 +1,60 @@
 #include "QxProcessInfo.h"
 
-#include <cstdlib>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <fstream>
+#include <optional>
 #include <sstream>
 
+#include "QxFd.h"
+
 namespace qxhost {
+
+namespace {
+
+constexpr std::size_t kMaxStatSize = 1024;  // the line takes some hundred bytes
+
+// From the text that follows the command name: 0 when the process has ended. Its first thread may end while others go
+// on, and then looks as dead as a process that nobody waited for.
+std::uint64_t ParseStartTime(const std::string& text) {
+    std::istringstream fields(text);
+    std::string state;
+    fields >> state;
+    const auto skip = [&fields](int count) {
+        for (std::string field; count > 0; --count) fields >> field;
+    };
+    constexpr int kFieldsBeforeThreads = 16;
+    skip(kFieldsBeforeThreads);
+    long threads = 0;
+    fields >> threads;
+    skip(1);
+    std::uint64_t startTime = 0;
+    fields >> startTime;
+    const bool hasEnded = state == "X" || (state == "Z" && threads <= 1);
+    return hasEnded ? 0 : startTime;
+}
+
+// The start time, 0 when the process has ended, and nothing when the system does not tell: for lack of descriptors,
+// say.
+std::optional<std::uint64_t> AskStartTime(pid_t pid) {
+    const std::string path = "/proc/" + std::to_string(pid) + "/stat";
+    const QxFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    std::string line(kMaxStatSize, '\0');
+    const ssize_t size = file ? ::read(file.Get(), &line[0], line.size()) : -1;
+    if (size < 0) {
+        if (errno == ENOENT || errno == ESRCH) return 0;
+        return std::nullopt;
+    }
+    line.resize(static_cast<std::size_t>(size));
+    // The command name stands in parentheses and may itself hold blanks and parentheses.
+    const std::size_t nameEnd = line.rfind(')');
+    if (nameEnd == std::string::npos) return std::nullopt;
+    return ParseStartTime(line.substr(nameEnd + 1));
+}
+
+}  // namespace
 
 std::string QxProcessInfo::OwnName() {
     std::ifstream file("/proc/self/comm", std::ios::binary);
@@ -14,23 +64,11 @@ std::string QxProcessInfo::OwnName() {
 }
 
 std::uint64_t QxProcessInfo::StartTime(pid_t pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat", std::ios::binary);
-    std::string line;
-    std::getline(file, line, '\0');
-    // The command name stands in parentheses and may itself hold blanks and parentheses.
-    const std::size_t nameEnd = line.rfind(')');
-    if (nameEnd == std::string::npos) return 0;
-    std::istringstream fields(line.substr(nameEnd + 1));
-    std::string field;
-    fields >> field;
-    if (field == "Z" || field == "X") return 0;
-    constexpr int kFieldsBetweenStateAndStartTime = 19;
-    for (int i = 0; i < kFieldsBetweenStateAndStartTime; ++i) fields >> field;
-    return std::strtoull(field.c_str(), nullptr, 10);
+    return AskStartTime(pid).value_or(0);
 }
 
 bool QxProcessInfo::IsAlive(pid_t pid, std::uint64_t startTime) {
-    return startTime != 0 && StartTime(pid) == startTime;
+    return startTime != 0 && AskStartTime(pid).value_or(startTime) == startTime;
 }
 
 }  // namespace qxhost

@@ -13,10 +13,11 @@ public:
     // The calling process's command name as the system shortens it (15 bytes); empty when it cannot be read.
     static std::string OwnName();
 
-    // The process's start time in clock ticks since boot; 0 when it does not run (any more).
+    // The process's start time in clock ticks since boot; 0 when it does not run (any more), or cannot be asked for.
     static std::uint64_t StartTime(pid_t pid);
 
-    // Whether the process that had this id and start time still runs.
+    // Whether the process that had this id and start time still runs, be it with its first thread ended. When the
+    // system does not tell, for lack of descriptors say, it is taken to run.
     static bool IsAlive(pid_t pid, std::uint64_t startTime);
 };
 

@@ -5,6 +5,7 @@
 #include <signal.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <set>
@@ -176,6 +177,27 @@ TEST_F(ControlTest, AStoppedProgramIsDumpedAndGoesOn) {
     ASSERT_EQ(::kill(child.Pid(), SIGCONT), 0);
     child.Finish();
     EXPECT_EQ(Values(Dump("traced")), Numbers{2});
+}
+
+TEST_F(ControlTest, AProgramWhoseFirstThreadHasEndedGoesOn) {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
+        Note(1);
+        std::thread([&pause] {
+            while (ReadFile("/proc/self/stat").find(") Z ") == std::string::npos) std::this_thread::yield();
+            pause();
+            Note(2);
+            pause();
+            ::_exit(0);
+        }).detach();
+        ::syscall(SYS_exit, 0);
+    });
+    EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    child.Continue();
+    EXPECT_EQ(Values(Dump("traced")), Numbers{2});
+    EXPECT_EQ(Files(".qxrec").size(), 1u);
+    child.Finish();
+    EXPECT_FALSE(Dump("traced").exists);
+    EXPECT_TRUE(Files(".qxrec").empty());
 }
 
 TEST_F(ControlTest, ARestartedProgramGoesOnUnderItsName) {

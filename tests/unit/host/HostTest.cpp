@@ -1,6 +1,7 @@
 #include "HostTest.h"
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <qx/recorder.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -115,6 +116,24 @@ void PausingChild::Continue() const {
 void PausingChild::Finish() {
     m_go.Send();
     m_child.Join();
+}
+
+FewDescriptors::FewDescriptors(std::size_t left) {
+    EXPECT_EQ(::getrlimit(RLIMIT_NOFILE, &m_limit), 0);
+    struct rlimit low = m_limit;
+    low.rlim_cur = std::min<rlim_t>(low.rlim_cur, 256);
+    EXPECT_EQ(::setrlimit(RLIMIT_NOFILE, &low), 0);
+    const auto take = [] { return ::open("/dev/null", O_RDONLY); };
+    for (int fd = take(); fd >= 0; fd = take()) m_taken.push_back(fd);
+    for (; left > 0 && !m_taken.empty(); --left) {
+        ::close(m_taken.back());
+        m_taken.pop_back();
+    }
+}
+
+FewDescriptors::~FewDescriptors() {
+    for (const int fd : m_taken) ::close(fd);
+    ::setrlimit(RLIMIT_NOFILE, &m_limit);
 }
 
 std::vector<IQxData::HSCall> DecodedDump::Of(const std::string& method) const {

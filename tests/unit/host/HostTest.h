@@ -3,6 +3,7 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/types.h>
 
 #include <functional>
@@ -68,6 +69,19 @@ private:
     Signal m_go;
     Signal m_paused;
     Child m_child;
+};
+
+// Leaves this process no more than so many descriptors to open, for as long as it lives.
+class FewDescriptors {
+public:
+    explicit FewDescriptors(std::size_t left);
+    FewDescriptors(const FewDescriptors&) = delete;
+    FewDescriptors& operator=(const FewDescriptors&) = delete;
+    ~FewDescriptors();
+
+private:
+    struct rlimit m_limit {};
+    std::vector<int> m_taken;
 };
 
 // What one dump held.
