@@ -1,10 +1,15 @@
 #include "QxControl.h"
 
 #include <dlog.h>
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <exception>
+#include <system_error>
 #include <utility>
 
 #include "QxDumpWriter.h"
@@ -29,6 +34,33 @@ std::size_t Fit(const std::string& recorded, const std::string& asked) {
     return isWhole ? asked.size() + 1 : recorded.size();
 }
 
+QxFileName NameOf(const std::string& fileName) {
+    QxFileName name;
+    QxFileName::Parse(fileName, name);
+    return name;
+}
+
+// Where the recorder keeps the recording that had this name, of a program that ran another one in its place.
+std::string ReplacedName(const std::string& fileName) {
+    QxFileName name = NameOf(fileName);
+    name.startTime = QxFileName::kReplaced;
+    return name.ToString();
+}
+
+// Which file has that name; false when none has.
+bool FindId(int directoryFd, const std::string& fileName, QxRecordingFile::Id& id) {
+    struct stat status {};
+    if (::fstatat(directoryFd, fileName.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return false;
+    id = QxRecordingFile::IdOf(status);
+    return true;
+}
+
+// Unless the name is another file's by now.
+void RemoveFile(int directoryFd, const std::string& fileName, QxRecordingFile::Id id) {
+    QxRecordingFile::Id found;
+    if (FindId(directoryFd, fileName, found) && found == id) ::unlinkat(directoryFd, fileName.c_str(), 0);
+}
+
 }  // namespace
 
 QxControl::QxControl(std::string directory) : m_directory(std::move(directory)) {}
@@ -49,10 +81,15 @@ bool QxControl::Dump(std::vector<char>& path, const std::string& process, bool f
     const QxFd directory = QxRuntimeDir::Open(m_directory, false, error);
     if (!error.empty()) ReportOnce(error);
     if (!directory) return false;
+    std::vector<std::string> fileNames;
+    if (!QxLeftovers::List(directory.Get(), fileNames)) {
+        ReportOnce("directory " + m_directory + " cannot be listed: " + std::strerror(errno));
+        return false;
+    }
     if (!std::exchange(m_hasCleaned, true)) QxLeftovers::RemoveDumps(directory.Get());
     if (first) m_programs.erase(process);
     Program& program = m_programs[process];
-    FindRecordings(directory.Get(), process, first, program);
+    FindRecordings(directory.Get(), fileNames, process, first, program);
     const Loss before = program.Total();
     QxDumpBuilder builder;
     ReadRecordings(program, builder);
@@ -68,12 +105,12 @@ bool QxControl::Dump(std::vector<char>& path, const std::string& process, bool f
             ReportOnce("dump " + writer.FileName() + " in " + m_directory + " cannot be written: " + writer.Error());
         }
     }
-    for (const auto& [name, reader] : program.readers) {
-        if (reader == nullptr) continue;
+    for (const auto& [id, recording] : program.recordings) {
+        if (recording.reader == nullptr) continue;
         if (isWritten || !isWanted)
-            reader->Commit();
+            recording.reader->Commit();
         else
-            reader->Rollback();
+            recording.reader->Rollback();
     }
     const std::uint64_t held = program.Total().held;
     program.lastDump = Difference(program.Total(), before);
@@ -82,42 +119,66 @@ bool QxControl::Dump(std::vector<char>& path, const std::string& process, bool f
     return isWritten;
 }
 
-void QxControl::FindRecordings(int directoryFd, const std::string& process, bool first, Program& program) {
+void QxControl::FindRecordings(int directoryFd, const std::vector<std::string>& fileNames, const std::string& process,
+                               bool first, Program& program) {
     std::size_t best = 1;
     std::vector<std::pair<std::size_t, std::string>> found;
-    for (const std::string& fileName : QxLeftovers::List(directoryFd)) {
+    for (const std::string& fileName : fileNames) {
         QxFileName name;
         if (!QxFileName::Parse(fileName, name) || name.suffix != QxFileName::kRecording) continue;
         found.emplace_back(Fit(name.name, process), fileName);
         best = std::max(best, found.back().first);
     }
     for (const auto& [fit, fileName] : found) {
-        if (fit == best && program.readers.count(fileName) == 0) {
-            OpenRecording(directoryFd, fileName, first, program);
-        }
+        if (fit == best) TakeUp(directoryFd, fileName, first, program);
     }
 }
 
-void QxControl::OpenRecording(int directoryFd, const std::string& fileName, bool first, Program& program) {
-    std::unique_ptr<QxRecordingReader>& reader = program.readers[fileName];
+// What is known already stays. A known recording whose name this one took over lies where the recorder puts what it
+// replaces.
+void QxControl::TakeUp(int directoryFd, const std::string& fileName, bool first, Program& program) {
+    QxRecordingFile::Id id;
+    if (!FindId(directoryFd, fileName, id)) return;
+    const auto known = program.recordings.find(id);
+    const bool isKnown = known != program.recordings.end() &&
+                         // A file that nobody holds open may be another one by now.
+                         (known->second.reader != nullptr || known->second.fileName == fileName);
+    if (isKnown) return;
+    for (auto& [otherId, other] : program.recordings) {
+        if (other.fileName == fileName) other.fileName = ReplacedName(fileName);
+    }
+    OpenRecording(directoryFd, fileName, first, program, id);
+}
+
+void QxControl::OpenRecording(int directoryFd, const std::string& fileName, bool first, Program& program,
+                              QxRecordingFile::Id id) {
+    std::unique_ptr<QxRecordingReader> reader;
     try {
-        QxFileName name;
-        QxFileName::Parse(fileName, name);
-        reader = std::make_unique<QxRecordingReader>(QxRecordingFile(directoryFd, fileName, name), m_tids, first);
+        QxRecordingFile file(directoryFd, fileName, NameOf(fileName));
+        // Replaced meanwhile: both files are found the next time.
+        if (file.GetId() != id) return;
+        reader = std::make_unique<QxRecordingReader>(std::move(file), m_tids, first);
     } catch (const QxDamage& damage) {
         GiveUp(fileName, damage.what());
+    } catch (const std::system_error& error) {
+        if (error.code() == std::errc::no_such_file_or_directory) return;
+        ReportOnce("recording " + fileName + " in " + m_directory + " cannot be opened for now: " + error.what());
+        return;
     }
+    program.recordings[id] = {fileName, std::move(reader)};
 }
 
 void QxControl::ReadRecordings(Program& program, QxDumpBuilder& builder) {
-    for (auto& [fileName, reader] : program.readers) {
-        if (reader == nullptr) continue;
+    for (auto& [id, recording] : program.recordings) {
+        const QxFileName name = NameOf(recording.fileName);
+        recording.isAlive = QxProcessInfo::IsAlive(name.pid, name.startTime);
+        if (recording.reader == nullptr) continue;
         try {
-            reader->Read(program.catalog, builder, m_openCallLimitNs);
+            recording.reader->Read(program.catalog, builder, m_openCallLimitNs, recording.isAlive);
         } catch (const QxDamage& damage) {
-            GiveUp(fileName, damage.what());
-            program.ended = Sum(program.ended, reader->GetLoss());
-            reader.reset();
+            GiveUp(recording.fileName, damage.what());
+            program.ended = Sum(program.ended, recording.reader->GetLoss());
+            recording.reader.reset();
         }
     }
 }
@@ -129,8 +190,8 @@ void QxControl::GiveUp(const std::string& fileName, const std::string& reason) {
 // Compressing takes longer than all the rest, and the items seldom change.
 const std::string& QxControl::Describe(Program& program) const {
     std::string items;
-    for (const auto& [fileName, reader] : program.readers) {
-        if (reader != nullptr) items += reader->HeaderItem();
+    for (const auto& [id, recording] : program.recordings) {
+        if (recording.reader != nullptr) items += recording.reader->HeaderItem();
     }
     items += program.catalog.Items();
     if (items != program.describedItems || program.description.empty()) {
@@ -143,18 +204,18 @@ const std::string& QxControl::Describe(Program& program) const {
 // The recording of a process that has ended is needed until all of it was written into a dump; one that was given up
 // until its process has ended.
 void QxControl::DropDrained(int directoryFd, Program& program) {
-    for (auto place = program.readers.begin(); place != program.readers.end();) {
-        const std::unique_ptr<QxRecordingReader>& reader = place->second;
-        QxFileName name;
-        QxFileName::Parse(place->first, name);
-        const bool isDone = reader != nullptr ? reader->IsDrained() : !QxProcessInfo::IsAlive(name.pid, name.startTime);
-        if (!isDone) {
+    for (auto place = program.recordings.begin(); place != program.recordings.end();) {
+        const auto& [id, recording] = *place;
+        const QxRecordingReader* reader = recording.reader.get();
+        const bool isDone = reader != nullptr ? reader->IsDrained() : !recording.isAlive;
+        if (isDone) RemoveFile(directoryFd, recording.fileName, id);
+        // One that has got another name is still there, and would be read again if it was forgotten.
+        if (!isDone || (reader != nullptr && reader->File().HasName())) {
             ++place;
             continue;
         }
         if (reader != nullptr) program.ended = Sum(program.ended, reader->GetLoss());
-        ::unlinkat(directoryFd, place->first.c_str(), 0);
-        place = program.readers.erase(place);
+        place = program.recordings.erase(place);
     }
 }
 
@@ -166,14 +227,15 @@ void QxControl::ReportOnce(const std::string& message) {
 
 Loss QxControl::Program::Total() const {
     Loss total = ended;
-    for (const auto& [fileName, reader] : readers) {
-        if (reader != nullptr) total = Sum(total, reader->GetLoss());
+    for (const auto& [id, recording] : recordings) {
+        if (recording.reader != nullptr) total = Sum(total, recording.reader->GetLoss());
     }
     return total;
 }
 
 bool QxControl::Program::HasReaders() const {
-    return std::any_of(readers.begin(), readers.end(), [](const auto& entry) { return entry.second != nullptr; });
+    return std::any_of(recordings.begin(), recordings.end(),
+                       [](const auto& entry) { return entry.second.reader != nullptr; });
 }
 
 bool QxControl::GetLoss(const std::string& process, Loss* total, Loss* lastDump) {
@@ -190,9 +252,9 @@ std::vector<qx::host::ThreadLoss> QxControl::GetThreadLoss(const std::string& pr
     std::vector<qx::host::ThreadLoss> all;
     const auto program = m_programs.find(process);
     if (program == m_programs.end()) return all;
-    for (const auto& [fileName, reader] : program->second.readers) {
-        if (reader == nullptr) continue;
-        const std::vector<qx::host::ThreadLoss> threads = reader->GetThreadLoss();
+    for (const auto& [id, recording] : program->second.recordings) {
+        if (recording.reader == nullptr) continue;
+        const std::vector<qx::host::ThreadLoss> threads = recording.reader->GetThreadLoss();
         all.insert(all.end(), threads.begin(), threads.end());
     }
     return all;

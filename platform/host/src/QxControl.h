@@ -36,11 +36,19 @@ public:
     const std::string& Directory() const { return m_directory; }
 
 private:
+    // A recording that was found.
+    struct Recording {
+        std::string fileName;
+        std::unique_ptr<QxRecordingReader> reader;  // null: it was given up
+        bool isAlive = true;                        // whether its process ran when it was looked for last
+    };
+    // By the file, whose name goes to another one when the program runs another one in its place.
+    using Recordings = std::map<QxRecordingFile::Id, Recording>;
+
     // What is known of one program name.
     struct Program {
         QxCatalog catalog;
-        // By file name. Null: the recording was given up.
-        std::map<std::string, std::unique_ptr<QxRecordingReader>> readers;
+        Recordings recordings;
         qx::host::Loss ended;        // of the readers that were dropped
         qx::host::Loss lastDump;     // of the last dump alone
         std::string describedItems;  // what `description` was made from
@@ -51,8 +59,11 @@ private:
     };
 
     bool Dump(std::vector<char>& path, const std::string& process, bool first);
-    void FindRecordings(int directoryFd, const std::string& process, bool first, Program& program);
-    void OpenRecording(int directoryFd, const std::string& fileName, bool first, Program& program);
+    void FindRecordings(int directoryFd, const std::vector<std::string>& fileNames, const std::string& process,
+                        bool first, Program& program);
+    void TakeUp(int directoryFd, const std::string& fileName, bool first, Program& program);
+    void OpenRecording(int directoryFd, const std::string& fileName, bool first, Program& program,
+                       QxRecordingFile::Id id);
     void ReadRecordings(Program& program, QxDumpBuilder& builder);
     void GiveUp(const std::string& fileName, const std::string& reason);
     const std::string& Describe(Program& program) const;

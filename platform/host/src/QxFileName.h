@@ -15,6 +15,9 @@ struct QxFileName {
     static constexpr const char* kDump = "qxdump";         // a dump, named by its reader's process
     static constexpr const char* kNewDump = "qxtmp";       // a dump that is being written
 
+    // The start time that no process has: a recording of a program that its process ran before the present one.
+    static constexpr std::uint64_t kReplaced = 0;
+
     std::string name;  // not escaped
     pid_t pid = 0;
     std::uint64_t startTime = 0;

@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <memory>
 
 #include "QxFileName.h"
@@ -22,25 +23,36 @@ bool BeganBefore(const QxFileName& left, const QxFileName& right) {
     return left.startTime != right.startTime ? left.startTime < right.startTime : left.pid < right.pid;
 }
 
+// As far as they can be listed: what is missed is removed another time.
+std::vector<std::string> NamesIn(int directoryFd) {
+    std::vector<std::string> names;
+    QxLeftovers::List(directoryFd, names);
+    return names;
+}
+
 }  // namespace
 
-std::vector<std::string> QxLeftovers::List(int directoryFd) {
-    std::vector<std::string> names;
+bool QxLeftovers::List(int directoryFd, std::vector<std::string>& names) {
+    names.clear();
     const int fd = ::openat(directoryFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return names;
+    if (fd < 0) return false;
     const std::unique_ptr<DIR, DirectoryCloser> directory(::fdopendir(fd));
     if (directory == nullptr) {
         ::close(fd);
-        return names;
+        return false;
     }
-    while (const dirent* entry = ::readdir(directory.get())) names.emplace_back(entry->d_name);
-    return names;
+    errno = 0;
+    while (const dirent* entry = ::readdir(directory.get())) {
+        names.emplace_back(entry->d_name);
+        errno = 0;
+    }
+    return errno == 0;
 }
 
 void QxLeftovers::RemoveRecordings(int directoryFd, const std::string& processName) {
     QxFileName newest;
     std::string newestFile;
-    for (const std::string& fileName : List(directoryFd)) {
+    for (const std::string& fileName : NamesIn(directoryFd)) {
         QxFileName name;
         if (!QxFileName::Parse(fileName, name) || QxProcessInfo::IsAlive(name.pid, name.startTime)) continue;
         std::string useless;
@@ -59,7 +71,7 @@ void QxLeftovers::RemoveRecordings(int directoryFd, const std::string& processNa
 }
 
 void QxLeftovers::RemoveDumps(int directoryFd) {
-    for (const std::string& fileName : List(directoryFd)) {
+    for (const std::string& fileName : NamesIn(directoryFd)) {
         QxFileName name;
         if (!QxFileName::Parse(fileName, name)) continue;
         if (name.suffix != QxFileName::kDump && name.suffix != QxFileName::kNewDump) continue;

@@ -8,8 +8,9 @@ namespace qxhost {
 
 class QxLeftovers {
 public:
-    // The names in the directory, in no particular order.
-    static std::vector<std::string> List(int directoryFd);
+    // Gives the names in the directory, in no particular order. False when it cannot be read to its end; errno says
+    // why.
+    static bool List(int directoryFd, std::vector<std::string>& names);
 
     // Removes half-made recordings of dead processes, and the recordings of dead processes of that name, but for the
     // one that began last: the end of the latest run is what a tracker may still want.

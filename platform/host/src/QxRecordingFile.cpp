@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <system_error>
 
 #include "QxBytes.h"
-#include "QxProcessInfo.h"
 
 namespace qxhost {
 
@@ -22,6 +22,11 @@ constexpr int kMaxAttempts = 10000;
 
 // FIFOs must not block, links not lead elsewhere.
 constexpr int kOpenFlags = O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
+// Whether it says nothing about the file, but that the client has not enough of something, or that the file is gone.
+bool IsPassing(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM || error == EINTR || error == EIO || error == ENOENT;
+}
 
 void CheckStatus(const struct stat& status) {
     if (!S_ISREG(status.st_mode)) throw QxDamage("it is no regular file");
@@ -37,9 +42,11 @@ QxRecordingFile::QxRecordingFile(int directoryFd, const std::string& fileName, c
     if (!m_fd && errno == EROFS) m_fd = QxFd(::openat(directoryFd, fileName.c_str(), O_RDONLY | kOpenFlags));
     struct stat status {};
     if (!m_fd || ::fstat(m_fd.Get(), &status) != 0) {
+        if (IsPassing(errno)) throw std::system_error(errno, std::generic_category());
         throw QxDamage(errno == ELOOP ? "it is a symbolic link" : std::strerror(errno));
     }
     CheckStatus(status);
+    m_id = IdOf(status);
     ReadHeader();
 }
 
@@ -55,8 +62,9 @@ void QxRecordingFile::ReadHeader() {
     if (!fits || !m_geometry.IsValid()) throw QxDamage("its header gives sizes out of range");
 }
 
-bool QxRecordingFile::IsAlive() const {
-    return QxProcessInfo::IsAlive(m_name.pid, m_name.startTime);
+bool QxRecordingFile::HasName() const {
+    struct stat status {};
+    return ::fstat(m_fd.Get(), &status) == 0 && status.st_nlink > 0;
 }
 
 void QxRecordingFile::Read(std::uint64_t offset, void* out, std::size_t size) const {

@@ -3,11 +3,14 @@
 // recorder cannot have written throws QxDamage.
 #pragma once
 
+#include <sys/stat.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <utility>
 
 #include "QxFd.h"
 #include "QxFileName.h"
@@ -19,14 +22,21 @@ class QxRecordingFile {
 public:
     using Slot = std::array<std::uint64_t, qxlayout::kSlotWords>;
 
-    // Opens the file of that name in the directory. Throws QxDamage when it is no recording that this user may read.
+    // Tells files apart, whatever their names. Of a file that is held open, as long as it is.
+    using Id = std::pair<dev_t, ino_t>;
+    static Id IdOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
+
+    // Opens the file of that name in the directory. Throws QxDamage when it is no recording that this user may read,
+    // and std::system_error when it is not there, or may well be opened another time.
     QxRecordingFile(int directoryFd, const std::string& fileName, const QxFileName& name);
 
     const qxlayout::Geometry& Geometry() const { return m_geometry; }
     const QxFileName& Name() const { return m_name; }
 
-    // Whether the process that writes it still runs.
-    bool IsAlive() const;
+    Id GetId() const { return m_id; }
+
+    // Whether the file is still in some directory.
+    bool HasName() const;
 
     // Calls of threads that had no slot.
     std::uint64_t ReadRefused() const;
@@ -53,6 +63,7 @@ private:
 
     QxFileName m_name;
     QxFd m_fd;
+    Id m_id;
     qxlayout::Geometry m_geometry;
 };
 

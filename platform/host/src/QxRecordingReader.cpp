@@ -36,10 +36,8 @@ QxRecordingReader::~QxRecordingReader() {
     for (const auto& [serial, tid] : m_threads) m_tids.GiveBack(tid);
 }
 
-void QxRecordingReader::Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs) {
+void QxRecordingReader::Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs, bool isAlive) {
     const Target target{catalog, builder};
-    // Asked before reading: what a process that still runs records meanwhile is for the next dump.
-    const bool isAlive = m_file.IsAlive();
     m_refused = m_file.ReadRefused();
     for (std::size_t number = 0; number < kSlotCount; ++number) ReadSlot(number, target);
     for (Slot& slot : *m_state) {

@@ -33,8 +33,9 @@ public:
 
     // Reads all that is new: what the calls need into the catalog, the calls into the builder. A call that has been
     // open for longer than the limit, and every open call of a thread or process that has ended, is written without
-    // exit. Throws QxDamage when the recording cannot be trusted any further.
-    void Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs);
+    // exit. `isAlive` tells whether the process still ran just before: what it records meanwhile is for the next dump.
+    // Throws QxDamage when the recording cannot be trusted any further.
+    void Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs, bool isAlive);
 
     // Ends a reading: keeps it, or takes it back so that the next one reads the same again.
     void Commit();

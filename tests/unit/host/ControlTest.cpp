@@ -8,6 +8,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <set>
 #include <thread>
 
@@ -223,6 +224,88 @@ TEST_F(ControlTest, AProgramRunByAnotherInItsPlaceTakesNothingFromIt) {
     EXPECT_EQ(Files(".qxrec").size(), 2u);
     EXPECT_EQ(Values(Dump("traced", true)), (Numbers{1, 2}));
     EXPECT_TRUE(Files(".qxrec").empty());
+}
+
+// The recorder of the program that is run anew finds a recording under its own name and puts it aside.
+TEST_F(ControlTest, AProgramThatRunsItselfAnewLosesNothingAndRepeatsNothing) {
+    using qxhost::QxFileName;
+    Run("traced", [] { Note(1); });
+    const std::string earlier = Files(".qxrec").at(0);
+    PausingChild child(m_directory, "traced", [&](const Pause& pause) {
+        const std::uint64_t start = qxhost::QxProcessInfo::StartTime(::getpid());
+        const std::string own = QxFileName{"traced", ::getpid(), start, QxFileName::kRecording}.ToString();
+        EXPECT_EQ(::rename(earlier.c_str(), (m_directory + "/" + own).c_str()), 0);
+        pause();
+        Note(2);
+        pause();
+        Note(3);
+    });
+    EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    child.Continue();
+    EXPECT_EQ(Values(Dump("traced")), Numbers{2});
+    EXPECT_EQ(Files(".qxrec").size(), 1u);
+    child.Finish();
+    EXPECT_EQ(Values(Dump("traced")), Numbers{3});
+    EXPECT_TRUE(Files(".qxrec").empty());
+    EXPECT_FALSE(Dump("traced").exists);
+    ExpectBalanced(Total("traced"));
+    EXPECT_EQ(Total("traced").delivered, 3u);
+}
+
+// A file that is put aside between being found and being removed is not forgotten, or it would be read again.
+TEST_F(ControlTest, ARecordingThatIsPutAsideUnseenIsReadOnce) {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) { NoteOneByOne(1, pause); });
+    EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    const std::string path = Files(".qxrec").at(0);
+    const std::string aside = path + ".aside";
+    ASSERT_EQ(::rename(path.c_str(), aside.c_str()), 0);
+    child.Kill();
+    EXPECT_FALSE(Dump("traced").exists);
+    ASSERT_EQ(::rename(aside.c_str(), path.c_str()), 0);
+    EXPECT_FALSE(Dump("traced").exists);
+    EXPECT_EQ(Total("traced").delivered, 1u);
+    EXPECT_TRUE(Files(".qxrec").empty());
+}
+
+TEST_F(ControlTest, WithoutDescriptorsNothingIsLost) {
+    const auto noteAndPause = [](int value) {
+        return [value](const Pause& pause) {
+            Note(value);
+            pause();
+        };
+    };
+    PausingChild one(m_directory, "traced", [](const Pause& pause) { NoteOneByOne(2, pause); });
+    EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    PausingChild two(m_directory, "traced", noteAndPause(3));
+    PausingChild three(m_directory, "traced", noteAndPause(4));
+    one.Continue();
+    const struct {
+        std::size_t left;
+        const char* message;
+    } rows[] = {
+        {0, " is not usable: Too many open files"},
+        {1, " cannot be listed: Too many open files"},
+        {2, " cannot be opened for now: Too many open files"},
+        {1, " cannot be written: Too many open files"},
+    };
+    for (const auto& row : rows) {
+        const FewDescriptors few(row.left);
+        EXPECT_FALSE(Dump("traced").exists);
+        EXPECT_FALSE(Dump("traced").exists);
+    }
+    const std::vector<RecordingLog::Line> lines = RecordingLog::Lines();
+    for (const auto& row : rows) {
+        EXPECT_EQ(std::count_if(lines.begin(), lines.end(),
+                                [&row](const auto& line) { return line.text.find(row.message) != std::string::npos; }),
+                  1)
+            << row.message;
+    }
+    EXPECT_EQ(Files(".qxrec").size(), 3u);
+    EXPECT_EQ(Values(Dump("traced")), (Numbers{2, 3, 4}));
+    EXPECT_EQ(Total("traced").delivered, 4u);
+    one.Finish();
+    two.Finish();
+    three.Finish();
 }
 
 TEST_F(ControlTest, NamesAreFoundAsTheSystemShortensThem) {
