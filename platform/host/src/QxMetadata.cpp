@@ -11,6 +11,7 @@ namespace {
 constexpr std::size_t kMaxNameSize = 4096;
 constexpr std::size_t kMaxArguments = 1024;
 constexpr std::size_t kMaxIntegerSize = 8;
+constexpr std::size_t kLengthSize = 4;
 constexpr unsigned kMaxDepth = 60;  // the decoder goes 64 deep
 
 std::string ReadName(QxByteReader& record) {
@@ -74,16 +75,17 @@ void QxMetadata::Update(const QxRecordingFile& file) {
     if (used < m_used) throw QxDamage("its metadata shrank");
     if (used == m_used) return;
     Append(file.ReadMeta(m_used, used - m_used));
-    m_used = used;
 }
 
 void QxMetadata::Append(const std::string& records) {
     QxByteReader reader(records.data(), records.size());
     while (reader.Left() > 0) {
-        const std::size_t size = static_cast<std::size_t>(reader.ReadInteger(4));
+        const std::size_t size = static_cast<std::size_t>(reader.ReadInteger(kLengthSize));
         const char* record = records.data() + (records.size() - reader.Left());
         reader.Skip(size);
         AppendRecord(QxByteReader(record, size));
+        // One by one: when memory runs out, none is taken twice.
+        m_used += kLengthSize + size;
     }
 }
 
@@ -126,8 +128,9 @@ void QxMetadata::AppendDescriptor(QxByteReader& record) {
         descriptor.members.push_back({std::move(name), std::move(type)});
     }
     if (descriptor.depth > kMaxDepth) throw QxDamage("layouts nest too deep");
+    const QxDescriptor*& place = m_byName[descriptor.name];
     m_descriptors.push_back(std::move(descriptor));
-    m_byName[m_descriptors.back().name] = &m_descriptors.back();
+    place = &m_descriptors.back();
 }
 
 void QxMetadata::AppendLocation(QxByteReader& record) {
@@ -161,7 +164,7 @@ QxType QxMetadata::ReadType(QxByteReader& record) const {
     type.name = ReadName(record);
     if (type.size == QxType::kComposite) {
         const auto found = m_byName.find(type.name);
-        if (found == m_byName.end()) throw QxDamage("a type has no layout");
+        if (found == m_byName.end() || found->second == nullptr) throw QxDamage("a type has no layout");
         type.descriptor = found->second;
     } else if (type.size != QxType::kVariable && (type.size == 0 || type.size > kMaxIntegerSize)) {
         throw QxDamage("a type has no valid size");

@@ -26,11 +26,7 @@ std::uint32_t NameOf(std::uint64_t thread) {
 }  // namespace
 
 QxRecordingReader::QxRecordingReader(QxRecordingFile file, QxTidPool& tids, bool isFirst)
-    : m_file(std::move(file)),
-      m_tids(tids),
-      m_isFirst(isFirst),
-      m_state(std::make_unique<State>()),
-      m_kept(std::make_unique<State>()) {}
+    : m_file(std::move(file)), m_tids(tids), m_isFirst(isFirst), m_kept(std::make_unique<State>()) {}
 
 QxRecordingReader::~QxRecordingReader() {
     for (const auto& [serial, tid] : m_threads) m_tids.GiveBack(tid);
@@ -38,6 +34,8 @@ QxRecordingReader::~QxRecordingReader() {
 
 void QxRecordingReader::Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs, bool isAlive) {
     const Target target{catalog, builder};
+    m_isDrained = false;
+    m_state = std::make_unique<State>(*m_kept);
     m_refused = m_file.ReadRefused();
     for (std::size_t number = 0; number < kSlotCount; ++number) ReadSlot(number, target);
     for (Slot& slot : *m_state) {
@@ -200,26 +198,21 @@ void QxRecordingReader::Commit() {
         const Slot& slot = (*m_state)[number];
         if (slot.isTouched) m_file.WriteConsumed(number, slot.ring.Position());
     }
-    *m_kept = *m_state;
+    m_kept = std::move(m_state);
     m_hasRead = true;
     GiveBackTids();
 }
 
 void QxRecordingReader::Rollback() {
-    *m_state = *m_kept;
+    m_state.reset();
     m_isDrained = false;
 }
 
 // Numbers stay with the threads that may still have calls to come.
 void QxRecordingReader::GiveBackTids() {
     std::map<std::uint32_t, std::uint16_t> stay;
-    const auto keep = [this, &stay](std::uint32_t serial) {
-        const auto found = m_threads.find(serial);
-        if (found == m_threads.end()) return;
-        stay.insert(*found);
-        m_threads.erase(found);
-    };
-    for (const Slot& slot : *m_state) {
+    const auto keep = [this, &stay](std::uint32_t serial) { stay.insert(m_threads.extract(serial)); };
+    for (const Slot& slot : *m_kept) {
         keep(SerialOf(slot.ring.Thread()));
         for (const auto& [ordinal, call] : slot.open) keep(call.serial);
     }

@@ -37,7 +37,8 @@ public:
     // Throws QxDamage when the recording cannot be trusted any further.
     void Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs, bool isAlive);
 
-    // Ends a reading: keeps it, or takes it back so that the next one reads the same again.
+    // Ends a reading: keeps it, or takes it back so that the next one reads the same again. One that nobody ended,
+    // since something was thrown, is taken back by the next Read. Commit requires a whole reading. Neither throws.
     void Commit();
     void Rollback();
 
@@ -97,8 +98,8 @@ private:
     QxCatalog::View m_view;
     std::map<std::uint32_t, std::uint16_t> m_threads;  // serial to tid
     std::uint64_t m_refused = 0;                       // calls of threads without a slot
-    std::unique_ptr<State> m_state;
-    std::unique_ptr<State> m_kept;  // as the last reading that was kept left it
+    std::unique_ptr<State> m_state;                    // of the present reading
+    std::unique_ptr<State> m_kept;                     // as the last reading that was kept left it
 };
 
 }  // namespace qxhost

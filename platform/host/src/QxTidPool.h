@@ -3,8 +3,9 @@
 // do not collect threads for ever.
 #pragma once
 
+#include <bitset>
+#include <cstddef>
 #include <cstdint>
-#include <set>
 
 namespace qxhost {
 
@@ -12,14 +13,14 @@ class QxTidPool {
 public:
     // A number that is not in use, from 1 on; 0 when all are.
     std::uint16_t Take();
-    // 0 is none, and stays none.
-    void GiveBack(std::uint16_t tid) {
-        if (tid != 0) m_free.insert(tid);
-    }
+    // 0 is none, and stays none. Needs no memory, so that readers may give back while they are torn down.
+    void GiveBack(std::uint16_t tid);
 
 private:
-    std::set<std::uint16_t> m_free;
-    std::uint16_t m_highest = 0;
+    static constexpr std::size_t kCount = 65536;
+
+    std::bitset<kCount> m_isTaken;
+    std::size_t m_next = 1;  // all below are taken
 };
 
 }  // namespace qxhost

@@ -1,0 +1,67 @@
+// One recording, read again and again.
+#include "QxRecordingReader.h"
+
+#include <fcntl.h>
+#include <qx/recorder.h>
+
+#include "HostTest.h"
+
+namespace {
+
+using namespace qxhost;
+using Pause = PausingChild::Pause;
+
+constexpr std::uint64_t kNoLimit = ~std::uint64_t{0};
+
+void Note(int value) {
+    QX_CALL(call, "p", "Note", qx::In(value));
+}
+
+class QxRecordingReaderTest : public HostTest {
+protected:
+    // A reader of the only recording there is.
+    std::unique_ptr<QxRecordingReader> MakeReader() {
+        const std::string path = Files(".qxrec").at(0);
+        QxFileName name;
+        EXPECT_TRUE(QxFileName::Parse(path.substr(m_directory.size() + 1), name));
+        return std::make_unique<QxRecordingReader>(QxRecordingFile(AT_FDCWD, path, name), m_tids, true);
+    }
+
+    // Reads what is new, and decodes the dump that it makes.
+    DecodedDump Read(QxRecordingReader& reader, bool isAlive = true) {
+        QxDumpBuilder builder;
+        reader.Read(m_catalog, builder, kNoLimit, isAlive);
+        return Decode("traced", builder.Finish(QxDumpBuilder::Describe(reader.HeaderItem() + m_catalog.Items())));
+    }
+
+    QxTidPool m_tids;
+    QxCatalog m_catalog;
+};
+
+TEST_F(QxRecordingReaderTest, AReadingThatNobodyEndedIsTakenBackByTheNextOne) {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
+        QX_CALL(open, "p", "Open");
+        for (int i = 0; i < 3; ++i) Note(i);
+        pause();
+        Note(3);
+        pause();
+    });
+    const auto reader = MakeReader();
+    EXPECT_EQ(Read(*reader).calls.size(), 3u);
+    EXPECT_EQ(reader->GetLoss().recorded, 0u);
+    child.Continue();
+    EXPECT_EQ(Read(*reader).calls.size(), 4u);
+    reader->Commit();
+    EXPECT_EQ(Read(*reader).calls.size(), 0u);
+    child.Finish();
+    EXPECT_EQ(Read(*reader, false).calls.size(), 1u);
+    EXPECT_TRUE(reader->IsDrained());
+    // As it is when the dump could not be made after all.
+    EXPECT_EQ(Read(*reader).calls.size(), 1u);
+    EXPECT_FALSE(reader->IsDrained());
+    reader->Commit();
+    ExpectBalanced(reader->GetLoss());
+    EXPECT_EQ(reader->GetLoss().delivered, 5u);
+}
+
+}  // namespace
