@@ -182,9 +182,10 @@ std::uint32_t QxRecordingReader::DumpNumber(std::uint32_t location) const {
 }
 
 std::uint16_t QxRecordingReader::Tid(std::uint32_t serial) {
-    const auto [place, isNew] = m_threads.emplace(serial, std::uint16_t{0});
-    if (isNew) place->second = m_tids.Take();
-    return place->second;
+    std::uint16_t& tid = m_threads[serial];
+    // A thread that got none tries again: numbers come back.
+    if (tid == 0) tid = m_tids.Take();
+    return tid;
 }
 
 void QxRecordingReader::NameThread(std::uint64_t thread, QxDumpBuilder& builder) {

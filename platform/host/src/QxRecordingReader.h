@@ -96,7 +96,7 @@ private:
     bool m_isDrained = false;
     QxMetadata m_metadata;
     QxCatalog::View m_view;
-    std::map<std::uint32_t, std::uint16_t> m_threads;  // serial to tid
+    std::map<std::uint32_t, std::uint16_t> m_threads;  // serial to tid, 0 while there is none
     std::uint64_t m_refused = 0;                       // calls of threads without a slot
     std::unique_ptr<State> m_state;                    // of the present reading
     std::unique_ptr<State> m_kept;                     // as the last reading that was kept left it

@@ -64,4 +64,29 @@ TEST_F(QxRecordingReaderTest, AReadingThatNobodyEndedIsTakenBackByTheNextOne) {
     EXPECT_EQ(reader->GetLoss().delivered, 5u);
 }
 
+TEST_F(QxRecordingReaderTest, AThreadThatGotNoNumberGetsTheNextOneThatIsFree) {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
+        for (int i = 0; i < 3; ++i) {
+            Note(i);
+            pause();
+        }
+    });
+    while (m_tids.Take() != 0) continue;
+    const auto reader = MakeReader();
+    EXPECT_EQ(Read(*reader).calls.size(), 0u);
+    reader->Commit();
+    EXPECT_EQ(reader->GetLoss().dropped, 1u);
+    m_tids.GiveBack(5);
+    child.Continue();
+    const DecodedDump dump = Read(*reader);
+    reader->Commit();
+    ASSERT_EQ(dump.calls.size(), 1u);
+    EXPECT_EQ(dump.calls[0].tid, 5u);
+    // It stays the thread's.
+    EXPECT_EQ(m_tids.Take(), 0u);
+    ExpectBalanced(reader->GetLoss());
+    child.Continue();
+    child.Finish();
+}
+
 }  // namespace
