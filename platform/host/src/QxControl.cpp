@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <iterator>
 #include <system_error>
 #include <utility>
 
@@ -173,13 +174,9 @@ void QxControl::ReadRecordings(Program& program, QxDumpBuilder& builder) {
         const QxFileName name = NameOf(recording.fileName);
         recording.isAlive = QxProcessInfo::IsAlive(name.pid, name.startTime);
         if (recording.reader == nullptr) continue;
-        try {
-            recording.reader->Read(program.catalog, builder, m_openCallLimitNs, recording.isAlive);
-        } catch (const QxDamage& damage) {
-            GiveUp(recording.fileName, damage.what());
-            program.ended = Sum(program.ended, recording.reader->GetLoss());
-            recording.reader.reset();
-        }
+        recording.reader->Read(program.catalog, builder, m_openCallLimitNs, recording.isAlive);
+        const std::string& damage = recording.reader->Damage();
+        if (!damage.empty()) GiveUp(recording.fileName, damage);
     }
 }
 
@@ -205,17 +202,18 @@ const std::string& QxControl::Describe(Program& program) const {
 // until its process has ended.
 void QxControl::DropDrained(int directoryFd, Program& program) {
     for (auto place = program.recordings.begin(); place != program.recordings.end();) {
-        const auto& [id, recording] = *place;
-        const QxRecordingReader* reader = recording.reader.get();
-        const bool isDone = reader != nullptr ? reader->IsDrained() : !recording.isAlive;
+        auto& [id, recording] = *place;
+        std::unique_ptr<QxRecordingReader>& reader = recording.reader;
+        const bool isGivenUp = reader == nullptr || !reader->Damage().empty();
+        const bool isDone = isGivenUp ? !recording.isAlive : reader->IsDrained();
         if (isDone) RemoveFile(directoryFd, recording.fileName, id);
         // One that has got another name is still there, and would be read again if it was forgotten.
-        if (!isDone || (reader != nullptr && reader->File().HasName())) {
-            ++place;
-            continue;
+        const bool isGone = isDone && (isGivenUp || !reader->File().HasName());
+        if (reader != nullptr && (isGivenUp || isGone)) {
+            program.ended = Sum(program.ended, reader->GetLoss());
+            reader.reset();
         }
-        if (reader != nullptr) program.ended = Sum(program.ended, reader->GetLoss());
-        place = program.recordings.erase(place);
+        place = isGone ? program.recordings.erase(place) : std::next(place);
     }
 }
 
@@ -234,8 +232,10 @@ Loss QxControl::Program::Total() const {
 }
 
 bool QxControl::Program::HasReaders() const {
-    return std::any_of(recordings.begin(), recordings.end(),
-                       [](const auto& entry) { return entry.second.reader != nullptr; });
+    return std::any_of(recordings.begin(), recordings.end(), [](const auto& entry) {
+        const QxRecordingReader* reader = entry.second.reader.get();
+        return reader != nullptr && reader->Damage().empty();
+    });
 }
 
 bool QxControl::GetLoss(const std::string& process, Loss* total, Loss* lastDump) {

@@ -34,4 +34,11 @@ inline qx::host::Loss Difference(const qx::host::Loss& a, const qx::host::Loss& 
     return Combine(a, b, [](std::uint64_t x, std::uint64_t y) { return x - y; });
 }
 
+// Makes it an account of nothing but what became of something.
+inline void Balance(qx::host::Loss& loss) {
+    loss.recorded = loss.delivered + loss.held + loss.beforeFirst + loss.overwritten + loss.refused + loss.dropped;
+    loss.exits =
+        loss.exitsDelivered + loss.exitsBeforeFirst + loss.exitsOverwritten + loss.exitsRefused + loss.exitsDropped;
+}
+
 }  // namespace qxhost

@@ -35,7 +35,18 @@ QxRecordingReader::~QxRecordingReader() {
 void QxRecordingReader::Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs, bool isAlive) {
     const Target target{catalog, builder};
     m_isDrained = false;
+    m_damage.clear();
     m_state = std::make_unique<State>(*m_kept);
+    try {
+        ReadSlots(openCallLimitNs, isAlive, target);
+        m_isDrained = !isAlive;
+    } catch (const QxDamage& damage) {
+        m_damage = damage.what();
+        EndAtDamage(target);
+    }
+}
+
+void QxRecordingReader::ReadSlots(std::uint64_t openCallLimitNs, bool isAlive, const Target& target) {
     m_refused = m_file.ReadRefused();
     for (std::size_t number = 0; number < kSlotCount; ++number) ReadSlot(number, target);
     for (Slot& slot : *m_state) {
@@ -44,9 +55,17 @@ void QxRecordingReader::Read(QxCatalog& catalog, QxDumpBuilder& builder, std::ui
         else
             WriteEnded(slot, target);
         slot.loss.held = slot.open.size();
-        if (slot.ring.Thread() != 0) NameThread(slot.ring.Thread(), builder);
+        if (slot.ring.Thread() != 0) NameThread(slot.ring.Thread(), target.builder);
     }
-    m_isDrained = !isAlive;
+}
+
+// What lies beyond the damage is in no account, whatever the ring counts.
+void QxRecordingReader::EndAtDamage(const Target& target) {
+    for (Slot& slot : *m_state) {
+        WriteEnded(slot, target);
+        slot.loss.held = 0;
+        Balance(slot.loss);
+    }
 }
 
 void QxRecordingReader::ReadSlot(std::size_t number, const Target& target) {
@@ -207,6 +226,7 @@ void QxRecordingReader::Commit() {
 void QxRecordingReader::Rollback() {
     m_state.reset();
     m_isDrained = false;
+    m_damage.clear();
 }
 
 // Numbers stay with the threads that may still have calls to come.

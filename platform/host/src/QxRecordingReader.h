@@ -34,13 +34,17 @@ public:
     // Reads all that is new: what the calls need into the catalog, the calls into the builder. A call that has been
     // open for longer than the limit, and every open call of a thread or process that has ended, is written without
     // exit. `isAlive` tells whether the process still ran just before: what it records meanwhile is for the next dump.
-    // Throws QxDamage when the recording cannot be trusted any further.
+    // When the recording cannot be trusted any further, the reading ends there: Damage says why, what came before is
+    // whole, open calls included, and once it is kept the reader is of no more use.
     void Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs, bool isAlive);
 
     // Ends a reading: keeps it, or takes it back so that the next one reads the same again. One that nobody ended,
     // since something was thrown, is taken back by the next Read. Commit requires a whole reading. Neither throws.
     void Commit();
     void Rollback();
+
+    // What damage the reading came upon, empty for none.
+    const std::string& Damage() const { return m_damage; }
 
     // Whether the process had ended when the reading began, so that nothing is left to read.
     bool IsDrained() const { return m_isDrained; }
@@ -74,7 +78,9 @@ private:
         QxDumpBuilder& builder;
     };
 
+    void ReadSlots(std::uint64_t openCallLimitNs, bool isAlive, const Target& target);
     void ReadSlot(std::size_t number, const Target& target);
+    void EndAtDamage(const Target& target);
     void TakeBatch(Slot& slot, const QxRingReader::Batch& batch, const Target& target);
     void TakeItem(Slot& slot, const QxRingReader::Item& item, const Target& target);
     void TakeEntry(Slot& slot, const QxRingReader::Item& item);
@@ -94,6 +100,7 @@ private:
     const bool m_isFirst;
     bool m_hasRead = false;  // a reading was kept
     bool m_isDrained = false;
+    std::string m_damage;
     QxMetadata m_metadata;
     QxCatalog::View m_view;
     std::map<std::uint32_t, std::uint16_t> m_threads;  // serial to tid, 0 while there is none

@@ -176,6 +176,90 @@ TEST_F(FaultTest, OneThatIsGivenUpIsSaidOnceAndDoesNotHinderOthers) {
     EXPECT_TRUE(Files(".qxrec").empty());
 }
 
+// Gives the last item of a slot, a head and an int in the first page, a call site that was never described.
+void DamageLastItem(const std::string& path, const Geometry& geometry, std::size_t slot) {
+    const int fd = ::open(path.c_str(), O_RDWR);
+    const auto at = [fd](std::uint64_t offset) {
+        Word word = 0;
+        EXPECT_EQ(::pread(fd, &word, sizeof(word), static_cast<off_t>(offset)), 8);
+        return word;
+    };
+    const Word committed = at(Geometry::SlotOffset(slot) + kSlotCommitted * sizeof(Word));
+    EXPECT_LE(committed, geometry.PageCapacity());
+    const std::uint64_t place = geometry.RingOffset(slot) + (kPageHeaderWords + committed - 2) * sizeof(Word);
+    const Word head = at(place) | kMaxId << kIdShift;
+    EXPECT_EQ(::pwrite(fd, &head, sizeof(head), static_cast<off_t>(place)), 8);
+    ::close(fd);
+}
+
+class BrokenOffTest : public HostTest {
+protected:
+    // Dumps what a process records in two parts, of which the last item is damaged then.
+    BrokenOffTest()
+        : m_child(m_directory, "traced", [](const PausingChild::Pause& pause) {
+              EXPECT_TRUE(qx::recorder::Configure({kGeometry.pageSize, kGeometry.pageCount}));
+              RecordSome(1);
+              QX_CALL(call, "p", "Open", qx::In(1));
+              pause();
+              RecordSome(2);
+              QX_LOG("p", "Log", 1);
+              pause();
+          }) {
+        EXPECT_EQ(Dump("traced", true).calls.size(), 2u);
+        m_child.Continue();
+        DamageLastItem(Files(".qxrec").at(0), kGeometry, 0);
+    }
+
+    void ExpectNothingMore() {
+        EXPECT_FALSE(Dump("traced").exists);
+        const qx::host::Loss loss = Total("traced");
+        ExpectBalanced(loss);
+        EXPECT_EQ(loss.recorded, 7u);
+        EXPECT_EQ(loss.delivered, 7u);
+        EXPECT_EQ(loss.exitsDelivered, 3u);
+        EXPECT_TRUE(m_control->GetThreadLoss("traced").empty());
+        ASSERT_FALSE(RecordingLog::Lines().empty());
+        EXPECT_NE(RecordingLog::Lines()[0].text.find(" is given up: a call has no call site"), std::string::npos);
+    }
+
+    static constexpr Geometry kGeometry{1 << 16, 2};
+    PausingChild m_child;
+};
+
+TEST_F(BrokenOffTest, WhatCameBeforeTheDamageIsDeliveredAndCounted) {
+    const DecodedDump dump = Dump("traced");
+    EXPECT_EQ(dump.calls.size(), 5u);
+    EXPECT_EQ(dump.Only("Open").exitTime, 0u);
+    ExpectNothingMore();
+    EXPECT_EQ(RecordingLog::Lines().size(), 1u);
+}
+
+TEST_F(BrokenOffTest, WhatCameBeforeTheDamageWaitsForADumpThatCanBeWritten) {
+    const std::string path = Files(".qxdump").at(0);
+    ::unlink(path.c_str());
+    ASSERT_EQ(::mkdir(path.c_str(), 0700), 0);
+    EXPECT_FALSE(Dump("traced").exists);
+    EXPECT_EQ(Total("traced").delivered, 2u);
+    EXPECT_EQ(Total("traced").held, 1u);
+    ::rmdir(path.c_str());
+    EXPECT_EQ(Dump("traced").calls.size(), 5u);
+    ExpectNothingMore();
+}
+
+// Numbers of threads are free again when the dump that holds them is written.
+TEST_F(BrokenOffTest, ADamagedRecordingsThreadsKeepTheirNumbersInTheDump) {
+    PausingChild other(m_directory, "traced", [](const PausingChild::Pause& pause) {
+        for (int i = 0; i < 64; ++i) {
+            QX_CALL(call, "p", "Other");
+        }
+        pause();
+    });
+    m_control = std::make_unique<qxhost::QxControl>(m_directory);
+    const DecodedDump dump = Dump("traced", true);
+    EXPECT_EQ(dump.Of("Other").size(), 64u);
+    EXPECT_NE(dump.Of("Other").at(0).tid, dump.Only("Open").tid);
+}
+
 // A process that overwrites its recording while it is read.
 TEST_F(FaultTest, AProcessMayScribbleWhileItIsRead) {
     ::unlink(m_path.c_str());
