@@ -13,6 +13,10 @@ namespace {
 // How often a ring is tried whose writer overruns the copy each time.
 constexpr int kMaxAttempts = 16;
 
+// What the open calls of one slot may take. A thread that has more goes deeper than any stack should, or passes
+// megabytes.
+constexpr std::size_t kMaxOpenCost = 4 << 20;
+
 // Entry times may run a little ahead of the clock to stay apart; one that is further ahead is no time.
 constexpr std::uint64_t kClockSlackNs = 1000000000;
 
@@ -99,7 +103,7 @@ void QxRecordingReader::TakeItem(Slot& slot, const QxRingReader::Item& item, con
     using Kind = QxRingReader::Item::Kind;
     switch (item.kind) {
         case Kind::Entry:
-            TakeEntry(slot, item);
+            TakeEntry(slot, item, target);
             break;
         case Kind::Log:
             TakeLog(slot, item, target);
@@ -109,9 +113,7 @@ void QxRecordingReader::TakeItem(Slot& slot, const QxRingReader::Item& item, con
             break;
         case Kind::LostExit: {
             const auto call = slot.open.find(item.ordinal);
-            if (call == slot.open.end()) break;
-            WriteOpenCall(slot, call->second, target);
-            slot.open.erase(call);
+            if (call != slot.open.end()) WriteOpenCall(slot, call, target);
             break;
         }
         case Kind::Thread:
@@ -123,9 +125,12 @@ void QxRecordingReader::TakeItem(Slot& slot, const QxRingReader::Item& item, con
     }
 }
 
-void QxRecordingReader::TakeEntry(Slot& slot, const QxRingReader::Item& item) {
+void QxRecordingReader::TakeEntry(Slot& slot, const QxRingReader::Item& item, const Target& target) {
     QxMetadata::CheckEntry(Location(item.location), item.payload, item.size);
-    slot.open[item.ordinal] = {item.time, item.location, SerialOf(item.thread), std::string(item.payload, item.size)};
+    OpenCall& call = slot.open[item.ordinal];
+    call = {item.time, item.location, SerialOf(item.thread), std::string(item.payload, item.size)};
+    slot.openCost += Cost(call);
+    while (slot.openCost > kMaxOpenCost) WriteOpenCall(slot, slot.open.begin(), target);
 }
 
 void QxRecordingReader::TakeLog(Slot& slot, const QxRingReader::Item& item, const Target& target) {
@@ -162,23 +167,37 @@ void QxRecordingReader::TakeExit(Slot& slot, const QxRingReader::Item& item, con
         ++slot.loss.delivered;
         ++slot.loss.exitsDelivered;
     }
-    slot.open.erase(found);
+    Remove(slot, found);
 }
 
-void QxRecordingReader::WriteOpenCall(Slot& slot, const OpenCall& call, const Target& target) {
+// What an open call takes, its place among the others included.
+std::size_t QxRecordingReader::Cost(const OpenCall& call) {
+    constexpr std::size_t kPlaceSize = 64;
+    return kPlaceSize + sizeof(call) + call.values.size();
+}
+
+QxRecordingReader::OpenCalls::iterator QxRecordingReader::Remove(Slot& slot, OpenCalls::iterator call) {
+    slot.openCost -= Cost(call->second);
+    return slot.open.erase(call);
+}
+
+// Writes a call without its exit, and gives the one after it.
+QxRecordingReader::OpenCalls::iterator QxRecordingReader::WriteOpenCall(Slot& slot, OpenCalls::iterator place,
+                                                                        const Target& target) {
+    const OpenCall& call = place->second;
     const std::uint32_t number = DumpNumber(call.location);
     const std::uint16_t tid = Tid(call.serial);
     if (number == 0 || tid == 0) {
         ++slot.loss.dropped;
-        return;
+    } else {
+        target.builder.Thread(tid).AddOpenCall(number, call.time, call.values);
+        ++slot.loss.delivered;
     }
-    target.builder.Thread(tid).AddOpenCall(number, call.time, call.values);
-    ++slot.loss.delivered;
+    return Remove(slot, place);
 }
 
 void QxRecordingReader::WriteEnded(Slot& slot, const Target& target) {
-    for (const auto& [ordinal, call] : slot.open) WriteOpenCall(slot, call, target);
-    slot.open.clear();
+    for (auto call = slot.open.begin(); call != slot.open.end();) call = WriteOpenCall(slot, call, target);
 }
 
 void QxRecordingReader::WriteOverdue(Slot& slot, std::uint64_t limitNs, const Target& target) {
@@ -186,8 +205,7 @@ void QxRecordingReader::WriteOverdue(Slot& slot, std::uint64_t limitNs, const Ta
     for (auto call = slot.open.begin(); call != slot.open.end();) {
         const std::uint64_t time = call->second.time;
         const bool isOverdue = time > now + kClockSlackNs || (now > time && now - time > limitNs);
-        if (isOverdue) WriteOpenCall(slot, call->second, target);
-        call = isOverdue ? slot.open.erase(call) : std::next(call);
+        call = isOverdue ? WriteOpenCall(slot, call, target) : std::next(call);
     }
 }
 

@@ -32,10 +32,11 @@ public:
     const QxRecordingFile& File() const { return m_file; }
 
     // Reads all that is new: what the calls need into the catalog, the calls into the builder. A call that has been
-    // open for longer than the limit, and every open call of a thread or process that has ended, is written without
-    // exit. `isAlive` tells whether the process still ran just before: what it records meanwhile is for the next dump.
-    // When the recording cannot be trusted any further, the reading ends there: Damage says why, what came before is
-    // whole, open calls included, and once it is kept the reader is of no more use.
+    // open for longer than the limit, the oldest ones of a thread that has too many, and every open call of a thread
+    // or process that has ended, are written without exit. `isAlive` tells whether the process still ran just before:
+    // what it records meanwhile is for the next dump. When the recording cannot be trusted any further, the reading
+    // ends there: Damage says why, what came before is whole, open calls included, and once it is kept the reader is of
+    // no more use.
     void Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs, bool isAlive);
 
     // Ends a reading: keeps it, or takes it back so that the next one reads the same again. One that nobody ended,
@@ -63,10 +64,13 @@ private:
         std::string values;
     };
 
+    using OpenCalls = std::map<std::uint64_t, OpenCall>;  // by ordinal
+
     // What a reading changes, for one slot.
     struct Slot {
         QxRingReader ring;
-        std::map<std::uint64_t, OpenCall> open;  // by ordinal
+        OpenCalls open;
+        std::size_t openCost = 0;  // bytes that they take
         qx::host::Loss loss;
         bool isTouched = false;  // something was read in the last reading
     };
@@ -83,10 +87,12 @@ private:
     void EndAtDamage(const Target& target);
     void TakeBatch(Slot& slot, const QxRingReader::Batch& batch, const Target& target);
     void TakeItem(Slot& slot, const QxRingReader::Item& item, const Target& target);
-    void TakeEntry(Slot& slot, const QxRingReader::Item& item);
+    void TakeEntry(Slot& slot, const QxRingReader::Item& item, const Target& target);
     void TakeLog(Slot& slot, const QxRingReader::Item& item, const Target& target);
     void TakeExit(Slot& slot, const QxRingReader::Item& item, const Target& target);
-    void WriteOpenCall(Slot& slot, const OpenCall& call, const Target& target);
+    static std::size_t Cost(const OpenCall& call);
+    static OpenCalls::iterator Remove(Slot& slot, OpenCalls::iterator call);
+    OpenCalls::iterator WriteOpenCall(Slot& slot, OpenCalls::iterator call, const Target& target);
     void WriteEnded(Slot& slot, const Target& target);
     void WriteOverdue(Slot& slot, std::uint64_t limitNs, const Target& target);
     const QxLocation& Location(std::uint32_t number) const;

@@ -64,6 +64,39 @@ TEST_F(QxRecordingReaderTest, AReadingThatNobodyEndedIsTakenBackByTheNextOne) {
     EXPECT_EQ(reader->GetLoss().delivered, 5u);
 }
 
+// Pauses at the deepest of so many levels, each of which passes the text.
+void Nest(unsigned levels, const std::string& text, const Pause& pause) {
+    QX_CALL(call, "p", "Nest", qx::In(text));
+    if (levels == 1)
+        pause();
+    else
+        Nest(levels - 1, text, pause);
+}
+
+TEST_F(QxRecordingReaderTest, OfTooManyOpenCallsTheOldestLoseTheirExits) {
+    constexpr std::size_t kLevels = 600;
+    constexpr std::size_t kTextSize = 8000;
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
+        EXPECT_TRUE(qx::recorder::Configure({1 << 20, 8}));
+        Nest(kLevels, std::string(kTextSize, 'x'), pause);
+        pause();
+    });
+    const auto reader = MakeReader();
+    const std::size_t written = Read(*reader).calls.size();
+    reader->Commit();
+    const std::size_t held = kLevels - written;
+    EXPECT_EQ(reader->GetLoss().held, held);
+    EXPECT_LE(held * kTextSize, 4u << 20);
+    EXPECT_GT((held + 20) * kTextSize, 4u << 20);
+    child.Continue();
+    EXPECT_EQ(Read(*reader).calls.size(), held);
+    reader->Commit();
+    ExpectBalanced(reader->GetLoss());
+    EXPECT_EQ(reader->GetLoss().delivered, kLevels);
+    EXPECT_EQ(reader->GetLoss().exitsDropped, written);
+    child.Finish();
+}
+
 TEST_F(QxRecordingReaderTest, AThreadThatGotNoNumberGetsTheNextOneThatIsFree) {
     PausingChild child(m_directory, "traced", [](const Pause& pause) {
         for (int i = 0; i < 3; ++i) {

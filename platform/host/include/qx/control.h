@@ -36,7 +36,8 @@ struct Loss {
     std::uint64_t exitsBeforeFirst = 0;  // they, or their call, were no longer buffered when it was taken
     std::uint64_t exitsOverwritten = 0;
     std::uint64_t exitsRefused = 0;
-    std::uint64_t exitsDropped = 0;  // their call was lost, or was written without exit since it stayed open too long
+    std::uint64_t exitsDropped =
+        0;  // their call was lost, or was written without exit: it was open for too long, or too many were
 };
 
 // The same of one ring, which the threads of a process use one after the other.
@@ -54,7 +55,8 @@ bool GetLoss(const std::string& process, Loss* total, Loss* lastDump);
 // The same for each ring of the recordings that are being read. Empty for a name that no dump was asked for.
 std::vector<ThreadLoss> GetThreadLoss(const std::string& process);
 
-// Sets how long a call may stay open before it is written without its exit: 5,000 ms unless set.
+// Sets how long a call may stay open before it is written without its exit: 5,000 ms unless set. Those that wait for
+// their exit take 4 MiB of each thread at most; past that, the oldest are written.
 void SetOpenCallLimit(unsigned milliseconds);
 
 // The directory that recordings are looked for and dumps are written in.
