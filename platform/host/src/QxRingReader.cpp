@@ -107,6 +107,7 @@ void QxRingReader::TakeApart(const Copy& copy, std::uint64_t capacity, Batch& ba
         CheckPages(copy, capacity, nextPage);
         const std::uint64_t head = batch.words[at];
         const std::size_t words = 1 + WordsFor(SizeOf(head));
+        if (SizeOf(head) > kMaxPayload) throw QxDamage("an item is too large");
         if (words > total - at) throw QxDamage("an item runs past what is complete");
         m_base += DeltaOf(head);
         TakeItem(head, batch.words.data() + at + 1, batch);

@@ -176,8 +176,8 @@ TEST_F(FaultTest, OneThatIsGivenUpIsSaidOnceAndDoesNotHinderOthers) {
     EXPECT_TRUE(Files(".qxrec").empty());
 }
 
-// Gives the last item of a slot, a head and an int in the first page, a call site that was never described.
-void DamageLastItem(const std::string& path, const Geometry& geometry, std::size_t slot) {
+// Sets bits in the head of a slot's last item, a head and an int in the first page.
+void DamageLastItem(const std::string& path, const Geometry& geometry, std::size_t slot, Word bits) {
     const int fd = ::open(path.c_str(), O_RDWR);
     const auto at = [fd](std::uint64_t offset) {
         Word word = 0;
@@ -187,7 +187,7 @@ void DamageLastItem(const std::string& path, const Geometry& geometry, std::size
     const Word committed = at(Geometry::SlotOffset(slot) + kSlotCommitted * sizeof(Word));
     EXPECT_LE(committed, geometry.PageCapacity());
     const std::uint64_t place = geometry.RingOffset(slot) + (kPageHeaderWords + committed - 2) * sizeof(Word);
-    const Word head = at(place) | kMaxId << kIdShift;
+    const Word head = at(place) | bits;
     EXPECT_EQ(::pwrite(fd, &head, sizeof(head), static_cast<off_t>(place)), 8);
     ::close(fd);
 }
@@ -207,9 +207,12 @@ protected:
           }) {
         EXPECT_EQ(Dump("traced", true).calls.size(), 2u);
         m_child.Continue();
-        DamageLastItem(Files(".qxrec").at(0), kGeometry, 0);
+        Damage(kMaxId << kIdShift);
     }
 
+    void Damage(Word bits) { DamageLastItem(Files(".qxrec").at(0), kGeometry, 0, bits); }
+
+    // Afterwards.
     void ExpectNothingMore() {
         EXPECT_FALSE(Dump("traced").exists);
         const qx::host::Loss loss = Total("traced");
@@ -244,6 +247,14 @@ TEST_F(BrokenOffTest, WhatCameBeforeTheDamageWaitsForADumpThatCanBeWritten) {
     ::rmdir(path.c_str());
     EXPECT_EQ(Dump("traced").calls.size(), 5u);
     ExpectNothingMore();
+}
+
+// A reader of dumps would lose its way in an item that is larger than a fragment.
+TEST_F(BrokenOffTest, AnItemThatIsLargerThanRecordersWriteIsDamage) {
+    Damage(Word{0xFFFF} << kSizeShift);
+    EXPECT_FALSE(Dump("traced").Only("Open").exitTime != 0);
+    ASSERT_EQ(RecordingLog::Lines().size(), 1u);
+    EXPECT_NE(RecordingLog::Lines()[0].text.find(" is given up: an item is too large"), std::string::npos);
 }
 
 // Numbers of threads are free again when the dump that holds them is written.
