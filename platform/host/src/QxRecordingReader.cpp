@@ -10,8 +10,10 @@ using namespace qxlayout;
 
 namespace {
 
-// How often a ring is tried whose writer overruns the copy each time.
+// How often a ring is tried whose writer overruns the copy each time, and what may be copied in vain of all rings of
+// one recording. What is not read is overwritten by then, or comes the next time.
 constexpr int kMaxAttempts = 16;
+constexpr std::size_t kMaxRetriedBytes = 64 << 20;
 
 // What the open calls of one slot may take. A thread that has more goes deeper than any stack should, or passes
 // megabytes.
@@ -52,7 +54,8 @@ void QxRecordingReader::Read(QxCatalog& catalog, QxDumpBuilder& builder, std::ui
 
 void QxRecordingReader::ReadSlots(std::uint64_t openCallLimitNs, bool isAlive, const Target& target) {
     m_refused = m_file.ReadRefused();
-    for (std::size_t number = 0; number < kSlotCount; ++number) ReadSlot(number, target);
+    std::size_t bytesToRetry = kMaxRetriedBytes;
+    for (std::size_t number = 0; number < kSlotCount; ++number) ReadSlot(number, bytesToRetry, target);
     for (Slot& slot : *m_state) {
         if (isAlive)
             WriteOverdue(slot, openCallLimitNs, target);
@@ -72,24 +75,32 @@ void QxRecordingReader::EndAtDamage(const Target& target) {
     }
 }
 
-void QxRecordingReader::ReadSlot(std::size_t number, const Target& target) {
+void QxRecordingReader::ReadSlot(std::size_t number, std::size_t& bytesToRetry, const Target& target) {
     Slot& slot = (*m_state)[number];
     const std::uint64_t before = slot.ring.Position();
-    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
-        const QxRecordingFile::Slot words = m_file.ReadSlot(number);
-        // Read after the slot: a call site is recorded before its first call.
-        m_metadata.Update(m_file);
-        target.catalog.Take(m_metadata, m_view);
-        QxRingReader::Batch batch;
-        if (!slot.ring.Read(m_file, number, words, batch)) continue;
-        slot.loss.refused = words[kSlotRefused];
-        slot.loss.exitsRefused = words[kSlotExitsRefused];
-        TakeBatch(slot, batch, target);
-        break;
+    const std::size_t ringSize = m_file.Geometry().RingSize();
+    for (int attempt = 1; !TryReadSlot(number, target); ++attempt) {
+        if (attempt == kMaxAttempts || bytesToRetry < ringSize) break;
+        bytesToRetry -= ringSize;
     }
     slot.isTouched = slot.ring.Position() != before;
     slot.loss.recorded = slot.ring.Entries() + slot.loss.refused;
     slot.loss.exits = slot.ring.Exits() + slot.loss.exitsRefused;
+}
+
+// False when the ring was overrun meanwhile.
+bool QxRecordingReader::TryReadSlot(std::size_t number, const Target& target) {
+    Slot& slot = (*m_state)[number];
+    const QxRecordingFile::Slot words = m_file.ReadSlot(number);
+    // Read after the slot: a call site is recorded before its first call.
+    m_metadata.Update(m_file);
+    target.catalog.Take(m_metadata, m_view);
+    QxRingReader::Batch batch;
+    if (!slot.ring.Read(m_file, number, words, batch)) return false;
+    slot.loss.refused = words[kSlotRefused];
+    slot.loss.exitsRefused = words[kSlotExitsRefused];
+    TakeBatch(slot, batch, target);
+    return true;
 }
 
 void QxRecordingReader::TakeBatch(Slot& slot, const QxRingReader::Batch& batch, const Target& target) {

@@ -83,7 +83,8 @@ private:
     };
 
     void ReadSlots(std::uint64_t openCallLimitNs, bool isAlive, const Target& target);
-    void ReadSlot(std::size_t number, const Target& target);
+    void ReadSlot(std::size_t number, std::size_t& bytesToRetry, const Target& target);
+    bool TryReadSlot(std::size_t number, const Target& target);
     void EndAtDamage(const Target& target);
     void TakeBatch(Slot& slot, const QxRingReader::Batch& batch, const Target& target);
     void TakeItem(Slot& slot, const QxRingReader::Item& item, const Target& target);
