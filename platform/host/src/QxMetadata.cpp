@@ -58,10 +58,8 @@ void SkipValue(QxByteReader& values, const QxType& type) {
         values.Skip(type.size);
 }
 
-void SkipArguments(QxByteReader& values, const QxLocation& location, unsigned when) {
-    for (const QxArgument& argument : location.arguments) {
-        if ((argument.flags & when) != 0) SkipValue(values, argument.type);
-    }
+void SkipArguments(QxByteReader& values, const QxLocation& location, const std::vector<std::size_t>& places) {
+    for (const std::size_t place : places) SkipValue(values, location.arguments[place].type);
 }
 
 void CheckEnd(const QxByteReader& values) {
@@ -69,6 +67,12 @@ void CheckEnd(const QxByteReader& values) {
 }
 
 }  // namespace
+
+void QxLocation::AddArgument(QxArgument argument) {
+    if ((argument.flags & QxArgument::kAtEntry) != 0) atEntry.push_back(arguments.size());
+    if ((argument.flags & QxArgument::kAtExit) != 0) atExit.push_back(arguments.size());
+    arguments.push_back(std::move(argument));
+}
 
 void QxMetadata::Update(const QxRecordingFile& file) {
     const std::size_t used = file.ReadMetaUsed();
@@ -142,7 +146,7 @@ void QxMetadata::AppendLocation(QxByteReader& record) {
     for (std::size_t i = 0; i < count; ++i) {
         const unsigned flags = record.ReadVarint();
         if (flags > (QxArgument::kAtEntry | QxArgument::kAtExit)) throw QxDamage("an argument has unknown flags");
-        location.arguments.push_back({flags, ReadType(record)});
+        location.AddArgument({flags, ReadType(record)});
     }
     location.result.size = record.ReadVarint();
     location.result.name = ReadName(record);
@@ -179,13 +183,13 @@ const std::string& QxMetadata::Name(std::uint32_t number) const {
 
 void QxMetadata::CheckEntry(const QxLocation& location, const char* payload, std::size_t size) {
     QxByteReader values(payload, size);
-    SkipArguments(values, location, QxArgument::kAtEntry);
+    SkipArguments(values, location, location.atEntry);
     CheckEnd(values);
 }
 
 void QxMetadata::CheckExit(const QxLocation& location, const char* payload, std::size_t size) {
     QxByteReader values(payload, size);
-    SkipArguments(values, location, QxArgument::kAtExit);
+    SkipArguments(values, location, location.atExit);
     if (location.result.size != 0) SkipValue(values, location.result);
     CheckEnd(values);
 }

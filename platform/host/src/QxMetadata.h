@@ -49,9 +49,15 @@ struct QxLocation {
     std::uint32_t line = 0;
     std::string file;
     std::vector<QxArgument> arguments;
+    // The places of those whose values are recorded at entry and at exit: a call is checked in the time that it takes,
+    // whatever else is declared.
+    std::vector<std::size_t> atEntry;
+    std::vector<std::size_t> atExit;
     QxType result;
     std::string method;
     std::string package;
+
+    void AddArgument(QxArgument argument);
 };
 
 class QxMetadata {

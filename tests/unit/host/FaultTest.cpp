@@ -356,9 +356,9 @@ TEST(QxMetadata, ValuesAreCheckedToTheByte) {
     qxhost::QxMetadata metadata;
     metadata.Append(Layout("Item", "string", 16383, true));
     qxhost::QxLocation location;
-    location.arguments.push_back({1, {"int", 4, nullptr}});
-    location.arguments.push_back({2, {"string", 16383, nullptr}});
-    location.arguments.push_back({1, {"Item", 16382, &metadata.Descriptors()[0]}});
+    location.AddArgument({1, {"int", 4, nullptr}});
+    location.AddArgument({2, {"string", 16383, nullptr}});
+    location.AddArgument({1, {"Item", 16382, &metadata.Descriptors()[0]}});
     const std::string good("abcd\2\1x\0", 8);
     qxhost::QxMetadata::CheckEntry(location, good.data(), good.size());
     for (std::size_t size = 0; size < good.size(); ++size) {
@@ -371,6 +371,14 @@ TEST(QxMetadata, ValuesAreCheckedToTheByte) {
     const std::string exit("\3abc", 4);
     qxhost::QxMetadata::CheckExit(location, exit.data(), exit.size());
     EXPECT_THROW(qxhost::QxMetadata::CheckLog(location, good.data(), good.size()), qxhost::QxDamage);
+}
+
+TEST(QxMetadata, ALocationKnowsWhichOfItsArgumentsACallRecords) {
+    qxhost::QxLocation location;
+    for (const unsigned flags : {0u, 1u, 2u, 3u, 0u}) location.AddArgument({flags, {"int", 4, nullptr}});
+    EXPECT_EQ(location.arguments.size(), 5u);
+    EXPECT_EQ(location.atEntry, (std::vector<std::size_t>{1, 3}));
+    EXPECT_EQ(location.atExit, (std::vector<std::size_t>{2, 3}));
 }
 
 }  // namespace
