@@ -94,6 +94,8 @@ constexpr Word kFarDistance = kMaxId;
 constexpr std::size_t kMaxPayload = 60000;   // with its head it fits into one fragment of a dump
 constexpr std::size_t kMaxLocations = 9999;  // the store tells locations apart below 10000
 constexpr std::size_t kMaxNames = 4096;
+constexpr std::size_t kMaxDescriptors = 10000;  // as many as call sites
+constexpr std::size_t kMaxParts = 262144;  // arguments and members of all of them: in memory, each takes some 80 bytes
 
 constexpr Word Head(Kind kind, Word id, std::size_t payloadSize, Word delta) {
     return static_cast<Word>(kind) << kKindShift | static_cast<Word>(payloadSize) << kSizeShift | id << kIdShift |

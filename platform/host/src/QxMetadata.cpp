@@ -20,12 +20,6 @@ std::string ReadName(QxByteReader& record) {
     return name;
 }
 
-std::size_t ReadCount(QxByteReader& record) {
-    const std::size_t count = record.ReadVarint();
-    if (count > kMaxArguments) throw QxDamage("a call site or layout has too many parts");
-    return count;
-}
-
 void SkipText(QxByteReader& values) {
     const std::size_t size = values.ReadVarint();
     if (size == QxType::kComposite || size == QxType::kVariable) throw QxDamage("a text has a size with a meaning");
@@ -117,6 +111,7 @@ void QxMetadata::AppendRecord(QxByteReader record) {
 }
 
 void QxMetadata::AppendDescriptor(QxByteReader& record) {
+    if (m_descriptors.size() >= kMaxDescriptors) throw QxDamage("it has too many layouts");
     QxDescriptor descriptor;
     descriptor.name = ReadName(record);
     descriptor.isContainer = record.ReadVarint() != 0;
@@ -135,6 +130,7 @@ void QxMetadata::AppendDescriptor(QxByteReader& record) {
     const QxDescriptor*& place = m_byName[descriptor.name];
     m_descriptors.push_back(std::move(descriptor));
     place = &m_descriptors.back();
+    m_parts += count;
 }
 
 void QxMetadata::AppendLocation(QxByteReader& record) {
@@ -160,6 +156,14 @@ void QxMetadata::AppendLocation(QxByteReader& record) {
     location.method = ReadName(record);
     location.package = ReadName(record);
     m_locations.push_back(std::move(location));
+    m_parts += count;
+}
+
+std::size_t QxMetadata::ReadCount(QxByteReader& record) const {
+    const std::size_t count = record.ReadVarint();
+    if (count > kMaxArguments) throw QxDamage("a call site or layout has too many parts");
+    if (count > kMaxParts - m_parts) throw QxDamage("it has too many arguments and members");
+    return count;
 }
 
 QxType QxMetadata::ReadType(QxByteReader& record) const {

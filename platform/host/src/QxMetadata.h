@@ -88,9 +88,11 @@ private:
     void AppendRecord(QxByteReader record);
     void AppendDescriptor(QxByteReader& record);
     void AppendLocation(QxByteReader& record);
+    std::size_t ReadCount(QxByteReader& record) const;
     QxType ReadType(QxByteReader& record) const;
 
     std::size_t m_used = 0;
+    std::size_t m_parts = 0;                 // arguments and members
     std::deque<QxDescriptor> m_descriptors;  // addresses stay
     std::map<std::string, const QxDescriptor*> m_byName;
     std::vector<QxLocation> m_locations;

@@ -305,14 +305,17 @@ std::string Record(MetaKind kind, const std::string& content) {
     return record + content;
 }
 
-std::string Layout(const std::string& name, const std::string& type, unsigned size, bool isContainer = false) {
+std::string Layout(const std::string& name, const std::string& type, unsigned size, bool isContainer = false,
+                   unsigned memberCount = 1) {
     std::string content;
     qxhost::AppendText(content, name);
     qxhost::AppendVarint(content, isContainer ? 1 : 0);
-    qxhost::AppendVarint(content, 1);
-    qxhost::AppendVarint(content, size);
-    qxhost::AppendText(content, type);
-    qxhost::AppendText(content, "m");
+    qxhost::AppendVarint(content, memberCount);
+    for (unsigned i = 0; i < memberCount; ++i) {
+        qxhost::AppendVarint(content, size);
+        qxhost::AppendText(content, type);
+        qxhost::AppendText(content, "m");
+    }
     return Record(kMetaDescriptor, content);
 }
 
@@ -350,6 +353,25 @@ TEST(QxMetadata, LayoutsNestSixtyDeepAndNoDeeper) {
     EXPECT_EQ(good.Descriptors().size(), 60u);
     qxhost::QxMetadata bad;
     EXPECT_THROW(bad.Append(records + Layout("60", "59", 16382)), qxhost::QxDamage);
+}
+
+// Takes a layout of so many members, so often, and then refuses one with one member, for that reason.
+void ExpectFullAfter(std::size_t count, unsigned memberCount, const std::string& reason) {
+    qxhost::QxMetadata metadata;
+    const std::string layout = Layout("A", "int", 4, false, memberCount);
+    for (std::size_t i = 0; i < count; ++i) metadata.Append(layout);
+    EXPECT_EQ(metadata.Descriptors().size(), count);
+    try {
+        metadata.Append(Layout("B", "int", 4));
+        ADD_FAILURE() << reason;
+    } catch (const qxhost::QxDamage& damage) {
+        EXPECT_EQ(damage.what(), reason);
+    }
+}
+
+TEST(QxMetadata, WhatAProcessDescribesIsBounded) {
+    ExpectFullAfter(kMaxDescriptors, 1, "it has too many layouts");
+    ExpectFullAfter(kMaxParts / 1024, 1024, "it has too many arguments and members");
 }
 
 TEST(QxMetadata, ValuesAreCheckedToTheByte) {
