@@ -10,7 +10,6 @@
 #include <cstring>
 #include <exception>
 #include <iterator>
-#include <system_error>
 #include <utility>
 
 #include "QxDumpWriter.h"
@@ -161,9 +160,11 @@ void QxControl::OpenRecording(int directoryFd, const std::string& fileName, bool
         reader = std::make_unique<QxRecordingReader>(std::move(file), m_tids, first);
     } catch (const QxDamage& damage) {
         GiveUp(fileName, damage.what());
-    } catch (const std::system_error& error) {
-        if (error.code() == std::errc::no_such_file_or_directory) return;
-        ReportOnce("recording " + fileName + " in " + m_directory + " cannot be opened for now: " + error.what());
+    } catch (const QxOpenFailure& failure) {
+        const std::string where = fileName + " in " + m_directory;
+        if (failure.error != ENOENT) {
+            ReportOnce("recording " + where + " cannot be opened for now: " + std::strerror(failure.error));
+        }
         return;
     }
     program.recordings[id] = {fileName, std::move(reader)};

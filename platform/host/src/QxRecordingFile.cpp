@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <system_error>
 
 #include "QxBytes.h"
 
@@ -42,7 +41,7 @@ QxRecordingFile::QxRecordingFile(int directoryFd, const std::string& fileName, c
     if (!m_fd && errno == EROFS) m_fd = QxFd(::openat(directoryFd, fileName.c_str(), O_RDONLY | kOpenFlags));
     struct stat status {};
     if (!m_fd || ::fstat(m_fd.Get(), &status) != 0) {
-        if (IsPassing(errno)) throw std::system_error(errno, std::generic_category());
+        if (IsPassing(errno)) throw QxOpenFailure{errno};
         throw QxDamage(errno == ELOOP ? "it is a symbolic link" : std::strerror(errno));
     }
     CheckStatus(status);

@@ -18,6 +18,11 @@
 
 namespace qxhost {
 
+// Thrown when a file is not there, or may well be opened another time.
+struct QxOpenFailure {
+    int error;  // as errno has it
+};
+
 class QxRecordingFile {
 public:
     using Slot = std::array<std::uint64_t, qxlayout::kSlotWords>;
@@ -27,7 +32,7 @@ public:
     static Id IdOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
 
     // Opens the file of that name in the directory. Throws QxDamage when it is no recording that this user may read,
-    // and std::system_error when it is not there, or may well be opened another time.
+    // and QxOpenFailure.
     QxRecordingFile(int directoryFd, const std::string& fileName, const QxFileName& name);
 
     const qxlayout::Geometry& Geometry() const { return m_geometry; }
