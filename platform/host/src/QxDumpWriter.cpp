@@ -8,15 +8,18 @@
 
 #include "QxFd.h"
 #include "QxProcessInfo.h"
+#include "QxSignalGuard.h"
 
 namespace qxhost {
 
 namespace {
 
 bool WriteAll(int fd, const std::string& data) {
+    const QxSignalGuard guard(QxSignalGuard::kOfWriting);
     for (std::size_t done = 0; done < data.size();) {
         const ssize_t part = ::write(fd, data.data() + done, data.size() - done);
         if (part < 0 && errno == EINTR) continue;
+        if (part < 0) guard.Take();
         if (part <= 0) return false;
         done += static_cast<std::size_t>(part);
     }

@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "QxSignalGuard.h"
+
 namespace qxhost {
 
 namespace {
@@ -45,10 +47,12 @@ std::size_t CleanLine(char* text, std::size_t size) {
 }
 
 int WriteWhole(int fd, const char* data, std::size_t size) {
+    const QxSignalGuard guard(QxSignalGuard::kOfWriting);
     ssize_t written = -1;
     do {
         written = ::write(fd, data, size);
     } while (written < 0 && errno == EINTR);
+    if (written < 0) guard.Take();
     return static_cast<int>(written);
 }
 

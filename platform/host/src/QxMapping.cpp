@@ -6,15 +6,19 @@
 #include <cerrno>
 #include <utility>
 
+#include "QxSignalGuard.h"
+
 namespace qxhost {
 
 QxMapping::QxMapping(int fd, std::uint64_t offset, std::size_t size) : m_size(size) {
     const off_t start = static_cast<off_t>(offset);
+    const QxSignalGuard guard(QxSignalGuard::kOfWriting);
     int error = 0;
     do {
         error = ::posix_fallocate(fd, start, static_cast<off_t>(size));
     } while (error == EINTR);
     if (error != 0) {
+        guard.Take();
         errno = error;
         return;
     }

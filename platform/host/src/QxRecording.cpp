@@ -13,6 +13,7 @@
 #include "QxLeftovers.h"
 #include "QxProcessInfo.h"
 #include "QxRuntimeDir.h"
+#include "QxSignalGuard.h"
 
 namespace qxhost {
 
@@ -24,6 +25,14 @@ constexpr std::size_t kRecordHead = 5;  // length and kind
 
 // The start time that no process has: a recording of a program that this process ran before the present one.
 constexpr std::uint64_t kReplaced = 0;
+
+// Gives a file its size, or fails, also where the size of files is limited.
+bool Resize(int fd, std::uint64_t size) {
+    const QxSignalGuard guard(QxSignalGuard::kOfWriting);
+    if (::ftruncate(fd, static_cast<off_t>(size)) == 0) return true;
+    guard.Take();
+    return false;
+}
 
 std::string Failure(const std::string& what) {
     return "recording " + what + ": " + std::strerror(errno);
@@ -54,8 +63,8 @@ bool QxRecording::Write(int directoryFd, bool refuseWhenFull, std::string& error
     ::unlinkat(directoryFd, newName.c_str(), 0);
     const QxFd file(::openat(directoryFd, newName.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
     struct stat status {};
-    if (!file || ::ftruncate(file.Get(), static_cast<off_t>(m_geometry.FileSize())) != 0 ||
-        ::fstat(file.Get(), &status) != 0 || !(m_front = QxMapping(file.Get(), 0, m_geometry.FrontSize()))) {
+    if (!file || !Resize(file.Get(), m_geometry.FileSize()) || ::fstat(file.Get(), &status) != 0 ||
+        !(m_front = QxMapping(file.Get(), 0, m_geometry.FrontSize()))) {
         error = Failure("file " + newName + " in " + m_directory);
         if (file) ::unlinkat(directoryFd, newName.c_str(), 0);
         return false;

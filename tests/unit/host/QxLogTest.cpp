@@ -85,6 +85,17 @@ TEST_F(QxLogTest, TheFileIsPrivateAndAppendedTo) {
     EXPECT_EQ(status.st_mode & 0777, 0600u);
 }
 
+TEST_F(QxLogTest, APipeThatNobodyReadsEndsNoProgram) {
+    Run("traced", [] {
+        int ends[2];
+        ASSERT_EQ(::pipe(ends), 0);
+        ASSERT_EQ(::dup2(ends[1], STDERR_FILENO), STDERR_FILENO);
+        ::close(ends[0]);
+        qxhost::QxLog log("stderr");
+        EXPECT_LT(Print(log, DLOG_ERROR, "x"), 0);
+    });
+}
+
 TEST_F(QxLogTest, FollowsNoLinkToAnotherFile) {
     WriteFile(m_directory + "/other", "");
     ASSERT_EQ(::symlink((m_directory + "/other").c_str(), m_path.c_str()), 0);

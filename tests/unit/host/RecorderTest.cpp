@@ -435,15 +435,52 @@ TEST_F(RecorderTest, AProgramThatClosesAllItsFilesGoesOnRecording) {
     EXPECT_EQ(Dump("traced", true).calls.size(), 2u);
 }
 
+void LimitFileSize(rlim_t size) {
+    struct rlimit limit {};
+    EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+    limit.rlim_cur = size;
+    EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+bool IsPending(int signal) {
+    sigset_t set;
+    return ::sigpending(&set) == 0 && ::sigismember(&set, signal) == 1;
+}
+
+// The signal that the recorder's failure raised is taken back, that of the program is not.
+TEST_F(RecorderTest, ASignalThatWasPendingStaysPending) {
+    Run("traced", [] {
+        sigset_t set;
+        ::sigemptyset(&set);
+        ::sigaddset(&set, SIGXFSZ);
+        ::pthread_sigmask(SIG_BLOCK, &set, nullptr);
+        LimitFileSize(1 << 20);
+        Note(1);
+        EXPECT_FALSE(IsPending(SIGXFSZ));
+        std::thread([] {
+            ::raise(SIGXFSZ);
+            Note(2);
+            EXPECT_TRUE(IsPending(SIGXFSZ));
+        }).join();
+        EXPECT_EQ(qx::recorder::GetCounters().refused, 2u);
+    });
+}
+
+TEST_F(RecorderTest, ADumpThatExceedsTheLimitOfFilesEndsNoProgram) {
+    Run("traced", [this] {
+        Note(1);
+        LimitFileSize(1);
+        std::vector<char> path;
+        EXPECT_FALSE(m_control->getQxBufferDump(path, "traced", true));
+    });
+}
+
+// The limit's signal would end a program that did not reach the limit by itself.
 TEST_F(RecorderTest, ARecordingThatFindsNoRoomRefusesCallsAndSaysSoOnce) {
     const std::string log = m_directory + "/log";
     Run("traced", [&] {
         ::setenv("QX_LOG", log.c_str(), 1);
-        ::signal(SIGXFSZ, SIG_IGN);
-        struct rlimit limit {
-            1 << 20, 1 << 20
-        };
-        ::setrlimit(RLIMIT_FSIZE, &limit);
+        LimitFileSize(1 << 20);
         for (int i = 0; i < 10000; ++i) Note(i);
         EXPECT_EQ(qx::recorder::GetCounters().refused, 10000u);
     });
