@@ -8,9 +8,12 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <new>
+#include <utility>
 
 #include "QxBytes.h"
 #include "QxRuntimeDir.h"
+#include "QxSignalGuard.h"
 
 namespace qxhost {
 
@@ -22,8 +25,12 @@ namespace {
 // What a thread knows of itself. Initial-exec: the dynamic model may allocate at a thread's first access.
 struct ThreadState {
     QxRing* ring;
-    bool hasFailed;            // no ring was to be had
-    std::uint32_t slotsFreed;  // as it was then
+    unsigned depth;               // how often it entered the recorder; it holds the mutex when that is not 0
+    bool isForked;                // it came out of a fork as the child, and has not left the recorder since
+    pid_t insider;                // the process that the next one counts for
+    std::uint64_t refusedInside;  // calls made within the recorder, not counted elsewhere yet
+    bool hasFailed;               // no ring was to be had
+    std::uint32_t slotsFreed;     // as it was then
     std::uint32_t callsSince;
     bool isNamed;
     char name[65];
@@ -104,19 +111,69 @@ std::string EncodeDescriptor(const detail::Descriptor& descriptor) {
 
 }  // namespace
 
+// Holds the recorder's mutex. What a program would notice is kept from it: a signal's handler that forks or traces runs
+// afterwards, a request to cancel the thread is acted upon later (an exception of that kind may not leave a traced
+// call), and errno stays as it was. A thread that is inside already does not get in.
+class QxRecorder::Section {
+public:
+    explicit Section(QxRecorder& recorder) : m_recorder(IsInside() ? nullptr : &recorder) {
+        ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancelState);
+        if (m_recorder != nullptr) m_recorder->Enter();
+    }
+    Section(const Section&) = delete;
+    Section& operator=(const Section&) = delete;
+    ~Section() {
+        if (m_recorder != nullptr) m_recorder->Leave();
+        ::pthread_setcancelstate(m_cancelState, nullptr);
+        errno = m_errno;
+    }
+
+    explicit operator bool() const { return m_recorder != nullptr; }
+
+private:
+    const int m_errno = errno;
+    const QxSignalGuard m_signals{QxSignalGuard::kInterrupting};
+    QxRecorder* const m_recorder;
+    int m_cancelState = 0;
+};
+
 QxRecorder& QxRecorder::Instance() {
-    static QxRecorder& recorder = *new QxRecorder;
+    alignas(QxRecorder) static unsigned char memory[sizeof(QxRecorder)];
+    static QxRecorder& recorder = *new (memory) QxRecorder;
     return recorder;
 }
 
-QxRecorder::QxRecorder() : m_slots(kSlotCount) {
+QxRecorder::QxRecorder() {
     ::pthread_key_create(&g_threadEnd, &QxRecorder::OnThreadEnd);
     ::pthread_atfork(&QxRecorder::BeforeFork, &QxRecorder::AfterForkInParent, &QxRecorder::AfterForkInChild);
 }
 
+// As early as possible: fork handlers that the program adds later find the recorder ready, in the child as well.
+__attribute__((constructor)) void MakeRecorder() {
+    QxRecorder::Instance();
+}
+
+bool QxRecorder::IsInside() {
+    return t_state.depth != 0;
+}
+
+void QxRecorder::Enter() {
+    if (t_state.depth == 0) m_mutex.lock();
+    ++t_state.depth;
+}
+
+void QxRecorder::Leave() {
+    if (t_state.depth == 1) {
+        if (std::exchange(t_state.isForked, false)) ForgetRecording();
+        TakeRefusedInside();
+        m_mutex.unlock();
+    }
+    --t_state.depth;
+}
+
 bool QxRecorder::Configure(const Options& options) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
-    if (m_recording != nullptr || !GeometryOf(options).IsValid()) return false;
+    const Section section(*this);
+    if (!section || m_recording != nullptr || !GeometryOf(options).IsValid()) return false;
     m_options = options;
     return true;
 }
@@ -126,13 +183,31 @@ QxRing* QxRecorder::CurrentRing() {
 }
 
 QxRing* QxRecorder::RingForRecord() {
+    if (IsInside()) {
+        CountRefusedInside();
+        return nullptr;
+    }
     if (t_state.ring != nullptr) return t_state.ring;
     // A thread that got no ring tries again when one was given back, and now and then.
     const bool isWaiting = t_state.hasFailed && t_state.slotsFreed == m_slotsFreed.load(std::memory_order_relaxed) &&
                            ++t_state.callsSince < kCallsBetweenAttempts;
-    QxRing* ring = isWaiting ? nullptr : Attach();
-    if (ring == nullptr) CountRefused();
-    return ring;
+    if (!isWaiting) Attach();
+    if (t_state.ring == nullptr) CountRefused();
+    return t_state.ring;
+}
+
+// In a forked child, what was counted before belongs to the parent.
+void QxRecorder::CountRefusedInside() {
+    const pid_t pid = ::getpid();
+    if (std::exchange(t_state.insider, pid) != pid) t_state.refusedInside = 0;
+    ++t_state.refusedInside;
+}
+
+void QxRecorder::TakeRefusedInside() {
+    const std::uint64_t count = std::exchange(t_state.refusedInside, 0);
+    if (count == 0 || t_state.insider != ::getpid()) return;
+    m_refused.fetch_add(count, std::memory_order_relaxed);
+    ShareRefused();
 }
 
 void QxRecorder::CountRefused() {
@@ -146,19 +221,18 @@ void QxRecorder::ShareRefused() {
     if (shared != nullptr) shared->fetch_add(m_refused.exchange(0, std::memory_order_relaxed));
 }
 
-QxRing* QxRecorder::Attach() {
+void QxRecorder::Attach() {
     static std::atomic<std::uint32_t> nextAttachment{1};
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const Section section(*this);
     t_state.slotsFreed = m_slotsFreed.load(std::memory_order_relaxed);
     t_state.callsSince = 0;
     Slot* slot = EnsureRecording() ? TakeSlot() : nullptr;
     t_state.hasFailed = slot == nullptr;
-    if (slot == nullptr) return nullptr;
+    if (slot == nullptr) return;
     slot->threadName = t_state.isNamed ? t_state.name : SystemThreadName();
     slot->ring->Attach(m_nextSerial++, NameNumber(slot->threadName), nextAttachment++);
     ::pthread_setspecific(g_threadEnd, slot->ring.get());
     t_state.ring = slot->ring.get();
-    return t_state.ring;
 }
 
 bool QxRecorder::EnsureRecording() {
@@ -210,22 +284,27 @@ void QxRecorder::OnThreadEnd(void* ring) {
 }
 
 void QxRecorder::Detach(QxRing* ring) {
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const Section section(*this);
     m_slots[ring->Slot()].isTaken = false;
     m_slotsFreed.fetch_add(1, std::memory_order_relaxed);
 }
 
+// No handler of a signal may come between taking the mutex and knowing of it: it may fork.
 void QxRecorder::BeforeFork() {
-    Instance().m_mutex.lock();
+    const QxSignalGuard guard(QxSignalGuard::kInterrupting);
+    Instance().Enter();
 }
 
 void QxRecorder::AfterForkInParent() {
-    Instance().m_mutex.unlock();
+    const QxSignalGuard guard(QxSignalGuard::kInterrupting);
+    Instance().Leave();
 }
 
+// A fork from within the recorder leaves it later.
 void QxRecorder::AfterForkInChild() {
-    Instance().ForgetRecording();
-    Instance().m_mutex.unlock();
+    const QxSignalGuard guard(QxSignalGuard::kInterrupting);
+    t_state.isForked = true;
+    Instance().Leave();
 }
 
 // The child's one thread is the one that forked; all rings and the recording are its parent's.
@@ -235,7 +314,10 @@ void QxRecorder::ForgetRecording() {
     ::pthread_setspecific(g_threadEnd, nullptr);
     m_sharedRefused.store(nullptr, std::memory_order_relaxed);
     m_refused.store(0, std::memory_order_relaxed);
-    m_slots = std::vector<Slot>(kSlotCount);
+    for (Slot& slot : m_slots) {
+        slot.ring.reset();
+        slot.isTaken = false;
+    }
     m_recording.reset();
     m_nextSerial = 1;
 }
@@ -250,8 +332,8 @@ void QxRecorder::NameThread(const std::string& name) {
     const std::size_t size = name.copy(t_state.name, sizeof(t_state.name) - 1);
     t_state.name[size] = '\0';
     t_state.isNamed = true;
-    if (t_state.ring == nullptr) return;
-    const std::lock_guard<std::mutex> lock(m_mutex);
+    const Section section(*this);
+    if (!section || t_state.ring == nullptr) return;
     m_slots[t_state.ring->Slot()].threadName = t_state.name;
     t_state.ring->Rename(NameNumber(t_state.name));
 }
@@ -259,6 +341,12 @@ void QxRecorder::NameThread(const std::string& name) {
 std::uint32_t QxRecorder::NameNumber(const std::string& name) {
     std::uint32_t number = 0;
     return Intern(kMetaName, name, number) ? number : 0;
+}
+
+// A child that was forked within the recorder has still its parent's recording, where it writes nothing: it records all
+// metadata anew.
+bool QxRecorder::Append(MetaKind kind, const std::string& content) {
+    return t_state.isForked || (m_recording != nullptr && m_recording->AppendMetadata(kind, content));
 }
 
 bool QxRecorder::Intern(MetaKind kind, const std::string& content, std::uint32_t& number) {
@@ -272,7 +360,7 @@ bool QxRecorder::Intern(MetaKind kind, const std::string& content, std::uint32_t
     std::uint32_t& count = kind == kMetaLocation ? m_locationCount : kind == kMetaName ? m_nameCount : ownCount;
     if (kind == kMetaLocation && count >= kMaxLocations) return false;
     if (kind == kMetaName && count >= kMaxNames) return false;
-    if (m_recording == nullptr || !m_recording->AppendMetadata(kind, content)) return false;
+    if (!Append(kind, content)) return false;
     number = ++count;
     m_metadata.push_back(key);
     m_numbers[key] = number;
@@ -281,9 +369,9 @@ bool QxRecorder::Intern(MetaKind kind, const std::string& content, std::uint32_t
 
 std::uint32_t QxRecorder::Register(detail::Site& site, const char* package, const char* method,
                                    detail::Describe describe) {
+    const Section section(*this);
     detail::Location location;
     describe(location);
-    const std::lock_guard<std::mutex> lock(m_mutex);
     std::uint32_t number = 0;
     bool isRecorded = true;
     for (const detail::Descriptor& descriptor : location.descriptors) {
@@ -317,8 +405,9 @@ QxRecorder::Counters QxRecorder::GetCounters() {
 }
 
 std::vector<QxRecorder::ThreadCounters> QxRecorder::GetThreadCounters() {
-    const std::lock_guard<std::mutex> lock(m_mutex);
     std::vector<ThreadCounters> all;
+    const Section section(*this);
+    if (!section) return all;
     for (std::size_t number = 0; number < kSlotCount; ++number) {
         const Slot& slot = m_slots[number];
         if (slot.ring == nullptr) continue;

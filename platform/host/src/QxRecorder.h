@@ -2,8 +2,8 @@
 // recording when the first thread records. One object serves the whole process.
 #pragma once
 
+#include <array>
 #include <atomic>
-#include <bitset>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -28,25 +28,30 @@ public:
     // The number of a call site that is not recorded.
     static constexpr std::uint32_t kRefusedSite = 0xFFFFFFFF;
 
-    // The process's recorder. Never destroyed: threads may record while the process ends.
+    // The process's recorder. Never destroyed: threads may record while the process ends. Making it allocates nothing,
+    // since the program's allocation may be traced.
     static QxRecorder& Instance();
 
     bool Configure(const Options& options);
     Counters GetCounters();
     std::vector<ThreadCounters> GetThreadCounters();
 
-    // The calling thread's ring, null (and counted as a refused call) when it gets none.
+    // The calling thread's ring, null (and counted as a refused call) when it gets none: also when the call comes from
+    // within the recorder (of an allocation, a fork handler or a handler of a fault), which is not re-entrant.
     QxRing* RingForRecord();
     // The calling thread's ring if it has one.
     static QxRing* CurrentRing();
 
     void NameThread(const std::string& name);
 
-    // Numbers a call site and keeps the number in it. Returns the number, or kRefusedSite.
+    // Numbers a call site and keeps the number in it. Returns the number, or kRefusedSite. The ring that the thread had
+    // may be gone afterwards.
     std::uint32_t Register(qx::recorder::detail::Site& site, const char* package, const char* method,
                            qx::recorder::detail::Describe describe);
 
 private:
+    class Section;
+
     // A ring and who has it.
     struct Slot {
         std::unique_ptr<QxRing> ring;
@@ -56,27 +61,34 @@ private:
 
     QxRecorder();
 
+    // A thread may enter repeatedly, and leaves as often.
+    void Enter();
+    void Leave();
+    static bool IsInside();
     static void OnThreadEnd(void* ring);
     static void BeforeFork();
     static void AfterForkInParent();
     static void AfterForkInChild();
 
-    QxRing* Attach();
+    void Attach();
     bool EnsureRecording();
     Slot* TakeSlot();
     void Detach(QxRing* ring);
     void ForgetRecording();
     void CountRefused();
+    static void CountRefusedInside();
+    void TakeRefusedInside();
     void ShareRefused();
     void ReportOnce(const std::string& error);
     std::uint32_t NameNumber(const std::string& name);
+    bool Append(qxlayout::MetaKind kind, const std::string& content);
     bool Intern(qxlayout::MetaKind kind, const std::string& content, std::uint32_t& number);
 
-    std::mutex m_mutex;  // guards all below but the atomics
+    std::mutex m_mutex;  // guards all below but the atomics; taken by Enter
     Options m_options;
     std::unique_ptr<QxRecording> m_recording;
     std::string m_reported;
-    std::vector<Slot> m_slots;
+    std::array<Slot, qxlayout::kSlotCount> m_slots;
     std::uint32_t m_nextSerial = 1;
     // All metadata that was ever recorded, by kind and content, in order: a forked child records it anew.
     std::vector<std::pair<qxlayout::MetaKind, std::string>> m_metadata;

@@ -57,7 +57,11 @@ bool BeginEntry(Site& site, const char* package, const char* method, Describe de
     QxRing* ring = recorder.RingForRecord();
     if (ring == nullptr) return false;
     std::uint32_t id = site.id.load(std::memory_order_acquire);
-    if (id == 0) id = recorder.Register(site, package, method, describe);
+    if (id == 0) {
+        id = recorder.Register(site, package, method, describe);
+        ring = recorder.RingForRecord();
+        if (ring == nullptr) return false;
+    }
     if (id == QxRecorder::kRefusedSite || !Stage(ring, encoder)) {
         ring->CountRefused();
         return false;

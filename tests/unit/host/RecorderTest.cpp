@@ -11,11 +11,14 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <condition_variable>
+#include <functional>
 #include <mutex>
 #include <set>
 #include <stdexcept>
 #include <thread>
+#include <utility>
 
 #include "HostTest.h"
 
@@ -38,6 +41,24 @@ struct Shape {
 QX_TRACE_STRUCT(Point, x, y)
 QX_TRACE_STRUCT(Shape, title, origin, weights, tags, isFilled, code)
 
+// Described by a call of the test's, made within the recorder.
+struct Hooked {
+    int value = 0;
+    static inline std::function<void()> hook;
+};
+
+template <>
+struct qx::recorder::StructTrait<Hooked> {
+    static const char* Name() {
+        if (Hooked::hook) std::exchange(Hooked::hook, nullptr)();
+        return "Hooked";
+    }
+    template <class Visitor>
+    static void ForEach(Visitor&& visit) {
+        visit("value", &Hooked::value);
+    }
+};
+
 namespace {
 
 using RecorderTest = HostTest;
@@ -49,6 +70,14 @@ void Note(int value) {
 
 void NoteText(const std::string& text) {
     QX_CALL(call, "p", "NoteText", qx::In(text));
+}
+
+// Traces a call during whose description the hook runs.
+template <int N>
+void NoteHooked(const std::function<void()>& hook) {
+    Hooked::hook = hook;
+    const Hooked hooked;
+    QX_CALL(call, "p", "NoteHooked", qx::In(hooked));
 }
 
 TEST_F(RecorderTest, IntegersOfEverySize) {
@@ -422,6 +451,121 @@ TEST_F(RecorderTest, AForkedChildRecordsForItself) {
     const qx::host::Loss loss = Total("traced");
     ExpectBalanced(loss);
     EXPECT_EQ(loss.exitsDelivered, 4u);
+}
+
+// Fork handlers that were added before the recorder's own: in the child they run before the recording of the parent is
+// left, and ahead of the fork while it is held.
+std::function<void()> g_atFork;
+
+void ExpectEndedWell(pid_t pid) {
+    int status = -1;
+    EXPECT_EQ(::waitpid(pid, &status, 0), pid);
+    EXPECT_EQ(status, 0);
+}
+
+void AtFork() {
+    if (g_atFork) g_atFork();
+}
+
+__attribute__((constructor(101))) void AddForkHandlers() {
+    ::pthread_atfork(AtFork, AtFork, AtFork);
+}
+
+TEST_F(RecorderTest, CallsOfEarlyForkHandlersAreRefusedAndCounted) {
+    Run("traced", [] {
+        Note(1);
+        g_atFork = [] { Note(2); };
+        const pid_t pid = ::fork();
+        g_atFork = nullptr;
+        Note(3);
+        EXPECT_EQ(qx::recorder::GetCounters().recorded, pid == 0 ? 2u : 4u);
+        EXPECT_EQ(qx::recorder::GetCounters().refused, pid == 0 ? 1u : 2u);
+        if (pid != 0) ExpectEndedWell(pid);
+    });
+    const DecodedDump dump = Dump("traced", true);
+    EXPECT_EQ(dump.calls.size(), 3u);
+    ExpectBalanced(Total("traced"));
+    EXPECT_EQ(Total("traced").refused, 3u);
+}
+
+TEST_F(RecorderTest, CallsFromWithinTheRecorderAreRefusedAndCounted) {
+    Run("traced", [] {
+        NoteHooked<1>([] {
+            Note(1);
+            qx::recorder::SetThreadName("within");
+            EXPECT_FALSE(qx::recorder::Configure({}));
+            EXPECT_TRUE(qx::recorder::GetThreadCounters().empty());
+        });
+        Note(2);
+    });
+    EXPECT_EQ(Dump("traced", true).calls.size(), 2u);
+    EXPECT_EQ(Total("traced").refused, 1u);
+}
+
+void ForkAndWait(int) {
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        Note(2);
+        ::_exit(0);
+    }
+    ExpectEndedWell(pid);
+}
+
+TEST_F(RecorderTest, ASignalWhoseHandlerForksComesAfterwards) {
+    Run("traced", [] {
+        ::signal(SIGUSR1, ForkAndWait);
+        NoteHooked<2>([] { ::raise(SIGUSR1); });
+    });
+    EXPECT_EQ(Dump("traced", true).calls.size(), 2u);
+    EXPECT_EQ(Total("traced").refused, 0u);
+}
+
+// The child leaves its parent's recording when it leaves the recorder.
+TEST_F(RecorderTest, AForkFromWithinTheRecorderLeavesTwoProgramsThatRecord) {
+    Run("traced", [] {
+        pid_t pid = -1;
+        NoteHooked<3>([&pid] {
+            pid = ::fork();
+            if (pid == 0) Note(1);
+        });
+        Note(2);
+        EXPECT_EQ(qx::recorder::GetCounters().recorded, pid == 0 ? 3u : 2u);
+        if (pid != 0) ExpectEndedWell(pid);
+    });
+    EXPECT_EQ(Files(".qxrec").size(), 2u);
+    EXPECT_EQ(Dump("traced", true).calls.size(), 4u);
+    ExpectBalanced(Total("traced"));
+    EXPECT_EQ(Total("traced").recorded, 5u);
+    EXPECT_EQ(Total("traced").refused, 1u);
+    EXPECT_EQ(Total("traced").dropped, 0u);
+}
+
+TEST_F(RecorderTest, ACancelledThreadIsCancelledAfterItsFirstCall) {
+    Run("traced", [] {
+        std::thread([] {
+            ::pthread_cancel(::pthread_self());
+            Note(1);
+            qx::recorder::SetThreadName("cancelled");
+            ::pthread_testcancel();
+            ADD_FAILURE();
+        }).join();
+    });
+    EXPECT_EQ(Dump("traced", true).calls.size(), 1u);
+}
+
+TEST_F(RecorderTest, ErrnoStaysAsItIs) {
+    Run("traced", [] {
+        errno = EDOM;
+        Note(1);
+        EXPECT_EQ(errno, EDOM);
+        NoteHooked<4>([] { errno = ERANGE; });
+        EXPECT_EQ(errno, EDOM);
+    });
+    Child(m_directory + "/missing/deeper", "traced", [] {
+        errno = EDOM;
+        Note(1);
+        EXPECT_EQ(errno, EDOM);
+    }).Join();
 }
 
 TEST_F(RecorderTest, AProgramThatClosesAllItsFilesGoesOnRecording) {

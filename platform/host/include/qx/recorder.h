@@ -18,7 +18,8 @@
 // which it began; an exit on another thread, or in a forked child, is not recorded.
 //
 // Each thread records into a ring of its own. Recording takes no lock, allocates nothing and makes no system call; only
-// a thread's first record and the first pass through each call site do. Signal handlers may not trace. At most 64
+// a thread's first record and the first pass through each call site do; signals and cancellation of the thread wait
+// until then, and calls that its allocations make meanwhile are refused. Signal handlers may not trace. At most 64
 // threads are recorded at one time and at most 9,999 call sites of a process; whatever is not recorded is counted.
 //
 // The recording lies in the directory QX_RUNTIME_DIR (default /dev/shm/qx-<user id>), under the name of the process at
