@@ -5,9 +5,11 @@
 #include <sys/prctl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <new>
 #include <utility>
 
@@ -144,8 +146,9 @@ QxRecorder& QxRecorder::Instance() {
 }
 
 QxRecorder::QxRecorder() {
-    ::pthread_key_create(&g_threadEnd, &QxRecorder::OnThreadEnd);
-    ::pthread_atfork(&QxRecorder::BeforeFork, &QxRecorder::AfterForkInParent, &QxRecorder::AfterForkInChild);
+    m_isUsable =
+        ::pthread_key_create(&g_threadEnd, &QxRecorder::OnThreadEnd) == 0 &&
+        ::pthread_atfork(&QxRecorder::BeforeFork, &QxRecorder::AfterForkInParent, &QxRecorder::AfterForkInChild) == 0;
 }
 
 // As early as possible: fork handlers that the program adds later find the recorder ready, in the child as well.
@@ -226,35 +229,49 @@ void QxRecorder::Attach() {
     const Section section(*this);
     t_state.slotsFreed = m_slotsFreed.load(std::memory_order_relaxed);
     t_state.callsSince = 0;
-    Slot* slot = EnsureRecording() ? TakeSlot() : nullptr;
-    t_state.hasFailed = slot == nullptr;
-    if (slot == nullptr) return;
-    slot->threadName = t_state.isNamed ? t_state.name : SystemThreadName();
-    slot->ring->Attach(m_nextSerial++, NameNumber(slot->threadName), nextAttachment++);
-    ::pthread_setspecific(g_threadEnd, slot->ring.get());
-    t_state.ring = slot->ring.get();
+    t_state.hasFailed = true;
+    try {
+        Slot* slot = EnsureRecording() ? FreeSlot() : nullptr;
+        if (slot == nullptr) return;
+        slot->threadName = t_state.isNamed ? t_state.name : SystemThreadName();
+        const std::uint32_t name = NameNumber(slot->threadName);
+        if (::pthread_setspecific(g_threadEnd, slot->ring.get()) != 0) return;
+        slot->ring->Attach(m_nextSerial++, name, nextAttachment++);
+        slot->isTaken = true;
+        t_state.ring = slot->ring.get();
+        t_state.hasFailed = false;
+    } catch (const std::exception&) {
+        // Out of memory, which the program may bear: its call is refused.
+    }
 }
 
 bool QxRecorder::EnsureRecording() {
     if (m_recording != nullptr) return true;
     std::string error;
-    const Options options = WithEnvironment(m_options, error);
+    if (!m_isUsable) {
+        ReportOnce("the process has no thread-specific key left, its calls are refused");
+        return false;
+    }
+    Options options = WithEnvironment(m_options, error);
+    // What a forked child's parent described must find room.
+    options.metadataSize = std::max(options.metadataSize, m_metadataSize);
     if (!error.empty()) ReportOnce(error);
     error.clear();
-    m_recording = QxRecording::Create(QxRuntimeDir::DefaultPath(), GeometryOf(options),
-                                      options.mode == qx::recorder::Mode::Discard, error);
-    if (m_recording == nullptr) {
+    std::unique_ptr<QxRecording> recording = QxRecording::Create(QxRuntimeDir::DefaultPath(), GeometryOf(options),
+                                                                 options.mode == qx::recorder::Mode::Discard, error);
+    if (recording == nullptr) {
         ReportOnce(error);
         return false;
     }
     m_options = options;
+    m_recording = std::move(recording);
     for (const auto& [kind, content] : m_metadata) m_recording->AppendMetadata(kind, content);
     m_sharedRefused.store(m_recording->Header() + kHeaderRefused, std::memory_order_release);
     ShareRefused();
     return true;
 }
 
-QxRecorder::Slot* QxRecorder::TakeSlot() {
+QxRecorder::Slot* QxRecorder::FreeSlot() {
     for (std::size_t number = 0; number < kSlotCount; ++number) {
         Slot& slot = m_slots[number];
         if (slot.isTaken) continue;
@@ -272,7 +289,6 @@ QxRecorder::Slot* QxRecorder::TakeSlot() {
                                                  std::move(pages), number, static_cast<unsigned>(lane),
                                                  m_options.mode == qx::recorder::Mode::Discard);
         }
-        slot.isTaken = true;
         return &slot;
     }
     return nullptr;
@@ -334,8 +350,9 @@ void QxRecorder::NameThread(const std::string& name) {
     t_state.isNamed = true;
     const Section section(*this);
     if (!section || t_state.ring == nullptr) return;
+    const std::uint32_t number = NameNumber(t_state.name);
+    t_state.ring->Rename(number);
     m_slots[t_state.ring->Slot()].threadName = t_state.name;
-    t_state.ring->Rename(NameNumber(t_state.name));
 }
 
 std::uint32_t QxRecorder::NameNumber(const std::string& name) {
@@ -360,30 +377,43 @@ bool QxRecorder::Intern(MetaKind kind, const std::string& content, std::uint32_t
     std::uint32_t& count = kind == kMetaLocation ? m_locationCount : kind == kMetaName ? m_nameCount : ownCount;
     if (kind == kMetaLocation && count >= kMaxLocations) return false;
     if (kind == kMetaName && count >= kMaxNames) return false;
-    if (!Append(kind, content)) return false;
-    number = ++count;
+    // What may run out of memory comes first.
+    Numbers added{{key, count + 1}};
     m_metadata.push_back(key);
-    m_numbers[key] = number;
+    if (!Append(kind, content)) {
+        m_metadata.pop_back();
+        return false;
+    }
+    m_numbers.merge(added);
+    m_metadataSize += QxRecording::MetadataSize(content);
+    number = ++count;
     return true;
 }
 
 std::uint32_t QxRecorder::Register(detail::Site& site, const char* package, const char* method,
                                    detail::Describe describe) {
     const Section section(*this);
+    try {
+        std::uint32_t number = 0;
+        if (!InternSite(site, package, method, describe, number)) {
+            ReportOnce("no room to describe a call site, its calls are refused");
+            number = kRefusedSite;
+        }
+        site.id.store(number, std::memory_order_release);
+        return number;
+    } catch (const std::exception&) {
+        return kRefusedSite;  // out of memory: the next call tries again
+    }
+}
+
+bool QxRecorder::InternSite(const detail::Site& site, const char* package, const char* method,
+                            detail::Describe describe, std::uint32_t& number) {
     detail::Location location;
     describe(location);
-    std::uint32_t number = 0;
-    bool isRecorded = true;
     for (const detail::Descriptor& descriptor : location.descriptors) {
-        isRecorded = isRecorded && Intern(kMetaDescriptor, EncodeDescriptor(descriptor), number);
+        if (!Intern(kMetaDescriptor, EncodeDescriptor(descriptor), number)) return false;
     }
-    isRecorded = isRecorded && Intern(kMetaLocation, EncodeLocation(site, location, package, method), number);
-    if (!isRecorded) {
-        ReportOnce("no room to describe a call site, its calls are refused");
-        number = kRefusedSite;
-    }
-    site.id.store(number, std::memory_order_release);
-    return number;
+    return Intern(kMetaLocation, EncodeLocation(site, location, package, method), number);
 }
 
 QxRecorder::Counters QxRecorder::GetCounters() {

@@ -52,6 +52,8 @@ public:
 private:
     class Section;
 
+    using Numbers = std::map<std::pair<qxlayout::MetaKind, std::string>, std::uint32_t>;
+
     // A ring and who has it.
     struct Slot {
         std::unique_ptr<QxRing> ring;
@@ -72,7 +74,7 @@ private:
 
     void Attach();
     bool EnsureRecording();
-    Slot* TakeSlot();
+    Slot* FreeSlot();
     void Detach(QxRing* ring);
     void ForgetRecording();
     void CountRefused();
@@ -82,9 +84,12 @@ private:
     void ReportOnce(const std::string& error);
     std::uint32_t NameNumber(const std::string& name);
     bool Append(qxlayout::MetaKind kind, const std::string& content);
+    bool InternSite(const qx::recorder::detail::Site& site, const char* package, const char* method,
+                    qx::recorder::detail::Describe describe, std::uint32_t& number);
     bool Intern(qxlayout::MetaKind kind, const std::string& content, std::uint32_t& number);
 
-    std::mutex m_mutex;  // guards all below but the atomics; taken by Enter
+    std::mutex m_mutex;       // guards all below but the atomics; taken by Enter
+    bool m_isUsable = false;  // whether the end of a thread and a fork will be noticed; constant
     Options m_options;
     std::unique_ptr<QxRecording> m_recording;
     std::string m_reported;
@@ -92,7 +97,8 @@ private:
     std::uint32_t m_nextSerial = 1;
     // All metadata that was ever recorded, by kind and content, in order: a forked child records it anew.
     std::vector<std::pair<qxlayout::MetaKind, std::string>> m_metadata;
-    std::map<std::pair<qxlayout::MetaKind, std::string>, std::uint32_t> m_numbers;
+    Numbers m_numbers;
+    std::size_t m_metadataSize = 0;  // bytes that all metadata takes
     std::uint32_t m_locationCount = 0;
     std::uint32_t m_nameCount = 0;
 

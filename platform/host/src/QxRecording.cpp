@@ -100,8 +100,12 @@ void QxRecording::WriteHeader(bool refuseWhenFull) {
     header[kHeaderMagic].store(kMagic, std::memory_order_release);
 }
 
+std::size_t QxRecording::MetadataSize(const std::string& content) {
+    return kRecordHead + content.size();
+}
+
 bool QxRecording::AppendMetadata(MetaKind kind, const std::string& content) {
-    const std::size_t size = kRecordHead + content.size();
+    const std::size_t size = MetadataSize(content);
     if (size > m_geometry.metaSize - m_metaUsed) return false;
     char* record = m_front.Bytes(Geometry::MetaOffset() + m_metaUsed);
     const std::uint32_t length = static_cast<std::uint32_t>(content.size() + 1);

@@ -22,6 +22,9 @@ public:
     static std::unique_ptr<QxRecording> Create(const std::string& directory, const qxlayout::Geometry& geometry,
                                                bool refuseWhenFull, std::string& error);
 
+    // The bytes that a record of metadata takes.
+    static std::size_t MetadataSize(const std::string& content);
+
     // Appends a record to the metadata, from where it is never removed. False when there is no room. Not thread-safe.
     bool AppendMetadata(qxlayout::MetaKind kind, const std::string& content);
 

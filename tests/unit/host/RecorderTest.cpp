@@ -80,6 +80,15 @@ void NoteHooked(const std::function<void()>& hook) {
     QX_CALL(call, "p", "NoteHooked", qx::In(hooked));
 }
 
+template <int N>
+void NoteMany() {
+    {
+        static const std::string method = "Method" + std::to_string(N);
+        QX_CALL(call, "p", method.c_str());
+    }
+    if constexpr (N > 0) NoteMany<N - 1>();
+}
+
 TEST_F(RecorderTest, IntegersOfEverySize) {
     Run("traced", [] {
         QX_CALL(call, "p", "Integers", qx::In(true), qx::In('A'), qx::In(static_cast<short>(-2)), qx::In(Color::Green),
@@ -568,6 +577,42 @@ TEST_F(RecorderTest, ErrnoStaysAsItIs) {
     }).Join();
 }
 
+TEST_F(RecorderTest, ACallThatFindsNoMemoryIsRefusedAndTheNextOneTriesAgain) {
+    const auto note = [](const std::function<void()>& hook) { NoteHooked<5>(hook); };
+    Run("traced", [&] {
+        note([] { throw std::bad_alloc(); });
+        note(nullptr);
+        EXPECT_EQ(qx::recorder::GetCounters().refused, 1u);
+    });
+    EXPECT_EQ(Dump("traced", true).calls.size(), 1u);
+}
+
+TEST_F(RecorderTest, AForkedChildHasRoomForWhatItsParentDescribed) {
+    Run("traced", [] {
+        NoteMany<50>();
+        const pid_t pid = ::fork();
+        if (pid == 0) {
+            EXPECT_TRUE(qx::recorder::Configure({4096, 64, 256}));
+            NoteMany<50>();
+            EXPECT_EQ(qx::recorder::GetCounters().refused, 0u);
+            return;
+        }
+        ExpectEndedWell(pid);
+    });
+    EXPECT_EQ(Dump("traced", true).Of("Method50").size(), 2u);
+}
+
+TEST_F(RecorderTest, WithoutAThreadSpecificKeyCallsAreRefused) {
+    Run("traced", [] {
+        pthread_key_t key;
+        while (::pthread_key_create(&key, nullptr) == 0) continue;
+        void* plugin = ::dlopen(QX_TEST_PLUGIN, RTLD_NOW);
+        ASSERT_NE(plugin, nullptr) << ::dlerror();
+        reinterpret_cast<void (*)(int)>(::dlsym(plugin, "RecordInPlugin"))(1);
+    });
+    EXPECT_TRUE(Files(".qxrec").empty());
+}
+
 TEST_F(RecorderTest, AProgramThatClosesAllItsFilesGoesOnRecording) {
     Run("traced", [] {
         Note(1);
@@ -748,15 +793,6 @@ TEST_F(RecorderTest, APluginMayBeLoadedAndUnloadedForEver) {
         // Coming back, a call site is known again and takes no room.
         EXPECT_EQ(dump.calls[i].locId, 1u);
     }
-}
-
-template <int N>
-void NoteMany() {
-    {
-        static const std::string method = "Method" + std::to_string(N);
-        QX_CALL(call, "p", method.c_str());
-    }
-    if constexpr (N > 0) NoteMany<N - 1>();
 }
 
 TEST_F(RecorderTest, WithoutRoomForItsDescriptionACallIsRefused) {

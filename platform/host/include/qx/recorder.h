@@ -64,7 +64,8 @@ enum class Mode {
 struct Options {
     std::size_t pageSize = 4096;         // multiple of 8, 256 to 1 Mi
     std::size_t pageCount = 64;          // pages of each thread's ring, at least 2; a ring has at most 16 MiB
-    std::size_t metadataSize = 1 << 20;  // room for call sites, layouts and thread names, 256 to 16 Mi
+    std::size_t metadataSize = 1 << 20;  // room for call sites, layouts and thread names, 256 to 16 Mi; a forked
+                                         // child has at least room for what its parent had described
     Mode mode = Mode::Overwrite;
 };
 
@@ -83,7 +84,7 @@ QX_RECORDER_API void SetThreadName(const std::string& name);
 // and exits: exits = taken by the rings + exitsRefused.
 struct Counters {
     std::uint64_t recorded = 0;      // calls and log items that the program made
-    std::uint64_t refused = 0;       // of these, those that were not recorded (no room, no slot, too large)
+    std::uint64_t refused = 0;       // of these, those that were not recorded (no room, slot or memory, too large)
     std::uint64_t overwritten = 0;   // of these, those that made room for later ones, whether or not they were read
     std::uint64_t exits = 0;         // returns of the calls that were recorded
     std::uint64_t exitsRefused = 0;  // of these, those that were not recorded
