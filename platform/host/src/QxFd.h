@@ -1,8 +1,11 @@
-// Owner of one file descriptor.
+// Owner of one file descriptor above the standard ones: in a process without standard error, what is printed there must
+// not end up in a file of ours.
 #pragma once
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 namespace qxhost {
@@ -10,7 +13,8 @@ namespace qxhost {
 class QxFd {
 public:
     QxFd() = default;
-    explicit QxFd(int fd) : m_fd(fd) {}
+    // Takes over a descriptor that was just opened, or a negative number and errno as they are.
+    explicit QxFd(int fd) : m_fd(AboveStandard(fd)) {}
     QxFd(QxFd&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
     QxFd& operator=(QxFd&& other) noexcept {
         std::swap(m_fd, other.m_fd);
@@ -25,8 +29,19 @@ public:
     // The descriptor, negative when there is none. Stays owned by this object.
     int Get() const { return m_fd; }
     explicit operator bool() const { return m_fd >= 0; }
+    // Gives the descriptor to the caller.
+    int Release() { return std::exchange(m_fd, -1); }
 
 private:
+    static int AboveStandard(int fd) {
+        if (fd < 0 || fd > STDERR_FILENO) return fd;
+        const int moved = ::fcntl(fd, F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
+        const int error = errno;
+        ::close(fd);
+        errno = error;
+        return moved;
+    }
+
     int m_fd = -1;
 };
 

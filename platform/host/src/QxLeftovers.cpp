@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <memory>
 
+#include "QxFd.h"
 #include "QxFileName.h"
 #include "QxProcessInfo.h"
 
@@ -34,13 +35,10 @@ std::vector<std::string> NamesIn(int directoryFd) {
 
 bool QxLeftovers::List(int directoryFd, std::vector<std::string>& names) {
     names.clear();
-    const int fd = ::openat(directoryFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    if (fd < 0) return false;
-    const std::unique_ptr<DIR, DirectoryCloser> directory(::fdopendir(fd));
-    if (directory == nullptr) {
-        ::close(fd);
-        return false;
-    }
+    QxFd fd(::openat(directoryFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const std::unique_ptr<DIR, DirectoryCloser> directory(fd ? ::fdopendir(fd.Get()) : nullptr);
+    if (directory == nullptr) return false;
+    fd.Release();
     errno = 0;
     while (const dirent* entry = ::readdir(directory.get())) {
         names.emplace_back(entry->d_name);

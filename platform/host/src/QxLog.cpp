@@ -2,6 +2,7 @@
 
 #include <dlog.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
 
@@ -46,6 +47,10 @@ std::size_t CleanLine(char* text, std::size_t size) {
     return size;
 }
 
+QxFd OpenFile(const std::string& path) {
+    return QxFd(::open(path.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+}
+
 int WriteWhole(int fd, const char* data, std::size_t size) {
     const QxSignalGuard guard(QxSignalGuard::kOfWriting);
     ssize_t written = -1;
@@ -64,8 +69,12 @@ QxLog::QxLog(const std::string& target) {
     } else if (target == "none") {
         m_kind = Kind::None;
     } else if (!target.empty() && target[0] == '/') {
-        m_file =
-            QxFd(::open(target.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0600));
+        m_path = target;
+        m_file = OpenFile(m_path);
+        struct stat status {};
+        if (!m_file || ::fstat(m_file.Get(), &status) != 0) return;
+        m_device = status.st_dev;
+        m_inode = status.st_ino;
     }
 }
 
@@ -85,7 +94,17 @@ int QxLog::Print(int priority, const char* tag, const char* format, std::va_list
         return static_cast<int>(size);
     }
     line[size] = '\n';
-    return WriteWhole(m_file ? m_file.Get() : STDERR_FILENO, line, size + 1);
+    return m_file ? WriteToFile(line, size + 1) : WriteWhole(STDERR_FILENO, line, size + 1);
+}
+
+// The descriptor may be another file's by now. It is not replaced: other threads use it, without a lock.
+int QxLog::WriteToFile(const char* line, std::size_t size) const {
+    struct stat status {};
+    if (::fstat(m_file.Get(), &status) == 0 && status.st_dev == m_device && status.st_ino == m_inode) {
+        return WriteWhole(m_file.Get(), line, size);
+    }
+    const QxFd file = OpenFile(m_path);
+    return file ? WriteWhole(file.Get(), line, size) : -1;
 }
 
 }  // namespace qxhost

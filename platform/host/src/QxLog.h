@@ -2,6 +2,8 @@
 // system log or a file, or drops them.
 #pragma once
 
+#include <sys/types.h>
+
 #include <cstdarg>
 #include <cstddef>
 #include <string>
@@ -13,7 +15,8 @@ namespace qxhost {
 class QxLog {
 public:
     // `target` is "stderr", "syslog", "none" or the path of a file that is appended to (created 0600, never through a
-    // symbolic link). Anything else, and a file that cannot be opened, means standard error.
+    // symbolic link). Anything else, and a file that cannot be opened, means standard error. A program may close all
+    // its descriptors: the file is opened anew for each line then.
     explicit QxLog(const std::string& target);
 
     // The log that the environment variable QX_LOG chooses; without it, standard error.
@@ -30,8 +33,13 @@ public:
 private:
     enum class Kind { Descriptor, System, None };
 
+    int WriteToFile(const char* line, std::size_t size) const;
+
     Kind m_kind = Kind::Descriptor;
-    QxFd m_file;  // empty: standard error
+    std::string m_path;
+    QxFd m_file;         // empty: standard error
+    dev_t m_device = 0;  // the file's identity
+    ino_t m_inode = 0;
 };
 
 }  // namespace qxhost

@@ -1,6 +1,7 @@
 #include "QxLog.h"
 
 #include <dlog.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -94,6 +95,28 @@ TEST_F(QxLogTest, APipeThatNobodyReadsEndsNoProgram) {
         qxhost::QxLog log("stderr");
         EXPECT_LT(Print(log, DLOG_ERROR, "x"), 0);
     });
+}
+
+TEST_F(QxLogTest, AFileOfTheProgramThatHasItsDescriptorGetsNoLine) {
+    Run("traced", [this] {
+        qxhost::QxLog& log = *new qxhost::QxLog(m_path);
+        Print(log, DLOG_ERROR, "before");
+        for (int fd = 3; fd < 100; ++fd) ::close(fd);
+        for (int fd = 3; fd < 100; ++fd) ::open((m_directory + "/own").c_str(), O_WRONLY | O_CREAT, 0600);
+        Print(log, DLOG_ERROR, "after");
+    });
+    EXPECT_EQ(ReadFile(m_path), "E TAG: before\nE TAG: after\n");
+    EXPECT_EQ(ReadFile(m_directory + "/own"), "");
+}
+
+TEST_F(QxLogTest, AProgramWithoutStandardErrorPrintsIntoNoFileOfOurs) {
+    Run("traced", [this] {
+        ::close(STDERR_FILENO);
+        qxhost::QxLog log(m_path);
+        EXPECT_EQ(::write(STDERR_FILENO, "x", 1), -1);
+        Print(log, DLOG_ERROR, "x");
+    });
+    EXPECT_EQ(ReadFile(m_path), "E TAG: x\n");
 }
 
 TEST_F(QxLogTest, FollowsNoLinkToAnotherFile) {
