@@ -48,6 +48,14 @@ std::string SystemThreadName() {
     return ::prctl(PR_GET_NAME, name) == 0 ? name : "";
 }
 
+// The attachment of a thread to a slot: its number and the slot's. Never 0, and in forked children other than in their
+// parents. Requires the recorder's mutex.
+std::uint32_t NextAttachment(std::size_t slot) {
+    static std::uint32_t number = 0;
+    if (++number >= UINT32_MAX / kSlotCount) number = 1;
+    return number * static_cast<std::uint32_t>(kSlotCount) + static_cast<std::uint32_t>(slot);
+}
+
 // Reads a number of the environment; keeps the default when there is none, and says so when it is out of range.
 bool ReadNumber(const char* variable, std::size_t& value) {
     const char* text = std::getenv(variable);
@@ -225,7 +233,6 @@ void QxRecorder::ShareRefused() {
 }
 
 void QxRecorder::Attach() {
-    static std::atomic<std::uint32_t> nextAttachment{1};
     const Section section(*this);
     t_state.slotsFreed = m_slotsFreed.load(std::memory_order_relaxed);
     t_state.callsSince = 0;
@@ -236,7 +243,8 @@ void QxRecorder::Attach() {
         slot->threadName = t_state.isNamed ? t_state.name : SystemThreadName();
         const std::uint32_t name = NameNumber(slot->threadName);
         if (::pthread_setspecific(g_threadEnd, slot->ring.get()) != 0) return;
-        slot->ring->Attach(m_nextSerial++, name, nextAttachment++);
+        slot->ring->Attach(m_nextSerial, name, NextAttachment(slot->ring->Slot()));
+        if (++m_nextSerial == 0) m_nextSerial = 1;
         slot->isTaken = true;
         t_state.ring = slot->ring.get();
         t_state.hasFailed = false;
@@ -288,6 +296,7 @@ QxRecorder::Slot* QxRecorder::FreeSlot() {
             slot.ring = std::make_unique<QxRing>(GeometryOf(m_options), m_recording->SlotWords(number),
                                                  std::move(pages), number, static_cast<unsigned>(lane),
                                                  m_options.mode == qx::recorder::Mode::Discard);
+            m_rings[number].store(slot.ring.get(), std::memory_order_release);
         }
         return &slot;
     }
@@ -330,6 +339,7 @@ void QxRecorder::ForgetRecording() {
     ::pthread_setspecific(g_threadEnd, nullptr);
     m_sharedRefused.store(nullptr, std::memory_order_relaxed);
     m_refused.store(0, std::memory_order_relaxed);
+    for (std::atomic<QxRing*>& ring : m_rings) ring.store(nullptr, std::memory_order_relaxed);
     for (Slot& slot : m_slots) {
         slot.ring.reset();
         slot.isTaken = false;
@@ -342,6 +352,11 @@ void QxRecorder::ReportOnce(const std::string& error) {
     if (error == m_reported) return;
     m_reported = error;
     __dlog_print(LOG_ID_MAIN, DLOG_ERROR, "QXREC", "%s", error.c_str());
+}
+
+void QxRecorder::EndElsewhere(std::uint32_t attachment) {
+    QxRing* ring = m_rings[attachment % kSlotCount].load(std::memory_order_acquire);
+    if (ring != nullptr) ring->CountEndedElsewhere(attachment);
 }
 
 void QxRecorder::NameThread(const std::string& name) {

@@ -42,6 +42,9 @@ public:
     // The calling thread's ring if it has one.
     static QxRing* CurrentRing();
 
+    // Tells the ring of an attachment that a call of it ended on another thread, where no exit is recorded.
+    void EndElsewhere(std::uint32_t attachment);
+
     void NameThread(const std::string& name);
 
     // Numbers a call site and keeps the number in it. Returns the number, or kRefusedSite. The ring that the thread had
@@ -102,6 +105,7 @@ private:
     std::uint32_t m_locationCount = 0;
     std::uint32_t m_nameCount = 0;
 
+    std::array<std::atomic<QxRing*>, qxlayout::kSlotCount> m_rings{};  // those of the slots
     std::atomic<std::uint64_t> m_refused{0};     // calls of threads without a ring, not in the recording's count yet
     std::atomic<std::uint32_t> m_slotsFreed{0};  // changes when a refused thread may try again
     std::atomic<qxlayout::SharedWord*> m_sharedRefused{nullptr};  // the recording's count, once there is one

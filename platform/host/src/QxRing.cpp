@@ -32,8 +32,20 @@ QxRing::QxRing(const Geometry& geometry, SharedWord* slotWords, QxMapping pages,
 void QxRing::Attach(std::uint32_t serial, std::uint32_t nameId, std::uint32_t attachment) {
     m_nextThread = static_cast<std::uint64_t>(serial) << 32 | nameId;
     m_attachment = attachment;
+    m_endedElsewhere.store(static_cast<std::uint64_t>(attachment) << 32, std::memory_order_relaxed);
     m_openCalls = 0;
     m_isBusy = false;
+}
+
+void QxRing::CountEndedElsewhere(std::uint32_t attachment) {
+    std::uint64_t ended = m_endedElsewhere.load(std::memory_order_relaxed);
+    while (ended >> 32 == attachment &&
+           !m_endedElsewhere.compare_exchange_weak(ended, ended + 1, std::memory_order_relaxed)) {
+    }
+}
+
+std::uint64_t QxRing::OpenCalls() const {
+    return m_openCalls - (m_endedElsewhere.load(std::memory_order_relaxed) & 0xFFFFFFFF);
 }
 
 void QxRing::Rename(std::uint32_t nameId) {
@@ -110,7 +122,7 @@ void QxRing::CountCut() {
 bool QxRing::HasRoom(std::size_t words) {
     if (words > (m_pageCount - 1) * m_pageCapacity) return false;
     if (!m_refuseWhenFull) return true;
-    const std::uint64_t last = Position() + words + m_openCalls * kNoteWordCount - 1;
+    const std::uint64_t last = Position() + words + OpenCalls() * kNoteWordCount - 1;
     return HasBeenRead(last / m_pageCapacity);
 }
 

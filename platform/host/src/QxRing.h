@@ -2,6 +2,7 @@
 // or calls the system.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -25,6 +26,9 @@ public:
     void Attach(std::uint32_t serial, std::uint32_t nameId, std::uint32_t attachment);
     void Rename(std::uint32_t nameId);
     std::uint32_t Attachment() const { return m_attachment; }
+    // Tells that a call of that attachment ended without exit; ignored when the attachment is over. Any thread may
+    // call it.
+    void CountEndedElsewhere(std::uint32_t attachment);
 
     // While a record is being made, a further one (of a signal handler) is refused.
     bool IsBusy() const { return m_isBusy; }
@@ -54,6 +58,7 @@ private:
     };
 
     std::uint64_t EntryTime() const;
+    std::uint64_t OpenCalls() const;
     bool HasRoom(std::size_t words);
     bool HasBeenRead(std::uint64_t lastPage);
     std::size_t NoteWords(std::uint64_t time) const;
@@ -75,6 +80,8 @@ private:
     const QxMapping m_mapping;
     qxlayout::SharedWord* const m_words;  // the mapping's pages
     const std::unique_ptr<std::uint64_t[]> m_staging;
+
+    std::atomic<std::uint64_t> m_endedElsewhere{0};  // attachment << 32 | its calls that ended on other threads
 
     // All below is touched by the attached thread alone.
     State m_state;

@@ -80,9 +80,11 @@ void EndLog(const Site& site, const Encoder& encoder) noexcept {
 }
 
 bool BeginExit(const Ticket& ticket, Encoder& encoder) noexcept {
+    if (ticket.attachment == 0) return false;
     QxRing* ring = QxRecorder::CurrentRing();
-    if (ticket.attachment == 0 || ring == nullptr || ring->Attachment() != ticket.attachment) return false;
-    return Stage(ring, encoder);
+    if (ring != nullptr && ring->Attachment() == ticket.attachment) return Stage(ring, encoder);
+    QxRecorder::Instance().EndElsewhere(ticket.attachment);
+    return false;
 }
 
 void EndExit(const Ticket& ticket, const Encoder& encoder) noexcept {

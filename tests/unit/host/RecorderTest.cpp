@@ -14,6 +14,7 @@
 #include <cerrno>
 #include <condition_variable>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <stdexcept>
@@ -21,6 +22,8 @@
 #include <utility>
 
 #include "HostTest.h"
+#include "QxFileName.h"
+#include "QxProcessInfo.h"
 
 enum class Color : short { Red = -2, Green = 300 };
 
@@ -63,6 +66,8 @@ namespace {
 
 using RecorderTest = HostTest;
 using qx::recorder::Options;
+using qxhost::QxFileName;
+using qxhost::QxProcessInfo;
 
 void Note(int value) {
     QX_CALL(call, "p", "Note", qx::In(value));
@@ -749,6 +754,23 @@ TEST_F(RecorderTest, TheEnvironmentOverridesTheProgram) {
     });
     // The first calls are those that stay.
     EXPECT_EQ(Number(Dump("traced", true).calls.front().args.in[0]), 0u);
+}
+
+// Calls that end on other threads, where no exit is recorded, keep no room for one in a ring that discards.
+TEST_F(RecorderTest, CallsThatEndOnOtherThreadsUseNoRoomUp) {
+    using Call = qx::recorder::Call<void>;
+    Run("traced", [this] {
+        EXPECT_TRUE(qx::recorder::Configure({4096, 4, 1 << 16, qx::recorder::Mode::Discard}));
+        static qx::recorder::detail::Site site{"file", 1, {0}};
+        for (int round = 0; round < 12; ++round) {
+            std::vector<std::unique_ptr<Call>> calls;
+            for (int i = 0; i < 200; ++i) calls.push_back(std::make_unique<Call>(site, "p", "Async"));
+            std::thread([&calls] { calls.clear(); }).join();
+            std::vector<char> path;
+            m_control->getQxBufferDump(path, "traced", round == 0);
+        }
+        EXPECT_EQ(qx::recorder::GetCounters().refused, 0u);
+    });
 }
 
 TEST_F(RecorderTest, NonsenseInTheEnvironmentIsIgnored) {
