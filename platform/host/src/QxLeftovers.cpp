@@ -4,8 +4,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <memory>
+#include <tuple>
+#include <utility>
 
 #include "QxFd.h"
 #include "QxFileName.h"
@@ -15,13 +18,26 @@ namespace qxhost {
 
 namespace {
 
+// Programs whose names change from run to run must not fill the file system.
+constexpr std::size_t kOthersKept = 16;
+
 struct DirectoryCloser {
     void operator()(DIR* directory) const { ::closedir(directory); }
 };
 
+struct Leftover {
+    QxFileName name;
+    std::string fileName;
+};
+
 // Which of two processes began first. Writing through a mapping leaves no time stamp to go by.
-bool BeganBefore(const QxFileName& left, const QxFileName& right) {
-    return left.startTime != right.startTime ? left.startTime < right.startTime : left.pid < right.pid;
+bool BeganBefore(const Leftover& left, const Leftover& right) {
+    return std::tie(left.name.startTime, left.name.pid) < std::tie(right.name.startTime, right.name.pid);
+}
+
+void RemoveAllButNewest(int directoryFd, std::vector<Leftover> files, std::size_t kept) {
+    std::sort(files.begin(), files.end(), BeganBefore);
+    for (std::size_t i = 0; i + kept < files.size(); ++i) ::unlinkat(directoryFd, files[i].fileName.c_str(), 0);
 }
 
 // As far as they can be listed: what is missed is removed another time.
@@ -48,24 +64,17 @@ bool QxLeftovers::List(int directoryFd, std::vector<std::string>& names) {
 }
 
 void QxLeftovers::RemoveRecordings(int directoryFd, const std::string& processName) {
-    QxFileName newest;
-    std::string newestFile;
+    std::vector<Leftover> own;
+    std::vector<Leftover> others;
     for (const std::string& fileName : NamesIn(directoryFd)) {
         QxFileName name;
         if (!QxFileName::Parse(fileName, name) || QxProcessInfo::IsAlive(name.pid, name.startTime)) continue;
-        std::string useless;
-        if (name.suffix == QxFileName::kNewRecording) {
-            useless = fileName;
-        } else if (name.suffix == QxFileName::kRecording && name.name == processName) {
-            const bool isNewest = newestFile.empty() || BeganBefore(newest, name);
-            useless = isNewest ? newestFile : fileName;
-            if (isNewest) {
-                newest = name;
-                newestFile = fileName;
-            }
-        }
-        if (!useless.empty()) ::unlinkat(directoryFd, useless.c_str(), 0);
+        if (name.suffix == QxFileName::kNewRecording) ::unlinkat(directoryFd, fileName.c_str(), 0);
+        if (name.suffix != QxFileName::kRecording) continue;
+        (name.name == processName ? own : others).push_back({name, fileName});
     }
+    RemoveAllButNewest(directoryFd, std::move(own), 1);
+    RemoveAllButNewest(directoryFd, std::move(others), kOthersKept);
 }
 
 void QxLeftovers::RemoveDumps(int directoryFd) {

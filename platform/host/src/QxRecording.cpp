@@ -77,6 +77,7 @@ bool QxRecording::Write(int directoryFd, bool refuseWhenFull, std::string& error
     ::renameat(directoryFd, m_fileName.c_str(), directoryFd, name.ToString().c_str());
     if (::renameat(directoryFd, newName.c_str(), directoryFd, m_fileName.c_str()) == 0) return true;
     error = Failure("file " + m_fileName + " in " + m_directory);
+    ::unlinkat(directoryFd, newName.c_str(), 0);
     return false;
 }
 

@@ -18,7 +18,7 @@ namespace qxhost {
 class QxRecording {
 public:
     // Makes the calling process's recording in the directory, complete before it appears under its name. Null when that
-    // fails, with one line in `error`. Removes what dead processes of the same name left, but for the newest.
+    // fails, with one line in `error`. Removes what dead processes left that is too old; see QxLeftovers.
     static std::unique_ptr<QxRecording> Create(const std::string& directory, const qxlayout::Geometry& geometry,
                                                bool refuseWhenFull, std::string& error);
 

@@ -4,8 +4,9 @@
 //
 // A program's recordings are found by its name as the tracker finds its process: the recorded name is the command name
 // as the system shortens it (15 bytes), and it matches when it is a prefix of the name asked for. A name that agrees
-// whole, or as far as the system keeps it, is preferred, then the longest one. All recordings of that name are read, so
-// that neither a restart nor a second process of the name loses anything; their calls come out under the one name.
+// whole, or as far as the system keeps it, is preferred, then the longest one. All recordings of that name are read;
+// their calls come out under the one name. A program that starts deletes those of dead processes of its name but for
+// the latest: what several short-lived processes recorded between two dumps is lost with them and in no count.
 #pragma once
 
 #include <cstdint>

@@ -23,7 +23,8 @@
 // threads are recorded at one time and at most 9,999 call sites of a process; whatever is not recorded is counted.
 //
 // The recording lies in the directory QX_RUNTIME_DIR (default /dev/shm/qx-<user id>), under the name of the process at
-// its first record, and stays there when the process crashes. A forked child makes a recording of its own.
+// its first record, and stays there when the process crashes, until the program was run again more than once. A forked
+// child makes a recording of its own.
 //
 // Values: integers of 1 to 8 bytes, bool, enumerations; texts (std::string, std::string_view, const char*, at most
 // kMaxText bytes, the rest is cut); structs made known by QX_TRACE_STRUCT, also nested; vectors of all these (at most
