@@ -128,7 +128,9 @@ class QxRecorder::Section {
 public:
     explicit Section(QxRecorder& recorder) : m_recorder(IsInside() ? nullptr : &recorder) {
         ::pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_cancelState);
-        if (m_recorder != nullptr) m_recorder->Enter();
+        if (m_recorder == nullptr) return;
+        m_recorder->Enter();
+        if (std::exchange(m_recorder->m_isLeft, false)) m_recorder->FreeRecording();
     }
     Section(const Section&) = delete;
     Section& operator=(const Section&) = delete;
@@ -160,7 +162,7 @@ QxRecorder::QxRecorder() {
 }
 
 // As early as possible: fork handlers that the program adds later find the recorder ready, in the child as well.
-__attribute__((constructor)) void MakeRecorder() {
+__attribute__((constructor)) static void MakeRecorder() {
     QxRecorder::Instance();
 }
 
@@ -175,7 +177,7 @@ void QxRecorder::Enter() {
 
 void QxRecorder::Leave() {
     if (t_state.depth == 1) {
-        if (std::exchange(t_state.isForked, false)) ForgetRecording();
+        if (std::exchange(t_state.isForked, false)) LeaveRecording();
         TakeRefusedInside();
         m_mutex.unlock();
     }
@@ -257,7 +259,7 @@ bool QxRecorder::EnsureRecording() {
     if (m_recording != nullptr) return true;
     std::string error;
     if (!m_isUsable) {
-        ReportOnce("the process has no thread-specific key left, its calls are refused");
+        ReportOnce("no thread-specific key is left to notice the end of threads, calls are refused");
         return false;
     }
     Options options = WithEnvironment(m_options, error);
@@ -332,14 +334,19 @@ void QxRecorder::AfterForkInChild() {
     Instance().Leave();
 }
 
-// The child's one thread is the one that forked; all rings and the recording are its parent's.
-void QxRecorder::ForgetRecording() {
+// The child's one thread is the one that forked; all rings and the recording are its parent's. They are freed later: a
+// signal's handler may have forked, which frees nothing, and it may have come into a record that goes on here.
+void QxRecorder::LeaveRecording() {
     t_state.ring = nullptr;
     t_state.hasFailed = false;
     ::pthread_setspecific(g_threadEnd, nullptr);
     m_sharedRefused.store(nullptr, std::memory_order_relaxed);
     m_refused.store(0, std::memory_order_relaxed);
     for (std::atomic<QxRing*>& ring : m_rings) ring.store(nullptr, std::memory_order_relaxed);
+    m_isLeft = true;
+}
+
+void QxRecorder::FreeRecording() {
     for (Slot& slot : m_slots) {
         slot.ring.reset();
         slot.isTaken = false;

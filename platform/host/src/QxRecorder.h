@@ -79,7 +79,8 @@ private:
     bool EnsureRecording();
     Slot* FreeSlot();
     void Detach(QxRing* ring);
-    void ForgetRecording();
+    void LeaveRecording();
+    void FreeRecording();
     void CountRefused();
     static void CountRefusedInside();
     void TakeRefusedInside();
@@ -92,6 +93,7 @@ private:
     bool Intern(qxlayout::MetaKind kind, const std::string& content, std::uint32_t& number);
 
     std::mutex m_mutex;       // guards all below but the atomics; taken by Enter
+    bool m_isLeft = false;    // whether rings and recording are those of a parent, to be freed
     bool m_isUsable = false;  // whether the end of a thread and a fork will be noticed; constant
     Options m_options;
     std::unique_ptr<QxRecording> m_recording;

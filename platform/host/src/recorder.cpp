@@ -39,6 +39,8 @@ bool Stage(QxRing* ring, Encoder& encoder) {
 
 std::uint64_t Append(const Site& site, const Encoder& encoder, qxlayout::Kind kind) {
     QxRing* ring = QxRecorder::CurrentRing();
+    // A signal's handler forked meanwhile, and this is the child.
+    if (ring == nullptr) return 0;
     std::uint64_t ordinal = 0;
     if (encoder.Overflow()) {
         ring->CountRefused();
@@ -89,6 +91,7 @@ bool BeginExit(const Ticket& ticket, Encoder& encoder) noexcept {
 
 void EndExit(const Ticket& ticket, const Encoder& encoder) noexcept {
     QxRing* ring = QxRecorder::CurrentRing();
+    if (ring == nullptr) return;
     ring->AppendExit(ticket.ordinal, encoder.Size(), !encoder.Overflow());
     if (encoder.Cut() && !encoder.Overflow()) ring->CountCut();
     ring->SetBusy(false);
