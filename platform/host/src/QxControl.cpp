@@ -68,6 +68,12 @@ QxControl::QxControl(std::string directory) : m_directory(std::move(directory)) 
 bool QxControl::getQxBufferDump(std::vector<char>& path, const std::string& process, bool first) {
     path.clear();
     const std::lock_guard<std::mutex> lock(m_mutex);
+    // Whatever keeps this dump from being made: the counts of the one before are not its own.
+    const auto known = m_programs.find(process);
+    if (known != m_programs.end()) {
+        known->second.lastDump = {};
+        known->second.lastDump.held = known->second.Total().held;
+    }
     try {
         return Dump(path, process, first);
     } catch (const std::exception& error) {

@@ -379,7 +379,7 @@ void QxRecorder::NameThread(const std::string& name) {
 
 std::uint32_t QxRecorder::NameNumber(const std::string& name) {
     std::uint32_t number = 0;
-    return Intern(kMetaName, name, number) ? number : 0;
+    return Intern(kMetaName, name, 0, number) ? number : 0;
 }
 
 // A child that was forked within the recorder has still its parent's recording, where it writes nothing: it records all
@@ -388,17 +388,18 @@ bool QxRecorder::Append(MetaKind kind, const std::string& content) {
     return t_state.isForked || (m_recording != nullptr && m_recording->AppendMetadata(kind, content));
 }
 
-bool QxRecorder::Intern(MetaKind kind, const std::string& content, std::uint32_t& number) {
+bool QxRecorder::Intern(MetaKind kind, const std::string& content, std::size_t parts, std::uint32_t& number) {
     const auto key = std::make_pair(kind, content);
     const auto found = m_numbers.find(key);
     if (found != m_numbers.end()) {
         number = found->second;
         return true;
     }
-    std::uint32_t ownCount = 0;  // layouts have no number
-    std::uint32_t& count = kind == kMetaLocation ? m_locationCount : kind == kMetaName ? m_nameCount : ownCount;
-    if (kind == kMetaLocation && count >= kMaxLocations) return false;
-    if (kind == kMetaName && count >= kMaxNames) return false;
+    const bool isLocation = kind == kMetaLocation;
+    const bool isName = kind == kMetaName;
+    std::uint32_t& count = isLocation ? m_locationCount : isName ? m_nameCount : m_descriptorCount;
+    if (count >= (isLocation ? kMaxLocations : isName ? kMaxNames : kMaxDescriptors)) return false;
+    if (parts > kMaxParts - m_partCount) return false;
     // What may run out of memory comes first.
     Numbers added{{key, count + 1}};
     m_metadata.push_back(key);
@@ -408,6 +409,7 @@ bool QxRecorder::Intern(MetaKind kind, const std::string& content, std::uint32_t
     }
     m_numbers.merge(added);
     m_metadataSize += QxRecording::MetadataSize(content);
+    m_partCount += parts;
     number = ++count;
     return true;
 }
@@ -433,9 +435,11 @@ bool QxRecorder::InternSite(const detail::Site& site, const char* package, const
     detail::Location location;
     describe(location);
     for (const detail::Descriptor& descriptor : location.descriptors) {
-        if (!Intern(kMetaDescriptor, EncodeDescriptor(descriptor), number)) return false;
+        const std::size_t parts = descriptor.members.size();
+        if (!Intern(kMetaDescriptor, EncodeDescriptor(descriptor), parts, number)) return false;
     }
-    return Intern(kMetaLocation, EncodeLocation(site, location, package, method), number);
+    const std::string content = EncodeLocation(site, location, package, method);
+    return Intern(kMetaLocation, content, location.arguments.size(), number);
 }
 
 QxRecorder::Counters QxRecorder::GetCounters() {

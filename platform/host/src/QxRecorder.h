@@ -90,7 +90,7 @@ private:
     bool Append(qxlayout::MetaKind kind, const std::string& content);
     bool InternSite(const qx::recorder::detail::Site& site, const char* package, const char* method,
                     qx::recorder::detail::Describe describe, std::uint32_t& number);
-    bool Intern(qxlayout::MetaKind kind, const std::string& content, std::uint32_t& number);
+    bool Intern(qxlayout::MetaKind kind, const std::string& content, std::size_t parts, std::uint32_t& number);
 
     std::mutex m_mutex;       // guards all below but the atomics; taken by Enter
     bool m_isLeft = false;    // whether rings and recording are those of a parent, to be freed
@@ -106,6 +106,8 @@ private:
     std::size_t m_metadataSize = 0;  // bytes that all metadata takes
     std::uint32_t m_locationCount = 0;
     std::uint32_t m_nameCount = 0;
+    std::uint32_t m_descriptorCount = 0;
+    std::size_t m_partCount = 0;  // arguments and members
 
     std::array<std::atomic<QxRing*>, qxlayout::kSlotCount> m_rings{};  // those of the slots
     std::atomic<std::uint64_t> m_refused{0};     // calls of threads without a ring, not in the recording's count yet

@@ -23,9 +23,6 @@ namespace {
 
 constexpr std::size_t kRecordHead = 5;  // length and kind
 
-// The start time that no process has: a recording of a program that this process ran before the present one.
-constexpr std::uint64_t kReplaced = 0;
-
 // Gives a file its size, or fails, also where the size of files is limited.
 bool Resize(int fd, std::uint64_t size) {
     const QxSignalGuard guard(QxSignalGuard::kOfWriting);
@@ -73,7 +70,7 @@ bool QxRecording::Write(int directoryFd, bool refuseWhenFull, std::string& error
     m_inode = status.st_ino;
     WriteHeader(refuseWhenFull);
     // A program that runs another one in its place keeps its id and start time; what it had recorded is kept aside.
-    name = {m_processName, ::getpid(), kReplaced, QxFileName::kRecording};
+    name = {m_processName, ::getpid(), QxFileName::kReplaced, QxFileName::kRecording};
     ::renameat(directoryFd, m_fileName.c_str(), directoryFd, name.ToString().c_str());
     if (::renameat(directoryFd, newName.c_str(), directoryFd, m_fileName.c_str()) == 0) return true;
     error = Failure("file " + m_fileName + " in " + m_directory);

@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "QxBytes.h"
+#include "QxSignalGuard.h"
 
 namespace qxhost {
 
@@ -135,7 +136,8 @@ void QxRecordingFile::ReadPages(std::size_t slot, std::uint64_t firstPage, std::
 void QxRecordingFile::WriteConsumed(std::size_t slot, std::uint64_t position) const {
     const std::array<std::uint64_t, 2> consumed{position, ~position};
     const std::uint64_t offset = Geometry::SlotOffset(slot) + kSlotConsumed * sizeof(Word);
-    static_cast<void>(!::pwrite(m_fd.Get(), consumed.data(), sizeof(consumed), static_cast<off_t>(offset)));
+    const QxSignalGuard guard(QxSignalGuard::kOfWriting);
+    if (::pwrite(m_fd.Get(), consumed.data(), sizeof(consumed), static_cast<off_t>(offset)) < 0) guard.Take();
 }
 
 }  // namespace qxhost

@@ -568,6 +568,20 @@ TEST_F(ControlTest, LossIsToldByThreadAndForTheLastDump) {
     child.Finish();
 }
 
+TEST_F(ControlTest, ADumpThatIsNotMadeHasLostNothing) {
+    Run("traced", [] { Note(1); });
+    ASSERT_TRUE(Dump("traced", true).exists);
+    qx::host::Loss last;
+    ASSERT_TRUE(m_control->GetLoss("traced", nullptr, &last));
+    EXPECT_EQ(last.delivered, 1u);
+    ASSERT_EQ(::chmod(m_directory.c_str(), 0755), 0);
+    EXPECT_FALSE(Dump("traced").exists);
+    ASSERT_TRUE(m_control->GetLoss("traced", nullptr, &last));
+    EXPECT_EQ(last.recorded, 0u);
+    EXPECT_EQ(last.delivered, 0u);
+    EXPECT_EQ(Total("traced").delivered, 1u);
+}
+
 // The packets of a dump: compressed ones that describe, thread names, then the calls.
 TEST_F(ControlTest, DumpsUseEveryBufferKindInOrder) {
     Run("traced", [] { Note(1); });
