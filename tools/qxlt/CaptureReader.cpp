@@ -16,6 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr std::size_t kMaxJsonSize = 16 << 20;  // in memory it takes many times that; a capture's files are short
+
 [[noreturn]] void NoCapture(const std::string& path, const std::string& why) {
     throw Failure(kCannotStart, path + ": " + why + "; name a directory that run --keep wrote");
 }
@@ -26,19 +28,9 @@ void RequireNoDevice(const std::string& path) {
     if (fs::is_other(fs::status(path, ignored))) NoCapture(path, "is no regular file");
 }
 
-JsonObject ReadDescription(const std::string& path) {
-    RequireNoDevice(path);
-    try {
-        return JsonObject::parse(ReadFile(path));
-    } catch (const JsonObject::parse_error& error) {
-        NoCapture(Place(path, error.byte), "not JSON");
-    } catch (const JsonObject::out_of_range&) {
-        NoCapture(path, "holds a number out of range");
-    }
-}
-
 ProcessNames ReadProcesses(const std::string& path) {
-    const JsonObject description = ReadDescription(path);
+    RequireNoDevice(path);
+    const JsonObject description = ParseJson(path, ReadFile(path, kMaxJsonSize));
     try {
         if (description.at("version") != kCaptureVersion) NoCapture(path, "a version of captures that is not known");
         ProcessNames processes;
@@ -63,6 +55,15 @@ std::uint64_t NumberOf(const std::string& name) {
     return CycleName(number) == name ? number : 0;
 }
 
+// Nothing when the text holds no counts.
+std::optional<LossCounts> ParseLoss(const std::string& path, const std::string& text) {
+    try {
+        return ReadLoss(ParseJson(path, text));
+    } catch (const Failure&) {
+        return std::nullopt;
+    }
+}
+
 fs::directory_iterator Open(const std::string& directory) {
     std::error_code error;
     fs::directory_iterator entries(directory, error);
@@ -70,33 +71,34 @@ fs::directory_iterator Open(const std::string& directory) {
     return entries;
 }
 
+// The numbers of all cycles, in order.
+std::vector<std::uint64_t> FindCycles(const std::string& directory) {
+    std::vector<std::uint64_t> numbers;
+    std::error_code ignored;
+    for (const fs::directory_entry& entry : Open(directory)) {
+        const std::uint64_t number = NumberOf(entry.path().filename().string());
+        if (number != 0 && entry.is_directory(ignored)) numbers.push_back(number);
+    }
+    std::sort(numbers.begin(), numbers.end());
+    return numbers;
+}
+
 }  // namespace
 
 CaptureReader::CaptureReader(std::string directory)
-    : m_directory(std::move(directory)), m_processes(ReadProcesses(m_directory + "/" + kCaptureFile)) {}
+    : m_directory(std::move(directory)),
+      m_processes(ReadProcesses(m_directory + "/" + kCaptureFile)),
+      m_cycles(FindCycles(m_directory)) {}
 
 std::string CaptureReader::CyclePath(std::uint64_t number) const {
     return m_directory + "/" + CycleName(number);
 }
 
-// The names are not kept: a capture may hold any number of cycles.
 bool CaptureReader::Next() {
-    std::error_code ignored;
-    const std::uint64_t next = m_cycle + 1;
-    const std::uint64_t found = fs::is_directory(CyclePath(next), ignored) ? next : FindAfter(next);
-    if (found == 0) return false;
-    m_cycle = found;
+    const auto next = std::upper_bound(m_cycles.begin(), m_cycles.end(), m_cycle);
+    if (next == m_cycles.end()) return false;
+    m_cycle = *next;
     return true;
-}
-
-// The smallest number of a cycle past that one; 0 when there is none.
-std::uint64_t CaptureReader::FindAfter(std::uint64_t number) const {
-    std::uint64_t smallest = 0;
-    for (const fs::directory_entry& entry : Open(m_directory)) {
-        const std::uint64_t candidate = NumberOf(entry.path().filename().string());
-        if (candidate > number && (smallest == 0 || candidate < smallest) && entry.is_directory()) smallest = candidate;
-    }
-    return smallest;
 }
 
 // The path of that file in this cycle; empty when it is not there.
@@ -115,7 +117,7 @@ std::string CaptureReader::DumpOf(const std::string& process) const {
 std::optional<LossCounts> CaptureReader::LossOf(const std::string& process, const FaultSink& sink) const {
     const std::string path = FileOf(LossName(process));
     if (path.empty()) return std::nullopt;
-    std::optional<LossCounts> counts = ReadLoss(JsonObject::parse(ReadFile(path), nullptr, false));
+    std::optional<LossCounts> counts = ParseLoss(path, ReadFile(path, kMaxJsonSize));
     if (!counts) {
         JsonObject record = JsonObject::object();
         AddText(record, "uncounted", process);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "Fault.h"
 #include "LossCounts.h"
@@ -37,10 +38,10 @@ public:
 private:
     std::string CyclePath(std::uint64_t number) const;
     std::string FileOf(const std::string& name) const;
-    std::uint64_t FindAfter(std::uint64_t number) const;
 
     const std::string m_directory;
-    ProcessNames m_processes;
+    const ProcessNames m_processes;
+    const std::vector<std::uint64_t> m_cycles;  // in order
     std::uint64_t m_cycle = 0;
 };
 

@@ -62,7 +62,7 @@ CaptureWriter::CaptureWriter(std::string directory) : m_directory(std::move(dire
 void CaptureWriter::Begin(const ProcessNames& processes) {
     JsonObject ids = JsonObject::object();
     for (const auto& [name, pid] : processes.Pids()) {
-        if (!IsUtf8(name)) CannotKeep(m_directory, "the process name " + Printable(name) + " is not UTF-8");
+        if (!IsUtf8(name)) CannotKeep(m_directory, "the process name " + name + " is not UTF-8");
         ids[name] = pid;
     }
     const std::string text = JsonObject{{"version", kCaptureVersion}, {"processes", ids}}.dump() + "\n";

@@ -121,7 +121,7 @@ int Explain(const std::string& code) {
     const Check* const check = FindCheck(code);
     if (check == nullptr && code != kAllChecks) {
         const std::string meant = MeantCode(code);
-        throw Failure(kCannotStart, "--explain " + Printable(code) + ": no check has that code" +
+        throw Failure(kCannotStart, "--explain " + code + ": no check has that code" +
                                         (meant.empty() ? "; see docs/checks.md" : "; did you mean " + meant));
     }
     std::string text = check == nullptr ? ExplainAllChecks() : ExplainCheck(*check);

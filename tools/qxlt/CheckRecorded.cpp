@@ -1,8 +1,8 @@
 #include "CheckRecorded.h"
 
 #include <algorithm>
+#include <map>
 #include <optional>
-#include <set>
 
 #include "EventWords.h"
 #include "ScriptNumber.h"
@@ -23,7 +23,7 @@ const char* MomentOf(const std::string& tag) {
 class EventComparison final {
 public:
     EventComparison(const EventWords& event, const std::string& method, const Methods& recorded, Findings& findings)
-        : m_event(event), m_method(Printable(method)), m_recorded(recorded), m_findings(findings) {}
+        : m_event(event), m_method(method), m_recorded(recorded), m_findings(findings) {}
 
     void Compare() const {
         const std::optional<ScriptNumber> index = ReadIndex(m_event["value"]);
@@ -95,16 +95,38 @@ private:
     }
 
     const EventWords& m_event;
-    const std::string m_method;
+    const std::string& m_method;
     const Methods& m_recorded;
     Findings& m_findings;
 };
 
-std::vector<std::string> NamesIn(const Recording& recording) {
-    std::set<std::string> names;
-    for (const RecordedMethod& method : recording.Methods()) names.insert(method.Name());
-    return {names.begin(), names.end()};
-}
+// What is recorded, in all processes, by the name of the method.
+class MethodIndex final {
+public:
+    explicit MethodIndex(const Recording& recording) {
+        for (const RecordedMethod& method : recording.Methods()) m_methods[method.Name()].push_back(&method);
+        for (const auto& entry : m_methods) m_names.push_back(entry.first);
+    }
+
+    const Methods& Find(const std::string& name) const {
+        static const Methods none;
+        const auto found = m_methods.find(name);
+        return found == m_methods.end() ? none : found->second;
+    }
+
+    // The recorded name that an unknown one may stand for. Each search takes in all of them; a script that fits in
+    // nothing is not mended name by name.
+    std::string Meant(const std::string& name) {
+        return m_searches++ < kMostSearches ? qxlt::Meant(name, m_names) : std::string();
+    }
+
+private:
+    static constexpr unsigned kMostSearches = 20;
+
+    std::map<std::string, Methods> m_methods;
+    std::vector<std::string> m_names;
+    unsigned m_searches = 0;
+};
 
 void CompareEvents(const ScenarioAction& action, const std::string& method, const Methods& recorded,
                    Findings& findings) {
@@ -118,12 +140,12 @@ void CompareEvents(const ScenarioAction& action, const std::string& method, cons
 
 std::vector<MethodCalls> CheckRecorded(const ScenarioOutline& outline, const Recording& recording, Findings& findings) {
     std::vector<MethodCalls> calls;
-    const std::vector<std::string> names = NamesIn(recording);
+    MethodIndex index(recording);
     for (const ScenarioAction& action : outline.Actions()) {
         for (const ScriptElement* const method : action.methods) {
             if (method->attributes.empty()) continue;
             const ScriptAttribute& name = MethodName(*method);
-            const Methods recorded = recording.MethodsOf(name.value);
+            const Methods& recorded = index.Find(name.value);
             calls.push_back({method, name.value, 0});
             for (const RecordedMethod* const site : recorded) calls.back().calls += site->calls;
             if (!recorded.empty()) {
@@ -131,7 +153,7 @@ std::vector<MethodCalls> CheckRecorded(const ScenarioOutline& outline, const Rec
                 continue;
             }
             findings.Add(CheckId::NeverRecorded, *method, name.valuePlace,
-                         "no method " + Quoted(name.value) + " is recorded", Meant(name.value, names));
+                         "no method " + Quoted(name.value) + " is recorded", index.Meant(name.value));
         }
     }
     return calls;

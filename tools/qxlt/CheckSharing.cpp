@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <map>
 
 #include "Checks.h"
@@ -8,13 +7,6 @@
 namespace qxlt {
 
 namespace {
-
-bool IsPair(const EventWords& one, const EventWords& other) {
-    const auto isBoth = [](const EventWords& left, const EventWords& right) {
-        return left.Is("watch", "ALWAYS") && right.Is("watch", "CHANGED");
-    };
-    return isBoth(one, other) || isBoth(other, one);
-}
 
 const char* WhatIsShared(const EventWords& one, const EventWords& other) {
     if (one.Is("watch", "CHANGED") && other.Is("watch", "CHANGED")) return "they share their last value";
@@ -31,10 +23,15 @@ const ScriptElement& NearestOf(const Earlier& earlier, const EventWords& event) 
     return *(same == earlier.end() ? earlier.begin() : same)->second;
 }
 
+// The one whose first value the event takes for its last one, or gives as such; the end when there is none.
+Earlier::const_iterator PairOf(const Earlier& earlier, const EventWords& event) {
+    if (event.Is("watch", "ALWAYS")) return earlier.find("CHANGED");
+    return event.Is("watch", "CHANGED") ? earlier.find("ALWAYS") : earlier.end();
+}
+
 void CheckEvent(const ScriptElement& element, const Earlier& earlier, Findings& findings) {
     const EventWords event(element);
-    const auto pair = std::find_if(earlier.begin(), earlier.end(),
-                                   [&](const auto& entry) { return IsPair(event, EventWords(*entry.second)); });
+    const auto pair = PairOf(earlier, event);
     const ScriptElement& other = pair == earlier.end() ? NearestOf(earlier, event) : *pair->second;
     const std::string where = " also stands in " + Place(other.script->File(), other.place.line) + ": ";
     const TextPlace place = ValuePlace(element, "name");

@@ -2,11 +2,13 @@
 
 #include <CLI/CLI.hpp>
 #include <exception>
+#include <sstream>
 #include <utility>
 
 #include "CheckCommand.h"
 #include "DecodeCommand.h"
 #include "ListCommand.h"
+#include "Output.h"
 #include "ReplayCommand.h"
 #include "RunCommand.h"
 #include "ScriptOptions.h"
@@ -32,6 +34,16 @@ int ReportUsage(const CLI::ParseError& error, const CLI::App& app) {
     const std::string command = chosen.empty() ? "qxlt" : "qxlt " + chosen.front()->get_name();
     PrintError(std::string(error.what()) + "; see " + command + " --help");
     return kCannotStart;
+}
+
+// The help or the version.
+int PrintWish(const CLI::Success& wish, const CLI::App& app) {
+    std::ostringstream text;
+    const int status = app.exit(wish, text, text);
+    std::string lines = text.str();
+    lines.pop_back();  // the line's end comes with the output
+    Output().Line(lines);
+    return status;
 }
 
 // The parser itself would only say that some command is missing.
@@ -80,7 +92,7 @@ int RunTool(std::vector<std::string> arguments) {
         // The parser takes its arguments from the back.
         app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));
     } catch (const CLI::Success& wish) {
-        return app.exit(wish);
+        return PrintWish(wish, app);
     } catch (const CLI::ParseError& error) {
         return ReportUsage(error, app);
     }

@@ -4,18 +4,17 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 
 #include "QxDebugPrint.h"
+#include "Text.h"
 
 namespace qxlt {
 
 namespace {
 
 constexpr std::size_t kReadSize = 65536;
-constexpr std::size_t kMaxFileSize = INT_MAX;  // sizes of dumps and scripts are ints in the library
 
 class Descriptor final {
 public:
@@ -31,14 +30,15 @@ private:
     const int m_fd;
 };
 
-[[noreturn]] void Unreadable(const std::string& path, const char* why) {
+[[noreturn]] void Unreadable(const std::string& path, const std::string& why) {
     throw Failure(kCannotStart, path + ": " + why + "; name a file that can be read");
 }
 
-// What a progress line may have left on the terminal is wiped away first.
+// What a progress line may have left on the terminal is wiped away first. The text may hold names of any bytes, out of
+// captures and scripts.
 void PrintLine(const std::string& text) {
     static const bool terminal = isatty(STDERR_FILENO) != 0;
-    const std::string line = (terminal ? kWipeLine : "") + text + "\n";
+    const std::string line = (terminal ? kWipeLine : "") + Printable(text) + "\n";
     // Nowhere is left to tell that this failed.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
 }
@@ -71,7 +71,7 @@ void SetLevel(EDebugLevel level) {
     QxDebugPrint::GetInstance()->SetLevel(level);
 }
 
-std::string ReadFile(const std::string& path) {
+std::string ReadFile(const std::string& path, std::size_t most) {
     const Descriptor file(path);
     if (file.Get() < 0) Unreadable(path, std::strerror(errno));
     std::string content;
@@ -82,7 +82,7 @@ std::string ReadFile(const std::string& path) {
         if (count < 0 && errno != EINTR) Unreadable(path, std::strerror(errno));
         content.resize(filled + static_cast<std::size_t>(count < 0 ? 0 : count));
         if (count == 0) return content;
-        if (content.size() > kMaxFileSize) Unreadable(path, "larger than 2 GiB");
+        if (content.size() > most) Unreadable(path, "larger than " + Counted(most, "byte"));
     }
 }
 

@@ -1,6 +1,7 @@
 // What all commands share: the exit statuses, the common options, and the way in which errors are told.
 #pragma once
 
+#include <climits>
 #include <cstddef>
 #include <stdexcept>
 #include <string>
@@ -32,8 +33,8 @@ private:
     ExitStatus m_status;
 };
 
-// One line on standard error, written whole: "error: TEXT", "warning: TEXT", and TEXT by itself. Any thread may call
-// them.
+// One line on standard error, written whole: "error: TEXT", "warning: TEXT", and TEXT by itself, made fit for a
+// terminal. Any thread may call them.
 void PrintError(const std::string& text);
 void PrintWarning(const std::string& text);
 void PrintNote(const std::string& text);
@@ -49,8 +50,11 @@ void SetLevel(EDebugLevel level);
 // Takes the cursor of a terminal to the beginning of its line and wipes the line.
 inline constexpr char kWipeLine[] = "\r\033[K";
 
+// Sizes of dumps and scripts are ints in the library.
+inline constexpr std::size_t kMaxFileSize = INT_MAX;
+
 // The whole of a file. Throws a Failure (cannot start) that names the file and the reason when it cannot be read,
-// directories included.
-std::string ReadFile(const std::string& path);
+// directories included, or has more than `most` bytes.
+std::string ReadFile(const std::string& path, std::size_t most = kMaxFileSize);
 
 }  // namespace qxlt

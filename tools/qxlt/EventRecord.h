@@ -42,7 +42,8 @@ public:
     const IQxData::_HSScriptPtr& Event() const { return m_event; }
 
     void Count(QxOutcome outcome, const std::string& argument);
-    void CountError(const std::string& error) { ++m_errors[error]; }
+    // What follows a colon differs from call to call.
+    void CountError(const std::string& error) { ++m_errors[error.substr(0, error.find(": "))]; }
 
     Funnel Stages() const;
 
@@ -71,7 +72,7 @@ private:
 
     const IQxData::_HSScriptPtr& m_event;
     std::array<Branch, kOutcomes> m_branches;
-    std::map<std::string, std::uint64_t> m_errors;  // by the text of the error
+    std::map<std::string, std::uint64_t> m_errors;  // by the beginning of the text
 };
 
 }  // namespace qxlt

@@ -12,9 +12,10 @@ namespace {
 
 bool IsIgnored(const Check& check, const ScriptElement& element) {
     const std::vector<IgnoreComment>& comments = element.script->Ignores();
-    return std::any_of(comments.begin(), comments.end(), [&](const IgnoreComment& comment) {
-        return comment.lastLine + 1 == element.place.line && comment.ids.count(check.code) != 0;
-    });
+    IgnoreComment above;
+    above.lastLine = element.place.line - 1;
+    const auto [first, last] = std::equal_range(comments.begin(), comments.end(), above, EndsBefore);
+    return std::any_of(first, last, [&](const IgnoreComment& comment) { return comment.ids.count(check.code) != 0; });
 }
 
 }  // namespace
@@ -26,7 +27,7 @@ void Findings::Add(CheckId id, const ScriptElement& element, TextPlace place, co
 
 void Findings::Add(CheckId id, const ScriptText& script, TextPlace place, const std::string& text,
                    const std::string& instead) {
-    m_findings.push_back({&CheckOf(id), &script, place, text, instead});
+    m_findings.push_back({&CheckOf(id), &script, place, Printable(text), instead});
 }
 
 std::vector<Finding> Findings::Sorted(const std::vector<const ScriptText*>& scripts) const {
@@ -51,7 +52,7 @@ TextPlace ValuePlace(const ScriptElement& element, const std::string& attribute)
 }
 
 std::string Quoted(const std::string& text) {
-    return '"' + Printable(text) + '"';
+    return '"' + text + '"';
 }
 
 std::string Written(const std::string& attribute, const std::string& value) {

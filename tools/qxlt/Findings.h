@@ -14,7 +14,7 @@ struct Finding {
     const Check* check;
     const ScriptText* script;
     TextPlace place;
-    std::string text;
+    std::string text;     // fit for a terminal
     std::string instead;  // what to write in its place; empty: nothing can be said
 };
 
@@ -39,7 +39,7 @@ private:
 TextPlace NamePlace(const ScriptElement& element, const std::string& attribute);
 TextPlace ValuePlace(const ScriptElement& element, const std::string& attribute);
 
-// The text in quotes, fit for a terminal.
+// The text in quotes.
 std::string Quoted(const std::string& text);
 
 // `NAME="VALUE"` as it is written in a script.

@@ -34,7 +34,7 @@ JoinedScripts::JoinedScripts(const std::vector<std::string>& files) {
     Append("</" + m_top + ">");
     if (m_text.size() > INT_MAX) throw Failure(kCannotStart, "the scripts are larger than 2 GiB; split them");
     if (m_top != "Scenario" && m_top != "session") {
-        PrintWarning(m_places.front().Text() + ": no kind of script is called \"" + Printable(m_top) +
+        PrintWarning(m_places.front().Text() + ": no kind of script is called \"" + m_top +
                      "\", so that nothing runs; name the top element Scenario");
     }
 }

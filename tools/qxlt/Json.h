@@ -9,6 +9,10 @@ namespace qxlt {
 
 using JsonObject = nlohmann::ordered_json;
 
+// Reads JSON text that stands at `place`. Throws a Failure (cannot start) that names the place for text that is none,
+// or is nested so deep that a copy of it, which is made level by level, would use up the stack.
+JsonObject ParseJson(const std::string& place, const std::string& text);
+
 // Appends the text under `key`. Text that is not UTF-8 is repaired, and all its bytes follow in hex under the same key
 // with "Hex" appended.
 void AddText(JsonObject& object, const std::string& key, const std::string& text);

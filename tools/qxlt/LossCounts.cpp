@@ -1,6 +1,12 @@
 #include "LossCounts.h"
 
+#include <utility>
+
 namespace qxlt {
+
+void LossCounts::LoseDump() {
+    dropped += std::exchange(delivered, 0);
+}
 
 void LossCounts::Add(const LossCounts& next) {
     for (const LossField& field : kLossFields) this->*field.value += next.*field.value;

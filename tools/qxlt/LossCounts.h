@@ -26,6 +26,9 @@ struct LossCounts {
     // Whether anything was lost.
     bool Any() const { return overwritten + refused + dropped + exitsDropped > 0; }
 
+    // The dump that held the delivered calls did not come.
+    void LoseDump();
+
     // Goes on with what came next.
     void Add(const LossCounts& next);
 };

@@ -5,7 +5,6 @@
 
 #include "Common.h"
 #include "EventRecord.h"
-#include "Text.h"
 
 namespace qxlt {
 
@@ -42,9 +41,8 @@ void ErrorReporter::OnError(const IQxData::_HSScriptPtr& event, const IQxData::H
     JsonObject record = JsonObject::object();
     AddText(record, "error", name);
     AddText(record, "what", error.substr(0, error.find(": ")));  // the numbers behind are the standard library's matter
-    m_sink({m_places.Of(event).Text() + ": event \"" + Printable(name) + "\" at time " + std::to_string(call.time) +
-                ", " + EventRecord(event).ErrorText(error) +
-                "; mend the attribute, further errors of this event are not told",
+    m_sink({m_places.Of(event).Text() + ": event \"" + name + "\" at time " + std::to_string(call.time) + ", " +
+                EventRecord(event).ErrorText(error) + "; mend the attribute, further errors of this event are not told",
             std::move(record)});
 }
 

@@ -1,5 +1,6 @@
 #include "Output.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -8,6 +9,16 @@
 #include <cstring>
 
 namespace qxlt {
+
+namespace {
+
+// Whoever shares the descriptor may have made it one that does not wait.
+void WaitForRoom() {
+    pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+    poll(&output, 1, -1);
+}
+
+}  // namespace
 
 // A closed pipe is met as an error of the write, not as a signal.
 Output::Output(Progress* progress)
@@ -22,9 +33,13 @@ void Output::Line(const std::string& text) {
     std::size_t written = 0;
     while (written < line.size()) {
         const ssize_t count = write(STDOUT_FILENO, line.data() + written, line.size() - written);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return End(errno);
-        written += static_cast<std::size_t>(count);
+        if (count >= 0) {
+            written += static_cast<std::size_t>(count);
+        } else if (errno == EAGAIN) {
+            WaitForRoom();
+        } else if (errno != EINTR) {
+            return End(errno);
+        }
     }
 }
 

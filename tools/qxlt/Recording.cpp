@@ -12,7 +12,6 @@
 #include "QxFormat.h"
 #include "QxLogTracker.h"
 #include "RecordingStore.h"
-#include "Text.h"
 #include "qx/api.h"
 
 namespace qxlt {
@@ -56,7 +55,7 @@ public:
         m_names.Register(*m_store);
         for (const std::string& process : processes) {
             QxCycle cycle(nullptr, nullptr, m_store);
-            Decode(cycle, process, Printable(process) + ", dump", FetchDump(process));
+            Decode(cycle, process, process + ", dump", FetchDump(process));
             m_store->CountCalls();
         }
     }
@@ -88,7 +87,7 @@ private:
         if (control == nullptr) throw Failure(kCannotStart, "the tracing framework gives no control interface");
         std::vector<char> path;
         if (!control->getQxBufferDump(path, process, true) || path.empty()) {
-            throw Failure(kCannotStart, "-p " + Printable(process) + ": nothing is recorded under that name; start it");
+            throw Failure(kCannotStart, "-p " + process + ": nothing is recorded under that name; start it");
         }
         return QxDumpFile::Read(std::string(path.begin(), path.end()));
     }
@@ -155,14 +154,6 @@ Recording Recording::Take(const std::vector<std::string>& processes, const Fault
     Reader reader(faults);
     reader.Take(processes);
     return reader.Finish();
-}
-
-std::vector<const RecordedMethod*> Recording::MethodsOf(const std::string& name) const {
-    std::vector<const RecordedMethod*> found;
-    for (const RecordedMethod& method : m_methods) {
-        if (method.Name() == name) found.push_back(&method);
-    }
-    return found;
 }
 
 const std::vector<RecordedValue>* RecordedMethod::Values(const std::string& tag) const {

@@ -33,7 +33,7 @@ struct RecordedMethod {
     std::vector<RecordedValue> out;  // at exit
     std::vector<RecordedValue> ret;  // the result, if there is one
     std::uint64_t calls = 0;
-    std::optional<IQxData::HSCall> example;  // a call that has returned, if there was one
+    std::optional<IQxData::HSCall> example;  // a call that has returned, cut short, if there was one
 
     const std::string& Name() const { return location.callerName; }
 
@@ -66,9 +66,6 @@ public:
 
     // By pid, then by package, name and number.
     const std::vector<RecordedMethod>& Methods() const { return m_methods; }
-
-    // Those of that name, in all processes.
-    std::vector<const RecordedMethod*> MethodsOf(const std::string& name) const;
 
     // Whether nothing was wrong.
     bool Whole() const { return m_whole; }

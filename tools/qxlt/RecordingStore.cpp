@@ -17,6 +17,34 @@ std::ptrdiff_t Shown(const IQxData::HSCall& call) {
     return count(call.args.in) + count(call.args.out) + count(call.args.ret);
 }
 
+// As much of a value as anyone looks at: a call may carry megabytes, and a program has thousands of call sites.
+constexpr std::size_t kKeptBytes = 64;
+constexpr std::size_t kKeptPairs = 16;
+
+std::vector<IQxData::HSICallArg> Beginning(const std::vector<IQxData::HSICallArg>& values) {
+    std::vector<IQxData::HSICallArg> kept;
+    for (const IQxData::HSICallArg& value : values) {
+        IQxData::HSICallArg& pairs = kept.emplace_back();
+        for (const auto& [name, bytes] : value) {
+            if (pairs.size() == kKeptPairs) break;
+            pairs.emplace_back(name.substr(0, kKeptBytes), bytes.substr(0, kKeptBytes));
+        }
+    }
+    return kept;
+}
+
+IQxData::HSCall Beginning(const IQxData::HSCall& call) {
+    IQxData::HSCall kept;
+    kept.pid = call.pid;
+    kept.locId = call.locId;
+    kept.extra = call.extra;
+    kept.tid = call.tid;
+    kept.time = call.time;
+    kept.exitTime = call.exitTime;
+    kept.args = {Beginning(call.args.in), Beginning(call.args.out), Beginning(call.args.ret)};
+    return kept;
+}
+
 bool IsBetter(const IQxData::HSCall& call, const std::optional<IQxData::HSCall>& example) {
     return !example || Shown(call) > Shown(*example);
 }
@@ -66,7 +94,7 @@ void RecordingStore::CountCalls() {
         Site& site = found->second;
         ++site.calls;
         site.mostIn = std::max(site.mostIn, call.args.in.size());
-        if (IsBetter(call, site.example)) site.example = call;
+        if (IsBetter(call, site.example)) site.example = Beginning(call);
     }
     clearCalls();
 }

@@ -40,7 +40,7 @@ private:
         _HSCallLocation location;
         std::uint64_t calls = 0;
         std::size_t mostIn = 0;
-        std::optional<HSCall> example;
+        std::optional<HSCall> example;  // the beginnings of its values
     };
 
     static SiteKey KeyOf(unsigned short pid, const _HSCallLocation& location);

@@ -63,7 +63,7 @@ void RunAccount::AddDump(const std::string& process, const std::optional<LossCou
         loss["bytesNotDecoded"] = bytesNotDecoded;
         m_output.Line(JsonObject{{"cycle", m_cycle}, {"loss", std::move(loss)}}.dump());
     } else {
-        PrintWarning("cycle " + std::to_string(m_cycle) + ", " + Printable(process) +
+        PrintWarning("cycle " + std::to_string(m_cycle) + ", " + process +
                      ", lost: " + LossText(*counts, bytesNotDecoded));
     }
 }

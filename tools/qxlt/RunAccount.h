@@ -38,6 +38,9 @@ public:
     void OnEvent(const IQxData::_HSScriptPtr&, const IQxData::HSCall&, QxOutcome, const std::string&) override {}
     void OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) override;
 
+    // Whether counts of recorded calls came with any dump.
+    bool Known() const { return m_known; }
+
     // Whether anything was lost.
     bool Lost() const { return m_lost; }
 

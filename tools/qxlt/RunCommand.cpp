@@ -1,6 +1,7 @@
 #include "RunCommand.h"
 
 #include <CLI/CLI.hpp>
+#include <cstdlib>
 #include <memory>
 
 #include "LiveRun.h"
@@ -13,6 +14,11 @@ constexpr char kExamples[] =
     "  qxlt run -s volume.xml\n"
     "  qxlt run -s volume.xml --pause fast --for 30 --explain\n"
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n";
+
+// A number that is none passes any comparison that it fails.
+std::string RequireTime(const std::string& text) {
+    return std::strtod(text.c_str(), nullptr) > 0 ? std::string() : text + " is no number of seconds above 0";
+}
 
 }  // namespace
 
@@ -28,7 +34,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddChoice<bool>(command, "--pause", options->fast, {{"fast", true}, {"normal", false}},
                     "The pause after each dump: 10 ms, or 1 s (default)");
     command.add_option("--for", options->seconds, "End after this time, waiting included")
-        ->check(CLI::PositiveNumber)
+        ->check(RequireTime)
         ->option_text("SECONDS");
     command.add_option("--until", options->until, "End when this event fires")->option_text("EVENT");
     AddLossOption(command, options->failOnLoss);

@@ -39,6 +39,10 @@ TextEncoding EncodingOf(const char* declared) {
 
 }  // namespace
 
+bool EndsBefore(const IgnoreComment& left, const IgnoreComment& right) {
+    return left.lastLine < right.lastLine;
+}
+
 const ScriptAttribute* ScriptElement::Find(const std::string& attribute) const {
     const auto found = std::find_if(attributes.begin(), attributes.end(),
                                     [&](const ScriptAttribute& candidate) { return candidate.name == attribute; });
@@ -120,15 +124,17 @@ private:
         m_open.push_back(&element);
     }
 
-    // An attribute that stands nowhere in the tag, but in a document type, has the place of the element.
+    // An attribute that stands nowhere in the tag, but in a document type, has the place of the element. Those of the
+    // tag come first, in their order.
     void Locate(ScriptElement& element) const {
         const auto offset = static_cast<std::size_t>(XML_GetCurrentByteIndex(m_parser.get()));
+        auto attribute = element.attributes.begin();
         for (const AttributePlace& found : ScanTag(m_text, offset, element.place, element.name, m_encoding)) {
-            for (ScriptAttribute& attribute : element.attributes) {
-                if (attribute.name != found.name) continue;
-                attribute.place = found.place;
-                attribute.valuePlace = found.valuePlace;
-            }
+            if (attribute == element.attributes.end()) return;
+            if (attribute->name != found.name) continue;
+            attribute->place = found.place;
+            attribute->valuePlace = found.valuePlace;
+            ++attribute;
         }
     }
 
@@ -155,6 +161,7 @@ ScriptText::ScriptText(const std::string& file) : ScriptText(file, ReadFile(file
 
 ScriptText::ScriptText(std::string file, const std::string& text) : m_file(std::move(file)) {
     Reader(*this, text).Read();
+    std::stable_sort(m_ignores.begin(), m_ignores.end(), EndsBefore);
 }
 
 }  // namespace qxlt

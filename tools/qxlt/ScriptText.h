@@ -56,6 +56,9 @@ struct IgnoreComment {
     std::set<std::string> ids;
 };
 
+// The order of such comments by their last line.
+bool EndsBefore(const IgnoreComment& left, const IgnoreComment& right);
+
 class ScriptText final {
 public:
     // Reads the file. Throws a Failure (cannot start) when it cannot be read.
@@ -78,6 +81,7 @@ public:
 
     const std::optional<ScriptDefect>& Defect() const { return m_defect; }
 
+    // In the order of EndsBefore.
     const std::vector<IgnoreComment>& Ignores() const { return m_ignores; }
 
 private:

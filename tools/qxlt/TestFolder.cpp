@@ -143,7 +143,7 @@ TestFolder::Lines TestFolder::ReadExpected() const {
     for (std::string line; std::getline(text, line);) {
         ++number;
         if (line.empty()) continue;
-        lines.push_back(JsonObject::parse(line, nullptr, false));
+        lines.push_back(ParseJson(Place(ExpectedPath(), number), line));
         if (!lines.back().is_object()) {
             throw Failure(kCannotStart, Place(ExpectedPath(), number) + ": no JSON object; write it with --update");
         }

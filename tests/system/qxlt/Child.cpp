@@ -46,6 +46,8 @@ Ends MakeOutput(const Child::Setup& setup) {
 }
 
 [[noreturn]] void Execute(const Child::Setup& setup, int output, int error) {
+    if (setup.impatient && (fcntl(output, F_SETPIPE_SZ, 4096) < 0 || fcntl(output, F_SETFL, O_NONBLOCK) != 0))
+        _exit(127);
     dup2(output, STDOUT_FILENO);
     dup2(error, STDERR_FILENO);
     for (const auto& [name, value] : setup.environment) setenv(name.c_str(), value.c_str(), 1);

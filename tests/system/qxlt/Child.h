@@ -14,6 +14,7 @@ public:
         std::map<std::string, std::string> environment = {};
         std::string directory = "";  // where it runs; empty: here
         std::string output = "";     // where standard output goes; empty: it is read here
+        bool impatient = false;      // writes to the output's pipe, which holds one page, do not wait
         bool terminal = false;       // standard output and error are one terminal, read as output
     };
 

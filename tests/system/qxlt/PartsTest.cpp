@@ -1,8 +1,10 @@
 // The tool's small parts.
 #include <gmock/gmock.h>
 
+#include "Common.h"
 #include "Json.h"
 #include "LineDiff.h"
+#include "LossCounts.h"
 #include "Nearest.h"
 #include "ProcessNames.h"
 #include "ScriptOptions.h"
@@ -69,6 +71,21 @@ TEST(Json, AddsTheBytesOfTextThatIsNotUtf8) {
     AddText(object, "b", "\xFF");
     AddTexts(object, "c", {"x", "y"});
     EXPECT_EQ(object.dump(), "{\"a\":\"ok\\\"\\\\\\n\",\"b\":\"\xEF\xBF\xBD\",\"bHex\":\"ff\",\"c\":[\"x\",\"y\"]}");
+}
+
+TEST(Json, TakesTextToTheDeepestNesting) {
+    EXPECT_EQ(ParseJson("a", std::string(64, '[') + "1" + std::string(64, ']')).size(), 1u);
+    EXPECT_THROW(ParseJson("a", std::string(65, '[') + "1" + std::string(65, ']')), Failure);
+}
+
+TEST(LossCounts, CountsTheCallsOfALostDumpAsDropped) {
+    LossCounts counts;
+    counts.recorded = 5;
+    counts.delivered = 3;
+    counts.dropped = 2;
+    counts.LoseDump();
+    EXPECT_EQ(counts.delivered, 0u);
+    EXPECT_EQ(counts.dropped, 5u);
 }
 
 TEST(Nearest, MeasuresDistances) {

@@ -295,6 +295,19 @@ TEST(Replay, FailsForLossesWhenAsked) {
     EXPECT_EQ(RunTool({"replay", "-s", script, "--on-loss", "fail", capture}).status, 0);
 }
 
+TEST(Replay, FailsWhenLossesAreNotKnown) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    place.Write("capture/capture.json", CaptureFile("\"m\":7"));
+    place.Write("capture/000001/m.qxdump", VolumeDump({1}));
+    EXPECT_EQ(RunTool({"replay", "-s", script, place.At("capture")}).error, "");
+    const ToolResult result = RunTool({"replay", "-s", script, "--on-loss", "fail", place.At("capture")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.error,
+              "warning: --on-loss fail: no counts of recorded calls were kept; replay a capture that run --keep "
+              "wrote\n");
+}
+
 // A stream that is merely cut is no fault of the input, but something was lost.
 TEST(Replay, FailsForWhatWasCutWhenAsked) {
     const Workplace place;
@@ -308,14 +321,20 @@ TEST(Replay, LeavesOutCountsThatCannotBeRead) {
     const Workplace place;
     const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
     const std::string capture = LossyCapture(place);
-    for (const char* const text : {"", "{", "[]", "7", R"({"recorded":3})",
-                                   R"({"recorded":-1,"delivered":1,"open":2,"overwritten":0,"refused":0,"dropped":0,)"
-                                   R"("exitsDropped":0})"}) {
+    const std::string texts[] = {"",
+                                 "{",
+                                 "[]",
+                                 "7",
+                                 R"({"recorded":3})",
+                                 std::string(200000, '[') + std::string(200000, ']'),
+                                 R"({"recorded":-1,"delivered":1,"open":2,"overwritten":0,"refused":0,"dropped":0,)"
+                                 R"("exitsDropped":0})"};
+    for (const std::string& text : texts) {
         const std::string path = place.Write("capture/000001/m.qxloss", text);
         const ToolResult result = RunTool({"replay", "-s", script, capture});
-        EXPECT_EQ(result.status, 1) << text;
+        EXPECT_EQ(result.status, 1) << text.substr(0, 80);
         EXPECT_THAT(result.error, HasSubstr("error: " + path + ": no counts of recorded calls; they are left out\n"))
-            << text;
+            << text.substr(0, 80);
     }
 }
 
@@ -365,6 +384,9 @@ TEST_P(ReplayOfBadInput, DoesNotStart) {
     place.Write("negative/capture.json", CaptureFile("\"m\":-1"));
     place.Write("huge/capture.json", CaptureFile("\"m\":18446744073709551616"));
     place.Write("infinite/capture.json", CaptureFile("\"m\":1e999"));
+    place.Write("deep/capture.json", CaptureFile("\"m\":" + std::string(1000000, '[')));
+    place.Write("long/capture.json", CaptureFile(std::string(17 << 20, ' ')));
+    place.Write("escape/capture.json", CaptureFile("\"\\u001b[2Jm\":65536"));
     place.Write("good/capture.json", CaptureFile("\"m\":1"));
     place.Write("dir/capture.json", CaptureFile("\"m\":1"));
     place.Write("dir/000001/m.qxdump/x", "");
@@ -398,6 +420,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadInput{"NegativeId", {"-s", "v.xml", "negative"}, "negative/capture.json: m: no process id of 16 bits"},
         BadInput{"HugeId", {"-s", "v.xml", "huge"}, "huge/capture.json: m: no process id of 16 bits"},
         BadInput{"InfiniteId", {"-s", "v.xml", "infinite"}, "infinite/capture.json: holds a number out of range"},
+        BadInput{"DeepCapture", {"-s", "v.xml", "deep"}, "deep/capture.json: nested more than 64 deep"},
+        BadInput{"LongCapture", {"-s", "v.xml", "long"}, "long/capture.json: larger than 16777216 bytes"},
+        BadInput{"ControlCharacters", {"-s", "v.xml", "escape"}, "escape/capture.json: \\x1b[2Jm: no process id"},
         BadInput{"DirectoryAsDump", {"-s", "v.xml", "dir"}, "dir/000001/m.qxdump: Is a directory"},
         BadInput{"UnknownEvent",
                  {"-s", "v.xml", "--explain=VOLUM", "good"},
@@ -440,6 +465,27 @@ TEST(Replay, ExplainsThatTheMethodWasNotCalled) {
     const ToolResult result =
         RunTool({"replay", "-s", script, "-p", "m=1", "--explain", place.Write("a", VolumeDump({10}))});
     EXPECT_EQ(Lines(result.output).back(), "    1 call: no call of SetVolum; nearest \"SetVolume\"");
+}
+
+// The library's texts name the sizes, which differ from call to call.
+TEST(Replay, CountsTheErrorsOfOneKindTogether) {
+    const Workplace place;
+    const std::string script = place.Write(
+        "v.xml", VolumeScript(R"(<event name="E" tag="IN" value="0" type="INT" filter="1" datakey="zzzzzzzz&amp;"/>)"));
+    const std::string dump = place.Write("a", VolumeDump({1, 10, 100, 5, 5}));
+    const ToolResult result = RunTool({"replay", "-s", script, "-p", "m=1", "--explain", dump});
+    EXPECT_EQ(Lines(result.output).back(), "    3 calls: the datakey \"zzzzzzzz&\" is past the end");
+}
+
+TEST(Replay, WaitsForRoomInAnOutputThatDoesNotWait) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string dump = place.Write("a", VolumeDump(std::vector<int>(2000, 5)));
+    Child::Setup setup;
+    setup.impatient = true;
+    const ToolResult result = RunTool({"replay", "-s", script, "-p", "m=1", "--format", "json", dump}, setup);
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(Lines(result.output).size(), 2000u);
 }
 
 TEST(Replay, ExplainsAnEventCallByCall) {

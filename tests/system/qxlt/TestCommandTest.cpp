@@ -144,7 +144,7 @@ TEST(TestCommand, FailsAFolderThatCannotBeTestedAndGoesOn) {
     EXPECT_THAT(result.output, HasSubstr("1/v.xml:1:11: not well-formed"));
     EXPECT_THAT(result.output, HasSubstr("2: holds no capture and no *.qxdump; add one"));
     EXPECT_THAT(result.output, HasSubstr("3: whose dumps these are is not known; add process to an action"));
-    EXPECT_THAT(result.output, HasSubstr("4/expected.jsonl:1: no JSON object; write it with --update"));
+    EXPECT_THAT(result.output, HasSubstr("4/expected.jsonl:1:2: not JSON; write it anew"));
     EXPECT_THAT(result.output, HasSubstr("ok    " + place.At("5")));
     EXPECT_THAT(result.output, HasSubstr("5 folders, 4 failed"));
 }
@@ -178,6 +178,26 @@ TEST(TestCommand, WritesAJUnitReport) {
     const XML_Parser parser = XML_ParserCreate(nullptr);
     EXPECT_EQ(XML_Parse(parser, report.data(), static_cast<int>(report.size()), XML_TRUE), XML_STATUS_OK);
     XML_ParserFree(parser);
+}
+
+TEST(TestCommand, RefusesAnExpectationThatIsNestedTooDeep) {
+    const Workplace place;
+    for (const std::size_t depth : {std::size_t{65}, std::size_t{1000000}}) {
+        MakeFolder(place, "a", std::string(kBoth) + "{\"a\":" + std::string(depth, '['));
+        const ToolResult result = RunTool({"test", place.At("a")});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_THAT(result.output, HasSubstr("a/expected.jsonl:3: nested more than 64 deep; write it anew\n"));
+    }
+}
+
+TEST(TestCommand, WritesTheReportThoughNobodyReads) {
+    const Workplace place;
+    MakeFolder(place, "a", kBoth);
+    MakeFolder(place, "b", "{\"event\":\"HIGH\",\"value\":\"5\"}\n");
+    Child tool(ToolSetup({"test", place.Path(), "--junit", place.At("results.xml")}));
+    tool.CloseOutput();
+    EXPECT_EQ(tool.Finish(), 1);
+    EXPECT_THAT(place.Read("results.xml"), HasSubstr("tests=\"2\" failures=\"1\" errors=\"0\""));
 }
 
 TEST(TestCommand, TellsThatTheReportCannotBeWritten) {

@@ -34,6 +34,16 @@ TEST(Usage, VersionIsOneLine) {
     EXPECT_THAT(result.output, testing::MatchesRegex("qxlt [0-9.]+\n"));
 }
 
+TEST(Usage, TellsThatTheHelpCannotBeWritten) {
+    Child::Setup setup;
+    setup.output = "/dev/full";
+    for (const char* const option : {"--help", "--version"}) {
+        const ToolResult result = RunTool({option}, setup);
+        EXPECT_EQ(result.status, 1) << option;
+        EXPECT_THAT(result.error, StartsWith("error: standard output: No space left on device")) << option;
+    }
+}
+
 struct FaultyLine {
     std::vector<std::string> arguments;
     std::string said;
@@ -63,6 +73,8 @@ INSTANTIATE_TEST_SUITE_P(
                     FaultyLine{{"run"}, "--script is required"},
                     FaultyLine{{"run", "-s", "x", "--pause", "long"}, "\"long\" is none of fast|normal"},
                     FaultyLine{{"run", "-s", "x", "--for", "soon"}, "soon"},
-                    FaultyLine{{"run", "-s", "x", "--for", "-1"}, "--for"}, FaultyLine{{"test"}, "DIR is required"}));
+                    FaultyLine{{"run", "-s", "x", "--for", "-1"}, "--for"},
+                    FaultyLine{{"run", "-s", "x", "--for", "nan"}, "nan is no number of seconds above 0"},
+                    FaultyLine{{"test"}, "DIR is required"}));
 
 }  // namespace

@@ -228,6 +228,37 @@ TEST(CheckTest, CommentsSilenceTheElementOnTheNextLine) {
                 ElementsAre("4:1 QX070", "6:7 QX021", "7:8 QX022", "8:22 QX021"));
 }
 
+// An entity's comment ends further down than where it is used.
+TEST(CheckTest, CommentsOutOfEntitiesMixWithOthers) {
+    EXPECT_THAT(FindingsIn("<!DOCTYPE Scenario [<!ENTITY c '<!-- qxlt:ignore\n\n\nQX021 -->'>]>\n"
+                           "<Scenario><action name=\"a\"><method name=\"M\"/>&c;\n"
+                           "<!-- qxlt:ignore QX021 -->\n"
+                           "<event name=\"E\" tag=\"ARG\"/>\n"
+                           "<event name=\"F\" tag=\"ARG\"/></action></Scenario>"),
+                testing::Not(testing::Contains("7:18 QX021")));
+}
+
+TEST(CheckTest, ShowsNoControlCharacters) {
+    const Workplace place;
+    place.Write("a.xml", Event("tag=\"IN\" value=\"0\" type=\"INT\" watch=\"CONDITIONAL\" condition=\"range\" "
+                               "conditionValue=\"1\xC2\x9B,2\""));
+    EXPECT_THAT(RunIn(place.Path(), {"check", "a.xml"}).output, testing::Not(HasSubstr("\xC2\x9B")));
+}
+
+TEST(CheckTest, SuggestsNamesForTheFirstUnknownMethods) {
+    const Workplace place;
+    std::string methods;
+    for (int i = 0; i < 30; ++i) methods += "<method name=\"setvolume" + std::to_string(10 + i) + "\"/>";
+    place.Write("a.xml",
+                "<Scenario><action name=\"a\">" + methods + "<event name=\"E\" tag=\"NONE\"/></action></Scenario>");
+    place.Write("dump", RecordedDump());
+    std::size_t suggested = 0;
+    for (const std::string& line : Lines(RunIn(place.Path(), {"check", "a.xml", "--against", "dump"}).output)) {
+        suggested += line.find("did you mean SetVolume [QX080]") == std::string::npos ? 0u : 1u;
+    }
+    EXPECT_EQ(suggested, 20u);
+}
+
 TEST(CheckTest, SeveralScriptsCountAsOne) {
     const Workplace place;
     place.Write("a.xml", VolumeScript(kEveryVolume));

@@ -72,6 +72,21 @@ void ExpectUsableScript(const Workplace& place, const std::string& input, const 
 
 }  // namespace
 
+TEST(ListTest, KeepsTheBeginningOfAnExample) {
+    const Workplace place;
+    const std::string text(1000, 'x');
+    const std::string bytes =
+        dump::Persistent({dump::Item(dump::kHeader, dump::Header(412, "m")),
+                          dump::Item(dump::kLocation,
+                                     dump::Location(3).Name("Say").Arg("string", dump::kIn, dump::kVariableSize))}) +
+        dump::Thread(3, dump::StreamItem(dump::kBefore, dump::Before(5, 3, dump::Variable(text))) +
+                            dump::StreamItem(dump::kAfter, dump::After(2)));
+    place.Write("dump", bytes);
+    const std::string output = RunIn(place, {"list", "dump"}).output;
+    EXPECT_NE(output.find(text.substr(0, 64)), std::string::npos) << output;
+    EXPECT_EQ(output.find(text.substr(0, 65)), std::string::npos) << output;
+}
+
 TEST(ListTest, ShowsWhatADumpHolds) {
     const Workplace place;
     place.Write("a.qxdump", RecordedDump());
