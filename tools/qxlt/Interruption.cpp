@@ -69,8 +69,10 @@ Interruption::Cause Interruption::Wait(std::optional<Clock::time_point> limit) {
         pollfd sources[] = {
             {m_signals, POLLIN, 0}, {m_requests, POLLIN, 0}, {m_readerWatched ? STDOUT_FILENO : -1, 0, 0}};
         const int ready = poll(sources, 3, MillisecondsUntil(limit));
-        if (ready == 0) return Cause::TimeOver;
-        if (ready < 0) continue;
+        if (ready <= 0) {  // also when the time left is more than poll takes
+            if (limit && Clock::now() >= *limit) return Cause::TimeOver;
+            continue;
+        }
         if (Take<signalfd_siginfo>(sources[0])) return Cause::Signal;
         if (Take<std::uint64_t>(sources[1])) return Cause::Request;
         if ((sources[2].revents & (POLLERR | POLLHUP)) != 0) {

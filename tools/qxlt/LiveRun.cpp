@@ -16,12 +16,15 @@ namespace qxlt {
 namespace {
 
 constexpr std::chrono::milliseconds kLookAgain(200);
+using Seconds = std::chrono::duration<double>;
+constexpr Seconds kLongestRun(100 * 365.0 * 24 * 3600);  // the clock counts to a little more
+constexpr std::chrono::milliseconds kOneWish(500);
 constexpr int kShortPause = 1;
 constexpr int kLongPause = 0;
 
 std::string Listed(const std::vector<std::string>& names) {
     std::string text;
-    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + Printable(name);
+    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
     return text;
 }
 
@@ -37,7 +40,7 @@ public:
         if (!m_terminal) {
             PrintNote(text);
         } else {
-            const std::string line = kWipeLine + text;
+            const std::string line = kWipeLine + Printable(text);
             [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
         }
         m_next = waited + (m_terminal ? 1 : 10);
@@ -47,6 +50,38 @@ private:
     const Interruption::Clock::time_point m_start;
     const bool m_terminal = isatty(STDERR_FILENO) != 0;
     std::int64_t m_next = 0;
+};
+
+// While it lives, a signal ends the program at once: what is left to do takes as long as a reader of the output that
+// does not read. After a first signal a second one has to come later, since one wish to end may send several: to the
+// program, and to its group.
+class Impatience final {
+public:
+    Impatience(Interruption& interruption, bool interrupted)
+        : m_interruption(interruption), m_interrupted(interrupted), m_watcher([this] { Watch(); }) {}
+    Impatience(const Impatience&) = delete;
+    Impatience& operator=(const Impatience&) = delete;
+    ~Impatience() {
+        m_over = true;
+        m_interruption.Request();
+        m_watcher.join();
+    }
+
+private:
+    using Clock = Interruption::Clock;
+
+    void Watch() const {
+        const Clock::time_point counts = m_interrupted ? Clock::now() + kOneWish : Clock::now();
+        while (!m_over) {
+            const bool signal = m_interruption.Wait(std::nullopt) == Interruption::Cause::Signal;
+            if (signal && Clock::now() >= counts) std::_Exit(kInputWrong);
+        }
+    }
+
+    Interruption& m_interruption;
+    const bool m_interrupted;
+    std::atomic<bool> m_over{false};
+    std::thread m_watcher;  // last: it uses the others
 };
 
 }  // namespace
@@ -65,7 +100,7 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
     if (!options.keep.empty()) m_capture.emplace(options.keep);
     if (options.seconds > 0) {
-        m_end = m_start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(options.seconds));
+        m_end = m_start + std::chrono::duration_cast<Clock::duration>(std::min(Seconds(options.seconds), kLongestRun));
     }
     m_output.OnEnd([this](ExitStatus status) {
         if (status != kDone) m_whole = false;
@@ -97,10 +132,9 @@ int LiveRun::Perform() {
         Load();
         if (m_capture) m_capture->Begin(m_processes);
         Track();
-        if (m_explainer) m_explainer->Print();
-        m_account.Print();
+    } else {
+        PrintCounts();
     }
-    PrintCounts();
     if (m_options.failOnLoss && m_account.Lost()) m_whole = false;
     return m_whole && !(m_capture && m_capture->Failed()) ? kDone : kInputWrong;
 }
@@ -157,25 +191,15 @@ void LiveRun::Load() {
     m_watchable.SetCycleObserver(*this);
 }
 
+// The cycle in progress goes to its end, and the results are printed.
 void LiveRun::Track() {
     m_tracker->Run(OnEvent, this, m_options.fast ? kShortPause : kLongPause);
-    m_interruption.Wait(m_end);
-    StopTracker();
-}
-
-// The cycle in progress goes to its end, which takes as long as a reader of the output that does not read. Who
-// interrupts a second time does not want to wait for that.
-void LiveRun::StopTracker() {
-    std::atomic<bool> stopped{false};
-    std::thread stopper([&] {
-        m_tracker->Stop();
-        stopped = true;
-        m_interruption.Request();
-    });
-    while (!stopped) {
-        if (m_interruption.Wait(std::nullopt) == Interruption::Cause::Signal) std::_Exit(kInputWrong);
-    }
-    stopper.join();
+    const bool interrupted = m_interruption.Wait(m_end) == Interruption::Cause::Signal;
+    const Impatience impatience(m_interruption, interrupted);
+    m_tracker->Stop();
+    if (m_explainer) m_explainer->Print();
+    m_account.Print();
+    PrintCounts();
 }
 
 void LiveRun::OnCycle(bool primes) {
@@ -188,13 +212,14 @@ void LiveRun::OnCycle(bool primes) {
 
 void LiveRun::OnDump(const std::string& process, const std::vector<char>& dump) {
     m_counts = LossOfLastDump(process);
+    if (m_counts && dump.empty()) m_counts->LoseDump();
     if (m_capture) m_capture->AddDump(process, dump, m_counts);
 }
 
 void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& decoded) {
     m_account.AddDump(process, m_counts, decoded.bytesNotDecoded);
     if (decoded.Whole()) return;
-    Tell(DamageFault(Printable(process) + ", dump of cycle " + std::to_string(m_cycle), process, decoded));
+    Tell(DamageFault(process + ", dump of cycle " + std::to_string(m_cycle), process, decoded));
 }
 
 void LiveRun::OnCycleEnd() {
@@ -213,7 +238,7 @@ int LiveRun::OnEvent(std::string name, std::string value, IQxData::HSCall call, 
     const IQxData::_HSCallLocation location = self.m_tracker->Get()->GetCallLocationWithPID(call.locId, call.pid);
     self.m_printer.Print(
         {self.m_cycle, name, value, {call, location, self.m_processes.NameOf(call.pid), std::nullopt}});
-    if (name == self.m_options.until) self.m_interruption.Request();
+    if (!name.empty() && name == self.m_options.until) self.m_interruption.Request();
     self.m_account.AddCallback(call.pid, began);
     return 1;
 }

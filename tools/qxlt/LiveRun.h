@@ -67,7 +67,6 @@ private:
     void Watch(const std::string& process);
     void Load();
     void Track();
-    void StopTracker();
     void PrintCounts() const;
 
     const RunOptions& m_options;

@@ -1,7 +1,9 @@
 // `qxlt run`, run as its user runs it, over live processes.
 #ifdef QXLT_MEDIA_SERVER
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -57,6 +59,9 @@ protected:
 
     // Recordings and dumps of a test's own, which go with it.
     std::map<std::string, std::string> Environment() const { return {{"QX_RUNTIME_DIR", m_place.At("recordings")}}; }
+
+    // Lets that many seconds pass.
+    void Pass(const std::string& seconds) const { Child(Tool({"-p", "nobody", "--for", seconds})).Finish(); }
 
     const Workplace m_place;
     const std::string m_name = "qx" + std::to_string(getpid()) + "m";
@@ -188,6 +193,22 @@ TEST_F(Run, GivesUpWhenTheTimeIsOverAndNothingRuns) {
     EXPECT_THAT(tool.Error(), HasSubstr("error: the time is over and " + m_name + " does not run; start it first\n"));
 }
 
+TEST_F(Run, TakesATimeThatNobodyLivesToSee) {
+    Child tool(Tool({"--for", "1e300"}));
+    EXPECT_TRUE(tool.WaitForError("waiting for " + m_name));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0);
+}
+
+TEST_F(Run, GoesOnAfterAnEventWithoutAName) {
+    m_place.Write("v.xml", VolumeScript(R"(<event tag="IN" value="0" type="INT" watch="ALWAYS"/>)", m_name));
+    const Child server(Server());
+    Child tool(Tool({"--format", "json"}));
+    EXPECT_TRUE(tool.WaitForOutput("{\"cycle\":4,"));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0);
+}
+
 TEST_F(Run, EndsWhenTheEventHasFired) {
     const Child server(Server());
     Child tool(Tool({"--until", "VOLUME"}));
@@ -212,13 +233,50 @@ TEST_F(Run, EndsAtASecondSignalThoughNobodyReadsItsEvents) {
     const Child server(fast);
     Child tool(Tool({"--format", "json"}));
     EXPECT_TRUE(tool.WaitForOutput("{\"cycle\":2,"));
-    Child clock(Tool({"-p", "nobody", "--for", "2"}));
-    clock.Finish();
+    Pass("2");
     tool.Signal(SIGINT);
+    Pass("1");
     tool.Signal(SIGTERM);
     siginfo_t information;
     EXPECT_EQ(waitid(P_PID, static_cast<id_t>(tool.Pid()), &information, WEXITED | WNOWAIT), 0);
     EXPECT_EQ(tool.Finish(), 1);
+}
+
+// As they come from a program that signals its child and then its group.
+TEST_F(Run, TakesTwoSignalsAtOnceForOne) {
+    const Child server(Server());
+    Child tool(Tool({}));
+    EXPECT_TRUE(tool.WaitForOutput("VOLUME"));
+    tool.Signal(SIGINT);
+    tool.Signal(SIGTERM);
+    EXPECT_EQ(tool.Finish(), 0);
+    EXPECT_THAT(tool.Error(), ContainsRegex("process +recorded"));
+}
+
+// The explanation does not fit into the pipe.
+TEST_F(Run, CanBeInterruptedWhileItPrintsItsResults) {
+    std::string events = kEveryVolume;
+    for (int i = 0; i < 100; ++i) events += "<event name=\"E" + std::to_string(i) + "\" tag=\"NONE\" keyword=\"x\"/>\n";
+    m_place.Write("v.xml", VolumeScript(events, m_name));
+    Child::Setup setup = Tool({"--explain", "--until", "VOLUME", "--format", "json"});
+    setup.output = m_place.At("pipe");
+    ASSERT_EQ(mkfifo(setup.output.c_str(), 0600), 0);
+    const int pipe = open(setup.output.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    ASSERT_GE(fcntl(pipe, F_SETPIPE_SZ, 4096), 4096);
+    const Child server(Server());
+    Child tool(setup);
+    EXPECT_TRUE(tool.WaitForError("ready\n"));
+    // Where the program is slow the first signal ends the tracking, and the next one the printing.
+    siginfo_t information = {};
+    for (int tries = 0; tries < 5 && information.si_pid == 0; ++tries) {
+        Pass("1");
+        tool.Signal(SIGINT);
+        Pass("0.2");
+        EXPECT_EQ(waitid(P_PID, static_cast<id_t>(tool.Pid()), &information, WEXITED | WNOWAIT | WNOHANG), 0);
+    }
+    ASSERT_NE(information.si_pid, 0);
+    EXPECT_EQ(tool.Finish(), 1);
+    close(pipe);
 }
 
 TEST_F(Run, ExplainsAtItsEnd) {
