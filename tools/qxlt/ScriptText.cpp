@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "Common.h"
+#include "QxXMLDefaults.h"
 #include "TagScanner.h"
 
 namespace qxlt {
@@ -69,7 +70,7 @@ public:
     void Read() {
         const XML_Status status = XML_Parse(m_parser.get(), m_text.data(), static_cast<int>(m_text.size()), XML_TRUE);
         if (m_error != nullptr) std::rethrow_exception(m_error);
-        if (status != XML_STATUS_OK) {
+        if (status != XML_STATUS_OK && !m_script.m_defect) {
             m_script.m_defect = ScriptDefect{Here(), XML_ErrorString(XML_GetErrorCode(m_parser.get()))};
         }
     }
@@ -108,6 +109,11 @@ private:
     }
 
     void Start(const char* name, const char** attributes) {
+        if (!m_defaults.Take(m_parser.get(), attributes)) {
+            m_script.m_defect = ScriptDefect{Here(), "the document type gives elements too many attributes"};
+            XML_StopParser(m_parser.get(), XML_FALSE);
+            return;
+        }
         ScriptElement& element = m_script.m_elements.emplace_back();
         element.script = &m_script;
         element.name = name;
@@ -152,6 +158,7 @@ private:
     ScriptText& m_script;
     const std::string& m_text;
     const ParserHandle m_parser{XML_ParserCreate(nullptr)};
+    QxXMLDefaults m_defaults{static_cast<int>(m_text.size())};
     std::exception_ptr m_error;
     TextEncoding m_encoding = TextEncoding::Utf8;
     std::vector<ScriptElement*> m_open;

@@ -207,6 +207,12 @@ TEST(CheckTest, ReadsOtherEncodings) {
 
 TEST(CheckTest, TellsWhereATextIsNotWellFormed) {
     EXPECT_THAT(FindingsIn(""), ElementsAre("1:1 QX001"));
+    // One attribute that a document type gives to each of so many elements that all of them together are refused.
+    std::string elements;
+    for (int i = 0; i < 2000; ++i) elements += "<x/>";
+    const std::string typed = "<!DOCTYPE Scenario [<!ATTLIST x d CDATA '" + std::string(10000, 'v') + "'>]>\n";
+    EXPECT_EQ(FindingsIn(typed + "<Scenario>" + elements + "</Scenario>").back().substr(0, 2), "2:");
+    EXPECT_EQ(Codes(typed + "<Scenario>" + elements + "</Scenario>").back(), "QX001");
     EXPECT_THAT(FindingsIn("<Scenario>\n  <a & b/>\n</Scenario>"), ElementsAre("2:6 QX001"));
     EXPECT_THAT(FindingsIn("<Scenario>\n<action name=\"a\"><method name=\"M\"/><event name=\"E\" tag=\"X\"/>\n</Scen"),
                 ElementsAre("2:57 QX021", "3:1 QX001"));
