@@ -262,13 +262,14 @@ bool QxRecorder::EnsureRecording() {
         ReportOnce("no thread-specific key is left to notice the end of threads, calls are refused");
         return false;
     }
-    Options options = WithEnvironment(m_options, error);
-    // What a forked child's parent described must find room.
-    options.metadataSize = std::max(options.metadataSize, m_metadataSize);
+    const Options options = WithEnvironment(m_options, error);
+    // What a forked child's parent described takes no room from the child.
+    Geometry geometry = GeometryOf(options);
+    geometry.metaSize = std::min(geometry.metaSize + m_metadataSize, Geometry::kMaxMetaSize);
     if (!error.empty()) ReportOnce(error);
     error.clear();
-    std::unique_ptr<QxRecording> recording = QxRecording::Create(QxRuntimeDir::DefaultPath(), GeometryOf(options),
-                                                                 options.mode == qx::recorder::Mode::Discard, error);
+    std::unique_ptr<QxRecording> recording =
+        QxRecording::Create(QxRuntimeDir::DefaultPath(), geometry, options.mode == qx::recorder::Mode::Discard, error);
     if (recording == nullptr) {
         ReportOnce(error);
         return false;

@@ -66,7 +66,7 @@ struct Options {
     std::size_t pageSize = 4096;         // multiple of 8, 256 to 1 Mi
     std::size_t pageCount = 64;          // pages of each thread's ring, at least 2; a ring has at most 16 MiB
     std::size_t metadataSize = 1 << 20;  // room for call sites, layouts and thread names, 256 to 16 Mi; a forked
-                                         // child has at least room for what its parent had described
+                                         // child has room for what its parent had described besides
     Mode mode = Mode::Overwrite;
 };
 
