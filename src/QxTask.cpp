@@ -26,6 +26,27 @@ int KernelThreadId() {
     return static_cast<int>(syscall(SYS_gettid));
 }
 
+// The moment that many milliseconds from now, on the clock that nobody sets.
+timespec TimeIn(std::uint32_t ms) {
+    timespec end = {};
+    clock_gettime(CLOCK_MONOTONIC, &end);
+    end.tv_sec += static_cast<time_t>(ms / 1000);
+    end.tv_nsec += static_cast<long>(ms % 1000) * 1000000;
+    if (end.tv_nsec < 1000000000) return end;
+    ++end.tv_sec;
+    end.tv_nsec -= 1000000000;
+    return end;
+}
+
+// A condition whose waits end by that clock.
+void MakeCondition(pthread_cond_t& condition) {
+    pthread_condattr_t attributes;
+    pthread_condattr_init(&attributes);
+    pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC);
+    pthread_cond_init(&condition, &attributes);
+    pthread_condattr_destroy(&attributes);
+}
+
 // Runs a hook; what it throws must not end the process, nor the loop.
 template <typename Hook>
 int Guarded(const char* name, Hook hook) {
@@ -53,8 +74,10 @@ int QxTask::Create(const char* name, int waitTime, unsigned long) {
         QxDebugPrint::Write(DLOG_ERROR, "Create", __LINE__, "Create..");
     }
     m_waitTime = static_cast<std::uint32_t>(waitTime);
+    m_toldFailure = false;
     m_semId = semget(IPC_PRIVATE, 1, IPC_CREAT | 0666);
     pthread_mutex_init(&m_mutex, nullptr);
+    MakeCondition(m_woken);
     QxDebugPrint::Write(DLOG_INFO, "Create", __LINE__, "QxTask::Create - %p", static_cast<void*>(this));
     m_Start();
     const bool created = WaitForCreate(2000);
@@ -117,6 +140,14 @@ int QxTask::SendEvent(QxEvent& event) {
     m_events.push_back(event);
     m_Unlock();
     m_exit = false;
+    return m_Wake();
+}
+
+// Also for a worker that could not wait on its semaphore.
+int QxTask::m_Wake() {
+    m_Lock();
+    pthread_cond_broadcast(&m_woken);
+    m_Unlock();
     return SetEvent(m_semId);
 }
 
@@ -140,7 +171,7 @@ void QxTask::Destroy() {
     m_events.clear();
     m_Unlock();
     m_exit = true;
-    if (m_pid == KernelThreadId()) {
+    if (m_IsCaller()) {
         SetEvent(m_semId);
         return;
     }
@@ -149,16 +180,22 @@ void QxTask::Destroy() {
 }
 
 void QxTask::Reap() {
-    if (m_threadState == ThreadState::None || m_pid == KernelThreadId()) return;
+    if (m_threadState == ThreadState::None || m_IsCaller()) return;
     m_exit = true;
     m_ThreadJoin();
 }
 
+// A worker that has ended calls nothing any more; the system may give its id to another thread, this one for instance.
+bool QxTask::m_IsCaller() const {
+    return m_threadState == ThreadState::Live && m_pid == KernelThreadId();
+}
+
 void QxTask::m_ThreadJoin() {
-    SetEvent(m_semId);
+    m_Wake();
     void* result = nullptr;
     pthread_join(m_thread, &result);
     m_threadState = ThreadState::None;
+    pthread_cond_destroy(&m_woken);
     pthread_mutex_destroy(&m_mutex);
     QxDebugPrint::Write(DLOG_INFO, "m_ThreadJoin", __LINE__, "2. m_ThreadJoin [result : %d] - %p",
                         static_cast<int>(reinterpret_cast<std::intptr_t>(result)), static_cast<void*>(this));
@@ -202,11 +239,40 @@ int QxTask::m_Idle() {
         m_LogThread(DLOG_ERROR, "m_Idle", __LINE__, "m_Idle return false, Get Signal");
         return 0;
     }
-    const int result = WaitForSingleObject(m_semId, m_waitTime);
-    if (result == kTaken) return m_HandleSignal();
-    // The signal of a stop may be lost: the creator's own wait may take it, and a semaphore that is gone carries none.
+    if (m_Wait() == kTaken) return m_HandleSignal();
+    // The signal of a stop may be lost: the creator's own wait may take it.
     if (m_exit) return 0;
     return Guarded("t_process", [this] { return t_process(); });
+}
+
+// A wait that fails would make turns follow each other without end: it lasts as long as it would have.
+int QxTask::m_Wait() {
+    const timespec end = TimeIn(static_cast<std::uint32_t>(m_waitTime));
+    const int result = WaitForSingleObject(m_semId, m_waitTime);
+    if (result != kWaitFailed) return result;
+    if (errno != EINTR) m_TellThatWaitsFail(errno);
+    return m_Pause(end);
+}
+
+void QxTask::m_TellThatWaitsFail(int error) {
+    if (m_toldFailure) return;
+    m_toldFailure = true;
+    QxDebugPrint::GetInstance()->Print(
+        "m_Idle", __LINE__, Major,
+        "[QxTask::m_Idle] The semaphore cannot be waited on, the clock takes its place, semId: %d, errno: %d",
+        m_semId.load(), error);
+}
+
+// Waits like the semaphore, without it.
+int QxTask::m_Pause(const timespec& end) {
+    int result = 0;
+    m_Lock();
+    while (!m_exit && m_events.empty() && result != ETIMEDOUT) {
+        result = m_waitTime == kNoLimit ? pthread_cond_wait(&m_woken, &m_mutex)
+                                        : pthread_cond_timedwait(&m_woken, &m_mutex, &end);
+    }
+    m_Unlock();
+    return result == ETIMEDOUT ? kTimedOut : kTaken;
 }
 
 int QxTask::m_HandleSignal() {

@@ -1,11 +1,13 @@
 // An object with a worker thread of its own and a small event queue. The thread waits on a semaphore with a time-out: a
-// signal delivers one queued event to t_onEvent, a time-out runs t_process.
+// signal delivers one queued event to t_onEvent, a time-out runs t_process. Where the system gives no semaphore the
+// worker keeps its pace all the same, and events and the end still reach it.
 //
 // Create, SendEvent and Destroy are called by the thread that owns the object, the hooks by the worker. The owner
 // destroys the object only after Destroy and Reap.
 #pragma once
 
 #include <pthread.h>
+#include <time.h>
 
 #include <atomic>
 #include <list>
@@ -41,7 +43,8 @@ public:
     // joins later. Does nothing when the loop is not running.
     void Destroy();
 
-    // Joins a worker that Destroy left: one that ended its loop by itself, or that has not reached it yet.
+    // Joins a worker that Destroy left: one that ended its loop by itself, or that has not reached it yet. Does nothing
+    // on the worker itself.
     void Reap();
 
     // Whether a worker exists whose thread function has not ended.
@@ -79,7 +82,12 @@ private:
     bool m_NameThread();
     void m_Start();
     void Loop();
+    int m_Wait();
+    int m_Pause(const timespec& end);
+    void m_TellThatWaitsFail(int error);
     int m_HandleSignal();
+    int m_Wake();
+    bool m_IsCaller() const;
     void m_LogThread(int priority, const char* function, int line, const char* text) const;
     void m_ThreadJoin();
     std::size_t m_QueueLength();
@@ -87,6 +95,7 @@ private:
     void m_Unlock() { pthread_mutex_unlock(&m_mutex); }
 
     unsigned long m_waitTime = 0;        // ms; set before the worker starts
+    bool m_toldFailure = false;          // the worker's: that its waits fail has been printed
     std::atomic<bool> m_running{false};  // set and cleared by the worker
     std::atomic<bool> m_exit{false};
     std::atomic<int> m_pid{-1};
@@ -95,5 +104,6 @@ private:
     pthread_t m_thread{};         // the owner's
     std::atomic<int> m_semId{-1};
     pthread_mutex_t m_mutex = PTHREAD_MUTEX_INITIALIZER;
+    pthread_cond_t m_woken = PTHREAD_COND_INITIALIZER;  // of m_mutex: an event came, or the end is asked for
     std::atomic<ThreadState> m_threadState{ThreadState::None};
 };

@@ -1,5 +1,6 @@
 #include "SystemCalls.h"
 
+#include <pthread.h>
 #include <sys/prctl.h>
 #include <sys/times.h>
 #include <unistd.h>
@@ -36,6 +37,7 @@ unsigned __real_sleep(unsigned);
 int __real_prctl(int, ...);
 int __real_semtimedop(int, sembuf*, size_t, const timespec*);
 int __real_semget(key_t, int, int);
+int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 void* QX_REAL_NEW(std::size_t);
 
 clock_t __wrap_times(tms* usage) {
@@ -80,10 +82,17 @@ int __wrap_semtimedop(int semId, sembuf* operations, size_t count, const timespe
 }
 
 int __wrap_semget(key_t key, int count, int flags) {
-    const int semId = __real_semget(key, count, flags);
     SystemCalls* const calls = current;
+    if (calls != nullptr && calls->semget) return calls->semget();
+    const int semId = __real_semget(key, count, flags);
     if (calls != nullptr && semId >= 0) calls->Remember(semId);
     return semId;
+}
+
+int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*entry)(void*), void* argument) {
+    SystemCalls* const calls = current;
+    const int error = calls != nullptr && calls->threadCreate ? calls->threadCreate() : 0;
+    return error != 0 ? error : __real_pthread_create(thread, attributes, entry, argument);
 }
 
 void* QX_WRAPPED_NEW(std::size_t size) {

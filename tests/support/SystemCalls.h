@@ -28,6 +28,8 @@ public:
     std::function<unsigned(unsigned seconds)> sleep;
     std::function<int(const char* name)> nameThread;  // prctl(PR_SET_NAME)
     std::function<int(int semId, const sembuf& operation, const timespec& limit)> semtimedop;
+    std::function<int()> semget;
+    std::function<int()> threadCreate;  // the error that pthread_create gives, 0: it makes the thread
 
     // Fails the operator new that comes after that many others, once; negative: none. Only what this program's own
     // code and templates allocate counts, not what shared libraries do.

@@ -35,6 +35,10 @@ struct TaskRunning {
     friend constexpr auto Private(TaskRunning);
 };
 template struct Expose<TaskRunning, &QxTask::m_running>;
+struct TaskSemaphore {
+    friend constexpr auto Private(TaskSemaphore);
+};
+template struct Expose<TaskSemaphore, &QxTask::m_semId>;
 
 namespace {
 
@@ -658,6 +662,120 @@ TEST_F(QxTaskTest, DestroyEndsAWorkerWhoseSemaphoreIsGone) {
     ASSERT_TRUE(m_journal.WaitFor(count + 2));
     m_task.Destroy();
     EXPECT_FALSE(m_task.IsRunning());
+}
+
+// Cycles come as often as they should, whatever the semaphore does.
+TEST_F(QxTaskTest, AWaitThatFailsLastsAsLongAsOneThatTimesOut) {
+    using Clock = std::chrono::steady_clock;
+    for (const int error : {EINVAL, EIDRM, EINTR, ENOSYS}) {
+        m_calls.semtimedop = [error](int, const sembuf&, const timespec&) {
+            errno = error;
+            return -1;
+        };
+        std::atomic<int> turns{0};
+        Clock::time_point end;
+        m_task.onProcess = [&] {
+            end = Clock::now();
+            return ++turns == 3 ? 0 : 1;
+        };
+        RecordingLog::Clear();
+        const Clock::time_point start = Clock::now();
+        m_task.Create("probe", 20, 0);
+        SpinUntil([&] { return !m_task.HasThread(); });
+        m_task.Reap();
+        EXPECT_GE(end - start, std::chrono::milliseconds(60)) << error;
+        const Entry told{DLOG_ERROR, "m_Print",
+                         "[QxTask::m_Idle] The semaphore cannot be waited on, the clock takes its place, semId: " +
+                             std::to_string(m_task.*Private(TaskSemaphore())) + ", errno: " + std::to_string(error)};
+        // A signal's handler interrupts a wait in passing: nothing is wrong.
+        EXPECT_EQ(RecordingLog::Count(told.message, told.priority), error == EINTR ? 0 : 1) << error;
+    }
+}
+
+TEST_F(QxTaskTest, AWaitThatFailsLateLastsForTheRestOnly) {
+    using Clock = std::chrono::steady_clock;
+    m_calls.semtimedop = [](int, const sembuf&, const timespec& limit) {
+        const timespec almost = {0, 400000000};
+        if (limit.tv_sec == 0) nanosleep(&almost, nullptr);
+        errno = EIDRM;
+        return -1;
+    };
+    Clock::time_point start;
+    Clock::time_point end;
+    m_task.onCreate = [&] {
+        start = Clock::now();
+        return 1;
+    };
+    m_task.onProcess = [&] {
+        end = Clock::now();
+        return 0;
+    };
+    m_task.Create("probe", 500, 0);
+    SpinUntil([this] { return !m_task.HasThread(); });
+    m_task.Reap();
+    EXPECT_GE(end - start, std::chrono::milliseconds(500));
+    EXPECT_LT(end - start, std::chrono::milliseconds(800));
+}
+
+TEST_F(QxTaskTest, WithoutASemaphoreEventsAndTheEndStillReachTheWorker) {
+    m_calls.semget = [] {
+        errno = ENOSPC;
+        return -1;
+    };
+    m_task.onEvent = [this](const QxEvent& event) {
+        m_journal.Add("event " + std::to_string(event.id));
+        return 1;
+    };
+    m_task.onProcess = [this] {
+        m_journal.Add("process");
+        return 1;
+    };
+    for (const int waitTime : {3600000, kNoLimit}) {
+        m_task.Create("probe", waitTime, 0);
+        SpinUntil([this] { return m_task.IsRunning(); });
+        for (const std::uint32_t id : {1u, 2u}) {
+            QxEvent event = Event(id);
+            EXPECT_EQ(m_task.SendEvent(event), 1);
+        }
+        ASSERT_TRUE(m_journal.WaitFor(waitTime == kNoLimit ? 4 : 2));
+        m_task.Destroy();
+        EXPECT_FALSE(m_task.IsRunning());
+    }
+    EXPECT_THAT(m_journal.All(), ElementsAre("event 1", "event 2", "event 1", "event 2"));
+}
+
+TEST_F(QxTaskTest, ThatWaitsFailIsSaidForEachWorkerAtLevelMajor) {
+    m_calls.semget = [] { return -1; };
+    QxDebugPrint::GetInstance()->SetLevel(Major);
+    for (int round = 1; round <= 2; ++round) {
+        m_task.onProcess = [] { return 0; };
+        m_task.Create("probe", 1, 0);
+        m_task.Reap();
+        EXPECT_EQ(EntriesOf({"m_Print"}).size(), static_cast<std::size_t>(round));
+    }
+    QxDebugPrint::GetInstance()->SetLevel(Fatal);
+    m_task.Create("probe", 1, 0);
+    m_task.Reap();
+    EXPECT_EQ(EntriesOf({"m_Print"}).size(), 2u);
+}
+
+TEST_F(QxTaskTest, WithoutAThreadThereIsNothingToEnd) {
+    m_calls.threadCreate = [] { return EAGAIN; };
+    Start();
+    EXPECT_FALSE(m_task.HasThread());
+    EXPECT_FALSE(m_task.IsRunning());
+    m_task.End();
+    EXPECT_TRUE(EntriesOf({"Loop", "m_ThreadJoin"}).empty());
+}
+
+// The system gives the ids of threads that have ended to new ones.
+TEST_F(QxTaskTest, AnEndedWorkerIsJoinedByAThreadThatHasItsId) {
+    m_task.onProcess = [] { return 0; };
+    m_task.Create("probe", 1, 0);
+    SpinUntil([this] { return !m_task.HasThread(); });
+    m_task.SetPid(static_cast<int>(syscall(SYS_gettid)));
+    m_task.Reap();
+    EXPECT_EQ(RecordingLog::Count("2. m_ThreadJoin [result : 0] - " + Address(), DLOG_INFO), 1);
 }
 
 TEST_F(QxTaskTest, SemaphoresStayBehind) {
