@@ -22,7 +22,14 @@ struct Load {
     IQxData::_HSScript* open;
     QxXMLDefaults defaults;
     std::exception_ptr error;  // thrown in a handler; nothing may be thrown through the parser's own code
+    bool stopped = false;
 };
+
+// The parser still reports the end of the element that it was stopped in when that one is empty.
+void Stop(Load& load) {
+    load.stopped = true;
+    XML_StopParser(load.parser, XML_FALSE);
+}
 
 void AddElement(IQxData::_HSScript& open, const char* name, const char** attributes) {
     auto element = std::make_unique<IQxData::_HSScriptPtr>();
@@ -40,18 +47,20 @@ void OnStart(void* userData, const char* name, const char** attributes) {
                 "Parse", __LINE__, Major,
                 "[QxXMLLoader::Parse] The document type gives elements too many attributes, line: %lu",
                 static_cast<unsigned long>(XML_GetCurrentLineNumber(load.parser)));
-            XML_StopParser(load.parser, XML_FALSE);
+            Stop(load);
             return;
         }
         AddElement(*load.open, name, attributes);
     } catch (...) {
         load.error = std::current_exception();
-        XML_StopParser(load.parser, XML_FALSE);
+        Stop(load);
     }
 }
 
 void OnEnd(void* userData, const char*) {
-    IQxData::_HSScript& open = *static_cast<Load*>(userData)->open;
+    const auto& load = *static_cast<Load*>(userData);
+    IQxData::_HSScript& open = *load.open;
+    if (load.stopped) return;  // the element was refused: what is open is the one around it
     if (open != nullptr && open->parent != nullptr) open = open->parent;
 }
 
@@ -60,7 +69,7 @@ void OnEnd(void* userData, const char*) {
 bool QxXMLLoader::Parse(std::pair<int, char*>& text, std::shared_ptr<IQxData> data) {
     const ParserHandle parser(XML_ParserCreate(nullptr));
     if (parser == nullptr) return false;
-    Load load{parser.get(), nullptr, QxXMLDefaults(text.first), nullptr};
+    Load load{parser.get(), nullptr, QxXMLDefaults(text.first), nullptr, false};
     data->GetScript(&load.open);
     XML_SetUserData(parser.get(), &load);
     XML_SetElementHandler(parser.get(), OnStart, OnEnd);

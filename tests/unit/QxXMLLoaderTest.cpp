@@ -2,9 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <new>
+#include <set>
+
 #include "Diagnostics.h"
 #include "ExactBytes.h"
 #include "QxData.h"
+#include "SystemCalls.h"
 #include "dlog.h"
 
 namespace {
@@ -84,6 +88,42 @@ TEST_F(QxXMLLoaderTest, AScriptThatFailsLeavesTheCursorOnTheOpenElement) {
     ASSERT_TRUE(Load("<Scenario/>"));
     EXPECT_EQ(Root()->name, "b");
     EXPECT_EQ(Root()->children.at(0)->name, "Scenario");
+}
+
+// The parser tells of an empty element's end even when it was stopped at its start.
+TEST_F(QxXMLLoaderTest, AnElementThatIsRefusedLeavesTheCursorOnTheOneAroundIt) {
+    for (const char* const refused : {"<x/>", "<x></x>", "<x>text"}) {
+        store = std::make_shared<QxData>();
+        std::string xml = "<!DOCTYPE S [<!ATTLIST x d CDATA '" + std::string(100000, 'v') + "'>]><Scenario><a><b>";
+        for (int i = 0; i < 26; ++i) xml += "<x/>";
+        EXPECT_FALSE(Load(xml + refused)) << refused;
+        ASSERT_EQ(Root()->name, "b") << refused;
+        EXPECT_EQ(Root()->children.size(), 26u);
+        ASSERT_TRUE(Load("<Scenario/>"));
+        EXPECT_EQ(Root()->name, "b");
+    }
+}
+
+TEST_F(QxXMLLoaderTest, MemoryThatRunsOutLeavesTheCursorOnTheOpenElement) {
+    SystemCalls calls;
+    std::set<std::string> open;
+    ExactBytes text("<Scenario><action-of-some-length><method-of-some-length/></action-of-some-length></Scenario>");
+    for (int allowed = 0; allowed < 100; ++allowed) {
+        store = std::make_shared<QxData>();
+        calls.allocationsLeft = allowed;
+        bool failed = false;
+        try {
+            QxXMLLoader::Parse(text.Pair(), store);
+        } catch (const std::bad_alloc&) {
+            failed = true;
+        }
+        calls.allocationsLeft = -1;
+        if (!failed) break;
+        if (Root() == nullptr) continue;
+        EXPECT_TRUE(Root()->children.empty()) << allowed << " allocations: " << Root()->name;
+        open.insert(Root()->name);
+    }
+    EXPECT_EQ(open, (std::set<std::string>{"Scenario", "action-of-some-length"}));
 }
 
 TEST_F(QxXMLLoaderTest, RefusesWhatIsNotWellFormed) {
