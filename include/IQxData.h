@@ -7,7 +7,9 @@
 // may be called.
 //
 // Call locations, layouts and threads stay until clear(), 64 MiB of them for each process: past that, storing another
-// one throws the decoding layer's "invalid size", and an unknown one that is looked up is no longer stored.
+// one throws PERR_INVALID_SIZE, and an unknown one that is looked up is no longer stored.
+//
+// What an operation throws besides: std::bad_alloc, when memory runs out.
 #pragma once
 
 #include <map>
@@ -22,6 +24,15 @@
 
 class QX_EXPORT IQxData {
 public:
+    // What the store and the decoders throw, by value: catch (IQxData::_PERR_TYPE error). A client meets the last two
+    // from GetCall and GetThread, and PERR_INVALID_SIZE from what stores descriptions.
+    enum QX_EXPORT _PERR_TYPE {
+        PERR_INVALID_TAG = 0,      // a packet or an item of no known kind
+        PERR_INVALID_SIZE = 1,     // a size that does not fit the bytes, or past a limit
+        PERR_CALL_NOT_FOUND = 2,   // no call under that key
+        PERR_THREAD_NOT_FOUND = 3  // no thread of that id
+    };
+
     // One decoded argument: (name, value) pairs in the order in which they were decoded. A plain value is one pair with
     // an empty name; a composite value gives a pair for each of its members. Values hold the traced bytes plus one each
     // (modulo 256): taking one off again gives what the process passed.
@@ -93,6 +104,7 @@ public:
         std::vector<std::pair<std::string, std::string>> attributes;  // (name, value) in document order
         _HSScriptPtr* parent = nullptr;                               // not owned; null for the first top element
         std::vector<_HSScriptPtr*> children;                          // owned, in document order; entries may be null
+        bool reported = false;  // the library's: what is wrong with the element has been printed
 
         _HSScriptPtr() = default;
         _HSScriptPtr(const _HSScriptPtr&) = delete;
@@ -122,7 +134,7 @@ public:
     virtual void AppendHeader(unsigned short pid, std::string process, std::string qxVersion, std::string swBuildString,
                               std::string swVersionModel, std::string extraField1, std::string extraField2) = 0;
 
-    // Registers a process name. The first registration of a name wins.
+    // Registers a process name. The first registration of a name wins until clear().
     virtual void AppendProcessName(unsigned short pid, std::string name) = 0;
 
     // Makes a process current: locations, threads and calls that follow belong to it. A name that was never registered
@@ -132,7 +144,8 @@ public:
     // Stores the address of the script root slot in `*out` and returns it. Valid as long as the store.
     virtual _HSScript* GetScript(_HSScript** out) = 0;
 
-    // Stores a copy under the location's number within the current process, in place of an earlier one.
+    // Stores a copy under the location's number within the current process, in place of an earlier one. Throws
+    // PERR_INVALID_SIZE.
     virtual void AppendCallLocation(_HSCallLocation& location) = 0;
 
     // The location of that number in the current process, or in the process `pid`. An unknown one is stored as an empty
@@ -140,7 +153,7 @@ public:
     virtual _HSCallLocation GetCallLocation(unsigned int locId) = 0;
     virtual _HSCallLocation GetCallLocationWithPID(unsigned int locId, unsigned short pid) = 0;
 
-    // Stores the layout of the type `name`, in place of an earlier one.
+    // Stores the layout of the type `name`, in place of an earlier one. Throws PERR_INVALID_SIZE.
     virtual void AppendCompArgDesc(std::string name, _HSCompArgDesc desc) = 0;
 
     // Copies the layout of the type `name` into `out`. An unknown one is stored as an empty record and copied.
@@ -153,7 +166,7 @@ public:
     // Replaces the call under the key by a copy of `call`; does nothing when there is none.
     virtual void AppendAfterCall(unsigned long long key, HSCall& call) = 0;
 
-    // Copies the call under the key into `out`. Throws the decoding layer's "call not found" when there is none.
+    // Copies the call under the key into `out`. Throws PERR_CALL_NOT_FOUND when there is none.
     virtual void GetCall(unsigned long long key, HSCall& out) = 0;
 
     // The calls themselves, in key order. Never null, valid as long as the store.
@@ -163,10 +176,10 @@ public:
     virtual void AppendEvent(std::string name, std::string value, HSCall call) = 0;
 
     // Stores the thread under its tid, in place of an earlier one of any process, and sets its pid (also in `thread`)
-    // to the current process.
+    // to the current process. Throws PERR_INVALID_SIZE.
     virtual void AppendThread(HSIThread& thread) = 0;
 
-    // The thread of that id. Throws the decoding layer's "thread not found" when there is none.
+    // The thread of that id. Throws PERR_THREAD_NOT_FOUND when there is none.
     virtual HSIThread GetThread(unsigned short tid) = 0;
 
     // The time base of the current thread: the last time reached on its time line, 0 for a thread not seen before.
@@ -186,6 +199,6 @@ public:
     // The id registered for the current process's name, 0 when there is none.
     virtual unsigned short GetCurrentPID() = 0;
 
-    // A new, empty store; each call makes another one.
+    // A new, empty store; each call makes another one. Never null.
     static std::shared_ptr<IQxData> Instance();
 };

@@ -1,5 +1,5 @@
 // The one trace data store: an IQxData that keeps everything in maps. Takes no locks; see IQxData.h for which thread
-// may do what. Also home of the decoding layer's exception and of the common header that frames packets and items.
+// may do what. Also home of the common header that frames packets and items.
 #pragma once
 
 #include <cstdint>
@@ -17,9 +17,6 @@ class QxCursor;
 
 class QxData : public IQxData {
 public:
-    // Why decoding stopped; thrown by value, caught by QxParser.
-    enum _PERR_TYPE { PERR_INVALID_TAG = 0, PERR_INVALID_SIZE = 1, PERR_CALL_NOT_FOUND = 2, PERR_THREAD_NOT_FOUND = 3 };
-
     // The frame of a packet or an item: the tag, and the size of the payload that follows. `length` is that of the
     // header itself, kept as 16 bits.
     struct CommonHeader {

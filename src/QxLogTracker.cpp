@@ -117,7 +117,9 @@ int QxLogTracker::ParseScript(std::pair<int, char*>& script) {
     }
     IQxData::_HSScript* root = nullptr;
     m_instance->GetScript(&root);
-    for (const IQxData::_HSScriptPtr* const action : (*root)->children) m_RegisterProcesses(*action);
+    for (const IQxData::_HSScriptPtr* const action : (*root)->children) {
+        if (action != nullptr) m_RegisterProcesses(*action);
+    }
     return loaded;
 }
 

@@ -24,10 +24,19 @@ const std::string& CallerName(IQxData& store, const IQxData::HSCall& call, QxLoc
 }
 
 const std::string& EventName(const IQxData::_HSScriptPtr& event) {
-    static const std::string none;
+    static const std::string& none = *new std::string;
     const auto last = std::find_if(event.attributes.rbegin(), event.attributes.rend(),
                                    [](const auto& attribute) { return attribute.first == "name"; });
     return last == event.attributes.rend() ? none : last->second;
+}
+
+// Each pass subscribes anew; the script is wrong once.
+void ReportNameless(IQxData::_HSScriptPtr& method, const std::string& actionName) {
+    if (method.reported) return;
+    method.reported = true;
+    QxDebugPrint::GetInstance()->Print("SetSubscriber", __LINE__, Major,
+                                       "[QxScriptScenario::SetSubscriber] method without attribute, action: %s",
+                                       actionName.c_str());
 }
 
 }  // namespace
@@ -96,15 +105,13 @@ void QxScriptScenario::SetSubscriber(IQxData::_HSScriptPtr* root) {
 }
 
 void QxScriptScenario::m_Subscribe(IQxData::_HSScriptPtr* action, const std::string& actionName) {
-    for (const IQxData::_HSScriptPtr* const method : action->children) {
+    for (IQxData::_HSScriptPtr* const method : action->children) {
         if (method == nullptr || method->name != "method") continue;
         if (method->attributes.empty()) {
-            QxDebugPrint::GetInstance()->Print("SetSubscriber", __LINE__, Major,
-                                               "[QxScriptScenario::SetSubscriber] method without attribute, action: %s",
-                                               actionName.c_str());
-            continue;
+            ReportNameless(*method, actionName);
+        } else {
+            m_Subscribers.try_emplace({method->attributes.front().second, actionName}, action);
         }
-        m_Subscribers.try_emplace({method->attributes.front().second, actionName}, action);
     }
 }
 

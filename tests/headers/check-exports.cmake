@@ -12,7 +12,8 @@ foreach(symbol IN LISTS symbols)
     endif()
 endforeach()
 foreach(wanted IN ITEMS "IQxLogTracker::Instance(EDebugLevel)" "IQxData::Instance()"
-                        "IQxData::_HSScriptPtr::~_HSScriptPtr()" "typeinfo for IQxLogTracker" "typeinfo for IQxData")
+                        "IQxData::_HSScriptPtr::~_HSScriptPtr()" "typeinfo for IQxLogTracker" "typeinfo for IQxData"
+                        "typeinfo for IQxData::_PERR_TYPE")
     if(NOT symbols MATCHES " ${wanted}(;|$)")
         string(FIND "${symbols}" " ${wanted}" at)
         if(at LESS 0)

@@ -535,7 +535,69 @@ TEST_F(QxLogTrackerTest, ASecondScriptIsWalkedWithTheFirst) {
                 ElementsAre("Found Action with name as one", "Found Action with name as Later"));
 }
 
+TEST_F(QxLogTrackerTest, ANullActionNamesNoProcess) {
+    ASSERT_EQ(Load(*m_tracker, Scenario("<one/>")), 1);
+    IQxData::_HSScript* slot = nullptr;
+    m_tracker->Get()->GetScript(&slot);
+    (*slot)->children.push_back(nullptr);
+    RecordingLog::Clear();
+    EXPECT_EQ(Load(*m_tracker, Scenario("<two/>")), 1);
+    EXPECT_THAT(RecordingLog::Messages(),
+                ElementsAre("Found Action with name as one", "Found Action with name as Scenario"));
+}
+
+// What the header says of a second script, and of one that fails.
+TEST_F(QxLogTrackerTest, ASecondScriptLoadsAndNeverFires) {
+    const NamedProcess& process = Watch();
+    const NamedProcess other(NamedProcess::UniqueName("b"));
+    ASSERT_EQ(Load(*m_tracker, Scenario(Action("FIRST"))), 1);
+    EXPECT_EQ(Load(*m_tracker, Scenario(Action("SECOND", "process='" + other.Name() + "'"))), 1);
+    EXPECT_THAT(Of(TrackerProcesses()), ElementsAre(process.Name()));
+    AddDumps(process, {"", Calls({1})});
+    Run();
+    ASSERT_TRUE(WaitForTheLastDump());
+    m_tracker->Stop();
+    EXPECT_EQ(m_client.Events(), Names{"FIRST=1"});
+}
+
+TEST_F(QxLogTrackerTest, AScriptThatFailsEndsTheEventsOfAllOthers) {
+    const NamedProcess& process = Watch();
+    ASSERT_EQ(Load(*m_tracker, Scenario(Action("FIRST"))), 1);
+    EXPECT_EQ(Load(*m_tracker, "<Scenario><action name='x'><method name='SetVolume'/><event name='BROKEN'>"), 0);
+    EXPECT_EQ(Load(*m_tracker, Scenario(Action("LATER"))), 1);
+    AddDumps(process, {"", Calls({1})});
+    Run();
+    ASSERT_TRUE(WaitForTheLastDump());
+    m_tracker->Stop();
+    EXPECT_EQ(m_client.Events(), Names{});
+}
+
 // --- Run and Stop
+
+TEST_F(QxLogTrackerTest, RunGivesOneAlsoWithoutAThread) {
+    m_calls.threadCreate = [] { return EAGAIN; };
+    EXPECT_EQ(Run(), 1);
+    EXPECT_FALSE(m_tracker->HasThread());
+    EXPECT_EQ(m_tracker->Stop(), 1);
+    m_calls.threadCreate = nullptr;
+    EXPECT_EQ(Run(), 1);
+    EXPECT_TRUE(m_tracker->HasThread());
+    EXPECT_EQ(Run(), 0);
+}
+
+// Waits of a second that fail at once: a cycle a second, and an end without waiting for the next one.
+TEST_F(QxLogTrackerTest, TracksWithoutASemaphore) {
+    m_calls.semget = [] { return -1; };
+    m_calls.semtimedop = nullptr;
+    Watch();
+    const auto start = std::chrono::steady_clock::now();
+    Run();
+    ASSERT_TRUE(RecordingLog::WaitFor("Clear Fail:m_instance is NULL"));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1000));
+    m_tracker->Stop();
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(1900));
+    EXPECT_EQ(m_control->Requests().size(), 1u);
+}
 
 TEST_F(QxLogTrackerTest, StopBeforeRunDoesNothing) {
     EXPECT_EQ(m_tracker->Stop(), 1);

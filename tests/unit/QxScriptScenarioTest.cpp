@@ -98,6 +98,23 @@ TEST_F(QxScriptScenarioTest, AMethodWithoutAttributeIsSkippedWithALine) {
     EXPECT_NE(lines[0].find("action: a"), std::string::npos);
 }
 
+TEST_F(QxScriptScenarioTest, AMethodWithoutAttributeIsReportedOnceForItsScript) {
+    const std::string script = "<Scenario><x name='a'><method/></x><x name='b'><method/><method/></x></Scenario>";
+    for (int round = 0; round < 2; ++round) {
+        store = std::make_shared<ListingStore>();
+        Load(script);
+        RecordingLog::Clear();
+        for (int cycle = 0; cycle < 3; ++cycle) {
+            QxParser each(OnEvent, this);
+            std::pair<int, char*> nothing(0, nullptr);
+            each.Parse(nothing, store);
+            EXPECT_TRUE(each.Trace());
+        }
+        const std::string lead = "[QxScriptScenario::SetSubscriber] method without attribute, action: ";
+        EXPECT_EQ(RecordingLog::Messages(DLOG_ERROR), (std::vector<std::string>{lead + "a", lead + "b", lead + "b"}));
+    }
+}
+
 TEST_F(QxScriptScenarioTest, NothingIsSubscribedDeeper) {
     Load("<Scenario><Scenario><x name='a'><method name='M'/></x></Scenario></Scenario>");
     EXPECT_EQ(Keys(), List{});
