@@ -35,7 +35,7 @@ private:
 
 // The lists of names and types may be shorter than that of sizes: the members after their end have none.
 const std::string& EntryOrEmpty(const std::vector<std::string>& list, std::size_t index) {
-    static const std::string empty;
+    static const std::string& empty = *new std::string;
     return index < list.size() ? list[index] : empty;
 }
 

@@ -93,7 +93,7 @@ const QxLocation& QxData::Location(unsigned int locId, unsigned short pid) {
     const unsigned int key = LocationKey(locId, pid);
     const auto known = m_locations.find(key);
     if (known != m_locations.end()) return known->second;
-    static const QxLocation unknown;
+    static const QxLocation& unknown = *new QxLocation;
     if (!m_described.TryTake(ShareOf(pid, unknown.site))) return unknown;
     QxLocation& stored = m_locations[key];
     stored.describer = pid;
@@ -119,7 +119,7 @@ void QxData::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
 const IQxData::_HSCompArgDesc& QxData::CompArgDesc(const std::string& name) {
     const auto known = m_descriptors.find(name);
     if (known != m_descriptors.end()) return known->second.desc;
-    static const _HSCompArgDesc unknown;
+    static const _HSCompArgDesc& unknown = *new _HSCompArgDesc;
     if (!m_described.TryTake(ShareOf(m_currentPid, name, unknown))) return unknown;
     return m_descriptors.try_emplace(name, Layout{{}, m_currentPid}).first->second.desc;
 }

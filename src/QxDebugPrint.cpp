@@ -1,5 +1,6 @@
 #include "QxDebugPrint.h"
 
+#include <array>
 #include <boost/filesystem.hpp>
 #include <cstdio>
 #include <cstdlib>
@@ -18,9 +19,11 @@ constexpr std::size_t kMessageSize = 8192;
 constexpr std::size_t kColorEnd = 6;
 
 // The names and colours of the levels, for readers of colour terminals. Of the colours only the closing one is written.
-[[maybe_unused]] const std::string t_debugString[] = {"Silent", "Fatal", "Major", "Warning", "Debug", "Info"};
-const std::string t_debugColor[] = {"\033[0m", "\033[1;31m", "\033[1;35m", "\033[1;34m",
-                                    "\033[0m", "\033[1;32m", "\033[0m"};
+// Never destroyed: a worker may still print when the process ends.
+[[gnu::used]] const auto& t_debugString =
+    *new const std::array<std::string, 6>{"Silent", "Fatal", "Major", "Warning", "Debug", "Info"};
+const auto& t_debugColor = *new const std::array<std::string, 7>{"\033[0m", "\033[1;31m", "\033[1;35m", "\033[1;34m",
+                                                                 "\033[0m", "\033[1;32m", "\033[0m"};
 
 struct Output {
     int priority;

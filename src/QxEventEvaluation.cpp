@@ -17,8 +17,9 @@
 
 namespace {
 
-const std::string kEmpty;
-const std::string kNone = "NONE";
+// Never destroyed: a worker may still run when the process ends.
+const std::string& kEmpty = *new std::string;
+const std::string& kNone = *new std::string("NONE");
 
 __attribute__((format(printf, 2, 3))) void Print(int level, const char* format, ...) {
     va_list arguments;
