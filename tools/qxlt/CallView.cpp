@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "QxScriptScenario.h"
+#include "ResultType.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -79,7 +80,10 @@ std::string CallText(const CallView& view) {
     std::string text = ProcessText(view.process, view.call.pid) + " ";
     text += MethodText(view.location, view.call.locId) + "(" + ArgumentsText(args.in) + ")";
     if (!args.out.empty()) text += " out (" + ArgumentsText(args.out) + ")";
-    if (!args.ret.empty()) text += " = " + ArgumentsText(args.ret);
+    if (LacksResult(view.location, view.call))
+        text += " = no result";
+    else if (!args.ret.empty())
+        text += " = " + ArgumentsText(args.ret);
     return text + " at " + std::to_string(view.call.time);
 }
 

@@ -41,7 +41,9 @@ struct ValueRow {
 
 std::string ExampleText(const RecordedMethod& method, const std::string& tag, std::size_t index) {
     const IQxData::HSICallArg* const example = method.Example(tag, index);
-    return example == nullptr ? "" : ArgumentText(*example);
+    // A result without anything is none, or an empty list: neither is an example.
+    if (example == nullptr || (tag == "RET" && example->empty())) return "";
+    return ArgumentText(*example);
 }
 
 // The arguments that no call carries.

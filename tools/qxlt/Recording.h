@@ -27,11 +27,11 @@ struct RecordedValue {
 // One call site.
 struct RecordedMethod {
     unsigned short pid = 0;
-    std::string process;  // its name, empty when it is not known
-    IQxData::_HSCallLocation location;
-    std::vector<RecordedValue> in;   // what calls carry at entry, in the order of a script's index
-    std::vector<RecordedValue> out;  // at exit
-    std::vector<RecordedValue> ret;  // the result, if there is one
+    std::string process;                // its name, empty when it is not known
+    IQxData::_HSCallLocation location;  // with the result as the program has it
+    std::vector<RecordedValue> in;      // what calls carry at entry, in the order of a script's index
+    std::vector<RecordedValue> out;     // at exit
+    std::vector<RecordedValue> ret;     // the result, if there is one
     std::uint64_t calls = 0;
     std::optional<IQxData::HSCall> example;  // a call that has returned, cut short, if there was one
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "QxFormat.h"
+#include "ResultType.h"
 
 namespace qxlt {
 
@@ -138,8 +139,19 @@ RecordedMethod RecordingStore::MethodOf(const SiteKey& key, const Site& site) co
         if ((args.argFlags[i] & qxformat::kRecordedAtExit) != 0) method.out.push_back(value);
     }
     if (site.mostIn > method.in.size()) method.in = std::move(all);
-    if (args.retSize != 0) method.ret.push_back(ValueOf(args.retType, 0, args.retSize));
+    if (args.retSize != 0) AddResult(method);
     return method;
+}
+
+// The result as the program has it, though its calls may carry it as a list of one.
+void RecordingStore::AddResult(RecordedMethod& method) const {
+    _HSCallLocation::Args& args = method.location.args;
+    method.ret.push_back(ValueOf(args.retType, 0, args.retSize));
+    RecordedValue& result = method.ret.front();
+    result.type = ResultType(method.location);
+    if (result.type == args.retType) return;
+    args.retType = result.type;
+    if (result.coreType == result.type) args.retSize = result.coreSize;
 }
 
 // A script reads the first pair that a composite yields: its first member's, or that of the first member inside it.

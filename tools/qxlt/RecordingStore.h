@@ -45,6 +45,7 @@ private:
 
     static SiteKey KeyOf(unsigned short pid, const _HSCallLocation& location);
     RecordedMethod MethodOf(const SiteKey& key, const Site& site) const;
+    void AddResult(RecordedMethod& method) const;
     RecordedValue ValueOf(const std::string& type, std::size_t argument, unsigned int size) const;
 
     std::map<std::string, _HSCompArgDesc> m_layouts;

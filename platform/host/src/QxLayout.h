@@ -26,7 +26,9 @@ using SharedWord = std::atomic<Word>;
 static_assert(sizeof(SharedWord) == sizeof(Word) && SharedWord::is_always_lock_free,
               "recordings need 64-bit atomics that work between processes");
 
-constexpr Word kMagic = 0x3130305245435851;  // "QXCER001" in memory
+constexpr Word kMagic = 0x3230305245435851;  // "QXCER002" in memory
+constexpr Word kMagicOfAnyVersion = 0x5245435851;
+constexpr Word kMagicVersionMask = 0xFFFFFF0000000000;
 
 constexpr std::size_t kSlotCount = 64;  // the low bits of an entry time tell the slots apart
 constexpr std::size_t kSlotWords = 16;
@@ -84,7 +86,8 @@ enum Note : unsigned {
 
 // Head of an item: delta (32 bits), id (14), payload bytes (16), kind (2). The id is the location of an entry or log
 // item, and the distance of an exit: how many entries the slot took after the entry that returns. A distance that does
-// not fit is kFarDistance, and the payload begins with the real one in a word of its own.
+// not fit is kFarDistance, and the payload begins with the real one in a word of its own. The values of an exit are
+// those of the arguments and then the result; a call without one ends with the arguments. Every value takes bytes.
 constexpr unsigned kIdShift = 32;
 constexpr unsigned kSizeShift = 46;
 constexpr unsigned kKindShift = 62;

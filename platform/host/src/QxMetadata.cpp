@@ -191,11 +191,13 @@ void QxMetadata::CheckEntry(const QxLocation& location, const char* payload, std
     CheckEnd(values);
 }
 
-void QxMetadata::CheckExit(const QxLocation& location, const char* payload, std::size_t size) {
+std::size_t QxMetadata::CheckExit(const QxLocation& location, const char* payload, std::size_t size) {
     QxByteReader values(payload, size);
     SkipArguments(values, location, location.atExit);
-    if (location.result.size != 0) SkipValue(values, location.result);
+    const std::size_t resultAt = size - values.Left();
+    if (location.result.size != 0 && values.Left() != 0) SkipValue(values, location.result);
     CheckEnd(values);
+    return resultAt;
 }
 
 // A log item has no composite values, and an empty one would be dropped with a message.

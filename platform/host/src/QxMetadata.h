@@ -79,9 +79,10 @@ public:
     // The name of that number, empty for 0. Throws QxDamage for a number that was never given.
     const std::string& Name(std::uint32_t number) const;
 
-    // Check that recorded values are, to the byte, what the call site's description says.
+    // Check that recorded values are, to the byte, what the call site's description says. An exit is told where its
+    // result begins: behind the last byte when it has none.
     static void CheckEntry(const QxLocation& location, const char* payload, std::size_t size);
-    static void CheckExit(const QxLocation& location, const char* payload, std::size_t size);
+    static std::size_t CheckExit(const QxLocation& location, const char* payload, std::size_t size);
     static void CheckLog(const QxLocation& location, const char* payload, std::size_t size);
 
 private:

@@ -53,7 +53,10 @@ QxRecordingFile::QxRecordingFile(int directoryFd, const std::string& fileName, c
 void QxRecordingFile::ReadHeader() {
     std::array<std::uint64_t, kHeaderWords> header{};
     Read(0, header.data(), sizeof(header));
-    if (header[kHeaderMagic] != kMagic) throw QxDamage("its header is none");
+    if (header[kHeaderMagic] != kMagic) {
+        const bool isOtherVersion = (header[kHeaderMagic] & ~kMagicVersionMask) == kMagicOfAnyVersion;
+        throw QxDamage(isOtherVersion ? "a recorder of another version wrote it" : "its header is none");
+    }
     m_geometry = {static_cast<std::size_t>(header[kHeaderPageSize]), static_cast<std::size_t>(header[kHeaderPageCount]),
                   static_cast<std::size_t>(header[kHeaderMetaSize])};
     const bool fits = header[kHeaderPageSize] <= Geometry::kMaxPageSize &&

@@ -165,7 +165,8 @@ void QxRecordingReader::TakeExit(Slot& slot, const QxRingReader::Item& item, con
         return;
     }
     const OpenCall& call = found->second;
-    QxMetadata::CheckExit(Location(call.location), item.payload, item.size);
+    const QxLocation& location = Location(call.location);
+    const std::size_t resultAt = QxMetadata::CheckExit(location, item.payload, item.size);
     if (item.time < call.time) throw QxDamage("a call returns before it begins");
     const std::uint32_t number = DumpNumber(call.location);
     const std::uint16_t tid = Tid(call.serial);
@@ -173,7 +174,7 @@ void QxRecordingReader::TakeExit(Slot& slot, const QxRingReader::Item& item, con
         ++slot.loss.dropped;
         ++slot.loss.exitsDropped;
     } else {
-        const std::string exitValues(item.payload, item.size);
+        const std::string exitValues = QxCatalog::ExitValues(location, std::string(item.payload, item.size), resultAt);
         target.builder.Thread(tid).AddCall(number, call.time, call.values, item.time, exitValues);
         ++slot.loss.delivered;
         ++slot.loss.exitsDelivered;

@@ -19,10 +19,14 @@ std::uint32_t Number(const IQxData::HSICallArg& argument) {
     return number;
 }
 
+bool HasResult(const IQxData::HSCall& call) {
+    return !call.args.ret.empty() && !call.args.ret[0].empty();
+}
+
 }  // namespace
 
 int EventSink::OnEvent(std::string name, std::string value, IQxData::HSCall call, void* sink) {
-    CountEvent event{name, value, call.pid, 0, 0, "", !call.args.ret.empty(), 0};
+    CountEvent event{name, value, call.pid, 0, 0, "", HasResult(call), 0};
     event.thread = Number(call.args.in.at(0));
     event.n = Number(call.args.in.at(1));
     event.text = Traced(call.args.in.at(2));

@@ -11,7 +11,7 @@
 
 #include "IQxLogTracker.h"
 
-// An event of qx_traced's Count, taken apart.
+// An event of qx_traced's Count or Try, taken apart.
 struct CountEvent {
     std::string name;
     std::string value;

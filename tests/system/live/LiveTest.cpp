@@ -50,12 +50,14 @@ protected:
         return "qx" + std::to_string(getpid()) + static_cast<char>('A' + testNumber) + which;
     }
 
-    // Each call of Count fires; the value is n.
-    int Load(const std::vector<std::string>& processes) {
+    static constexpr char kEachCount[] =
+        "<method name='Count'/><event name='COUNTED' tag='IN' value='1' type='INT' watch='ALWAYS'/>";
+
+    // One action for each process. Unless told otherwise each call of Count fires; the value is n.
+    int Load(const std::vector<std::string>& processes, const std::string& content = kEachCount) {
         std::string xml = "<Scenario>";
         for (const std::string& process : processes) {
-            xml += "<action name='count' process='" + process + "'><method name='Count'/>";
-            xml += "<event name='COUNTED' tag='IN' value='1' type='INT' watch='ALWAYS'/></action>";
+            xml += "<action name='count' process='" + process + "'>" + content + "</action>";
         }
         xml += "</Scenario>";
         std::pair<int, char*> script(static_cast<int>(xml.size()), &xml[0]);
@@ -289,6 +291,30 @@ TEST_F(Live, LosesNothingToWhatTakesThePlaceOfADump) {
         if (event.pid != static_cast<unsigned short>(program.Pid())) continue;
         ASSERT_TRUE(last == -1 || event.n == last + 1) << last << " " << event.n;
         last = event.n;
+    }
+}
+
+// An event on the result fires for the calls that returned alone, though 0 is what they return.
+TEST_F(Live, RaisesNothingOnTheResultOfACallThatThrew) {
+    TracedProgram program(Name('a'), 1, 200, kPauseUs);
+    ASSERT_EQ(Load({Name('a')},
+                   "<method name='Try'/>"
+                   "<event name='TRIED' tag='IN' value='1' type='INT' watch='ALWAYS'/>"
+                   "<event name='RETURNED' tag='RET' value='0' type='INT' watch='ALWAYS'/>"),
+              1);
+    Run();
+    ASSERT_TRUE(m_events.WaitForCount(30));
+    m_tracker->Stop();
+    std::map<std::uint32_t, std::vector<std::string>> byCall;
+    for (const CountEvent& event : m_events.Events()) {
+        byCall[event.n].push_back(event.name + " " + event.value);
+        EXPECT_EQ(event.returned, event.n % 20 != 0) << event.n;
+    }
+    EXPECT_EQ(byCall.size(), 20u);
+    for (const auto& [n, events] : byCall) {
+        std::vector<std::string> expected{"TRIED " + std::to_string(n)};
+        if (n % 20 != 0) expected.emplace_back("RETURNED 0");
+        EXPECT_EQ(events, expected);
     }
 }
 

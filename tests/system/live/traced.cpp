@@ -1,8 +1,9 @@
 // A traced program for the system tests: qx_traced NAME THREADS CALLS PAUSE_US.
 //
 // Takes the command name NAME and makes CALLS calls on each of THREADS threads (0: without end), one every PAUSE_US
-// microseconds: Count(thread, n, "thread/n") with n from 0 on. Prints "started" when it has its name, "done" when all
-// calls are made, and ends when its standard input is closed.
+// microseconds: Count(thread, n, "thread/n") with n from 0 on. Each tenth is followed by Try of the same arguments, of
+// which every other one, from the first on, ends by an exception. Prints "started" when it has its name, "done" when
+// all calls are made, and ends when its standard input is closed.
 #include <qx/recorder.h>
 #include <sys/prctl.h>
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <stdexcept>
 #include <string>
 #include <thread>
 #include <vector>
@@ -24,9 +26,24 @@ std::uint32_t Count(std::uint32_t thread, std::uint32_t n, const std::string& te
     return call.Return(n + 1);
 }
 
+std::uint32_t Try(std::uint32_t thread, std::uint32_t n, const std::string& text) {
+    QX_CALL_RETURNS(call, std::uint32_t, "test", "Try", qx::In(thread), qx::In(n), qx::In(text));
+    if (n % 20 == 0) throw std::runtime_error(text);
+    return call.Return(0);
+}
+
+void CatchTry(std::uint32_t thread, std::uint32_t n, const std::string& text) {
+    try {
+        Try(thread, n, text);
+    } catch (const std::runtime_error&) {
+    }
+}
+
 void MakeCalls(std::uint32_t thread, std::uint32_t calls, useconds_t pauseUs) {
     for (std::uint32_t n = 0; !stop && (calls == 0 || n < calls); ++n) {
-        Count(thread, n, std::to_string(thread) + "/" + std::to_string(n));
+        const std::string text = std::to_string(thread) + "/" + std::to_string(n);
+        Count(thread, n, text);
+        if (n % 10 == 0) CatchTry(thread, n, text);
         if (pauseUs > 0) usleep(pauseUs);
     }
 }

@@ -490,6 +490,11 @@ TEST_F(ControlTest, FilesThatAreNoRecordingsOfThisUserAreRefused) {
              WriteFile(name, std::string(100000, 'x'));
              EXPECT_EQ(::chmod(name.c_str(), 0600), 0);
          }},
+        {"a recorder of another version wrote it",
+         [&] {
+             WriteFile(name, "QXCER001" + std::string(100000, '\0'));
+             EXPECT_EQ(::chmod(name.c_str(), 0600), 0);
+         }},
     };
     for (const auto& row : rows) {
         row.make();

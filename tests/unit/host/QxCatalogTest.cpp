@@ -40,15 +40,15 @@ std::string Layout(const std::string& name, const std::string& type, const std::
     return Record(qxlayout::kMetaDescriptor, layout);
 }
 
-// A call site with one argument of that type.
-std::string Site(const std::string& type, const std::string& method) {
+// A call site with one argument of that type, and a result if it has one.
+std::string Site(const std::string& type, const std::string& method, const std::string& result = Type(0, "void")) {
     std::string site;
     AppendVarint(site, 12);
     AppendText(site, "file.cpp");
     AppendVarint(site, 1);
     AppendVarint(site, QxArgument::kAtEntry);
     site += type;
-    site += Type(0, "void");
+    site += result;
     AppendText(site, method);
     AppendText(site, "package");
     return Record(qxlayout::kMetaLocation, site);
@@ -170,6 +170,95 @@ TEST(QxCatalogTest, CallSitesHaveNumbersThatTheStoreTellsApart) {
     }
     EXPECT_EQ(Recording(Site(kInt, "Set9998")).In(catalog).Numbers(), Numbers{9999});
     EXPECT_EQ(Recording(Site(kInt, "Set9999")).In(catalog).Numbers(), Numbers{0});
+}
+
+// How often a text stands in the items as layouts have it: each byte one less.
+std::size_t Shifted(const QxCatalog& catalog, std::string text) {
+    for (char& byte : text) byte = static_cast<char>(byte - 1);
+    const std::string items = catalog.Items();
+    std::size_t count = 0;
+    for (std::size_t at = items.find(text); at != std::string::npos; at = items.find(text, at + 1)) ++count;
+    return count;
+}
+
+TEST(QxCatalogTest, ResultsOfOneTypeShareALayout) {
+    QxCatalog catalog;
+    const std::string point = Layout("Point", kInt, "x");
+    Recording(point + Site(kInt, "A", kInt) + Site(kInt, "B", kInt) + Site(kInt, "C", Composite("Point")) +
+              Site(kInt, "D", Composite("Point")))
+        .In(catalog);
+    Recording(Site(kInt, "E", kInt)).In(catalog);
+    EXPECT_EQ(Shifted(catalog, "result<int>"), 1u);
+    EXPECT_EQ(Shifted(catalog, "result<Point>"), 1u);
+    EXPECT_EQ(Shifted(catalog, "Point"), 2u);
+}
+
+// A result's layout is that of its type, whichever of the namesakes it is.
+TEST(QxCatalogTest, ResultsOfNamesakesAreToldApart) {
+    QxCatalog catalog;
+    Recording(Layout("Point", kInt, "x") + Site(kInt, "A", Composite("Point"))).In(catalog);
+    Recording(Layout("Point", kInt, "y") + Site(kInt, "B", Composite("Point"))).In(catalog);
+    Recording(Layout("result<int>", kInt, "z") + Site(Composite("result<int>"), "C", kInt)).In(catalog);
+    Recording(Site(kInt, "D", Type(2, "int"))).In(catalog);
+    EXPECT_EQ(Shifted(catalog, "result<Point>"), 1u);
+    EXPECT_EQ(Shifted(catalog, "result<Point#2>"), 1u);
+    EXPECT_EQ(Shifted(catalog, "result<int>#2"), 1u);
+    EXPECT_EQ(Shifted(catalog, "result<int>#3"), 1u);
+}
+
+// A layout is taken over once for all call sites that return it: else a few bytes each would make megabytes of work.
+TEST(QxCatalogTest, ManySitesWithOneLargeResultCostNoMoreThanOthers) {
+    const std::string longName(4096, 'n');
+    std::string records = Layout("Big", kInt, longName, 1000);
+    for (unsigned i = 0; i < 9000; ++i) records += Site(kInt, "Get" + std::to_string(i), Composite("Big"));
+    QxCatalog catalog;
+    EXPECT_EQ(Recording(records).In(catalog).Numbers().back(), 9000u);
+    EXPECT_EQ(Shifted(catalog, "result<Big>"), 1u);
+}
+
+// A call site whose result finds no place has none either.
+TEST(QxCatalogTest, ResultsFitIntoADump) {
+    const std::string longName(4096, 'n');
+    std::string records;
+    for (unsigned i = 0; i < 6; ++i) records += Layout("Big" + std::to_string(i), kInt, longName, 1000);
+    for (unsigned i = 0; i < 6; ++i) {
+        records += Site(kInt, "Get" + std::to_string(i), Composite("Big" + std::to_string(i)));
+    }
+    records += Site(kInt, "GetAgain", Composite("Big5")) + Site(kInt, "GetVolume", kInt);
+    QxCatalog catalog;
+    EXPECT_EQ(Recording(records).In(catalog).Numbers(), (Numbers{1, 2, 0, 0, 0, 0, 0, 3}));
+    EXPECT_LT(catalog.Items().size(), 33u << 20);
+}
+
+TEST(QxCatalogTest, ExitsSayWhetherThereIsAResult) {
+    QxMetadata metadata;
+    std::string list;
+    AppendText(list, "List");
+    AppendVarint(list, 1);
+    AppendVarint(list, 1);
+    list += kInt;
+    AppendText(list, "");
+    metadata.Append(Record(qxlayout::kMetaDescriptor, list) + Site(kInt, "None") + Site(kInt, "Int", kInt) +
+                    Site(kInt, "List", Composite("List")));
+    const auto exit = [&metadata](std::size_t site, const std::string& values) {
+        const QxLocation& location = metadata.Locations()[site];
+        const std::size_t resultAt = QxMetadata::CheckExit(location, values.data(), values.size());
+        return QxCatalog::ExitValues(location, values, resultAt);
+    };
+    EXPECT_EQ(exit(0, ""), "");
+    EXPECT_EQ(exit(1, ""), std::string(1, '\0'));
+    EXPECT_EQ(exit(1, "abcd"),
+              "\1"
+              "abcd");
+    EXPECT_EQ(exit(2, ""), std::string(1, '\0'));
+    EXPECT_EQ(exit(2, std::string(1, '\0')), std::string(1, '\0'));
+    EXPECT_EQ(exit(2,
+                   "\2"
+                   "abcdefgh"),
+              "\2"
+              "abcdefgh");
+    for (const char* const damaged : {"abc", "abcde"}) EXPECT_THROW(exit(1, damaged), QxDamage) << damaged;
+    EXPECT_THROW(exit(0, "a"), QxDamage);
 }
 
 TEST(QxMetadataTest, ThreadNamesAreAsManyAsTheRecorderGives) {

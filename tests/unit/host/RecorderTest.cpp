@@ -205,7 +205,10 @@ int Throw(std::string& text) {
     throw std::runtime_error("x");
 }
 
-TEST_F(RecorderTest, ACallThatThrowsReturnsAnEmptyResult) {
+using Values = std::vector<IQxData::HSICallArg>;
+
+// Of what is recorded at exit only the result is missing.
+TEST_F(RecorderTest, ACallThatThrowsHasNoResult) {
     Run("traced", [] {
         std::string text;
         EXPECT_THROW(Throw(text), std::runtime_error);
@@ -213,8 +216,122 @@ TEST_F(RecorderTest, ACallThatThrowsReturnsAnEmptyResult) {
     const DecodedDump dump = Dump("traced", true);
     const IQxData::HSCall& call = dump.Only("Throw");
     EXPECT_EQ(Bytes(call.args.out[0]), "left");
-    EXPECT_EQ(Number(call.args.ret[0]), 0u);
+    EXPECT_EQ(call.args.ret, Values{{}});
     EXPECT_NE(call.exitTime, 0u);
+}
+
+// Calls a method, once for each of the results and once without.
+template <class Result>
+void Give(const char* method, std::initializer_list<Result> results) {
+    std::vector<const Result*> all;
+    for (const Result& result : results) all.push_back(&result);
+    all.push_back(nullptr);
+    for (const Result* const result : all) {
+        QX_CALL_RETURNS(call, Result, "p", method);
+        if (result != nullptr) call.Return(*result);
+    }
+}
+
+// Cannot be made out of nothing.
+struct Handle {
+    explicit Handle(int number) : value(number) {}
+    int value;
+};
+
+}  // namespace
+
+QX_TRACE_STRUCT(Handle, value)
+
+namespace {
+
+// What the store holds of traced bytes: each plus one.
+std::string Stored(std::string bytes) {
+    for (char& byte : bytes) byte = static_cast<char>(static_cast<unsigned char>(byte) + 1);
+    return bytes;
+}
+
+std::string StoredInt(char value) {
+    return Stored(std::string{value, 0, 0, 0});
+}
+
+TEST_F(RecorderTest, NoResultIsToldFromEveryResult) {
+    Run("traced", [] {
+        Give("Int", {0, 7});
+        Give("Long", {std::int64_t{-1}});
+        Give("Bool", {false});
+        Give("Text", {std::string("on"), std::string()});
+        Give("Point", {Point{1, 2}});
+        Give("List", {std::vector<Point>{{1, 2}, {3, 4}}});
+        Give("Handle", {Handle(7)});
+    });
+    const DecodedDump dump = Dump("traced", true);
+    const std::pair<const char*, Values> rows[] = {
+        {"Int", {{{"", StoredInt(0)}}, {{"", StoredInt(7)}}}},
+        {"Long", {{{"", Stored(std::string(8, '\xFF'))}}}},
+        {"Bool", {{{"", Stored(std::string(1, '\0'))}}}},
+        {"Text", {{{"", Stored("on")}}, {{"", ""}}}},
+        {"Point", {{{"x", StoredInt(1)}, {"y", StoredInt(2)}}}},
+        {"List", {{{"x", StoredInt(1)}, {"y", StoredInt(2)}, {"x", StoredInt(3)}, {"y", StoredInt(4)}}}},
+        {"Handle", {{{"value", StoredInt(7)}}}},
+    };
+    for (const auto& [method, results] : rows) {
+        const std::vector<IQxData::HSCall> calls = dump.Of(method);
+        ASSERT_EQ(calls.size(), results.size() + 1) << method;
+        for (std::size_t i = 0; i < results.size(); ++i) EXPECT_EQ(calls[i].args.ret, Values{results[i]}) << method;
+        EXPECT_EQ(calls.back().args.ret, Values{{}}) << method;
+        EXPECT_NE(calls.back().exitTime, 0u) << method;
+    }
+}
+
+// The trace format has no other word for an empty list.
+TEST_F(RecorderTest, AnEmptyListReadsLikeNoResult) {
+    Run("traced", [] { Give("List", {std::vector<int>()}); });
+    const std::vector<IQxData::HSCall> calls = Dump("traced", true).Of("List");
+    ASSERT_EQ(calls.size(), 2u);
+    for (const IQxData::HSCall& call : calls) EXPECT_EQ(call.args.ret, Values{{}});
+}
+
+TEST_F(RecorderTest, AMethodWithoutResultHasNoPlaceForOne) {
+    Run("traced", [] { Note(1); });
+    EXPECT_EQ(Dump("traced", true).Only("Note").args.ret, Values());
+}
+
+TEST_F(RecorderTest, OnlyTheFirstReturnCounts) {
+    Run("traced", [] {
+        QX_CALL_RETURNS(call, int, "p", "Twice");
+        call.Return(1);
+        call.Return(2);
+    });
+    EXPECT_EQ(Number(Dump("traced", true).Only("Twice").args.ret[0]), 1u);
+}
+
+// The layouts of the results and of the arguments of one type stand side by side.
+TEST_F(RecorderTest, AResultThatMayBeMissingIsDescribedAsAListOfOne) {
+    Run("traced", [] {
+        Give<std::string>("GiveText", {});
+        NoteText("a");
+        Give<std::vector<int>>("GiveList", {});
+    });
+    const DecodedDump dump = Dump("traced", true);
+    const auto location = [&dump](const char* method) {
+        const IQxData::HSCall& call = dump.Only(method);
+        return dump.data->GetCallLocationWithPID(call.locId, call.pid);
+    };
+    EXPECT_EQ(location("GiveText").args.retType, "result<string>");
+    EXPECT_EQ(location("GiveText").args.retSize, 16382u);
+    IQxData::_HSCompArgDesc result;
+    dump.data->GetCompArgDesc(result, "result<string>");
+    EXPECT_EQ(result.isContainer, 1);
+    EXPECT_EQ(result.memberSizes, std::vector<unsigned>{16383});
+    EXPECT_EQ(result.memberTypes, std::vector<std::string>{"string"});
+    EXPECT_TRUE(result.memberNames.empty());
+    EXPECT_EQ(location("NoteText").args.argType[0], "string");
+    IQxData::_HSCompArgDesc argument;
+    dump.data->GetCompArgDesc(argument, "string");
+    EXPECT_EQ(argument.isContainer, 0);
+    EXPECT_EQ(Bytes(dump.Only("NoteText").args.in[0]), "a");
+    EXPECT_EQ(location("GiveList").args.retType, "vector<int>");
+    EXPECT_EQ(location("NoteText").args.retType, "void");
 }
 
 TEST_F(RecorderTest, LogItemsTakeNoExitAndEmptyTextsKeepTheirPlace) {

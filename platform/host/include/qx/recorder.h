@@ -13,9 +13,11 @@
 //         QX_LOG("robot", "Stopping", 42, "by hand");
 //     }
 //
-// A call is recorded when its scope object is made, and its exit when Return is called or the scope ends (then with an
-// empty result). Arguments marked In are recorded at entry, Out at exit, InOut at both. A call ends on the thread on
-// which it began; an exit on another thread, or in a forked child, is not recorded.
+// A call is recorded when its scope object is made, and its exit when Return is called or the scope ends. A call whose
+// scope ends without Return, by an exception or otherwise, has no result: what reads the trace can tell that from every
+// result, but for a list, where it reads like an empty one. Arguments marked In are recorded at entry, Out at exit,
+// InOut at both. A call ends on the thread on which it began; an exit on another thread, or in a forked child, is not
+// recorded.
 //
 // Each thread records into a ring of its own. Recording takes no lock, allocates nothing and makes no system call; only
 // a thread's first record and the first pass through each call site do; signals and cancellation of the thread wait
@@ -441,8 +443,7 @@ void LogItem(Site& site, const char* package, const char* method, const Values&.
 
 }  // namespace detail
 
-// The scope of a traced call; QX_CALL and QX_CALL_RETURNS make one. `Result` is void or the type of the result, which
-// can be made without arguments.
+// The scope of a traced call; QX_CALL and QX_CALL_RETURNS make one. `Result` is void or the type of the result.
 template <class Result, class... Arguments>
 class Call {
 public:
@@ -456,13 +457,9 @@ public:
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
 
-    // Records the exit, if Return did not.
+    // Records the exit, if Return did not: without a result.
     ~Call() {
-        if (m_ticket.attachment == 0) return;
-        if constexpr (std::is_void_v<Result>)
-            Exit([](detail::Encoder&) {});
-        else
-            Exit([](detail::Encoder& encoder) { detail::Value<Result>::Encode(encoder, Result()); });
+        if (m_ticket.attachment != 0) Exit([](detail::Encoder&) {});
     }
 
     // Records the exit with the result, which it hands back. Later ones record nothing.
@@ -531,8 +528,8 @@ recorder::detail::Marked<T, recorder::detail::kAtEntry | recorder::detail::kAtEx
     const auto variable = ::qx::recorder::MakeCall<void>(variable##Site, __VA_ARGS__); \
     static_cast<void>(variable)
 
-// Traces the enclosing scope as a call with a result: QX_CALL_RETURNS(variable, Type, "package", "method",
-// arguments...).
+// Traces the enclosing scope as a call with a result, which is given to Return: QX_CALL_RETURNS(variable, Type,
+// "package", "method", arguments...).
 #define QX_CALL_RETURNS(variable, Type, ...)                                     \
     static ::qx::recorder::detail::Site variable##Site{__FILE__, __LINE__, {0}}; \
     auto variable = ::qx::recorder::MakeCall<Type>(variable##Site, __VA_ARGS__)
