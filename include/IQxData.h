@@ -34,8 +34,9 @@ public:
     };
 
     // One decoded argument: (name, value) pairs in the order in which they were decoded. A plain value is one pair with
-    // an empty name; a composite value gives a pair for each of its members. Values hold the traced bytes plus one each
-    // (modulo 256): taking one off again gives what the process passed.
+    // an empty name; a composite value gives a pair for each of its members, and an empty list none. Neither does the
+    // result of a call that ended without one. Values hold the traced bytes plus one each (modulo 256): taking one off
+    // again gives what the process passed.
     typedef std::vector<std::pair<std::string, std::string>> HSICallArg;
 
     // One traced call or log record.
