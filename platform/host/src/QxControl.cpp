@@ -12,26 +12,35 @@
 #include <iterator>
 #include <utility>
 
+#include "QxDirectory.h"
 #include "QxDumpWriter.h"
 #include "QxLeftovers.h"
 #include "QxLossMath.h"
 #include "QxProcessInfo.h"
 #include "QxRuntimeDir.h"
+#include "QxVisibility.h"
 
 namespace qxhost {
 
 using qx::host::Loss;
+using qx::host::ProcessState;
+using qx::host::Visibility;
 
 namespace {
 
 constexpr std::size_t kShortNameSize = 15;  // what the system keeps of a command name
 constexpr std::size_t kMaxReported = 1000;
+constexpr std::size_t kEndedKept = 64;
+
+// Whether a recorded name is the one asked for, or as much of it as the system keeps.
+bool IsWhole(const std::string& recorded, const std::string& asked) {
+    return !recorded.empty() && (recorded == asked || recorded == asked.substr(0, kShortNameSize));
+}
 
 // How well a recorded name fits the one asked for; 0 when it does not.
 std::size_t Fit(const std::string& recorded, const std::string& asked) {
     if (recorded.empty() || asked.compare(0, recorded.size(), recorded) != 0) return 0;
-    const bool isWhole = recorded.size() == std::min(asked.size(), kShortNameSize) || recorded == asked;
-    return isWhole ? asked.size() + 1 : recorded.size();
+    return IsWhole(recorded, asked) ? asked.size() + 1 : recorded.size();
 }
 
 QxFileName NameOf(const std::string& fileName) {
@@ -55,10 +64,22 @@ bool FindId(int directoryFd, const std::string& fileName, QxRecordingFile::Id& i
     return true;
 }
 
-// Unless the name is another file's by now.
-void RemoveFile(int directoryFd, const std::string& fileName, QxRecordingFile::Id id) {
+// Whether the name is that file's, and no other one's by now.
+bool IsNamed(int directoryFd, const std::string& fileName, QxRecordingFile::Id id) {
     QxRecordingFile::Id found;
-    if (FindId(directoryFd, fileName, found) && found == id) ::unlinkat(directoryFd, fileName.c_str(), 0);
+    return FindId(directoryFd, fileName, found) && found == id;
+}
+
+bool IsRecording(const std::string& fileName) {
+    QxFileName name;
+    return QxFileName::Parse(fileName, name) && name.suffix == QxFileName::kRecording;
+}
+
+ProcessState EndedState(pid_t pid) {
+    ProcessState state;
+    state.pid = pid;
+    state.isRead = true;
+    return state;
 }
 
 }  // namespace
@@ -82,20 +103,49 @@ bool QxControl::getQxBufferDump(std::vector<char>& path, const std::string& proc
     return false;
 }
 
-bool QxControl::Dump(std::vector<char>& path, const std::string& process, bool first) {
-    std::string error;
-    const QxFd directory = QxRuntimeDir::Open(m_directory, false, error);
-    if (!error.empty()) ReportOnce(error);
-    if (!directory) return false;
+QxControl::Listing QxControl::List() {
+    Listing listing;
+    listing.directory = QxRuntimeDir::Open(m_directory, false, listing.problem);
     std::vector<std::string> fileNames;
-    if (!QxLeftovers::List(directory.Get(), fileNames)) {
-        ReportOnce("directory " + m_directory + " cannot be listed: " + std::strerror(errno));
-        return false;
+    if (listing.directory && !QxDirectory::List(listing.directory.Get(), fileNames)) {
+        listing.problem = "directory " + m_directory + " cannot be listed: " + std::strerror(errno);
+        listing.directory = QxFd();
     }
-    if (!std::exchange(m_hasCleaned, true)) QxLeftovers::RemoveDumps(directory.Get());
-    if (first) m_programs.erase(process);
+    if (!listing.problem.empty()) ReportOnce(listing.problem);
+    std::copy_if(fileNames.begin(), fileNames.end(), std::back_inserter(listing.fileNames), IsRecording);
+    return listing;
+}
+
+void QxControl::Watch(const std::string& process) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    BeginWatch(List(), m_programs[process]);
+}
+
+// Notes the recordings of all names: which one fits best depends on those that come. Where the directory cannot be
+// read, the watch begins with the next attempt.
+void QxControl::BeginWatch(const Listing& listing, Program& program) {
+    if (program.isWatched || !listing.problem.empty()) return;
+    program.isWatched = true;
+    QxOwners owners;
+    for (const std::string& fileName : listing.fileNames) {
+        QxRecordingFile::Id id;
+        if (!FindId(listing.directory.Get(), fileName, id) || owners.Find(NameOf(fileName), id.second) != 0) continue;
+        Recording& recording = program.recordings[id];
+        recording.fileName = fileName;
+        recording.isDone = true;
+    }
+}
+
+bool QxControl::Dump(std::vector<char>& path, const std::string& process, bool first) {
+    const Listing listing = List();
+    const QxFd& directory = listing.directory;
     Program& program = m_programs[process];
-    FindRecordings(directory.Get(), fileNames, process, first, program);
+    BeginWatch(listing, program);
+    if (!directory) return false;
+    if (!std::exchange(m_hasCleaned, true)) QxLeftovers::RemoveDumps(directory.Get());
+    program.wasDumped = true;
+    if (first) program.Restart();
+    FindRecordings(listing, process, first, program);
     const Loss before = program.Total();
     QxDumpBuilder builder;
     ReadRecordings(program, builder);
@@ -121,22 +171,25 @@ bool QxControl::Dump(std::vector<char>& path, const std::string& process, bool f
     const std::uint64_t held = program.Total().held;
     program.lastDump = Difference(program.Total(), before);
     program.lastDump.held = held;
-    DropDrained(directory.Get(), program);
+    DropRead(directory.Get(), program);
     return isWritten;
 }
 
-void QxControl::FindRecordings(int directoryFd, const std::vector<std::string>& fileNames, const std::string& process,
-                               bool first, Program& program) {
+// Those of which nothing is read any more are as good as not there.
+void QxControl::FindRecordings(const Listing& listing, const std::string& process, bool first, Program& program) {
     std::size_t best = 1;
     std::vector<std::pair<std::size_t, std::string>> found;
-    for (const std::string& fileName : fileNames) {
-        QxFileName name;
-        if (!QxFileName::Parse(fileName, name) || name.suffix != QxFileName::kRecording) continue;
-        found.emplace_back(Fit(name.name, process), fileName);
-        best = std::max(best, found.back().first);
+    for (const std::string& fileName : listing.fileNames) {
+        const std::size_t fit = Fit(NameOf(fileName).name, process);
+        QxRecordingFile::Id id;
+        if (fit == 0 || !FindId(listing.directory.Get(), fileName, id)) continue;
+        const auto known = program.recordings.find(id);
+        if (known != program.recordings.end() && known->second.isDone && known->second.fileName == fileName) continue;
+        found.emplace_back(fit, fileName);
+        best = std::max(best, fit);
     }
     for (const auto& [fit, fileName] : found) {
-        if (fit == best) TakeUp(directoryFd, fileName, first, program);
+        if (fit == best) TakeUp(listing.directory.Get(), fileName, first, program);
     }
 }
 
@@ -148,7 +201,8 @@ void QxControl::TakeUp(int directoryFd, const std::string& fileName, bool first,
     const auto known = program.recordings.find(id);
     const bool isKnown = known != program.recordings.end() &&
                          // A file that nobody holds open may be another one by now.
-                         (known->second.reader != nullptr || known->second.fileName == fileName);
+                         (known->second.reader != nullptr || known->second.fileName == fileName ||
+                          ReplacedName(known->second.fileName) == fileName);
     if (isKnown) return;
     for (auto& [otherId, other] : program.recordings) {
         if (other.fileName == fileName) other.fileName = ReplacedName(fileName);
@@ -158,14 +212,17 @@ void QxControl::TakeUp(int directoryFd, const std::string& fileName, bool first,
 
 void QxControl::OpenRecording(int directoryFd, const std::string& fileName, bool first, Program& program,
                               QxRecordingFile::Id id) {
-    std::unique_ptr<QxRecordingReader> reader;
+    Recording recording;
+    recording.fileName = fileName;
     try {
         QxRecordingFile file(directoryFd, fileName, NameOf(fileName));
         // Replaced meanwhile: both files are found the next time.
         if (file.GetId() != id) return;
-        reader = std::make_unique<QxRecordingReader>(std::move(file), m_tids, first);
+        recording.owner = QxOwners().Find(file.Name(), id.second);
+        if (recording.owner != 0) file.SetPid(recording.owner);
+        recording.reader = std::make_unique<QxRecordingReader>(std::move(file), m_tids, first);
     } catch (const QxDamage& damage) {
-        GiveUp(fileName, damage.what());
+        GiveUp(recording, damage.what());
     } catch (const QxOpenFailure& failure) {
         const std::string where = fileName + " in " + m_directory;
         if (failure.error != ENOENT) {
@@ -173,31 +230,28 @@ void QxControl::OpenRecording(int directoryFd, const std::string& fileName, bool
         }
         return;
     }
-    program.recordings[id] = {fileName, std::move(reader)};
+    program.recordings[id] = std::move(recording);
 }
 
 void QxControl::ReadRecordings(Program& program, QxDumpBuilder& builder) {
+    QxOwners owners;
     for (auto& [id, recording] : program.recordings) {
-        const QxFileName name = NameOf(recording.fileName);
-        recording.isAlive = QxProcessInfo::IsAlive(name.pid, name.startTime);
         if (recording.reader == nullptr) continue;
-        recording.reader->Read(program.catalog, builder, m_openCallLimitNs, recording.isAlive);
+        recording.owner = owners.Find(NameOf(recording.fileName), id.second, recording.owner);
+        recording.reader->Read(program.catalog, builder, m_openCallLimitNs, recording.owner != 0);
         const std::string& damage = recording.reader->Damage();
-        if (!damage.empty()) GiveUp(recording.fileName, damage);
+        if (!damage.empty()) GiveUp(recording, damage);
     }
 }
 
-void QxControl::GiveUp(const std::string& fileName, const std::string& reason) {
-    ReportOnce("recording " + fileName + " in " + m_directory + " is given up: " + reason);
+void QxControl::GiveUp(Recording& recording, const std::string& reason) {
+    recording.damage = reason;
+    ReportOnce("recording " + recording.fileName + " in " + m_directory + " is given up: " + reason);
 }
 
 // Compressing takes longer than all the rest, and the items seldom change.
-const std::string& QxControl::Describe(Program& program) const {
-    std::string items;
-    for (const auto& [id, recording] : program.recordings) {
-        if (recording.reader != nullptr) items += recording.reader->HeaderItem();
-    }
-    items += program.catalog.Items();
+const std::string& QxControl::Describe(Program& program) {
+    std::string items = program.catalog.Items();
     if (items != program.describedItems || program.description.empty()) {
         program.description = QxDumpBuilder::Describe(items);
         program.describedItems = std::move(items);
@@ -205,22 +259,22 @@ const std::string& QxControl::Describe(Program& program) const {
     return program.description;
 }
 
-// The recording of a process that has ended is needed until all of it was written into a dump; one that was given up
-// until its process has ended.
-void QxControl::DropDrained(int directoryFd, Program& program) {
+// A recording that was read to its end, or given up, is remembered as long as its file is there: it is not to be read
+// again.
+void QxControl::DropRead(int directoryFd, Program& program) {
     for (auto place = program.recordings.begin(); place != program.recordings.end();) {
         auto& [id, recording] = *place;
         std::unique_ptr<QxRecordingReader>& reader = recording.reader;
-        const bool isGivenUp = reader == nullptr || !reader->Damage().empty();
-        const bool isDone = isGivenUp ? !recording.isAlive : reader->IsDrained();
-        if (isDone) RemoveFile(directoryFd, recording.fileName, id);
+        const bool isThere = IsNamed(directoryFd, recording.fileName, id);
         // One that has got another name is still there, and would be read again if it was forgotten.
-        const bool isGone = isDone && (isGivenUp || !reader->File().HasName());
-        if (reader != nullptr && (isGivenUp || isGone)) {
+        const bool isDrained = reader != nullptr && reader->IsDrained() && (isThere || !reader->File().HasName());
+        if (reader != nullptr && (isDrained || !reader->Damage().empty())) {
+            recording.isDone = recording.owner == 0;
+            if (recording.isDone) program.NoteEnd(reader->File().Name().pid);
             program.ended = Sum(program.ended, reader->GetLoss());
             reader.reset();
         }
-        place = isGone ? program.recordings.erase(place) : std::next(place);
+        place = reader == nullptr && !isThere ? program.recordings.erase(place) : std::next(place);
     }
 }
 
@@ -238,6 +292,23 @@ Loss QxControl::Program::Total() const {
     return total;
 }
 
+void QxControl::Program::Restart() {
+    Program fresh;
+    fresh.isWatched = isWatched;
+    fresh.wasDumped = wasDumped;
+    fresh.endedPids = std::move(endedPids);
+    for (auto& [id, recording] : recordings) {
+        if (recording.isDone) fresh.recordings[id] = std::move(recording);
+    }
+    *this = std::move(fresh);
+}
+
+void QxControl::Program::NoteEnd(pid_t pid) {
+    if (std::find(endedPids.begin(), endedPids.end(), pid) != endedPids.end()) return;
+    endedPids.push_back(pid);
+    if (endedPids.size() > kEndedKept) endedPids.pop_front();
+}
+
 bool QxControl::Program::HasReaders() const {
     return std::any_of(recordings.begin(), recordings.end(), [](const auto& entry) {
         const QxRecordingReader* reader = entry.second.reader.get();
@@ -245,10 +316,90 @@ bool QxControl::Program::HasReaders() const {
     });
 }
 
+std::vector<qx::host::ProcessState> QxControl::GetProcesses(const std::string& process) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const Listing listing = List();
+    const auto known = m_programs.find(process);
+    const Program* program = known != m_programs.end() ? &known->second : nullptr;
+    std::vector<ProcessState> states;
+    for (const pid_t pid : Ended(program)) states.push_back(EndedState(pid));
+    for (const pid_t pid : Running(process, listing)) states.push_back(StateOf(pid, process, listing, program));
+    std::stable_sort(states.begin(), states.end(),
+                     [](const ProcessState& left, const ProcessState& right) { return left.pid < right.pid; });
+    return states;
+}
+
+// Those that ended since the last dump included.
+std::set<pid_t> QxControl::Ended(const Program* program) {
+    if (program == nullptr) return {};
+    std::set<pid_t> pids(program->endedPids.begin(), program->endedPids.end());
+    QxOwners owners;
+    for (const auto& [id, recording] : program->recordings) {
+        if (recording.reader == nullptr) continue;
+        const pid_t owner = owners.Find(NameOf(recording.fileName), id.second, recording.owner);
+        if (owner == 0) pids.insert(recording.reader->File().Name().pid);
+    }
+    return pids;
+}
+
+// Those that go by the name, and those that did when they began to record.
+std::set<pid_t> QxControl::Running(const std::string& process, const Listing& listing) {
+    std::set<pid_t> pids;
+    for (const pid_t pid : QxProcessInfo::All()) {
+        if (IsWhole(QxProcessInfo::CommandName(pid), process) && QxProcessInfo::StartTime(pid) != 0) pids.insert(pid);
+    }
+    QxOwners owners;
+    for (const std::string& fileName : listing.fileNames) {
+        QxRecordingFile::Id id;
+        const QxFileName name = NameOf(fileName);
+        if (!IsWhole(name.name, process) || !FindId(listing.directory.Get(), fileName, id)) continue;
+        const pid_t owner = owners.Find(name, id.second);
+        if (owner != 0) pids.insert(owner);
+    }
+    return pids;
+}
+
+ProcessState QxControl::StateOf(pid_t pid, const std::string& process, const Listing& listing,
+                                const Program* program) const {
+    const pid_t innerPid = QxProcessInfo::InnerPid(pid);
+    const std::uint64_t startTime = QxProcessInfo::StartTime(pid);
+    for (const std::string& fileName : listing.fileNames) {
+        const QxFileName name = NameOf(fileName);
+        const bool isOwn = (name.pid == pid || name.pid == innerPid) && name.startTime == startTime;
+        if (isOwn && IsWhole(name.name, process)) return StateOfRecording(pid, listing, fileName, program);
+    }
+    ProcessState state = QxVisibility::Diagnose(pid, m_directory);
+    const bool isElsewhere = state.visibility == Visibility::OtherUser || state.visibility == Visibility::NoRecorder;
+    return listing.problem.empty() || isElsewhere ? state : QxVisibility::Unreadable(pid, listing.problem);
+}
+
+ProcessState QxControl::StateOfRecording(pid_t pid, const Listing& listing, const std::string& fileName,
+                                         const Program* program) {
+    const int directoryFd = listing.directory.Get();
+    std::string problem;
+    try {
+        const QxRecordingFile file(directoryFd, fileName, NameOf(fileName));
+        if (program != nullptr) {
+            const auto known = program->recordings.find(file.GetId());
+            if (known != program->recordings.end()) problem = known->second.damage;
+        }
+    } catch (const QxDamage& damage) {
+        problem = damage.what();
+    } catch (const QxOpenFailure& failure) {
+        problem = std::strerror(failure.error);
+    }
+    if (!problem.empty()) return QxVisibility::Unreadable(pid, "its recording cannot be read: " + problem);
+    ProcessState state;
+    state.pid = pid;
+    state.isRunning = true;
+    state.isRead = true;
+    return state;
+}
+
 bool QxControl::GetLoss(const std::string& process, Loss* total, Loss* lastDump) {
     const std::lock_guard<std::mutex> lock(m_mutex);
     const auto program = m_programs.find(process);
-    if (program == m_programs.end()) return false;
+    if (program == m_programs.end() || !program->second.wasDumped) return false;
     if (total != nullptr) *total = program->second.Total();
     if (lastDump != nullptr) *lastDump = program->second.lastDump;
     return true;

@@ -1,10 +1,12 @@
 // The control: finds the recordings of a program by its name and writes what came since the last dump into a dump file.
+// It removes none: what it has read to the end, and what it leaves alone, it remembers as long as the file is there.
 // One object serves all trackers of a program; any thread may call it.
 #pragma once
 
 #include <qx/IControl.h>
 
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -14,6 +16,7 @@
 
 #include "QxCatalog.h"
 #include "QxDumpBuilder.h"
+#include "QxOwners.h"
 #include "QxRecordingReader.h"
 #include "QxTidPool.h"
 #include "qx/control.h"
@@ -30,6 +33,8 @@ public:
     bool getQxBufferDump(std::vector<char>& path, const std::string& process, bool first) override;
 
     // See qx/control.h.
+    void Watch(const std::string& process);
+    std::vector<qx::host::ProcessState> GetProcesses(const std::string& process);
     bool GetLoss(const std::string& process, qx::host::Loss* total, qx::host::Loss* lastDump);
     std::vector<qx::host::ThreadLoss> GetThreadLoss(const std::string& process);
     void SetOpenCallLimit(unsigned milliseconds);
@@ -39,35 +44,58 @@ private:
     // A recording that was found.
     struct Recording {
         std::string fileName;
-        std::unique_ptr<QxRecordingReader> reader;  // null: it was given up
-        bool isAlive = true;                        // whether its process ran when it was looked for last
+        std::unique_ptr<QxRecordingReader> reader;  // null: nothing more is read of it
+        pid_t owner = 0;                            // the process, 0 when it had ended when it was looked for last
+        // It had ended before the watch began, or was read to its end.
+        bool isDone = false;
+        std::string damage;  // why it was given up
     };
     // By the file, whose name goes to another one when the program runs another one in its place.
     using Recordings = std::map<QxRecordingFile::Id, Recording>;
 
     // What is known of one program name.
     struct Program {
+        bool isWatched = false;
+        bool wasDumped = false;
         QxCatalog catalog;
         Recordings recordings;
-        qx::host::Loss ended;        // of the readers that were dropped
-        qx::host::Loss lastDump;     // of the last dump alone
-        std::string describedItems;  // what `description` was made from
+        std::deque<pid_t> endedPids;  // of processes whose recordings were read, those that ended last
+        qx::host::Loss ended;         // of the readers that were dropped
+        qx::host::Loss lastDump;      // of the last dump alone
+        std::string describedItems;   // what `description` was made from
         std::string description;
 
         qx::host::Loss Total() const;
         bool HasReaders() const;
+        // Forgets what was read, so that it is read again.
+        void Restart();
+        void NoteEnd(pid_t pid);
     };
 
+    // The directory with the names of the recordings in it.
+    struct Listing {
+        QxFd directory;       // empty when it is not there, or not usable
+        std::string problem;  // why it is not usable
+        std::vector<std::string> fileNames;
+    };
+
+    Listing List();
+    void BeginWatch(const Listing& listing, Program& program);
     bool Dump(std::vector<char>& path, const std::string& process, bool first);
-    void FindRecordings(int directoryFd, const std::vector<std::string>& fileNames, const std::string& process,
-                        bool first, Program& program);
+    void FindRecordings(const Listing& listing, const std::string& process, bool first, Program& program);
     void TakeUp(int directoryFd, const std::string& fileName, bool first, Program& program);
     void OpenRecording(int directoryFd, const std::string& fileName, bool first, Program& program,
                        QxRecordingFile::Id id);
     void ReadRecordings(Program& program, QxDumpBuilder& builder);
-    void GiveUp(const std::string& fileName, const std::string& reason);
-    const std::string& Describe(Program& program) const;
-    void DropDrained(int directoryFd, Program& program);
+    void GiveUp(Recording& recording, const std::string& reason);
+    static const std::string& Describe(Program& program);
+    static void DropRead(int directoryFd, Program& program);
+    static std::set<pid_t> Ended(const Program* program);
+    static std::set<pid_t> Running(const std::string& process, const Listing& listing);
+    qx::host::ProcessState StateOf(pid_t pid, const std::string& process, const Listing& listing,
+                                   const Program* program) const;
+    static qx::host::ProcessState StateOfRecording(pid_t pid, const Listing& listing, const std::string& fileName,
+                                                   const Program* program);
     void ReportOnce(const std::string& message);
 
     const std::string m_directory;

@@ -36,19 +36,26 @@ QxThreadStream& QxDumpBuilder::Thread(std::uint16_t tid) {
         .first->second;
 }
 
+std::string QxDumpBuilder::ThreadPacket(std::uint16_t tid, const std::string& name) {
+    std::string content;
+    AppendText(content, name);
+    std::string buffer;
+    AppendInteger(buffer, tid, 2);
+    AppendItem(buffer, kThreadItem, content);
+    std::string packet;
+    AppendItem(packet, kThreadProperties, buffer);
+    return packet;
+}
+
 std::string QxDumpBuilder::Finish(const std::string& description) {
     std::string dump = description;
-    for (const auto& [tid, name] : m_names) {
-        std::string content;
-        AppendText(content, name);
-        std::string buffer;
-        AppendInteger(buffer, tid, 2);
-        AppendItem(buffer, kThreadItem, content);
-        AppendItem(dump, kThreadProperties, buffer);
+    for (const Process& process : m_processes) {
+        AppendItem(dump, kPersistentBuffer, process.headerItem);
+        for (const auto& [tid, name] : process.names) dump += ThreadPacket(tid, name);
     }
     for (auto& [tid, thread] : m_threads) dump += thread.Finish();
     // Compressed packets are decoded when one of another kind follows.
-    if (m_names.empty() && m_threads.empty()) AppendItem(dump, kPersistentBuffer, "");
+    if (m_processes.empty() && m_threads.empty()) AppendItem(dump, kPersistentBuffer, "");
     return dump;
 }
 

@@ -1,9 +1,11 @@
-// Puts one dump together: what describes the program, compressed, then the threads' names, then their calls.
+// Puts one dump together: what describes the program, compressed, then each process's header with the names of its
+// threads behind it, then the threads' calls. So a thread is known to be of the process whose header came last.
 #pragma once
 
 #include <cstdint>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "QxThreadStream.h"
 
@@ -14,8 +16,11 @@ public:
     // The stream that takes the calls of a thread. Valid as long as the builder.
     QxThreadStream& Thread(std::uint16_t tid);
 
-    // Names a thread; its item comes ahead of all calls.
-    void NameThread(std::uint16_t tid, const std::string& name) { m_names[tid] = name; }
+    // Begins a process with its header item, as a persistent buffer holds it.
+    void AddProcess(const std::string& headerItem) { m_processes.push_back({headerItem, {}}); }
+
+    // Names a thread of the process that was added last; its item comes ahead of all calls. Requires: there is one.
+    void NameThread(std::uint16_t tid, const std::string& name) { m_processes.back().names[tid] = name; }
 
     // Whether there are calls or log items.
     bool HasCalls() const { return !m_threads.empty(); }
@@ -23,12 +28,19 @@ public:
     // The whole dump, with the packets that Describe made.
     std::string Finish(const std::string& description);
 
-    // Header, layout and location items (as a persistent buffer holds them) as compressed packets.
+    // Layout and location items (as a persistent buffer holds them) as compressed packets.
     static std::string Describe(const std::string& items);
 
 private:
+    struct Process {
+        std::string headerItem;
+        std::map<std::uint16_t, std::string> names;
+    };
+
+    static std::string ThreadPacket(std::uint16_t tid, const std::string& name);
+
     std::map<std::uint16_t, QxThreadStream> m_threads;
-    std::map<std::uint16_t, std::string> m_names;
+    std::vector<Process> m_processes;
 };
 
 }  // namespace qxhost

@@ -1,16 +1,13 @@
 #include "QxLeftovers.h"
 
-#include <dirent.h>
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <memory>
 #include <tuple>
 #include <utility>
+#include <vector>
 
-#include "QxFd.h"
+#include "QxDirectory.h"
 #include "QxFileName.h"
 #include "QxProcessInfo.h"
 
@@ -20,10 +17,6 @@ namespace {
 
 // Programs whose names change from run to run must not fill the file system.
 constexpr std::size_t kOthersKept = 16;
-
-struct DirectoryCloser {
-    void operator()(DIR* directory) const { ::closedir(directory); }
-};
 
 struct Leftover {
     QxFileName name;
@@ -43,25 +36,11 @@ void RemoveAllButNewest(int directoryFd, std::vector<Leftover> files, std::size_
 // As far as they can be listed: what is missed is removed another time.
 std::vector<std::string> NamesIn(int directoryFd) {
     std::vector<std::string> names;
-    QxLeftovers::List(directoryFd, names);
+    QxDirectory::List(directoryFd, names);
     return names;
 }
 
 }  // namespace
-
-bool QxLeftovers::List(int directoryFd, std::vector<std::string>& names) {
-    names.clear();
-    QxFd fd(::openat(directoryFd, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    const std::unique_ptr<DIR, DirectoryCloser> directory(fd ? ::fdopendir(fd.Get()) : nullptr);
-    if (directory == nullptr) return false;
-    fd.Release();
-    errno = 0;
-    while (const dirent* entry = ::readdir(directory.get())) {
-        names.emplace_back(entry->d_name);
-        errno = 0;
-    }
-    return errno == 0;
-}
 
 void QxLeftovers::RemoveRecordings(int directoryFd, const std::string& processName) {
     std::vector<Leftover> own;

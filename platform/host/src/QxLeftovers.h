@@ -2,16 +2,11 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 namespace qxhost {
 
 class QxLeftovers {
 public:
-    // Gives the names in the directory, in no particular order. False when it cannot be read to its end; errno says
-    // why.
-    static bool List(int directoryFd, std::vector<std::string>& names);
-
     // Removes half-made recordings of dead processes, and the recordings of dead processes of that name, but for the
     // one that began last: the end of the latest run is what a tracker may still want. Of other names, the recordings
     // of the 16 dead processes that began last stay.

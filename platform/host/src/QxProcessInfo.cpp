@@ -8,6 +8,7 @@
 #include <optional>
 #include <sstream>
 
+#include "QxDirectory.h"
 #include "QxFd.h"
 
 namespace qxhost {
@@ -36,22 +37,29 @@ std::uint64_t ParseStartTime(const std::string& text) {
     return hasEnded ? 0 : startTime;
 }
 
-// The start time, 0 when the process has ended, and nothing when the system does not tell: for lack of descriptors,
-// say.
-std::optional<std::uint64_t> AskStartTime(pid_t pid) {
+// What stands in /proc/PID/stat. Nothing when it cannot be read; errno says why.
+std::optional<std::string> ReadStat(pid_t pid) {
     const std::string path = "/proc/" + std::to_string(pid) + "/stat";
     const QxFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     std::string line(kMaxStatSize, '\0');
     const ssize_t size = file ? ::read(file.Get(), &line[0], line.size()) : -1;
-    if (size < 0) {
+    if (size < 0) return std::nullopt;
+    line.resize(static_cast<std::size_t>(size));
+    return line;
+}
+
+// The start time, 0 when the process has ended, and nothing when the system does not tell: for lack of descriptors,
+// say.
+std::optional<std::uint64_t> AskStartTime(pid_t pid) {
+    const std::optional<std::string> line = ReadStat(pid);
+    if (!line) {
         if (errno == ENOENT || errno == ESRCH) return 0;
         return std::nullopt;
     }
-    line.resize(static_cast<std::size_t>(size));
     // The command name stands in parentheses and may itself hold blanks and parentheses.
-    const std::size_t nameEnd = line.rfind(')');
+    const std::size_t nameEnd = line->rfind(')');
     if (nameEnd == std::string::npos) return std::nullopt;
-    return ParseStartTime(line.substr(nameEnd + 1));
+    return ParseStartTime(line->substr(nameEnd + 1));
 }
 
 }  // namespace
@@ -61,6 +69,38 @@ std::string QxProcessInfo::OwnName() {
     std::string name;
     std::getline(file, name);
     return name;
+}
+
+std::string QxProcessInfo::CommandName(pid_t pid) {
+    const std::string line = ReadStat(pid).value_or("");
+    const std::size_t begin = line.find('(');
+    const std::size_t end = line.rfind(')');
+    if (begin == std::string::npos || end == std::string::npos || end < begin) return {};
+    return line.substr(begin + 1, end - begin - 1);
+}
+
+pid_t QxProcessInfo::InnerPid(pid_t pid) {
+    std::ifstream file("/proc/" + std::to_string(pid) + "/status");
+    const std::string label = "NSpid:";
+    for (std::string line; std::getline(file, line);) {
+        if (line.compare(0, label.size(), label) != 0) continue;
+        std::istringstream numbers(line.substr(label.size()));
+        pid_t inner = pid;
+        for (pid_t number = 0; numbers >> number;) inner = number;
+        return inner;
+    }
+    return pid;
+}
+
+std::vector<pid_t> QxProcessInfo::All() {
+    std::vector<pid_t> all;
+    std::vector<std::string> names;
+    const QxFd directory(::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (directory) QxDirectory::List(directory.Get(), names);
+    for (const std::string& name : names) {
+        if (name.find_first_not_of("0123456789") == std::string::npos) all.push_back(std::stoi(name));
+    }
+    return all;
 }
 
 std::uint64_t QxProcessInfo::StartTime(pid_t pid) {

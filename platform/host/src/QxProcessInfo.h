@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace qxhost {
 
@@ -15,6 +16,15 @@ public:
 
     // The process's start time in clock ticks since boot; 0 when it does not run (any more), or cannot be asked for.
     static std::uint64_t StartTime(pid_t pid);
+
+    // Its command name as the system shortens it; empty when it does not run, or cannot be asked for.
+    static std::string CommandName(pid_t pid);
+
+    // The id that it has in the innermost namespace that it is in: what it takes for its own.
+    static pid_t InnerPid(pid_t pid);
+
+    // The ids of all processes that run, or wait for somebody to take note of their end.
+    static std::vector<pid_t> All();
 
     // Whether the process that had this id and start time still runs, be it with its first thread ended. When the
     // system does not tell, for lack of descriptors say, it is taken to run.

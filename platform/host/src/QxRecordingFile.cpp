@@ -20,37 +20,50 @@ namespace {
 // So often in a row a value is only caught in the middle of a store where somebody makes a game of it.
 constexpr int kMaxAttempts = 10000;
 
-// FIFOs must not block, links not lead elsewhere.
-constexpr int kOpenFlags = O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+// FIFOs must not block.
+constexpr int kOpenFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 // Whether it says nothing about the file, but that the client has not enough of something, or that the file is gone.
 bool IsPassing(int error) {
     return error == EMFILE || error == ENFILE || error == ENOMEM || error == EINTR || error == EIO || error == ENOENT;
 }
 
-void CheckStatus(const struct stat& status) {
-    if (!S_ISREG(status.st_mode)) throw QxDamage("it is no regular file");
-    if (status.st_uid != ::geteuid()) throw QxDamage("it belongs to another user");
-    if ((status.st_mode & 077) != 0) throw QxDamage("group or others may open it");
-}
-
 }  // namespace
 
 QxRecordingFile::QxRecordingFile(int directoryFd, const std::string& fileName, const QxFileName& name)
-    : m_name(name), m_fd(::openat(directoryFd, fileName.c_str(), O_RDWR | kOpenFlags)) {
+    : m_name(name), m_fd(::openat(directoryFd, fileName.c_str(), O_RDWR | O_NOFOLLOW | kOpenFlags)) {
     // On a read-only file system it can still be read.
-    if (!m_fd && errno == EROFS) m_fd = QxFd(::openat(directoryFd, fileName.c_str(), O_RDONLY | kOpenFlags));
+    if (!m_fd && errno == EROFS)
+        m_fd = QxFd(::openat(directoryFd, fileName.c_str(), O_RDONLY | O_NOFOLLOW | kOpenFlags));
     struct stat status {};
+    ReadStatus(status);
+    if (status.st_uid != ::geteuid()) throw QxDamage("it belongs to another user");
+    if ((status.st_mode & 077) != 0) throw QxDamage("group or others may open it");
+    ReadHeader();
+}
+
+QxRecordingFile::QxRecordingFile(const std::string& path) : m_fd(::open(path.c_str(), O_RDONLY | kOpenFlags)) {
+    struct stat status {};
+    ReadStatus(status);
+    const auto header = ReadHeader();
+    std::array<char, 2 * sizeof(Word)> name{};
+    std::memcpy(name.data(), &header[kHeaderName], name.size());
+    const std::size_t nameSize =
+        static_cast<std::size_t>(std::min<std::uint64_t>(header[kHeaderNameSize], name.size()));
+    m_name = {std::string(name.data(), nameSize), static_cast<pid_t>(header[kHeaderPid] & 0x7FFFFFFF),
+              header[kHeaderStartTime], QxFileName::kRecording};
+}
+
+void QxRecordingFile::ReadStatus(struct stat& status) {
     if (!m_fd || ::fstat(m_fd.Get(), &status) != 0) {
         if (IsPassing(errno)) throw QxOpenFailure{errno};
         throw QxDamage(errno == ELOOP ? "it is a symbolic link" : std::strerror(errno));
     }
-    CheckStatus(status);
+    if (!S_ISREG(status.st_mode)) throw QxDamage("it is no regular file");
     m_id = IdOf(status);
-    ReadHeader();
 }
 
-void QxRecordingFile::ReadHeader() {
+std::array<std::uint64_t, kHeaderWords> QxRecordingFile::ReadHeader() {
     std::array<std::uint64_t, kHeaderWords> header{};
     Read(0, header.data(), sizeof(header));
     if (header[kHeaderMagic] != kMagic) {
@@ -63,6 +76,7 @@ void QxRecordingFile::ReadHeader() {
                       header[kHeaderPageCount] <= Geometry::kMaxRingSize &&
                       header[kHeaderMetaSize] <= Geometry::kMaxMetaSize;
     if (!fits || !m_geometry.IsValid()) throw QxDamage("its header gives sizes out of range");
+    return header;
 }
 
 bool QxRecordingFile::HasName() const {

@@ -35,10 +35,16 @@ public:
     // and QxOpenFailure.
     QxRecordingFile(int directoryFd, const std::string& fileName, const QxFileName& name);
 
+    // Opens any file that the user may read, without writing to it; its name is what its header says. Throws the same.
+    explicit QxRecordingFile(const std::string& path);
+
     const qxlayout::Geometry& Geometry() const { return m_geometry; }
     const QxFileName& Name() const { return m_name; }
 
     Id GetId() const { return m_id; }
+
+    // The process that it belongs to as it is known here, be it another one than the name says; see QxOwners.
+    void SetPid(pid_t pid) { m_name.pid = pid; }
 
     // Whether the file is still in some directory.
     bool HasName() const;
@@ -62,7 +68,8 @@ public:
 
 private:
     void Read(std::uint64_t offset, void* out, std::size_t size) const;
-    void ReadHeader();
+    void ReadStatus(struct stat& status);
+    std::array<std::uint64_t, qxlayout::kHeaderWords> ReadHeader();
     template <std::size_t Count>
     std::array<std::uint64_t, Count> ReadSettled(std::uint64_t offset, std::initializer_list<std::size_t> pairs) const;
 

@@ -40,6 +40,7 @@ QxRecordingReader::~QxRecordingReader() {
 
 void QxRecordingReader::Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs, bool isAlive) {
     const Target target{catalog, builder};
+    builder.AddProcess(HeaderItem());
     m_isDrained = false;
     m_damage.clear();
     m_state = std::make_unique<State>(*m_kept);
@@ -54,6 +55,10 @@ void QxRecordingReader::Read(QxCatalog& catalog, QxDumpBuilder& builder, std::ui
 
 void QxRecordingReader::ReadSlots(std::uint64_t openCallLimitNs, bool isAlive, const Target& target) {
     m_refused = m_file.ReadRefused();
+    // Threads whose calls are still open may have given their place to others by now.
+    for (const Slot& slot : *m_state) {
+        if (!slot.open.empty()) NameThread(slot.ring.Thread(), target.builder);
+    }
     std::size_t bytesToRetry = kMaxRetriedBytes;
     for (std::size_t number = 0; number < kSlotCount; ++number) ReadSlot(number, bytesToRetry, target);
     for (Slot& slot : *m_state) {
@@ -271,15 +276,18 @@ void QxRecordingReader::GiveBackTids() {
     m_threads = std::move(stay);
 }
 
+// The process id stands whole in the first extra field, since that of the header keeps 16 bits of it.
 std::string QxRecordingReader::HeaderItem() const {
-    constexpr std::size_t kExtraFieldsSize = 16;
+    constexpr std::size_t kExtraFieldSize = 8;
     std::string header;
     AppendInteger(header, static_cast<std::uint64_t>(m_file.Name().pid) & 0xFFFF, 2);
     AppendText(header, m_file.Name().name);
     AppendText(header, "host 1");
     AppendText(header, "");
     AppendText(header, "");
-    header.append(kExtraFieldsSize, '\0');
+    const std::string pid = std::to_string(m_file.Name().pid % 100000000);
+    header += std::string(kExtraFieldSize - pid.size(), '0') + pid;
+    header.append(kExtraFieldSize, '\0');
     std::string item;
     AppendItem(item, dumpformat::kHeaderItem, header);
     return item;

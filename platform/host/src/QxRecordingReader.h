@@ -50,9 +50,6 @@ public:
     // Whether the process had ended when the reading began, so that nothing is left to read.
     bool IsDrained() const { return m_isDrained; }
 
-    // The header item of its dumps, as a persistent buffer holds it.
-    std::string HeaderItem() const;
-
     qx::host::Loss GetLoss() const;
     std::vector<qx::host::ThreadLoss> GetThreadLoss() const;
 
@@ -82,6 +79,7 @@ private:
         QxDumpBuilder& builder;
     };
 
+    std::string HeaderItem() const;
     void ReadSlots(std::uint64_t openCallLimitNs, bool isAlive, const Target& target);
     void ReadSlot(std::size_t number, std::size_t& bytesToRetry, const Target& target);
     bool TryReadSlot(std::size_t number, const Target& target);

@@ -34,6 +34,19 @@ bool QxRingReader::Read(const QxRecordingFile& file, std::size_t slotNumber, con
     return true;
 }
 
+// Reads no more than the pages that the last item, however large, may lie in.
+std::uint64_t QxRingReader::LastTime(const QxRecordingFile& file, std::size_t slotNumber,
+                                     const QxRecordingFile::Slot& slot) {
+    const std::uint64_t capacity = file.Geometry().PageCapacity();
+    const std::uint64_t pages = (1 + WordsFor(kMaxPayload)) / capacity + 2;
+    const std::uint64_t lastPage = slot[kSlotCommitted] / capacity;
+    QxRingReader reader;
+    reader.m_firstPage = lastPage > pages ? lastPage - pages : 0;
+    Batch batch;
+    reader.Read(file, slotNumber, slot, batch);
+    return reader.m_base;
+}
+
 void QxRingReader::CheckSlot(const QxRecordingFile::Slot& slot, std::uint64_t capacity) const {
     const bool isInRange = slot[kSlotOpened] < kMaxPosition / capacity && slot[kSlotCommitted] < kMaxPosition;
     if (!isInRange || slot[kSlotCommitted] > slot[kSlotOpened] * capacity || slot[kSlotCommitted] < m_position) {
@@ -48,7 +61,7 @@ bool QxRingReader::CopyPages(const QxRecordingFile& file, std::size_t slotNumber
     const std::uint64_t capacity = file.Geometry().PageCapacity();
     const std::uint64_t pageCount = file.Geometry().pageCount;
     const auto oldest = [pageCount](std::uint64_t opened) { return opened > pageCount ? opened - pageCount : 0; };
-    copy.firstPage = std::max(m_position / capacity, oldest(slot[kSlotOpened]));
+    copy.firstPage = std::max({m_firstPage, m_position / capacity, oldest(slot[kSlotOpened])});
     copy.lastPage = (slot[kSlotCommitted] - 1) / capacity;
     copy.pageWords = file.Geometry().PageWords();
     if (copy.lastPage < copy.firstPage) return false;

@@ -41,6 +41,10 @@ public:
     // nothing was read, and reading may be tried again with the slot as it is by then. Throws QxDamage.
     bool Read(const QxRecordingFile& file, std::size_t slotNumber, const QxRecordingFile::Slot& slot, Batch& batch);
 
+    // The time of the last item in a ring, 0 for none or when it cannot be told. Throws QxDamage.
+    static std::uint64_t LastTime(const QxRecordingFile& file, std::size_t slotNumber,
+                                  const QxRecordingFile::Slot& slot);
+
 private:
     // A run of whole pages, headers included.
     struct Copy {
@@ -66,6 +70,7 @@ private:
     void TakeNote(std::uint64_t head, const std::uint64_t* payload, Batch& batch);
     std::uint64_t OrdinalAt(std::uint64_t distance) const;
 
+    std::uint64_t m_firstPage = 0;  // what lies before it is left out
     std::uint64_t m_position = 0;
     std::uint64_t m_entries = 0;
     std::uint64_t m_exits = 0;

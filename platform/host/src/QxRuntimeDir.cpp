@@ -12,12 +12,6 @@ namespace qxhost {
 
 namespace {
 
-// With a trailing slash the system would follow a symbolic link in the last component.
-std::string WithoutTrailingSlashes(std::string path) {
-    while (path.size() > 1 && path.back() == '/') path.pop_back();
-    return path;
-}
-
 std::string Refusal(const struct stat& status) {
     if (status.st_uid != ::geteuid()) return "it belongs to another user";
     if ((status.st_mode & 077) != 0) return "group or others may enter it, its mode must be 0700";
@@ -34,12 +28,21 @@ std::string OpenFailure(int error) {
 
 std::string QxRuntimeDir::DefaultPath() {
     const char* path = std::getenv("QX_RUNTIME_DIR");
-    if (path != nullptr && *path != '\0') return WithoutTrailingSlashes(path);
+    return path != nullptr && *path != '\0' ? Normal(path) : OwnPath();
+}
+
+std::string QxRuntimeDir::OwnPath() {
     return "/dev/shm/qx-" + std::to_string(::geteuid());
 }
 
+// With a trailing slash the system would follow a symbolic link in the last component.
+std::string QxRuntimeDir::Normal(std::string path) {
+    while (path.size() > 1 && path.back() == '/') path.pop_back();
+    return path;
+}
+
 QxFd QxRuntimeDir::Open(const std::string& path, bool create, std::string& error) {
-    const std::string name = WithoutTrailingSlashes(path);
+    const std::string name = Normal(path);
     std::string reason;
     if (create && ::mkdir(name.c_str(), 0700) != 0 && errno != EEXIST) reason = std::strerror(errno);
     QxFd fd(::open(name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));

@@ -2,7 +2,9 @@
 
 #include <qx/api.h>
 
+#include "QxClock.h"
 #include "QxControl.h"
+#include "QxRecordings.h"
 #include "QxRuntimeDir.h"
 
 namespace {
@@ -23,6 +25,31 @@ boost::shared_ptr<IControl> api::GetControl() {
 }
 
 namespace host {
+
+std::uint64_t GetRecordingTime() {
+    return qxhost::NowNs();
+}
+
+void Watch(const std::string& process) {
+    Control()->Watch(process);
+}
+
+std::vector<ProcessState> GetProcesses(const std::string& process) {
+    return Control()->GetProcesses(process);
+}
+
+std::vector<RecordingInfo> GetRecordings(std::string* problem) {
+    std::string ignored;
+    return qxhost::QxRecordings::List(Control()->Directory(), problem != nullptr ? *problem : ignored);
+}
+
+bool DumpRecordings(const std::vector<std::string>& paths, std::string& dump, std::string& problem) {
+    return qxhost::QxRecordings::Dump(paths, dump, problem);
+}
+
+bool RemoveRecording(const std::string& path, std::string& problem) {
+    return qxhost::QxRecordings::Remove(path, problem);
+}
 
 bool GetLoss(const std::string& process, Loss* total, Loss* lastDump) {
     return Control()->GetLoss(process, total, lastDump);

@@ -155,14 +155,70 @@ TEST_F(ControlTest, AKilledProgramIsDumpedWithItsOpenCallsAndThenForgotten) {
         QX_CALL(call, "p", "Open", qx::In(2));
         pause();
     });
+    m_control->Watch("traced");
     child.Kill();
     const DecodedDump dump = Dump("traced", true);
     EXPECT_EQ(Values(dump), (Numbers{1, 2}));
     EXPECT_EQ(dump.Only("Open").exitTime, 0u);
-    EXPECT_TRUE(Files(".qxrec").empty());
     EXPECT_FALSE(Dump("traced").exists);
     EXPECT_EQ(Total("traced").delivered, 2u);
     EXPECT_FALSE(Dump("traced", true).exists);
+    EXPECT_EQ(Files(".qxrec").size(), 1u);
+}
+
+TEST_F(ControlTest, WhatHadEndedBeforeTheWatchIsLeftAlone) {
+    Child(m_directory, "traced", [] { Note(1); }).Join();
+    PausingChild living(m_directory, "traced", [](const Pause& pause) { NoteOneByOne(2, pause); });
+    m_control->Watch("traced");
+    Child(m_directory, "traced", [] { Note(3); }).Join();
+    EXPECT_EQ(Values(Dump("traced", true)), (Numbers{1, 3}));
+    EXPECT_EQ(Total("traced").recorded, 2u);
+    // It stays left alone, and so does what was read to its end.
+    EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    living.Continue();
+    EXPECT_EQ(Values(Dump("traced")), Numbers{2});
+    EXPECT_EQ(Files(".qxrec").size(), 3u);
+    living.Finish();
+}
+
+TEST_F(ControlTest, TheFirstDumpBeginsTheWatch) {
+    Child(m_directory, "traced", [] { Note(1); }).Join();
+    EXPECT_FALSE(Dump("traced", true).exists);
+    Child(m_directory, "traced", [] { Note(2); }).Join();
+    EXPECT_EQ(Values(Dump("traced")), Numbers{2});
+    EXPECT_FALSE(Dump("traced").exists);
+    EXPECT_TRUE(RecordingLog::Lines().empty());
+}
+
+TEST_F(ControlTest, AWatchThatFindsNoUsableDirectoryBeginsWhenThereIsOne) {
+    Child(m_directory, "traced", [] { Note(1); }).Join();
+    ASSERT_EQ(::chmod(m_directory.c_str(), 0755), 0);
+    m_control->Watch("traced");
+    ASSERT_EQ(::chmod(m_directory.c_str(), 0700), 0);
+    EXPECT_FALSE(Dump("traced", true).exists);
+    Child(m_directory, "traced", [] { Note(2); }).Join();
+    EXPECT_EQ(Values(Dump("traced", true)), Numbers{2});
+}
+
+TEST_F(ControlTest, AnEndedRecordingOfALongerNameDoesNotHideALivingOne) {
+    Child(m_directory, "abcd", [] { Note(1); }).Join();
+    PausingChild living(m_directory, "abc", [](const Pause& pause) { NoteOneByOne(1, pause); });
+    EXPECT_EQ(Values(Dump("abcd", true)), Numbers{1});
+    EXPECT_EQ(Total("abcd").recorded, 1u);
+    living.Finish();
+}
+
+TEST_F(ControlTest, WhatIsGoneIsForgottenSoThatAnotherFileMayHaveItsPlace) {
+    Child(m_directory, "traced", [] { Note(1); }).Join();
+    const std::string path = Files(".qxrec").at(0);
+    const std::string bytes = ReadFile(path);
+    m_control->Watch("traced");
+    EXPECT_FALSE(Dump("traced", true).exists);
+    ::unlink(path.c_str());
+    EXPECT_FALSE(Dump("traced").exists);
+    WriteFile(path, bytes);
+    ASSERT_EQ(::chmod(path.c_str(), 0600), 0);
+    EXPECT_EQ(Values(Dump("traced")), Numbers{1});
 }
 
 TEST_F(ControlTest, AStoppedProgramIsDumpedAndGoesOn) {
@@ -198,7 +254,6 @@ TEST_F(ControlTest, AProgramWhoseFirstThreadHasEndedGoesOn) {
     EXPECT_EQ(Files(".qxrec").size(), 1u);
     child.Finish();
     EXPECT_FALSE(Dump("traced").exists);
-    EXPECT_TRUE(Files(".qxrec").empty());
 }
 
 TEST_F(ControlTest, ARestartedProgramGoesOnUnderItsName) {
@@ -223,7 +278,7 @@ TEST_F(ControlTest, AProgramRunByAnotherInItsPlaceTakesNothingFromIt) {
     });
     EXPECT_EQ(Files(".qxrec").size(), 2u);
     EXPECT_EQ(Values(Dump("traced", true)), (Numbers{1, 2}));
-    EXPECT_TRUE(Files(".qxrec").empty());
+    EXPECT_FALSE(Dump("traced").exists);
 }
 
 // The recorder of the program that is run anew finds a recording under its own name and puts it aside.
@@ -243,10 +298,9 @@ TEST_F(ControlTest, AProgramThatRunsItselfAnewLosesNothingAndRepeatsNothing) {
     EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
     child.Continue();
     EXPECT_EQ(Values(Dump("traced")), Numbers{2});
-    EXPECT_EQ(Files(".qxrec").size(), 1u);
+    EXPECT_EQ(Files(".qxrec").size(), 2u);
     child.Finish();
     EXPECT_EQ(Values(Dump("traced")), Numbers{3});
-    EXPECT_TRUE(Files(".qxrec").empty());
     EXPECT_FALSE(Dump("traced").exists);
     ExpectBalanced(Total("traced"));
     EXPECT_EQ(Total("traced").delivered, 3u);
@@ -264,7 +318,6 @@ TEST_F(ControlTest, ARecordingThatIsPutAsideUnseenIsReadOnce) {
     ASSERT_EQ(::rename(aside.c_str(), path.c_str()), 0);
     EXPECT_FALSE(Dump("traced").exists);
     EXPECT_EQ(Total("traced").delivered, 1u);
-    EXPECT_TRUE(Files(".qxrec").empty());
 }
 
 TEST_F(ControlTest, WithoutDescriptorsNothingIsLost) {
@@ -309,6 +362,7 @@ TEST_F(ControlTest, WithoutDescriptorsNothingIsLost) {
 }
 
 TEST_F(ControlTest, NamesAreFoundAsTheSystemShortensThem) {
+    m_control->Watch("abcxyz");
     Run("abc", [] { Note(1); });
     Run("abcdef", [] { Note(2); });
     Run("a-name-that-is-far-too-long", [] { Note(3); });
@@ -319,6 +373,7 @@ TEST_F(ControlTest, NamesAreFoundAsTheSystemShortensThem) {
 }
 
 TEST_F(ControlTest, AWholeNameIsPreferredToAPrefixAndALongPrefixToAShortOne) {
+    m_control->Watch("abcde");
     Run("abc", [] { Note(1); });
     Run("abcd", [] { Note(2); });
     Run("abcdef", [] { Note(3); });
@@ -497,14 +552,16 @@ TEST_F(ControlTest, FilesThatAreNoRecordingsOfThisUserAreRefused) {
          }},
     };
     for (const auto& row : rows) {
+        m_control = std::make_unique<qxhost::QxControl>(m_directory);
+        m_control->Watch("traced");
         row.make();
         RecordingLog::Clear();
         EXPECT_FALSE(Dump("traced", true).exists);
         ASSERT_EQ(RecordingLog::Lines().size(), 1u);
         EXPECT_EQ(RecordingLog::Lines()[0].text, "recording traced.1.1.qxrec" + given + row.reason);
-        // Its process has ended, so it is in nobody's way any more.
         EXPECT_FALSE(Dump("traced", false).exists);
-        EXPECT_NE(::access(name.c_str(), F_OK), 0);
+        EXPECT_EQ(RecordingLog::Lines().size(), 1u);
+        EXPECT_EQ(::unlink(name.c_str()), 0);
     }
 }
 
@@ -587,7 +644,7 @@ TEST_F(ControlTest, ADumpThatIsNotMadeHasLostNothing) {
     EXPECT_EQ(Total("traced").delivered, 1u);
 }
 
-// The packets of a dump: compressed ones that describe, thread names, then the calls.
+// The packets of a dump: compressed ones that describe, the process's header, thread names, then the calls.
 TEST_F(ControlTest, DumpsUseEveryBufferKindInOrder) {
     Run("traced", [] { Note(1); });
     const std::string bytes = Dump("traced", true).bytes;
@@ -597,7 +654,7 @@ TEST_F(ControlTest, DumpsUseEveryBufferKindInOrder) {
         tags += static_cast<char>('0' + reader.ReadByte());
         reader.Skip(reader.ReadVarint());
     }
-    EXPECT_EQ(tags, "541");
+    EXPECT_EQ(tags, "5241");
 }
 
 }  // namespace

@@ -166,6 +166,7 @@ HostTest::~HostTest() {
 }
 
 void HostTest::Run(const std::string& name, const std::function<void()>& body) const {
+    m_control->Watch(name);
     Child(m_directory, name, body).Join();
 }
 

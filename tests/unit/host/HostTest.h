@@ -101,7 +101,7 @@ protected:
     HostTest();
     ~HostTest() override;
 
-    // Runs the body in a traced child to its end.
+    // Runs the body in a traced child to its end, while the name is watched.
     void Run(const std::string& name, const std::function<void()>& body) const;
 
     // Takes a dump and decodes it with no error; empty when there is none.

@@ -31,7 +31,7 @@ protected:
     DecodedDump Read(QxRecordingReader& reader, bool isAlive = true) {
         QxDumpBuilder builder;
         reader.Read(m_catalog, builder, kNoLimit, isAlive);
-        return Decode("traced", builder.Finish(QxDumpBuilder::Describe(reader.HeaderItem() + m_catalog.Items())));
+        return Decode("traced", builder.Finish(QxDumpBuilder::Describe(m_catalog.Items())));
     }
 
     QxTidPool m_tids;

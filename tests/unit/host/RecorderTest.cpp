@@ -991,7 +991,7 @@ TEST_F(RecorderTest, OfDeadRecordingsOneIsKeptUntilItWasRead) {
     ASSERT_EQ(dump.calls.size(), 2u);
     EXPECT_EQ(Number(dump.calls[0].args.in[0]), 1u);
     EXPECT_EQ(Number(dump.calls[1].args.in[0]), 2u);
-    EXPECT_EQ(Files(".qxrec").size(), 2u);
+    EXPECT_EQ(Files(".qxrec").size(), 4u);
     EXPECT_FALSE(Dump("traced").exists);
 }
 

@@ -1,12 +1,15 @@
-// What the host's control offers beyond the interface that the library uses: what was lost on the way from a traced
-// program to the dumps, and how long an open call is waited for. All functions work on the control that
-// qx::api::GetControl() gives in the same program or shared library. Any thread may call them.
+// What the host's control offers beyond the interface that the library uses: since when it watches a program, which
+// processes of it there are and why one cannot be read, what was lost on the way from a traced program to the dumps,
+// and the recordings themselves. All functions work on the control that qx::api::GetControl() gives in the same program
+// or shared library. Any thread may call them. Texts may hold names of files and users, with any bytes.
 //
 // A program's recordings are found by its name as the tracker finds its process: the recorded name is the command name
 // as the system shortens it (15 bytes), and it matches when it is a prefix of the name asked for. A name that agrees
 // whole, or as far as the system keeps it, is preferred, then the longest one. All recordings of that name are read;
-// their calls come out under the one name. A program that starts deletes those of dead processes of its name but for
-// the latest: what several short-lived processes recorded between two dumps is lost with them and in no count.
+// their calls come out under the one name. A dump holds what living processes of the name recorded, and the rest of
+// those that ended while the name was watched. Reading never removes a recording: that of a process that has ended
+// stays until a program of its name has started twice since, or 16 of other names have ended after it, or
+// RemoveRecording.
 #pragma once
 
 #include <cstdint>
@@ -15,6 +18,63 @@
 
 namespace qx {
 namespace host {
+
+// Now, on the clock of calls' entry times: nanoseconds.
+std::uint64_t GetRecordingTime();
+
+// Begins to watch a program's name, if it is not watched yet: recordings of processes that have ended before are left
+// alone for good; those of processes that end from now on still reach a dump, however short they live. The first dump
+// of a name that is not watched begins it.
+void Watch(const std::string& process);
+
+// How it stands with the recording of a process.
+enum class Visibility {
+    Read,            // it can be read
+    NothingYet,      // there is none: the process has the recorder, and recorded nothing until now
+    OtherUser,       // the process runs as another user
+    OtherNamespace,  // it sees other directories (in a container, say), and records into one of those
+    OtherDirectory,  // it records into another directory
+    NoRecorder,      // it has not loaded the recorder
+    Unreadable       // what there is cannot be read
+};
+
+struct ProcessState {
+    int pid = 0;
+    bool isRunning = false;
+    bool isRead = false;  // dumps hold what it records
+    Visibility visibility = Visibility::Read;
+    std::string problem;  // why nothing of it can be read, empty when it can: "runs as user nobody (65534)"
+    std::string advice;   // what to do about it: "run this as that user: sudo -u nobody ..."
+};
+
+// The processes of that name, by pid: those that run under that command name (whole, or as the system shortens it), and
+// the last 64 that have ended of those whose recordings were read since the watch began.
+std::vector<ProcessState> GetProcesses(const std::string& process);
+
+// A recording in the runtime directory.
+struct RecordingInfo {
+    std::string process;  // the command name of the program that made it
+    int pid = 0;
+    unsigned uid = 0;            // its owner
+    std::uint64_t bytes = 0;     // memory or disk that it takes
+    bool isRunning = false;      // whether its process runs, and has not run another program in its place
+    std::uint64_t lastTime = 0;  // when something was recorded last, on the clock of GetRecordingTime; 0: not known
+    std::string path;
+    std::string problem;  // why it cannot be read, empty when it can
+};
+
+// All recordings, by name, pid and age, the newest one of a pid last. `problem`, when given, is emptied, or says why
+// the directory cannot be read; one that is missing holds no recordings.
+std::vector<RecordingInfo> GetRecordings(std::string* problem = nullptr);
+
+// Puts all that is buffered in these recordings into the bytes of one dump, open calls without exit, and leaves the
+// recordings as they are: of living and ended processes, in any directory. They should be of one program. False when
+// nothing could be read; `problem` says what could not be, also when the rest was.
+bool DumpRecordings(const std::vector<std::string>& paths, std::string& dump, std::string& problem);
+
+// Removes the recording of a process that has ended. False when it runs, or the file cannot be removed, with the reason
+// in `problem`.
+bool RemoveRecording(const std::string& path, std::string& problem);
 
 // What became of the calls and log items of a program, counted exactly, from its start on:
 //

@@ -1,0 +1,292 @@
+// What is told of the processes of a name, and why nothing can be read of some.
+#include <fcntl.h>
+#include <grp.h>
+#include <qx/recorder.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <thread>
+
+#include "HostTest.h"
+#include "QxProcessInfo.h"
+#include "RecordingLog.h"
+
+namespace {
+
+using ProcessesTest = HostTest;
+using Pause = PausingChild::Pause;
+using qx::host::ProcessState;
+using qx::host::Visibility;
+
+void Note(int value) {
+    QX_CALL(call, "p", "Note", qx::In(value));
+}
+
+void NoteAndPause(const Pause& pause) {
+    Note(1);
+    pause();
+}
+
+TEST_F(ProcessesTest, ThoseThatRunAndThoseThatEndedAreTold) {
+    EXPECT_TRUE(m_control->GetProcesses("traced").empty());
+    Child(m_directory, "traced", [] { Note(1); }).Join();
+    PausingChild one(m_directory, "traced", NoteAndPause);
+    PausingChild two(m_directory, "traced", NoteAndPause);
+    PausingChild other(m_directory, "traced-other", NoteAndPause);
+    m_control->Watch("traced");
+    std::vector<ProcessState> states = m_control->GetProcesses("traced");
+    ASSERT_EQ(states.size(), 2u);
+    EXPECT_EQ(states[0].pid, one.Pid());
+    EXPECT_EQ(states[1].pid, two.Pid());
+    for (const ProcessState& state : states) {
+        EXPECT_TRUE(state.isRunning);
+        EXPECT_TRUE(state.isRead);
+        EXPECT_EQ(state.visibility, Visibility::Read);
+        EXPECT_EQ(state.problem + state.advice, "");
+    }
+    Dump("traced", true);
+    // Before a dump took note of it, and after.
+    one.Kill();
+    for (int i = 0; i < 2; ++i) {
+        states = m_control->GetProcesses("traced");
+        ASSERT_EQ(states.size(), 2u);
+        EXPECT_EQ(states[0].pid, one.Pid());
+        EXPECT_FALSE(states[0].isRunning);
+        EXPECT_TRUE(states[0].isRead);
+        EXPECT_TRUE(states[1].isRunning);
+        Dump("traced");
+    }
+    two.Finish();
+    other.Finish();
+}
+
+TEST_F(ProcessesTest, OneThatLivedBetweenTwoDumpsIsToldWithTheSecond) {
+    m_control->Watch("traced");
+    Dump("traced", true);
+    Child child(m_directory, "traced", [] { Note(1); });
+    const pid_t pid = child.Pid();
+    child.Join();
+    Dump("traced");
+    const std::vector<ProcessState> states = m_control->GetProcesses("traced");
+    ASSERT_EQ(states.size(), 1u);
+    EXPECT_EQ(states[0].pid, pid);
+    EXPECT_FALSE(states[0].isRunning);
+    EXPECT_TRUE(states[0].isRead);
+}
+
+TEST_F(ProcessesTest, OfThoseThatEndedTheLastOnesAreKept) {
+    m_control->Watch("traced");
+    pid_t last = 0;
+    for (int i = 0; i < 70; ++i) {
+        Child child(m_directory, "traced", [] { Note(1); });
+        last = child.Pid();
+        child.Join();
+        Dump("traced");
+    }
+    const std::vector<ProcessState> states = m_control->GetProcesses("traced");
+    ASSERT_EQ(states.size(), 64u);
+    EXPECT_EQ(states.back().pid, last);
+}
+
+TEST_F(ProcessesTest, ALongNameIsFoundAsTheSystemShortensItAndAPrefixIsNone) {
+    PausingChild child(m_directory, "a-name-that-is-far-too-long", NoteAndPause);
+    EXPECT_EQ(m_control->GetProcesses("a-name-that-is-far-too-long").size(), 1u);
+    EXPECT_EQ(m_control->GetProcesses("a-name-that-is-").size(), 1u);
+    EXPECT_TRUE(m_control->GetProcesses("a-name-that-is").empty());
+    EXPECT_TRUE(m_control->GetProcesses("").empty());
+    child.Finish();
+}
+
+TEST_F(ProcessesTest, OneThatChangesItsNameIsFoundUnderTheOneThatItRecordsAs) {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
+        Note(1);
+        ::prctl(PR_SET_NAME, "renamed");
+        pause();
+        Note(2);
+        pause();
+    });
+    ASSERT_EQ(m_control->GetProcesses("traced").size(), 1u);
+    EXPECT_TRUE(m_control->GetProcesses("traced")[0].isRead);
+    Dump("traced", true);
+    child.Continue();
+    EXPECT_EQ(Dump("traced").calls.size(), 1u);
+    const std::vector<ProcessState> states = m_control->GetProcesses("renamed");
+    ASSERT_EQ(states.size(), 1u);
+    EXPECT_EQ(states[0].visibility, Visibility::Unreadable);
+    EXPECT_EQ(states[0].problem, "it records as traced, its name when it began");
+    EXPECT_EQ(states[0].advice, "watch it under that name");
+    child.Finish();
+}
+
+// The only state of the name; expects that nothing is read.
+ProcessState OnlyUnread(qxhost::QxControl& control, const std::string& name) {
+    const std::vector<ProcessState> states = control.GetProcesses(name);
+    EXPECT_EQ(states.size(), 1u);
+    if (states.size() != 1) return {};
+    EXPECT_TRUE(states[0].isRunning);
+    EXPECT_FALSE(states[0].isRead);
+    EXPECT_NE(states[0].advice, "");
+    return states[0];
+}
+
+TEST_F(ProcessesTest, AProcessOfAnotherUserIsTold) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
+        EXPECT_EQ(::setgroups(0, nullptr), 0);
+        EXPECT_EQ(::setresuid(65534, 65534, 65534), 0);
+        pause();
+    });
+    const ProcessState state = OnlyUnread(*m_control, "traced");
+    EXPECT_EQ(state.visibility, Visibility::OtherUser);
+    EXPECT_NE(state.problem.find("it runs as user nobody (65534), and this is user root (0)"), std::string::npos);
+    EXPECT_NE(state.advice.find("as user nobody (65534)"), std::string::npos);
+    child.Finish();
+}
+
+TEST_F(ProcessesTest, AnotherDirectoryIsToldAndHelps) {
+    const std::string other = m_directory + "/other dir";
+    PausingChild child(m_directory, "traced", [&other](const Pause& pause) {
+        ::setenv("QX_RUNTIME_DIR", other.c_str(), 1);
+        NoteAndPause(pause);
+    });
+    const ProcessState state = OnlyUnread(*m_control, "traced");
+    EXPECT_EQ(state.visibility, Visibility::OtherDirectory);
+    EXPECT_EQ(state.problem, "it records into " + other + ", and this looks into " + m_directory);
+    EXPECT_EQ(state.advice, "run this with QX_RUNTIME_DIR='" + other + "'");
+    qxhost::QxControl there(other);
+    EXPECT_TRUE(there.GetProcesses("traced").at(0).isRead);
+    child.Finish();
+    ::unlink(Files(".qxrec").empty() ? "" : Files(".qxrec")[0].c_str());
+}
+
+// As in a container, but for its process ids.
+TEST_F(ProcessesTest, AnotherNamespaceIsToldAndHelps) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can have directories of its own";
+    const std::string hidden = m_directory + "/own";
+    ASSERT_EQ(::mkdir(hidden.c_str(), 0700), 0);
+    PausingChild child(m_directory, "traced", [&hidden](const Pause& pause) {
+        EXPECT_EQ(::unshare(CLONE_NEWNS), 0);
+        EXPECT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+        EXPECT_EQ(::mount("none", hidden.c_str(), "tmpfs", 0, "mode=0700"), 0);
+        ::setenv("QX_RUNTIME_DIR", (hidden + "/qx").c_str(), 1);
+        NoteAndPause(pause);
+    });
+    const ProcessState state = OnlyUnread(*m_control, "traced");
+    EXPECT_EQ(state.visibility, Visibility::OtherNamespace);
+    const std::string path = "/proc/" + std::to_string(child.Pid()) + "/root" + hidden + "/qx";
+    EXPECT_EQ(state.advice, "run this with QX_RUNTIME_DIR=" + path);
+    m_control = std::make_unique<qxhost::QxControl>(path);
+    EXPECT_TRUE(m_control->GetProcesses("traced").at(0).isRead);
+    EXPECT_EQ(Dump("traced", true).calls.size(), 1u);
+    child.Finish();
+}
+
+// A container with ids of its own: the recording is named after the one that its process has in there.
+TEST_F(ProcessesTest, AProcessThatIsContainedIsKnownByTheIdThatItHasHere) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can give ids of its own";
+    Signal isReady;
+    Signal go;
+    Child child(m_directory, "outer", [&] {
+        ASSERT_EQ(::unshare(CLONE_NEWPID), 0);
+        const pid_t inner = ::fork();
+        if (inner == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            ::prctl(PR_SET_NAME, "contained");
+            // The process's own directory of processes is that of its container.
+            if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+                ::mount("proc", "/proc", "proc", 0, nullptr) != 0) {
+                ::_exit(1);
+            }
+            Note(1);
+            isReady.Send();
+            go.Wait();
+            ::_exit(0);
+        }
+        int status = 0;
+        EXPECT_EQ(::waitpid(inner, &status, 0), inner);
+        EXPECT_EQ(status, 0);
+    });
+    isReady.Wait();
+    EXPECT_EQ(Files(".1." + Files(".qxrec").at(0).substr(Files(".qxrec").at(0).find(".1.") + 3)).size(), 1u);
+    const std::vector<ProcessState> states = m_control->GetProcesses("contained");
+    ASSERT_EQ(states.size(), 1u);
+    EXPECT_TRUE(states[0].isRunning);
+    EXPECT_TRUE(states[0].isRead);
+    EXPECT_NE(states[0].pid, 1);
+    EXPECT_EQ(Dump("contained", true).calls.size(), 1u);
+    const std::vector<qx::host::ThreadLoss> threads = m_control->GetThreadLoss("contained");
+    ASSERT_EQ(threads.size(), 1u);
+    EXPECT_EQ(threads[0].pid, states[0].pid);
+    go.Send();
+    child.Join();
+    EXPECT_FALSE(m_control->GetProcesses("contained").at(0).isRunning);
+}
+
+TEST_F(ProcessesTest, OneThatHasNotLoadedTheRecorderIsTold) {
+    const std::string program = m_directory + "/traced";
+    ASSERT_EQ(::symlink("/bin/sleep", program.c_str()), 0);
+    Child child(m_directory, "x", [&program] {
+        ::execl(program.c_str(), "sleep", "1000", nullptr);
+        ::_exit(1);
+    });
+    while (qxhost::QxProcessInfo::CommandName(child.Pid()) == "x") std::this_thread::yield();
+    const ProcessState state = OnlyUnread(*m_control, "traced");
+    EXPECT_EQ(state.visibility, Visibility::NoRecorder);
+    EXPECT_EQ(state.problem, "it has not loaded the recorder (libqxrecorder)");
+    child.Kill();
+}
+
+TEST_F(ProcessesTest, ARecordingThatIsDamagedOrRemovedIsTold) {
+    PausingChild child(m_directory, "traced", NoteAndPause);
+    const std::string path = Files(".qxrec").at(0);
+    ASSERT_EQ(::chmod(path.c_str(), 0644), 0);
+    ProcessState state = OnlyUnread(*m_control, "traced");
+    EXPECT_EQ(state.visibility, Visibility::Unreadable);
+    EXPECT_EQ(state.problem, "its recording cannot be read: group or others may open it");
+    ::unlink(path.c_str());
+    state = OnlyUnread(*m_control, "traced");
+    EXPECT_EQ(state.visibility, Visibility::Unreadable);
+    EXPECT_EQ(state.problem, "its recording was removed from " + m_directory);
+    child.Finish();
+}
+
+TEST_F(ProcessesTest, ADirectoryThatIsRefusedIsTold) {
+    PausingChild child(m_directory, "traced", NoteAndPause);
+    ASSERT_EQ(::chmod(m_directory.c_str(), 0755), 0);
+    const ProcessState state = OnlyUnread(*m_control, "traced");
+    EXPECT_EQ(state.visibility, Visibility::Unreadable);
+    EXPECT_NE(state.problem.find("its mode must be 0700"), std::string::npos);
+    ASSERT_EQ(::chmod(m_directory.c_str(), 0700), 0);
+    child.Finish();
+}
+
+// A fork has its parent's recording in its memory, and none of its own.
+TEST_F(ProcessesTest, AForkThatHasRecordedNothingYetIsNoProblem) {
+    Signal isForked;
+    Signal go;
+    Child child(m_directory, "traced", [&] {
+        Note(1);
+        const pid_t fork = ::fork();
+        if (fork == 0) {
+            ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+            isForked.Send();
+            go.Wait();
+            ::_exit(0);
+        }
+        EXPECT_EQ(::waitpid(fork, nullptr, 0), fork);
+    });
+    isForked.Wait();
+    const std::vector<ProcessState> states = m_control->GetProcesses("traced");
+    ASSERT_EQ(states.size(), 2u);
+    EXPECT_EQ(states[0].visibility, Visibility::Read);
+    EXPECT_EQ(states[1].visibility, Visibility::NothingYet);
+    EXPECT_FALSE(states[1].isRead);
+    go.Send();
+    child.Join();
+}
+
+}  // namespace
