@@ -9,9 +9,9 @@ int QxPersistentBuffer::Parse(const char* data, unsigned int size, unsigned shor
         parser->CursorAt(data, size, "QxPersistentBuffer::Parse").Narrow(size, "QxPersistentBuffer::Parse");
     std::vector<char> payload;
     // Up to the size that was claimed, not the bytes that are there: a claim beyond the dump's end is then reported.
-    while (cursor.Offset() < size) {
+    // The tag that ends the run has no size: it may be the last byte.
+    while (cursor.Offset() < size && cursor.Peek() != qxformat::kNoItem) {
         const QxData::CommonHeader header = QxData::ParseCommonHeader(cursor);
-        if (header.tag == qxformat::kNoItem) break;
         const char* const bytes = cursor.Bytes(header.size);
         payload.assign(bytes, bytes + header.size);
         parser->ParseItem(header.tag, payload);

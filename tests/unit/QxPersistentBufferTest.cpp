@@ -31,6 +31,19 @@ TEST_F(QxPersistentBufferTest, ATagOfZeroEndsTheRun) {
     EXPECT_EQ(store->threads.size(), 1u);
 }
 
+// The tag that ends the run has no size of its own, or any: what follows it is not looked at.
+TEST_F(QxPersistentBufferTest, ALoneTagOfZeroEndsTheRunQuietly) {
+    for (const std::string& end : {std::string("\0", 1), std::string("\0\x80", 2), std::string("\0\xFF\xFF", 3)}) {
+        store->threads.clear();
+        RecordingLog::Clear();
+        EXPECT_EQ(Items(m_name + end), static_cast<int>(m_name.size() + end.size()));
+        EXPECT_EQ(Items(end), static_cast<int>(end.size()));
+        EXPECT_EQ(Parse(Persistent(m_name + end) + Persistent(m_name)), 1) << "the rest of the dump is decoded";
+        EXPECT_EQ(store->threads.size(), 3u);
+        EXPECT_TRUE(RecordingLog::Messages(DLOG_ERROR).empty());
+    }
+}
+
 TEST_F(QxPersistentBufferTest, KeepsTheWholeSizeOfAnItem) {
     // 70,000 bytes: a size of 16 bits would be 4,464.
     const std::string long_ = dump::Item(kThreadName, ThreadName("b") + std::string(69998, 'x'));
