@@ -12,6 +12,7 @@ TEST_F(QxCompCallArgTest, ReadStringArgAddsOneToEachByte) {
     std::string out = "x";
     EXPECT_EQ(ReadStringArg("\x60\xFF\x61", 3, out), 3u);
     EXPECT_EQ(out, "xa\0b"s);
+    EXPECT_EQ(out.c_str()[out.size()], '\0') << "the text's own end is none of its bytes";
     EXPECT_EQ(ReadStringArg("", 0, out), 0u);
 }
 

@@ -62,23 +62,24 @@ TEST_F(QxCursorTest, RefusesReadsPastTheEndWithOneLineAndStays) {
     struct Row {
         const char* bytes;
         void (*read)(QxCursor&);
+        const char* where;
     };
-    const Row rows[] = {{"", [](QxCursor& c) { c.Byte(); }},
-                        {"", [](QxCursor& c) { c.Peek(); }},
-                        {"a", [](QxCursor& c) { c.Fixed16(); }},
-                        {"\x80\x80", [](QxCursor& c) { c.Varint(); }},
-                        {"\xFF", [](QxCursor& c) { c.Varint64(); }},
-                        {"ab", [](QxCursor& c) { c.Bytes(3); }},
-                        {"ab", [](QxCursor& c) { c.Skip(SIZE_MAX); }},
-                        {"ab", [](QxCursor& c) { c.Range(1, 2); }},
-                        {"ab", [](QxCursor& c) { c.Range(SIZE_MAX, 2); }}};
+    const Row rows[] = {{"", [](QxCursor& c) { c.Byte(); }, "offset: 0, bytes: 1, size: 0"},
+                        {"", [](QxCursor& c) { c.Peek(); }, "offset: 0, bytes: 1, size: 0"},
+                        {"a", [](QxCursor& c) { c.Fixed16(); }, "offset: 0, bytes: 2, size: 1"},
+                        {"\x80\x80", [](QxCursor& c) { c.Varint(); }, "offset: 0, bytes: 3, size: 2"},
+                        {"\xFF", [](QxCursor& c) { c.Varint64(); }, "offset: 0, bytes: 2, size: 1"},
+                        {"ab", [](QxCursor& c) { c.Bytes(3); }, "offset: 0, bytes: 3, size: 2"},
+                        {"ab", [](QxCursor& c) { c.Skip(SIZE_MAX); }, "offset: 0, bytes: 4294967295, size: 2"},
+                        {"ab", [](QxCursor& c) { c.Range(1, 2); }, "offset: 1, bytes: 2, size: 2"},
+                        {"ab", [](QxCursor& c) { c.Range(SIZE_MAX, 2); }, "offset: 4294967295, bytes: 2, size: 2"}};
     for (const Row& row : rows) {
         SCOPED_TRACE(&row - rows);
         RecordingLog::Clear();
         QxCursor cursor = Over(row.bytes);
         EXPECT_THROW(row.read(cursor), QxData::_PERR_TYPE);
         EXPECT_EQ(cursor.Offset(), 0u);
-        EXPECT_EQ(OnlyLine().rfind("[Reader::Reads] ", 0), 0u) << OnlyLine();
+        EXPECT_EQ(OnlyLine(), std::string("[Reader::Reads] Read past the end, ") + row.where);
     }
 }
 

@@ -208,6 +208,9 @@ TEST_F(QxCycleTest, PrintsAtLevelMajor) {
     m_store->onLocation = [] { throw std::runtime_error("no room"); };
     Decode(m_cycle, "a", Site());
     EXPECT_TRUE(RecordingLog::Lines().empty());
+    QxDebugPrint::GetInstance()->SetLevel(Major);
+    Decode(m_cycle, "a", Site());
+    EXPECT_EQ(RecordingLog::Lines().size(), 1u);
 }
 
 TEST_F(QxCycleTest, DropsJoinedStreamsOfADumpThatThrew) {

@@ -977,6 +977,7 @@ TEST_F(QxLogTrackerTest, FilesThatAreNoDumpsDoNotDisturbOthers) {
 }
 
 TEST_F(QxLogTrackerTest, ADumpWithoutMemoryForItCostsNoOthers) {
+    QxDebugPrint::GetInstance()->SetLevel(Major);
     const NamedProcess& good = Watch("a");
     const NamedProcess& bad = Watch("b");
     const std::string told = "[QxLogTracker::t_process] Dump not read, process: " + bad.Name() +

@@ -54,6 +54,35 @@ Row OfDump(int level, const std::string& message, const std::string& bytes) {
     return {level, message, [=](QxParserMessagesTest& test) { test.Decode(bytes); }};
 }
 
+// A call with an argument of the layout "T0", after the layouts were described.
+Row OfComposite(int level, const std::string& message, const std::vector<Descriptor>& layouts,
+                const std::string& value) {
+    return {level, message, [=](QxParserMessagesTest& test) {
+                for (const Descriptor& layout : layouts) EXPECT_GE(test.Item(kDescriptor, layout), 0);
+                test.Locate(Location(1).Arg("T0", kIn, kCompositeSize));
+                test.Item(kBefore, Before(1, 1, value));
+            }};
+}
+
+// A layout whose value says how deep it goes, and one of two members at each of 60 levels.
+std::vector<Descriptor> LayoutThatNamesItself() {
+    return {Descriptor("T0").Member("n", kVariableSize, "T0")};
+}
+std::string NestedValues(int levels) {
+    std::string bytes;
+    for (int i = 1; i < levels; ++i) bytes += Varint(kCompositeSize);
+    return bytes + Variable("x");
+}
+std::vector<Descriptor> TreeOfLayouts() {
+    std::vector<Descriptor> layouts;
+    for (int i = 0; i < 60; ++i) {
+        const std::string next = "T" + std::to_string(i + 1);
+        layouts.push_back(
+            Descriptor("T" + std::to_string(i)).Member("a", kCompositeSize, next).Member("b", kCompositeSize, next));
+    }
+    return layouts;
+}
+
 std::string NestedDumps(int levels) {
     std::string dump = Flush();
     for (int i = 0; i < levels; ++i) dump = Persistent(dump::Item(kPacked, Bzip2(dump)));
@@ -111,6 +140,9 @@ const Row kRows[] = {
          std::string out;
          ReadStringArg(nullptr, 1, out);
      }},
+    OfComposite(Major, "[QxCompCallParser::ParseComposite] Composites nest deeper than 64", LayoutThatNamesItself(),
+                NestedValues(65)),
+    OfComposite(Major, "[QxCompCallParser::Parse] One value holds too many argument pairs", TreeOfLayouts(), ""),
     OfCall(Major, "[QxBeforeCall::Append] count not expected asize:0, payload.size():2, count:3",
            Location(1).Arg("a", kIn, kVariableSize), kBefore, ""),
     OfCall(Major, "[QxBeforeCall::Append] asize not expected asize:0 ", Location(1).Arg("a", kIn, 0), kBefore, ""),

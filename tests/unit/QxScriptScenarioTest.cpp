@@ -1,5 +1,7 @@
 #include "QxScriptScenario.h"
 
+#include <gmock/gmock.h>
+
 #include "Expose.h"
 #include "Scripting.h"
 
@@ -253,6 +255,31 @@ TEST_F(QxScriptScenarioTest, ACallbackThatThrowsIsReportedAndThePassGoesOn) {
     during = [] { throw 5; };
     EXPECT_TRUE(tracing.Trace());
     EXPECT_EQ(Logged("[QxParser::SendEvent] Callback threw, event: E", DLOG_ERROR), 1);
+}
+
+TEST_F(QxScriptScenarioTest, WhatIsWrongIsSaidAtLevelMajorAndNotBelow) {
+    Load(
+        "<Scenario><x name='a'><method/><method name='M'/><event name='E'/><event name='BAD' "
+        "tag='IN'/></x></Scenario>");
+    IQxData::HSCall call = Call("M");
+    store->AppendBeforeCall(call);
+    for (const int level : {Major, Fatal}) {
+        QxDebugPrint::GetInstance()->SetLevel(level);
+        Root()->children[0]->children[0]->reported = false;
+        RecordingLog::Clear();
+        during = [] { throw std::runtime_error("boom"); };
+        EXPECT_TRUE(tracing.Trace());
+        during = [] { throw 5; };
+        EXPECT_TRUE(tracing.Trace());
+        EXPECT_THAT(RecordingLog::Messages(),
+                    level == Fatal ? testing::ElementsAreArray(std::vector<std::string>())
+                                   : testing::ElementsAreArray(std::vector<std::string>{
+                                         "[QxScriptScenario::SetSubscriber] method without attribute, action: a",
+                                         "[QxParser::SendEvent] Callback threw, event: E, error: boom",
+                                         "[QxScriptScenario::MakeEvent] Event in error, event: BAD, error: stoul",
+                                         "[QxParser::SendEvent] Callback threw, event: E",
+                                         "[QxScriptScenario::MakeEvent] Event in error, event: BAD, error: stoul"}));
+    }
 }
 
 TEST_F(QxScriptScenarioTest, ASessionDoesNothing) {
