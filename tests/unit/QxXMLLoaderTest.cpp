@@ -82,6 +82,22 @@ TEST_F(QxXMLLoaderTest, ADocumentTypeAddsAttributesInProportionToTheText) {
         std::vector<std::string>{"[QxXMLLoader::Parse] The document type gives elements too many attributes, line: 2"});
 }
 
+// 1 MiB and 16 for each byte of the text, of which each name and value takes 32 and its characters.
+TEST_F(QxXMLLoaderTest, ADocumentTypeAddsUpToTheLimitAndNotOneMore) {
+    constexpr std::size_t kElements = 17;
+    const auto script = [](std::size_t valueSize) {
+        std::string text = "<!DOCTYPE S [<!ATTLIST x d CDATA '" + std::string(valueSize, 'v') + "'>]><S>";
+        for (std::size_t i = 0; i < kElements; ++i) text += "<x/>";
+        return text + "</S>";
+    };
+    // What 17 values take grows by 17 with each byte of the value, what is allowed by 16.
+    const std::size_t allowed = 1048576 + 16 * script(0).size();
+    const std::size_t fits = allowed - kElements * (32 + 1 + 32);
+    EXPECT_TRUE(Load(script(fits)));
+    EXPECT_EQ(Root()->children.size(), kElements);
+    EXPECT_FALSE(Load(script(fits + 1)));
+}
+
 TEST_F(QxXMLLoaderTest, AScriptThatFailsLeavesTheCursorOnTheOpenElement) {
     EXPECT_FALSE(Load("<Scenario><a><b></a></Scenario>"));
     EXPECT_EQ(Root()->name, "b");
