@@ -18,7 +18,8 @@ public:
     // The dump that was fetched from a process, about to be decoded; empty when there was none.
     virtual void OnDump(const std::string& /*process*/, const std::vector<char>& /*dump*/) {}
 
-    // How that dump decoded.
+    // How a dump decoded. Told once all dumps of the cycle are, in their order: a later one may have decoded what an
+    // earlier one left waiting.
     virtual void OnDecoded(const std::string& /*process*/, const QxCycle::Decoded& /*decoded*/) {}
 
     // The cycle has ended, its events have been delivered.

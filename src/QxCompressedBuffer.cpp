@@ -13,34 +13,42 @@ int QxCompressedBuffer::Parse(const char* data, unsigned int size, unsigned shor
     const auto count = static_cast<std::uint16_t>(usedSize - skipped);
     const char* const bytes = cursor.Range(skipped, count);
     parser->Budget().TakeJoined(count);
-    parser->CountNotDecoded(skipped);
-    m_compressedBuffer.insert(m_compressedBuffer.end(), bytes, bytes + count);
+    m_compressedBuffer.Append(bytes, count, parser->OriginOf(bytes));
+    parser->UseAround(data, size, cursor.Offset(), std::size_t{skipped} + count);
     return static_cast<int>(size);
 }
 
 void QxCompressedBuffer::Extract(QxParser* parser) {
     if (m_extracting) return;
+    if (m_compressedBuffer.DecodedBefore() > 0) {
+        // A dump that may not decode the run again is refused; those that follow it must not find this buffer waiting.
+        parser->ForgetLastBuffer();
+        parser->Budget().TakeJoined(m_compressedBuffer.DecodedBefore());
+    }
     m_extracting = true;
     try {
         m_ExtractItems(parser);
     } catch (...) {
         m_extracting = false;
+        m_compressedBuffer.Stay();
         throw;
     }
     m_extracting = false;
-    m_compressedBuffer.clear();
+    m_compressedBuffer.Clear();
 }
 
 void QxCompressedBuffer::m_ExtractItems(QxParser* parser) {
     std::vector<char> payload;
     unsigned char tag = 0;
     unsigned int offset = 0;
+    unsigned int start = 0;
     while (offset < m_compressedBuffer.size() && m_NextItem(offset, payload, tag, parser)) {
         // The dump inside the item must not find this buffer waiting.
         parser->ForgetLastBuffer();
-        offset += static_cast<unsigned>(parser->ParseItem(tag, payload));
+        offset += static_cast<unsigned>(
+            parser->DecodeItem(tag, payload, m_compressedBuffer.Origins(), start, offset - start));
+        start = offset;
     }
-    if (offset < m_compressedBuffer.size()) parser->CountNotDecoded(m_compressedBuffer.size() - offset);
 }
 
 // Reads the item at `offset` and moves past its header; false when the run ends inside an item.

@@ -58,7 +58,7 @@ int QxCompressedItem::Append(std::vector<char>& payload, QxParser* parser) {
     if (unpacked.whole) {
         parser->ParseNested(unpacked.bytes);
     } else {
-        parser->CountNotDecoded(payload.size());
+        parser->DropItem();
         parser->Log().Print("Append", __LINE__, Info, "boost::exception occurs !! IGNORE THIS PACKET");
     }
     return static_cast<int>(payload.size());

@@ -30,10 +30,20 @@ QxCycle::QxCycle(IQxLogTracker::Callback callback, void* context, std::shared_pt
     : m_parser(callback, context), m_store(std::move(store)) {}
 
 QxCycle::Decoded QxCycle::Decode(const std::string& process, std::vector<char>& dump) {
+    const std::uint32_t before = m_parser.Dumps();
+    m_dumps.push_back(m_Decode(process, dump));
+    m_numbers.push_back(m_parser.Dumps() == before ? 0 : m_parser.Dumps());
+    for (std::size_t i = 0; i < m_dumps.size(); ++i) {
+        if (m_numbers[i] != 0) m_dumps[i].bytesNotDecoded = m_parser.NotDecoded(m_numbers[i]);
+    }
+    return m_dumps.back();
+}
+
+QxCycle::Decoded QxCycle::m_Decode(const std::string& process, std::vector<char>& dump) {
     m_store->AppendCurrentProcess(process);
-    Decoded decoded;
-    if (dump.empty()) return decoded;
-    decoded = {false, false, 0, 0};
+    if (dump.empty()) return {};
+    // All of the dump, unless the parser comes to know better.
+    Decoded decoded = {false, false, 0, dump.size()};
     try {
         std::pair<int, char*> bytes(static_cast<int>(dump.size()), dump.data());
         decoded.parsed = m_parser.Parse(bytes, m_store) != 0;
@@ -46,7 +56,6 @@ QxCycle::Decoded QxCycle::Decode(const std::string& process, std::vector<char>& 
         m_parser.DropJoined();
     }
     decoded.stoppedAt = m_parser.StoppedAt();
-    decoded.bytesNotDecoded = m_parser.NotDecoded();
     return decoded;
 }
 

@@ -19,7 +19,9 @@ public:
         bool parsed = true;
         bool extracted = true;
         std::size_t stoppedAt = 0;
-        std::uint64_t bytesNotDecoded = 0;  // see QxParser::NotDecoded; a stream that is cut counts, and is whole
+        // See QxParser::NotDecoded; a stream that is cut counts, and is whole. What waits at the dump's end counts,
+        // too, until a later dump of the cycle has it decoded.
+        std::uint64_t bytesNotDecoded = 0;
         bool Whole() const { return parsed && extracted; }
     };
 
@@ -32,11 +34,19 @@ public:
     // printed and goes no further.
     Decoded Decode(const std::string& process, std::vector<char>& dump);
 
+    // How the dumps decoded so far, in the order of Decode. The bytes that were not decoded are final once the cycle's
+    // last dump is decoded.
+    const std::vector<Decoded>& Dumps() const { return m_dumps; }
+
     // The cycle's end: runs the scripts over the calls in the store and drops the calls, so that each is traced once. A
     // cycle that primes does neither.
     void Finish(bool primes);
 
 private:
+    Decoded m_Decode(const std::string& process, std::vector<char>& dump);
+
     QxParser m_parser;
     std::shared_ptr<IQxData> m_store;
+    std::vector<Decoded> m_dumps;
+    std::vector<std::uint32_t> m_numbers;  // of these with the parser; 0 for those that it has not seen
 };

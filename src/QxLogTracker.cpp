@@ -171,8 +171,10 @@ int QxLogTracker::t_process() {
     auto dump = dumps.begin();
     for (const std::string& process : m_processes) {
         m_cycleObserver->OnDump(process, *dump);
-        m_cycleObserver->OnDecoded(process, cycle.Decode(process, *dump++));
+        cycle.Decode(process, *dump++);
     }
+    auto decoded = cycle.Dumps().begin();
+    for (const std::string& process : m_processes) m_cycleObserver->OnDecoded(process, *decoded++);
     cycle.Finish(m_firstCycle);
     m_firstCycle = false;
     m_cycleObserver->OnCycleEnd();

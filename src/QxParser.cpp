@@ -43,21 +43,6 @@ private:
     const Value m_value;
 };
 
-// Counts what is left of some bytes when their decoding ends, also when an exception ends it.
-class RestCounter final {
-public:
-    RestCounter(QxParser& parser, const std::uint64_t& offset, std::uint64_t size)
-        : m_parser(parser), m_offset(offset), m_size(size) {}
-    RestCounter(const RestCounter&) = delete;
-    RestCounter& operator=(const RestCounter&) = delete;
-    ~RestCounter() { m_parser.CountNotDecoded(m_size - std::min(m_offset, m_size)); }
-
-private:
-    QxParser& m_parser;
-    const std::uint64_t& m_offset;
-    const std::uint64_t m_size;
-};
-
 }  // namespace
 
 QxParser::QxParser(IQxLogTracker::Callback callback, void* context) : m_callback(callback), m_context(context) {
@@ -99,13 +84,8 @@ int QxParser::Parse(std::pair<int, char*>& dump, std::shared_ptr<IQxData> data) 
     if (data) m_data = std::move(data);
     if (dump.first <= 0) return dump.first == 0 ? 1 : 0;
     const Restore<Bytes> restoreDump(m_dump);
+    if (m_nesting == 0) m_BeginDump(static_cast<std::size_t>(dump.first));
     m_dump = {dump.second, dump.second + dump.first};
-    if (m_nesting == 0) {
-        m_log.Begin();
-        m_budget.BeginDump(static_cast<std::size_t>(dump.first));
-        m_stoppedAt = 0;
-        m_notDecoded = 0;
-    }
     try {
         return m_ParsePackets(dump);
     } catch (QxData::_PERR_TYPE error) {
@@ -114,10 +94,16 @@ int QxParser::Parse(std::pair<int, char*>& dump, std::shared_ptr<IQxData> data) 
     }
 }
 
+void QxParser::m_BeginDump(std::size_t size) {
+    m_log.Begin();
+    m_budget.BeginDump(size);
+    m_stoppedAt = 0;
+    m_origin = m_used.BeginDump(size);
+}
+
 int QxParser::m_ParsePackets(const std::pair<int, char*>& dump) {
     const auto size = static_cast<std::uint64_t>(dump.first);
     std::uint64_t offset = 0;
-    const RestCounter rest(*this, offset, size);
     do {
         const int length = Packet(dump.second + offset);
         if (length <= 0) {
@@ -143,6 +129,7 @@ int QxParser::Packet(const char* p) {
     if (cursor.Offset() > UINT16_MAX) m_budget.TakeHeader(cursor.Offset());
     const auto headLength = static_cast<std::uint16_t>(cursor.Offset());
     const int used = Payload(header.tag, p + headLength, static_cast<int>(header.size), prefixSize);
+    m_Use(p, headLength);
     // A size beyond what an int holds runs past the end of any dump; it must not wrap round to a place inside.
     const std::uint64_t length = std::uint64_t{headLength} + static_cast<unsigned>(used);
     return static_cast<int>(std::min<std::uint64_t>(length, INT_MAX));
@@ -170,6 +157,15 @@ int QxParser::ParseItem(unsigned char tag, std::vector<char>& payload) {
     return found->second->Append(payload, this);
 }
 
+int QxParser::DecodeItem(unsigned char tag, std::vector<char>& payload, const QxOrigins& origins, std::size_t offset,
+                         std::size_t headerLength) {
+    const Restore<Item> restoreItem(m_item);
+    m_item = {&origins, offset, headerLength + payload.size()};
+    const int used = ParseItem(tag, payload);
+    m_UseItem();
+    return used;
+}
+
 int QxParser::Extract() {
     int result = 1;
     try {
@@ -190,7 +186,12 @@ void QxParser::ParseNested(std::vector<char>& dump) {
         throw QxData::PERR_INVALID_SIZE;
     }
     const Restore<unsigned> restoreNesting(m_nesting);
+    const Restore<QxOrigin> restoreOrigin(m_origin);
     ++m_nesting;
+    m_origin =
+        m_item.origins == nullptr ? QxOrigin() : m_used.AddUnpacked(m_item.origins->At(m_item.offset), dump.size());
+    // From here on the item counts with what it unpacked to.
+    m_UseItem();
     std::pair<int, char*> bytes(static_cast<int>(dump.size()), dump.data());
     Parse(bytes, nullptr);
 }
@@ -236,9 +237,35 @@ IQxData& QxParser::Store() const {
     throw QxData::PERR_INVALID_SIZE;
 }
 
+bool QxParser::m_IsInDump(const char* p) const {
+    return m_dump.first != nullptr && p >= m_dump.first && p <= m_dump.second;
+}
+
+QxOrigin QxParser::OriginOf(const char* p) const {
+    if (!m_IsInDump(p) || m_origin.dump == 0) return {};
+    return {m_origin.at + static_cast<std::uint64_t>(p - m_dump.first), m_origin.dump};
+}
+
+void QxParser::UseAround(const char* payload, std::size_t size, std::size_t offset, std::size_t count) {
+    m_Use(payload, offset);
+    // What is left out may go on past the end.
+    const std::size_t end = m_IsInDump(payload) ? std::min(size, static_cast<std::size_t>(m_dump.second - payload)) : 0;
+    const std::size_t behind = offset + count;
+    if (behind < end) m_Use(payload + behind, end - behind);
+}
+
+void QxParser::m_Use(const char* p, std::uint64_t size) {
+    const QxOrigin origin = OriginOf(p);
+    if (origin.dump != 0) m_used.Use(origin, std::min(size, static_cast<std::uint64_t>(m_dump.second - p)));
+}
+
+void QxParser::m_UseItem() {
+    if (m_item.origins != nullptr) m_used.Use(*m_item.origins, m_item.offset, m_item.size);
+    DropItem();
+}
+
 QxCursor QxParser::CursorAt(const char* p, std::size_t size, const char* reader) {
-    const bool inDump = m_dump.first != nullptr && p >= m_dump.first && p <= m_dump.second;
-    return {p, inDump ? static_cast<std::size_t>(m_dump.second - p) : size, reader, &m_log};
+    return {p, m_IsInDump(p) ? static_cast<std::size_t>(m_dump.second - p) : size, reader, &m_log};
 }
 
 QxCursor PayloadCursor(const std::vector<char>& payload, const char* reader, QxParser* parser) {

@@ -21,6 +21,8 @@
 #include "QxCursor.h"
 #include "QxDecodeLog.h"
 #include "QxDumpBudget.h"
+#include "QxOrigins.h"
+#include "QxUsedBytes.h"
 
 class IQxEventObserver;
 
@@ -46,6 +48,14 @@ public:
 
     // Hands one item to its decoder and returns the bytes that it used up. Throws PERR_INVALID_TAG for an unknown tag.
     int ParseItem(unsigned char tag, std::vector<char>& payload);
+
+    // ParseItem for an item of a dump: `origins` tell where its bytes are from, the item stands at `offset` of them and
+    // its header takes `headerLength`. Its bytes count as decoded once its decoder took it.
+    int DecodeItem(unsigned char tag, std::vector<char>& payload, const QxOrigins& origins, std::size_t offset,
+                   std::size_t headerLength);
+
+    // For an item decoder that leaves out the item and goes on: its bytes do not count as decoded.
+    void DropItem() { m_item = {}; }
 
     // Decodes the threads' streams that the dump before left. Returns 1, or 0 for damage: the streams then stay and are
     // decoded again by the next Extract.
@@ -86,14 +96,38 @@ public:
     // it was damaged.
     std::size_t StoppedAt() const { return m_stoppedAt; }
 
-    // How many bytes of that dump, and of the streams and dumps that came out of it, no decoder has used: what follows
-    // damage, what is passed over in search of the next item, and items that are cut.
-    std::uint64_t NotDecoded() const { return m_notDecoded; }
-    void CountNotDecoded(std::uint64_t bytes) { m_notDecoded += bytes; }
+    // Where the byte at `p` is from; from nowhere outside Parse.
+    QxOrigin OriginOf(const char* p) const;
+
+    // Counts the payload's bytes as decoded, but for `count` of them at `offset`, which Extract decodes. Any of them
+    // may lie past the dump's end.
+    void UseAround(const char* payload, std::size_t size, std::size_t offset, std::size_t count);
+
+    // How many bytes of the last dump given to Parse from outside have not been decoded: of damaged packets and items,
+    // of what follows them, of what is passed over in search of the next item, and of what waits for a packet that did
+    // not come. A packed item counts with its own bytes when it cannot be unpacked, and with those that it unpacks to
+    // when it can. Requires: Extract was called.
+    std::uint64_t NotDecoded() const { return Dumps() == 0 ? 0 : NotDecoded(Dumps()); }
+
+    // The same for each dump since the parser was made, by its number from 1 on. What stayed joined may be decoded with
+    // a later dump: the number then falls.
+    std::uint64_t NotDecoded(std::uint32_t dump) const { return m_used.Left(dump); }
+    std::uint32_t Dumps() const { return m_used.Dumps(); }
 
 private:
     using Bytes = std::pair<const char*, const char*>;  // begin, end
 
+    // The item that is being decoded; null when its bytes are not to be counted, or were.
+    struct Item {
+        const QxOrigins* origins = nullptr;
+        std::size_t offset = 0;
+        std::size_t size = 0;
+    };
+
+    void m_BeginDump(std::size_t size);
+    bool m_IsInDump(const char* p) const;
+    void m_Use(const char* p, std::uint64_t size);
+    void m_UseItem();
     void m_MakeBuffers();
     void m_MakeItems();
     bool m_Trace();
@@ -110,9 +144,11 @@ private:
     QxDecodeLog m_log;
     QxDumpBudget m_budget{m_log};
     Bytes m_dump{nullptr, nullptr};  // being parsed; null outside Parse
-    unsigned m_nesting = 0;          // dumps around the one that is being parsed
+    QxOrigin m_origin;               // of its first byte
+    Item m_item;
+    QxUsedBytes m_used;
+    unsigned m_nesting = 0;  // dumps around the one that is being parsed
     std::size_t m_stoppedAt = 0;
-    std::uint64_t m_notDecoded = 0;
 };
 
 // A cursor over an item's payload. `parser` may be null: messages then go straight to the diagnostic printer.

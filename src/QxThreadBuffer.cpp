@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <iterator>
 #include <stdexcept>
 
 #include "QxData.h"
@@ -48,9 +49,10 @@ int QxThreadBuffer::Parse(const char* data, unsigned int size, unsigned short pr
         // The fragment stands for the whole stream; only so much of it is valid.
         const char* const bytes = cursor.Range(0, prefixSize);
         parser->Budget().TakeJoined(prefixSize);
-        m_CountRest(fragment.tid, 0, parser);
-        m_counted.erase(fragment.tid);
-        m_threads[fragment.tid].assign(bytes, bytes + prefixSize);
+        Stream& stream = m_threads[fragment.tid];
+        stream.Clear();
+        stream.Append(bytes, prefixSize, parser->OriginOf(bytes));
+        parser->UseAround(data, size, cursor.Offset(), prefixSize);
         return static_cast<int>(size);
     }
     const auto known = m_threads.find(fragment.tid);
@@ -58,57 +60,48 @@ int QxThreadBuffer::Parse(const char* data, unsigned int size, unsigned short pr
         // Without a stream the start of this item was never seen, and its end is dropped.
         const char* const tail = cursor.Range(0, fragment.tailSize);
         parser->Budget().TakeJoined(fragment.tailSize);
-        known->second.insert(known->second.end(), tail, tail + fragment.tailSize);
-    } else {
-        parser->CountNotDecoded(fragment.tailSize);
+        known->second.Append(tail, fragment.tailSize, parser->OriginOf(tail));
     }
     // A tail longer than the fragment wraps the count, as it does on the writing side.
     const auto count = static_cast<unsigned short>(fragment.usedSize - fragment.tailSize);
     const char* const run = cursor.Range(fragment.tailSize, count);
     parser->Budget().TakeJoined(count);
     Stream& stream = m_threads[fragment.tid];
-    if (fragment.tailSize < fragment.usedSize) {
-        stream.insert(stream.end(), std::begin(qxformat::kRunMarker), std::end(qxformat::kRunMarker));
-    }
-    stream.insert(stream.end(), run, run + count);
+    // No dump brought the marker.
+    if (fragment.tailSize < fragment.usedSize) stream.Append(qxformat::kRunMarker, sizeof qxformat::kRunMarker, {});
+    stream.Append(run, count, parser->OriginOf(run));
+    parser->UseAround(data, size, cursor.Offset(), std::size_t{fragment.tailSize} + count);
     return static_cast<int>(size);
 }
 
 void QxThreadBuffer::Extract(QxParser* parser) {
     auto thread = m_threads.begin();
-    std::size_t offset = 0;
     try {
-        for (; thread != m_threads.end(); ++thread, offset = 0) {
+        for (; thread != m_threads.end(); ++thread) {
+            parser->Budget().TakeJoined(thread->second.DecodedBefore());
             parser->Store().SetCurrentThread(thread->first);
-            m_ExtractStream(thread->second, offset, parser);
-            m_CountRest(thread->first, offset, parser);
+            m_ExtractStream(thread->second, parser);
         }
     } catch (...) {
-        for (; thread != m_threads.end(); ++thread, offset = 0) m_CountRest(thread->first, offset, parser);
-        for (const auto& [tid, stream] : m_threads) m_counted[tid] = stream.size();
+        const auto next = std::next(thread);
+        for (auto stays = m_threads.begin(); stays != next; ++stays) stays->second.Stay();
         throw;
     }
     m_threads.clear();
-    m_counted.clear();
-}
-
-// Counts what a stream holds past the offset at which its decoding ended, but for what was counted when an earlier dump
-// ended in damage. A stream that was replaced meanwhile may be shorter.
-void QxThreadBuffer::m_CountRest(unsigned short tid, std::size_t offset, QxParser* parser) const {
-    const auto stream = m_threads.find(tid);
-    if (stream == m_threads.end()) return;
-    const auto counted = m_counted.find(tid);
-    if (counted != m_counted.end()) offset = std::max(offset, counted->second);
-    if (offset < stream->second.size()) parser->CountNotDecoded(stream->second.size() - offset);
 }
 
 // A compressed item inside the stream may append to it, or replace it, while it is decoded: its length is looked at
 // anew for every item.
-void QxThreadBuffer::m_ExtractStream(const Stream& stream, std::size_t& offset, QxParser* parser) {
+void QxThreadBuffer::m_ExtractStream(const Stream& stream, QxParser* parser) {
     std::vector<char> payload;
     unsigned char tag = qxformat::kNoItem;
+    std::size_t offset = 0;
+    std::size_t start = 0;
     while (offset < stream.size() && m_NextItem(stream, offset, payload, tag, parser)) {
-        if (tag != qxformat::kNoItem) offset += static_cast<unsigned>(parser->ParseItem(tag, payload));
+        if (tag != qxformat::kNoItem) {
+            offset += static_cast<unsigned>(parser->DecodeItem(tag, payload, stream.Origins(), start, offset - start));
+        }
+        start = offset;
     }
 }
 
@@ -124,7 +117,7 @@ bool QxThreadBuffer::m_NextItem(const Stream& stream, std::size_t& offset, std::
         return false;
     }
     tag = qxformat::kNoItem;
-    if (IsDamaged(header)) return m_FindNextRun(stream, offset, parser);
+    if (IsDamaged(header)) return m_FindNextRun(stream, offset);
     // The cursor stands behind the header, so this also refuses items that are short by no more than their header.
     const std::size_t left = stream.size() - offset - header.length;
     if (header.size > left) {
@@ -143,11 +136,10 @@ bool QxThreadBuffer::m_NextItem(const Stream& stream, std::size_t& offset, std::
     return true;
 }
 
-bool QxThreadBuffer::m_FindNextRun(const Stream& stream, std::size_t& offset, QxParser* parser) {
+bool QxThreadBuffer::m_FindNextRun(const Stream& stream, std::size_t& offset) {
     unsigned int skipped = 0;
     const auto left = static_cast<unsigned>(std::min<std::size_t>(stream.size() - offset, UINT_MAX));
     if (FindNextItem(stream.data() + offset, &skipped, left) == 0) return false;
-    parser->CountNotDecoded(skipped);
     offset += skipped;
     return true;
 }

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "IQxBuffer.h"
+#include "QxJoinedBytes.h"
 
 class QxThreadBuffer final : public IQxBuffer {
 public:
@@ -14,7 +15,8 @@ public:
     // them. Returns `size`.
     int Parse(const char* data, unsigned int size, unsigned short prefixSize, QxParser* parser) override;
 
-    // Decodes all streams in order of thread id, then forgets them. When an item decoder throws, all of them stay.
+    // Decodes all streams in order of thread id, then forgets them. When an item decoder throws, all of them stay; what
+    // is decoded again is charged to the dump that asks for it, before it is done.
     void Extract(QxParser* parser) override;
 
     // Finds the next run marker at or after `*offset` within the `size` bytes at `data`. Returns 1 and sets `*offset`
@@ -22,15 +24,12 @@ public:
     static int FindNextItem(const char* data, unsigned int* offset, unsigned int size);
 
 private:
-    using Stream = std::vector<char>;
+    using Stream = QxJoinedBytes;
 
-    static void m_ExtractStream(const Stream& stream, std::size_t& offset, QxParser* parser);
+    static void m_ExtractStream(const Stream& stream, QxParser* parser);
     static bool m_NextItem(const Stream& stream, std::size_t& offset, std::vector<char>& payload, unsigned char& tag,
                            QxParser* parser);
-    static bool m_FindNextRun(const Stream& stream, std::size_t& offset, QxParser* parser);
+    static bool m_FindNextRun(const Stream& stream, std::size_t& offset);
 
-    void m_CountRest(unsigned short tid, std::size_t offset, QxParser* parser) const;
-
-    std::map<unsigned short, Stream> m_threads;       // by thread id
-    std::map<unsigned short, std::size_t> m_counted;  // bytes of these that stayed after damage, and were counted then
+    std::map<unsigned short, Stream> m_threads;  // by thread id
 };

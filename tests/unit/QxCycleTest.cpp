@@ -58,6 +58,13 @@ Bytes OneCall(int value) {
     return Thread(5, {StreamItem(kBefore, Before(105, 3, Int(value, 4))), StreamItem(kAfter, After(2))});
 }
 
+// A dump inside so many others.
+Bytes NestedDeep(int levels) {
+    Bytes dump = Site();
+    for (int i = 0; i < levels; ++i) dump = Persistent({Item(kPacked, Bzip2(dump))});
+    return dump;
+}
+
 class QxCycleTest : public testing::Test {
 protected:
     using Steps = std::vector<std::string>;
@@ -141,6 +148,9 @@ TEST_F(QxCycleTest, CountsTheBytesThatWereNotDecoded) {
     const Bytes unknown = Packet(99, "?");
     const Bytes cut = StreamItem(kBefore, Before(105, 3, Int(1, 4))).substr(0, 3);
     const Bytes noise = "\xFF!xyz";  // no item has this tag
+    const Bytes name = Item(kThreadName, ThreadName("a"));
+    const Bytes bad = Item(kProxy, "ab");
+    const Bytes damaged = Item(kPacked, "no bzip2");
     const struct {
         const char* what;
         Bytes dump;
@@ -153,16 +163,35 @@ TEST_F(QxCycleTest, CountsTheBytesThatWereNotDecoded) {
         {"one stream cut beside a whole one", Site() + Thread(5, cut) + Thread(6, call), cut.size()},
         {"up to the next run", Site() + Thread(5, call + noise + Marker() + call), noise.size()},
         {"up to the end, without a next run", Site() + Thread(5, call + noise), noise.size()},
-        // The header of the item that threw was read.
-        {"behind damage in a stream", Site() + Thread(5, strayExit + call) + Thread(6, call),
-         strayExit.size() - 2 + call.size() + call.size() + Marker().size()},
+        // The marker that joining put ahead of the second stream is not the dump's.
+        {"behind damage in a stream", Site() + Thread(5, call + strayExit + call) + Thread(6, call),
+         strayExit.size() + call.size() + call.size()},
         {"inside what is compressed", Compressed(Site() + unknown) + Flush(), unknown.size()},
-        {"a compressed item that is damaged", Persistent(Item(kPacked, "no bzip2")), 8},
         {"the end of an item that began before", Site() + Packet(kThread, Fragment(5, 6, 6, call)), 6},
+        {"an end that is not there, either", Site() + Packet(kThread, Fragment(5, 6, 6, "abc")), 3},
         {"the end of a compressed one", Packet(kCompressed, CompressedFragment(6, 6, call)) + Flush(), 6},
         {"a stream that is replaced",
-         Site() + Thread(5, call) + PrefixedPacket(2, kThread, Fragment(5, 0, 4, Marker() + Marker())),
-         Marker().size() + call.size()},
+         Site() + Thread(5, call) + PrefixedPacket(2, kThread, Fragment(5, 0, 4, Marker() + Marker())), call.size()},
+        {"what stands behind the bytes of a fragment", Packet(kThread, Fragment(5, 0, 0, "") + "padding"), 0},
+        {"what stands behind the end of a list", Persistent(name + Bytes("\0more", 5)), 0},
+        // With the packet's own header, which counts with the packet.
+        {"from a bad item on, not what stands before it", Persistent(name + bad + name) + Flush(),
+         2 + bad.size() + name.size() + Flush().size()},
+        {"from a bad property on", Properties(5, name + bad + name), 2 + 2 + bad.size() + name.size()},
+        {"a compressed item that is damaged", Persistent(damaged), damaged.size()},
+        {"one before a bad item", Persistent(damaged + name + bad), 2 + damaged.size() + bad.size()},
+        {"one in a stream", Thread(5, damaged + strayExit), damaged.size() + strayExit.size()},
+        {"one in a run", CompressedRun(name + damaged + name, 100) + Flush(), damaged.size()},
+        {"from a bad item in a run on", CompressedRun(name + bad + name, 100) + Flush(),
+         bad.size() + name.size() + Flush().size()},
+        {"a run that is cut", CompressedRun(name + Cut(name, 3), 5) + Flush(), 3},
+        {"a run that waits", Site() + CompressedRun(name, 100), name.size()},
+        {"a packed dump that nests too deep", Site() + NestedDeep(9), Bzip2(Site()).size() + 2 + 2},
+        // Its thread is over when it comes: the streams are decoded in the order of their ids.
+        {"a fragment for a thread that is over",
+         Thread(5, StreamItem(kPacked, Bzip2(Thread(4, name)))) + Thread(4, Marker()), name.size()},
+        {"what stays from a dump inside", Persistent(Item(kPacked, Bzip2(CompressedRun(bad + name, 100) + Flush()))),
+         bad.size() + name.size() + Flush().size()},
     };
     for (const auto& row : rows) {
         QxCycle cycle(nullptr, nullptr, std::make_shared<QxData>());
@@ -170,14 +199,48 @@ TEST_F(QxCycleTest, CountsTheBytesThatWereNotDecoded) {
     }
 }
 
+// Stream bytes are not held to their packet: the same bytes may stand in several streams, and be packets as well.
+TEST_F(QxCycleTest, CountsBytesOnceThatFragmentsShare) {
+    const Bytes noise = "\xFF!xyz";
+    // Each packet ends before the stream bytes that it claims, which are those behind the last one.
+    const auto claim = [](unsigned tid) { return Packet(kThread, Fragment(tid, 0, 5, "")); };
+    EXPECT_EQ(Decode(m_cycle, "a", claim(1) + noise).bytesNotDecoded, noise.size());
+    const Bytes before = PrefixedPacket(11, kThread, Fragment(2, 0, 0, ""));
+    EXPECT_EQ(Decode(m_cycle, "b", before + claim(1) + noise).bytesNotDecoded, noise.size());
+}
+
 // Streams stay when one of them holds damage, and are decoded once more with the next dump.
 TEST_F(QxCycleTest, CountsBytesOnceThatStayForTheNextDump) {
     const Bytes call = StreamItem(kBefore, Before(105, 3, Int(1, 4))) + StreamItem(kAfter, After(2));
     const Bytes strayExit = StreamItem(kAfter, After(2));
-    const std::uint64_t stays = strayExit.size() - 2 + call.size();
+    const std::uint64_t stays = strayExit.size() + call.size();
     EXPECT_EQ(Decode(m_cycle, "a", Site() + Thread(5, strayExit + call)).bytesNotDecoded, stays);
     const Bytes own = Thread(6, call);
-    EXPECT_EQ(Decode(m_cycle, "b", Site() + own).bytesNotDecoded, Marker().size() + call.size());
+    EXPECT_EQ(Decode(m_cycle, "b", Site() + own).bytesNotDecoded, call.size());
+    EXPECT_EQ(m_cycle.Dumps()[0].bytesNotDecoded, stays);
+    EXPECT_EQ(m_cycle.Dumps()[1].bytesNotDecoded, call.size());
+}
+
+// A run stays, too, and what is unpacked from it anew is what was unpacked from it before.
+TEST_F(QxCycleTest, CountsBytesOnceOfARunThatStays) {
+    const Bytes unknown = Packet(99, "?");
+    const Bytes bad = Item(kProxy, "ab");
+    const Bytes run = CompressedRun(Item(kPacked, Bzip2(Site() + unknown)) + bad, 1000);
+    EXPECT_EQ(Decode(m_cycle, "a", run + Flush()).bytesNotDecoded, unknown.size() + bad.size() + Flush().size());
+    const Bytes more = CompressedRun("abc", 3);
+    EXPECT_EQ(Decode(m_cycle, "b", more + Flush()).bytesNotDecoded, 3 + Flush().size());
+    EXPECT_EQ(m_cycle.Dumps()[0].bytesNotDecoded, unknown.size() + bad.size() + Flush().size());
+}
+
+TEST_F(QxCycleTest, TakesBackWhatALaterDumpDecodes) {
+    const Bytes unknown = Packet(99, "?");
+    const Bytes packed = Item(kPacked, Bzip2(Site() + unknown));
+    EXPECT_EQ(Decode(m_cycle, "a", Site() + CompressedRun(packed, 1000)).bytesNotDecoded, packed.size());
+    EXPECT_EQ(m_cycle.Dumps()[0].bytesNotDecoded, packed.size());
+    Decode(m_cycle, "empty", "");
+    EXPECT_EQ(Decode(m_cycle, "b", Site()).bytesNotDecoded, 0u);
+    EXPECT_EQ(m_cycle.Dumps()[0].bytesNotDecoded, unknown.size()) << "what the run brought is still the first dump's";
+    EXPECT_EQ(m_cycle.Dumps()[1].bytesNotDecoded, 0u);
 }
 
 TEST_F(QxCycleTest, KeepsWhatStoodBeforeTheDamage) {

@@ -211,13 +211,13 @@ void LiveRun::OnCycle(bool primes) {
 }
 
 void LiveRun::OnDump(const std::string& process, const std::vector<char>& dump) {
-    m_counts = LossOfLastDump(process);
-    if (m_counts && dump.empty()) m_counts->LoseDump();
-    if (m_capture) m_capture->AddDump(process, dump, m_counts);
+    std::optional<LossCounts>& counts = m_counts[process] = LossOfLastDump(process);
+    if (counts && dump.empty()) counts->LoseDump();
+    if (m_capture) m_capture->AddDump(process, dump, counts);
 }
 
 void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& decoded) {
-    m_account.AddDump(process, m_counts, decoded.bytesNotDecoded);
+    m_account.AddDump(process, m_counts[process], decoded.bytesNotDecoded);
     if (decoded.Whole()) return;
     Tell(DamageFault(process + ", dump of cycle " + std::to_string(m_cycle), process, decoded));
 }

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
 #include <set>
@@ -84,8 +85,8 @@ private:
     std::set<std::string> m_waiting;  // processes that do not run yet
     std::set<std::string> m_warned;   // processes whose id has been complained about
     ProcessNames m_processes;
-    RunAccount m_account;                // the worker's while it runs
-    std::optional<LossCounts> m_counts;  // of the dump that is being decoded
+    RunAccount m_account;                                       // the worker's while it runs
+    std::map<std::string, std::optional<LossCounts>> m_counts;  // of the cycle's dumps, by process
     ScriptPlaces m_places;
     ObserverList m_observers;
     std::optional<ErrorReporter> m_errors;

@@ -5,7 +5,6 @@
 
 #include "CaptureReader.h"
 #include "DumpInput.h"
-#include "QxCycle.h"
 #include "QxScriptScenario.h"
 
 namespace qxlt {
@@ -94,12 +93,18 @@ void Replayer::Cycle(std::uint64_t number, bool primes, const std::vector<Dump>&
     cycle.Parser().SetObserver(&m_observers);
     for (const Dump& dump : dumps) {
         std::vector<char> bytes = dump.file.empty() ? std::vector<char>() : ReadDump(dump.file);
-        const QxCycle::Decoded decoded = cycle.Decode(dump.process, bytes);
-        if (m_account != nullptr) m_account->AddDump(dump.process, dump.counts, decoded.bytesNotDecoded);
-        const std::string name = std::filesystem::path(dump.file).filename().string();
-        if (!decoded.Whole()) Tell(DamageFault(dump.file, name, decoded));
+        cycle.Decode(dump.process, bytes);
     }
+    // Told once all are decoded: a later dump may have decoded what an earlier one left waiting.
+    auto decoded = cycle.Dumps().begin();
+    for (const Dump& dump : dumps) TellDecoded(dump, *decoded++);
     cycle.Finish(primes);
+}
+
+void Replayer::TellDecoded(const Dump& dump, const QxCycle::Decoded& decoded) {
+    if (m_account != nullptr) m_account->AddDump(dump.process, dump.counts, decoded.bytesNotDecoded);
+    const std::string name = std::filesystem::path(dump.file).filename().string();
+    if (!decoded.Whole()) Tell(DamageFault(dump.file, name, decoded));
 }
 
 int Replayer::OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context) {

@@ -14,6 +14,7 @@
 #include "Observers.h"
 #include "ProcessNames.h"
 #include "Progress.h"
+#include "QxCycle.h"
 #include "QxData.h"
 #include "RunAccount.h"
 
@@ -66,6 +67,7 @@ private:
     void RunDumps();
     void Tell(const Fault& fault);
     void Cycle(std::uint64_t number, bool primes, const std::vector<Dump>& dumps);
+    void TellDecoded(const Dump& dump, const QxCycle::Decoded& decoded);
 
     const ReplayInput& m_input;
     const EventSink m_sink;

@@ -1,0 +1,35 @@
+#include "QxOrigins.h"
+
+#include <algorithm>
+
+namespace {
+
+bool Continues(const QxOrigins::Piece& piece, const QxOrigin& origin) {
+    if (piece.origin.dump != origin.dump) return false;
+    return origin.dump == 0 || piece.origin.at + piece.size == origin.at;
+}
+
+}  // namespace
+
+void QxOrigins::Append(const QxOrigin& origin, std::size_t size) {
+    if (size == 0) return;
+    if (!m_pieces.empty() && Continues(m_pieces.back(), origin)) {
+        m_pieces.back().size += size;
+    } else {
+        m_pieces.push_back({m_size, size, origin});
+    }
+    m_size += size;
+}
+
+void QxOrigins::Clear() {
+    m_pieces.clear();
+    m_size = 0;
+}
+
+QxOrigins::Piece QxOrigins::PieceAt(std::size_t offset, std::size_t size) const {
+    const auto piece = std::upper_bound(m_pieces.begin(), m_pieces.end(), offset,
+                                        [](std::size_t at, const Piece& one) { return at < one.offset + one.size; });
+    if (piece == m_pieces.end()) return {offset, 0, {}};
+    const std::size_t skipped = offset - piece->offset;
+    return {offset, std::min(size, piece->size - skipped), {piece->origin.at + skipped, piece->origin.dump}};
+}
