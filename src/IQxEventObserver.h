@@ -1,4 +1,5 @@
-// Watches a trace pass decide, for tools that explain why an event fired or did not. Normal tracking has none.
+// Watches a trace pass decide, for tools that explain why an event fired or did not. Normal tracking has none. To
+// watch, derive from this class and override what is of interest.
 #pragma once
 
 #include <string>
@@ -18,17 +19,32 @@ enum class QxOutcome {
     Fires
 };
 
+// What an evaluation that threw was reading.
+enum class QxStage {
+    Index,     // the argument's index
+    Field,     // the field, which would begin behind the end of the argument
+    Argument,  // the argument, as a number
+    Operand,   // an operand, as a number
+    Bound,     // a bound of a range, as a number
+    Other      // none of these: memory ran out, or who takes the event failed
+};
+
+// All calls come from within the pass; what is handed over is valid for the call only. `key` is the one under which the
+// store holds the call, 0 for a call that was evaluated outside a pass.
 class IQxEventObserver {
 public:
     virtual ~IQxEventObserver() = default;
 
     // A call of the pass, whether anything is subscribed to its method or not.
-    virtual void OnCall(const IQxData::HSCall& call, const std::string& callerName) = 0;
+    virtual void OnCall(unsigned long long /*key*/, const IQxData::HSCall& /*call*/,
+                        const std::string& /*callerName*/) {}
 
-    // One evaluated event. `argument` is the value as far as it was worked out.
-    virtual void OnEvent(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxOutcome outcome,
-                         const std::string& argument) = 0;
+    // One evaluated event. `argument` is the value as far as it was worked out. If the event fires, it is sent after
+    // this.
+    virtual void OnEvent(const IQxData::_HSScriptPtr& /*event*/, unsigned long long /*key*/,
+                         const IQxData::HSCall& /*call*/, QxOutcome /*outcome*/, const std::string& /*argument*/) {}
 
-    // An event whose evaluation threw.
-    virtual void OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) = 0;
+    // An event whose evaluation threw, where it did, and the text of what was thrown.
+    virtual void OnError(const IQxData::_HSScriptPtr& /*event*/, unsigned long long /*key*/,
+                         const IQxData::HSCall& /*call*/, QxStage /*stage*/, const std::string& /*error*/) {}
 };

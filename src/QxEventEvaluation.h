@@ -2,11 +2,14 @@
 // it with the keyword, and decides by the watch mode whether the event fires.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "IQxData.h"
 #include "IQxEventObserver.h"
+#include "QxEventWords.h"
 
 class QxDecodeLog;
 
@@ -21,15 +24,19 @@ public:
     QxOutcome Decide();
 
     // The event's name, and the value that was worked out.
-    const std::string& Name() const { return *m_name; }
+    const std::string& Name() const { return m_words[QxEventWords::kName]; }
     const std::string& Argument() const { return m_argument; }
+
+    // What Decide was reading when it threw.
+    QxStage Stage() const { return m_stage; }
 
 private:
     enum class Verdict { False, True, WrongType, WrongRange };
     using Arguments = std::vector<IQxData::HSICallArg>;
 
     void Complain(const char* format, ...) const __attribute__((format(printf, 2, 3)));
-    void ReadAttribute(const std::string& name, const std::string& value);
+    std::optional<std::uint32_t> ReadIndex();
+    int ReadNumber(const std::string& text, QxStage stage);
     bool PickArgument();
     bool PickFrom(const Arguments& list);
     bool PickReturn();
@@ -37,27 +44,16 @@ private:
     void CutField();
     QxOutcome DecideChanged() const;
     QxOutcome DecideAlways() const;
-    QxOutcome DecideCondition(bool risingOnly) const;
-    Verdict Compare() const;
-    Verdict CompareEach(const std::vector<std::string>& operands, bool equal) const;
-    bool Matches(const std::string& operand, bool equal) const;
-    Verdict CompareOrder(const std::vector<std::string>& operands, bool greater) const;
-    Verdict CompareRange() const;
-    std::vector<std::string> Operands() const;
+    QxOutcome DecideCondition(bool risingOnly);
+    Verdict Compare();
+    Verdict CompareEach(bool equal);
+    bool Matches(const std::string& operand, bool equal);
+    Verdict CompareOrder(bool greater);
+    Verdict CompareRange();
 
     const IQxData::HSCall& m_call;
     QxDecodeLog* const m_log;
-    // Attribute values; those that are missing point to an empty text. None is owned.
-    const std::string* m_name;
-    const std::string* m_filter;
-    const std::string* m_datakey;
-    const std::string* m_type;
-    const std::string* m_tag;
-    const std::string* m_value;
-    const std::string* m_keyword;
-    const std::string* m_watch;
-    const std::string* m_condition;
-    const std::string* m_conditionValue;
-    const std::string* m_conditionType;
+    QxEventWords m_words;
     std::string m_argument;
+    QxStage m_stage = QxStage::Other;
 };

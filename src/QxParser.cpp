@@ -21,6 +21,7 @@
 #include "QxProxyMarker.h"
 #include "QxScriptScenario.h"
 #include "QxScriptSession.h"
+#include "QxScriptWords.h"
 #include "QxThreadBuffer.h"
 #include "QxThreadData.h"
 #include "QxThreadProperties.h"
@@ -48,8 +49,8 @@ private:
 QxParser::QxParser(IQxLogTracker::Callback callback, void* context) : m_callback(callback), m_context(context) {
     m_MakeBuffers();
     m_MakeItems();
-    m_scripts["Scenario"] = std::make_unique<QxScriptScenario>();
-    m_scripts["session"] = std::make_unique<QxScriptSession>();
+    m_scripts[qxscript::kScenario] = std::make_unique<QxScriptScenario>();
+    m_scripts[qxscript::kSession] = std::make_unique<QxScriptSession>();
 }
 
 QxParser::~QxParser() = default;

@@ -1,8 +1,8 @@
 #include "QxScriptScenario.h"
 
-#include <algorithm>
 #include <cstdint>
 #include <exception>
+#include <optional>
 
 #include "IQxLogTracker.h"
 #include "QxData.h"
@@ -21,22 +21,6 @@ IQxData::_HSScriptPtr* RootOf(IQxData& store) {
 
 const std::string& CallerName(IQxData& store, const IQxData::HSCall& call, QxLocation& scratch) {
     return FetchLocation(store, call.locId, call.pid, scratch).site.callerName;
-}
-
-const std::string& EventName(const IQxData::_HSScriptPtr& event) {
-    static const std::string& none = *new std::string;
-    const auto last = std::find_if(event.attributes.rbegin(), event.attributes.rend(),
-                                   [](const auto& attribute) { return attribute.first == "name"; });
-    return last == event.attributes.rend() ? none : last->second;
-}
-
-// Each pass subscribes anew; the script is wrong once.
-void ReportNameless(IQxData::_HSScriptPtr& method, const std::string& actionName) {
-    if (method.reported) return;
-    method.reported = true;
-    QxDebugPrint::GetInstance()->Print("SetSubscriber", __LINE__, Major,
-                                       "[QxScriptScenario::SetSubscriber] method without attribute, action: %s",
-                                       actionName.c_str());
 }
 
 }  // namespace
@@ -59,19 +43,20 @@ int QxScriptScenario::Trace(QxParser* parser) {
         return 0;
     }
     SetSubscriber(root);
-    for (IQxData::HSCall& call : m_Snapshot(*store, parser->Observer())) m_Visit(call, parser);
+    for (Visited& visited : m_Snapshot(*store, parser->Observer())) m_Visit(visited, parser);
+    m_Key = 0;
     return 1;
 }
 
 // Copies the calls that something is subscribed to. Callbacks run later in the pass and may change the store: the pass
 // goes on over the calls that stood there when it began.
-std::vector<IQxData::HSCall> QxScriptScenario::m_Snapshot(IQxData& store, IQxEventObserver* observer) const {
-    std::vector<IQxData::HSCall> snapshot;
+std::vector<QxScriptScenario::Visited> QxScriptScenario::m_Snapshot(IQxData& store, IQxEventObserver* observer) const {
+    std::vector<Visited> snapshot;
     QxLocation scratch;
     for (const auto& entry : *store.GetCallIMap()) {
         const std::string& method = CallerName(store, entry.second, scratch);
-        if (observer != nullptr) observer->OnCall(entry.second, method);
-        if (m_HasSubscriber(method)) snapshot.push_back(entry.second);
+        if (observer != nullptr) observer->OnCall(entry.first, entry.second, method);
+        if (m_HasSubscriber(method)) snapshot.push_back({entry.first, entry.second});
     }
     return snapshot;
 }
@@ -82,37 +67,23 @@ bool QxScriptScenario::m_HasSubscriber(const std::string& method) const {
 }
 
 // The location is looked up again: a callback that cleared the store ends the matches of the calls that follow.
-void QxScriptScenario::m_Visit(IQxData::HSCall& call, QxParser* parser) {
+void QxScriptScenario::m_Visit(Visited& visited, QxParser* parser) {
     QxLocation scratch;
-    const std::string method = CallerName(parser->Store(), call, scratch);
+    const std::string method = CallerName(parser->Store(), visited.call, scratch);
+    m_Key = visited.key;
     const auto end = m_Subscribers.end();
     for (auto entry = m_Subscribers.lower_bound(method); entry != end; ++entry) {
         if (entry->first.first != method) return;
-        MakeEvent(entry->second, call, parser);
+        MakeEvent(entry->second, visited.call, parser);
     }
 }
 
-// The remembered name is not reset between actions: one without a name goes under that of the nearest before it.
 void QxScriptScenario::SetSubscriber(IQxData::_HSScriptPtr* root) {
-    std::string actionName;
-    for (IQxData::_HSScriptPtr* const action : root->children) {
-        if (action == nullptr) continue;
-        for (const auto& attribute : action->attributes) {
-            if (attribute.first == "name") actionName = attribute.second;
-        }
-        m_Subscribe(action, actionName);
-    }
-}
-
-void QxScriptScenario::m_Subscribe(IQxData::_HSScriptPtr* action, const std::string& actionName) {
-    for (IQxData::_HSScriptPtr* const method : action->children) {
-        if (method == nullptr || method->name != "method") continue;
-        if (method->attributes.empty()) {
-            ReportNameless(*method, actionName);
-        } else {
-            m_Subscribers.try_emplace({method->attributes.front().second, actionName}, action);
-        }
-    }
+    qxscript::Subscribe(*root, m_Subscribers, [](const std::string& actionName) {
+        QxDebugPrint::GetInstance()->Print("SetSubscriber", __LINE__, Major,
+                                           "[QxScriptScenario::SetSubscriber] method without attribute, action: %s",
+                                           actionName.c_str());
+    });
 }
 
 // A callback may load a script below this action: only the children that were there at the start are visited.
@@ -120,28 +91,38 @@ void QxScriptScenario::MakeEvent(IQxData::_HSScriptPtr* action, IQxData::HSCall&
     const std::size_t count = action->children.size();
     for (std::size_t i = 0; i < count; ++i) {
         IQxData::_HSScriptPtr* const event = action->children[i];
-        if (event != nullptr && event->name == "event") m_PushGuarded(event, call, parser);
+        if (qxscript::IsEvent(event)) m_PushGuarded(event, call, parser);
     }
 }
 
 void QxScriptScenario::m_PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
+    std::optional<QxEventEvaluation> evaluation;
     try {
-        PushEvent(event, call, parser);
+        m_Push(evaluation.emplace(*event, call, &parser->Log()), *event, call, *parser);
     } catch (const std::exception& error) {
         parser->Log().Print("MakeEvent", __LINE__, Major,
                             "[QxScriptScenario::MakeEvent] Event in error, event: %s, error: %s",
-                            EventName(*event).c_str(), error.what());
-        if (parser->Observer() != nullptr) parser->Observer()->OnError(*event, call, error.what());
+                            QxEventWords(*event)[QxEventWords::kName].c_str(), error.what());
+        if (parser->Observer() == nullptr) return;
+        const QxStage stage = evaluation ? evaluation->Stage() : QxStage::Other;
+        parser->Observer()->OnError(*event, m_Key, call, stage, error.what());
     }
 }
 
 void QxScriptScenario::PushEvent(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
     QxEventEvaluation evaluation(*event, call, &parser->Log());
+    m_Push(evaluation, *event, call, *parser);
+}
+
+void QxScriptScenario::m_Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event,
+                              const IQxData::HSCall& call, QxParser& parser) const {
     const QxOutcome outcome = evaluation.Decide();
-    if (parser->Observer() != nullptr) parser->Observer()->OnEvent(*event, call, outcome, evaluation.Argument());
+    if (parser.Observer() != nullptr) {
+        parser.Observer()->OnEvent(event, m_Key, call, outcome, evaluation.Argument());
+    }
     if (outcome != QxOutcome::Fires) return;
-    parser->Store().AppendEvent(evaluation.Name(), evaluation.Argument(), call);
-    parser->SendEvent(evaluation.Name(), evaluation.Argument(), call);
+    parser.Store().AppendEvent(evaluation.Name(), evaluation.Argument(), call);
+    parser.SendEvent(evaluation.Name(), evaluation.Argument(), call);
 }
 
 std::string QxScriptScenario::ConverStringArg(std::string raw) {

@@ -7,11 +7,11 @@
 
 #include <map>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "IQxData.h"
 #include "IQxScript.h"
+#include "QxSubscriptions.h"
 
 // What events remember from pass to pass, by event name, for all scripts and trackers of the process; never cleared.
 // Several trackers' workers may use them: QxEventMemory guards them.
@@ -23,6 +23,7 @@ extern std::map<std::string, bool>& m_DconditionValues;
 void split(std::string text, std::string delimiter, std::vector<std::string>& out);
 
 class IQxEventObserver;
+class QxEventEvaluation;
 
 class QxScriptScenario final : public IQxScript {
 public:
@@ -48,20 +49,19 @@ public:
     static std::string ConverIntArg(std::string raw);
 
 private:
-    bool m_HasSubscriber(const std::string& method) const;
-    void m_Subscribe(IQxData::_HSScriptPtr* action, const std::string& actionName);
-    std::vector<IQxData::HSCall> m_Snapshot(IQxData& store, IQxEventObserver* observer) const;
-    void m_PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
-    void m_Visit(IQxData::HSCall& call, QxParser* parser);
-
-    using Subscription = std::pair<std::string, std::string>;  // method name, action name
-
-    // Lets a method's first subscription be found without making one.
-    struct ByMethod {
-        using is_transparent = void;
-        bool operator()(const Subscription& a, const Subscription& b) const { return a < b; }
-        bool operator()(const Subscription& a, const std::string& method) const { return a.first < method; }
+    // A call of the pass, copied, and its key in the store.
+    struct Visited {
+        unsigned long long key;
+        IQxData::HSCall call;
     };
 
-    std::map<Subscription, IQxData::_HSScriptPtr*, ByMethod> m_Subscribers;  // to actions of the store
+    bool m_HasSubscriber(const std::string& method) const;
+    std::vector<Visited> m_Snapshot(IQxData& store, IQxEventObserver* observer) const;
+    void m_Visit(Visited& visited, QxParser* parser);
+    void m_PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
+    void m_Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call,
+                QxParser& parser) const;
+
+    QxSubscriptions m_Subscribers;  // to actions of the store
+    unsigned long long m_Key = 0;   // of the call that the pass has come to; for the observer
 };

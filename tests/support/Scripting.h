@@ -53,12 +53,16 @@ protected:
     }
 
     void Evaluate(const std::string& attributes, IQxData::HSCall call) {
-        const auto scripts = std::make_shared<QxData>();
+        QxScriptScenario().MakeEvent(LoadEvent(attributes).parent, call, &tracing);
+    }
+
+    // The event of these attributes, the only one of its action. It lives until the next one is loaded.
+    IQxData::_HSScriptPtr& LoadEvent(const std::string& attributes) {
+        m_event = std::make_shared<QxData>();
         ExactBytes text("<a><event " + attributes + "/></a>");
-        EXPECT_TRUE(QxXMLLoader::Parse(text.Pair(), scripts)) << attributes;
+        EXPECT_TRUE(QxXMLLoader::Parse(text.Pair(), m_event)) << attributes;
         IQxData::_HSScript* slot = nullptr;
-        scripts->GetScript(&slot);
-        QxScriptScenario().MakeEvent(*slot, call, &tracing);
+        return *(*m_event->GetScript(&slot))->children.front();
     }
 
     static IQxData::HSCall CallWith(std::vector<std::string> in, std::vector<std::string> out = {},
@@ -92,4 +96,5 @@ protected:
 
 private:
     unsigned long long m_time = 0;
+    std::shared_ptr<QxData> m_event;
 };

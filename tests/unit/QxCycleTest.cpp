@@ -304,9 +304,7 @@ TEST_F(QxCycleTest, FinishTracesAndDropsCalls) {
 TEST_F(QxCycleTest, FinishDropsCallsAlsoWhenTracingThrows) {
     class Failing final : public IQxEventObserver {
     public:
-        void OnCall(const IQxData::HSCall&, const std::string&) override { throw std::bad_alloc(); }
-        void OnEvent(const IQxData::_HSScriptPtr&, const IQxData::HSCall&, QxOutcome, const std::string&) override {}
-        void OnError(const IQxData::_HSScriptPtr&, const IQxData::HSCall&, const std::string&) override {}
+        void OnCall(unsigned long long, const IQxData::HSCall&, const std::string&) override { throw std::bad_alloc(); }
     } failing;
     m_cycle.Parser().SetObserver(&failing);
     Decode(m_cycle, "a", Site() + OneCall(1));

@@ -1,4 +1,6 @@
 // The condition language.
+#include "QxEventEvaluation.h"
+
 #include "Scripting.h"
 
 namespace {
@@ -288,6 +290,46 @@ TEST_F(QxEventEvaluationTest, OperandsThatAreNoNumbersAreErrors) {
     RecordingLog::Clear();
     EXPECT_FALSE(Fires(In("STRING", "watch='CONDITIONAL' condition='range' conditionValue='x,1'"), Text("5")));
     EXPECT_EQ(Logged("[QxScriptScenario::MakeEvent] Event in error, event: E, error: stoi", DLOG_ERROR), 1);
+}
+
+// What threw is known from the evaluation itself, whatever the text of the error.
+TEST_F(QxEventEvaluationTest, SaysWhatItWasReadingWhenItThrew) {
+    struct Row {
+        const char* attributes;
+        QxStage stage;
+    };
+    const Row rows[] = {
+        {"tag='IN' value='x'", QxStage::Index},
+        {"tag='RET' value='4294967296' filter='x' datakey='missing&amp;x'", QxStage::Index},
+        {"tag='IN' value='0' type='STRING' filter='x' datakey='missing&amp;x'", QxStage::Field},
+        {"tag='IN' value='0' type='INT' watch='CONDITIONAL' condition='==' conditionValue='x'", QxStage::Operand},
+        {"tag='IN' value='0' type='INT' watch='CONDITIONAL' condition='!=' conditionValue='1&amp;x' "
+         "conditionType='OR'",
+         QxStage::Operand},
+        {"tag='IN' value='0' type='INT' watch='CONDITIONAL' condition='&gt;' conditionValue=''", QxStage::Operand},
+        {"tag='IN' value='0' type='INT' watch='CONDITIONAL' condition='&lt;' conditionValue='2147483648'",
+         QxStage::Operand},
+        {"tag='IN' value='0' type='STRING' watch='CONDITIONAL' condition='range' conditionValue='x,1'", QxStage::Bound},
+        {"tag='IN' value='0' type='INT' watch='CONDITIONAL' condition='range' conditionValue='1,x'", QxStage::Bound},
+        {"tag='NONE' type='INT' watch='CONDITIONAL' condition='==' conditionValue='x'", QxStage::Argument},
+        {"tag='NONE' type='INT' watch='CONDITIONAL' condition='&gt;' conditionValue='1'", QxStage::Argument},
+        {"type='INT' watch='D-CONDITIONAL' condition='range' conditionValue='1,2'", QxStage::Argument}};
+    for (const Row& row : rows) {
+        const IQxData::HSCall call = Text("x");
+        QxEventEvaluation evaluation(LoadEvent(row.attributes), call);
+        EXPECT_EQ(evaluation.Stage(), QxStage::Other);
+        EXPECT_ANY_THROW(evaluation.Decide()) << row.attributes;
+        EXPECT_EQ(evaluation.Stage(), row.stage) << row.attributes;
+    }
+}
+
+TEST_F(QxEventEvaluationTest, HasNoStageOnceItHasDecided) {
+    const IQxData::HSCall call = Number(75);
+    QxEventEvaluation evaluation(
+        LoadEvent(In("INT", "filter='7' datakey='7&amp;' watch='CONDITIONAL' condition='range' conditionValue='1,9'")),
+        call);
+    EXPECT_EQ(evaluation.Decide(), QxOutcome::Fires);
+    EXPECT_EQ(evaluation.Stage(), QxStage::Other);
 }
 
 TEST_F(QxEventEvaluationTest, ARisingEdgeFiresOnce) {

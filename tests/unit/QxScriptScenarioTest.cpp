@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "Expose.h"
+#include "IQxEventObserver.h"
 #include "Scripting.h"
 
 struct Subscriptions {
@@ -297,6 +298,69 @@ TEST_F(QxScriptScenarioTest, AnUnknownTopElementRunsNothing) {
     EXPECT_FALSE(tracing.Trace());
     EXPECT_FALSE(tracing.Trace()) << "nothing was registered under that name";
     EXPECT_TRUE(fired.empty());
+}
+
+// Writes down what it is told.
+class Notes final : public IQxEventObserver {
+public:
+    void OnCall(unsigned long long key, const IQxData::HSCall&, const std::string& callerName) override {
+        lines.push_back("call " + std::to_string(key) + " " + callerName);
+    }
+    void OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall&, QxOutcome outcome,
+                 const std::string& argument) override {
+        lines.push_back("event " + event.attributes.front().second + " " + std::to_string(key) + " " +
+                        (outcome == QxOutcome::Fires ? "fires " : "rests ") + argument);
+    }
+    void OnError(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall&, QxStage stage,
+                 const std::string& error) override {
+        lines.push_back("error " + event.attributes.front().second + " " + std::to_string(key) + " " +
+                        (stage == QxStage::Index ? "index " : "other ") + error);
+    }
+
+    std::vector<std::string> lines;
+};
+
+// Two calls that differ in nothing but their place in the store.
+TEST_F(QxScriptScenarioTest, TheObserverIsToldTheKeyOfTheCall) {
+    Load(
+        "<Scenario><x name='a'><method name='M'/><event name='E' keyword='' tag='NONE'/>"
+        "<event name='BAD' tag='IN' value='x'/><event name='F' keyword='k'/></x></Scenario>");
+    IQxData::HSCall other = Call("N", 2);
+    other.time = 7;
+    IQxData::HSCall call = Call("M");
+    call.time = 7;
+    for (IQxData::HSCall* const one : {&other, &call, &call}) store->AppendBeforeCall(*one);
+    Notes notes;
+    tracing.SetObserver(&notes);
+    during = [&] { notes.lines.push_back("callback"); };
+    EXPECT_TRUE(tracing.Trace());
+    EXPECT_EQ(notes.lines,
+              (std::vector<std::string>{
+                  "call 7000 N", "call 7001 M", "call 7002 M",                                                 //
+                  "event E 7001 fires NONE", "callback", "error BAD 7001 index stoul", "event F 7001 rests ",  //
+                  "event E 7002 fires NONE", "callback", "error BAD 7002 index stoul", "event F 7002 rests "}));
+}
+
+TEST_F(QxScriptScenarioTest, OutsideAPassThereIsNoKey) {
+    Notes notes;
+    tracing.SetObserver(&notes);
+    Evaluate("name='E' tag='NONE'", Number(5));
+    EXPECT_EQ(notes.lines, std::vector<std::string>{"event E 0 fires NONE"});
+    IQxData::HSCall call;
+    QxScriptScenario().PushEvent(&LoadEvent("name='F' tag='NONE'"), call, &tracing);
+    EXPECT_EQ(notes.lines.back(), "event F 0 fires NONE");
+}
+
+TEST_F(QxScriptScenarioTest, AnObserverNeedNotWatchEverything) {
+    Load(
+        "<Scenario><x name='a'><method name='M'/><event name='BAD' tag='IN' value='x'/><event "
+        "name='E'/></x></Scenario>");
+    IQxData::HSCall call = Call("M");
+    store->AppendBeforeCall(call);
+    IQxEventObserver nobody;
+    tracing.SetObserver(&nobody);
+    EXPECT_TRUE(tracing.Trace());
+    EXPECT_EQ(FiredNames(), std::vector<std::string>{"E"});
 }
 
 TEST_F(QxScriptScenarioTest, WithoutACallbackEventsAreStoredAlone) {

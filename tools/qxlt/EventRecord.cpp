@@ -1,29 +1,16 @@
 #include "EventRecord.h"
 
-#include <algorithm>
-#include <cstdlib>
-
-#include "QxScriptScenario.h"
-#include "ScriptPlaces.h"
+#include "ConditionDistance.h"
 #include "Text.h"
 
 namespace qxlt {
 
 namespace {
 
-// The errors of the standard library's conversions, as their texts begin.
-constexpr char kIndexError[] = "stoul";
-constexpr char kPositionError[] = "basic_string";
+using Words = QxEventWords;
 
 std::string Quoted(const std::string& text) {
     return '"' + Printable(text) + '"';
-}
-
-std::uint64_t NumberDistance(const std::string& left, const std::string& right) {
-    const long long a = std::strtoll(left.c_str(), nullptr, 10);
-    const long long b = std::strtoll(right.c_str(), nullptr, 10);
-    return a > b ? static_cast<std::uint64_t>(a) - static_cast<std::uint64_t>(b)
-                 : static_cast<std::uint64_t>(b) - static_cast<std::uint64_t>(a);
 }
 
 }  // namespace
@@ -35,57 +22,38 @@ std::string Reason::Line() const {
     return line;
 }
 
-const std::string& EventRecord::Attribute(const char* name) const {
-    return AttributeOf(m_event, name);
-}
-
 void EventRecord::Count(QxOutcome outcome, const std::string& argument) {
     Branch& branch = m_branches[static_cast<std::size_t>(outcome)];
     ++branch.count;
-    if (outcome != QxOutcome::Fires && outcome != QxOutcome::NoArgument) {
-        branch.nearest.Add(DistanceOf(outcome, argument), argument);
-    }
+    const std::uint64_t distance = DistanceOf(outcome, argument);
+    if (distance != kOutOfReach) branch.nearest.Add(distance, argument);
 }
 
+// Where the value decided; elsewhere there is nothing to be near to.
 std::uint64_t EventRecord::DistanceOf(QxOutcome outcome, const std::string& argument) const {
     switch (outcome) {
         case QxOutcome::FilterMissing:
-            return PartDistance(Attribute("filter"), argument);
+            return PartDistance(m_words[Words::kFilter], argument);
         case QxOutcome::KeywordDiffers:
-            return EditDistance(Attribute("keyword"), argument);
+            return EditDistance(m_words[Words::kKeyword], argument);
         case QxOutcome::ConditionFalse:
-            return DistanceToOperands(argument);
-        default:
+            return ConditionDistance(m_words, argument);
+        case QxOutcome::Unchanged:
+        case QxOutcome::NotRising:
             return 0;
+        default:
+            return kOutOfReach;
     }
-}
-
-std::uint64_t EventRecord::DistanceToOperands(const std::string& argument) const {
-    std::vector<std::string> operands;
-    split(Attribute("conditionValue"), Attribute("condition") == "range" ? "," : "&", operands);
-    const bool isNumber = Attribute("type") == "INT";
-    std::uint64_t nearest = UINT64_MAX;
-    for (const std::string& operand : operands) {
-        const std::uint64_t distance = isNumber ? NumberDistance(argument, operand) : EditDistance(argument, operand);
-        nearest = std::min(nearest, distance);
-    }
-    return nearest;
-}
-
-std::uint64_t EventRecord::Errors(const char* prefix) const {
-    std::uint64_t count = 0;
-    for (const auto& [text, calls] : m_errors) count += text.rfind(prefix, 0) == 0 ? calls : 0;
-    return count;
 }
 
 // An error is counted where it arose: reading the index, cutting out the field, or reading a number of the condition.
 Funnel EventRecord::Stages() const {
     Funnel funnel{};
-    funnel.errors = Errors("");
+    for (const std::uint64_t count : m_errors) funnel.errors += count;
     for (const Branch& branch : m_branches) funnel.method += branch.count;
     funnel.method += funnel.errors;
-    funnel.value = funnel.method - CountOf(QxOutcome::NoArgument) - Errors(kIndexError);
-    funnel.filter = funnel.value - CountOf(QxOutcome::FilterMissing) - Errors(kPositionError);
+    funnel.value = funnel.method - CountOf(QxOutcome::NoArgument) - CountOf(QxStage::Index);
+    funnel.filter = funnel.value - CountOf(QxOutcome::FilterMissing) - CountOf(QxStage::Field);
     funnel.keyword = funnel.filter - CountOf(QxOutcome::KeywordDiffers);
     funnel.fired = CountOf(QxOutcome::Fires);
     funnel.edge = funnel.fired;
@@ -100,32 +68,33 @@ Reason EventRecord::MainReason() const {
         if (branch.count <= main.calls) continue;
         main = {DecisionText(static_cast<QxOutcome>(i)), branch.count, branch.nearest.Values()};
     }
-    for (const auto& [error, calls] : m_errors) {
-        if (calls > main.calls) main = {ErrorText(error), calls, {}};
+    for (std::size_t i = 0; i < kStages; ++i) {
+        if (m_errors[i] > main.calls) main = {ErrorText(static_cast<QxStage>(i)), m_errors[i], {}};
     }
     return main;
 }
 
 std::string EventRecord::ConditionText() const {
-    std::string text = "condition " + Attribute("condition") + " " + Quoted(Attribute("conditionValue"));
-    const std::string& type = Attribute("conditionType");
+    std::string text =
+        "condition " + Printable(m_words[Words::kCondition]) + " " + Quoted(m_words[Words::kConditionValue]);
+    const std::string& type = m_words[Words::kConditionType];
     return type.empty() ? text : text + " (" + Printable(type) + ")";
 }
 
 std::string EventRecord::DecisionText(QxOutcome outcome) const {
     switch (outcome) {
         case QxOutcome::NoArgument:
-            return "no value at index " + Quoted(Attribute("value")) + " of " + Attribute("tag");
+            return "no value at index " + Quoted(m_words[Words::kValue]) + " of " + Printable(m_words[Words::kTag]);
         case QxOutcome::FilterMissing:
-            return "the value does not contain the filter " + Quoted(Attribute("filter"));
+            return "the value does not contain the filter " + Quoted(m_words[Words::kFilter]);
         case QxOutcome::KeywordDiffers:
-            return "the value is not the keyword " + Quoted(Attribute("keyword"));
+            return "the value is not the keyword " + Quoted(m_words[Words::kKeyword]);
         case QxOutcome::Unchanged:
             return "the value did not change";
         case QxOutcome::WrongType:
-            return "condition " + Attribute("condition") + " needs the type INT";
+            return "condition " + Printable(m_words[Words::kCondition]) + " needs the type INT";
         case QxOutcome::WrongRange:
-            return "range needs two bounds, not " + Quoted(Attribute("conditionValue"));
+            return "range needs two bounds, not " + Quoted(m_words[Words::kConditionValue]);
         case QxOutcome::ConditionFalse:
             return ConditionText() + " does not hold";
         case QxOutcome::NotRising:
@@ -136,11 +105,22 @@ std::string EventRecord::DecisionText(QxOutcome outcome) const {
     return "fires";
 }
 
-std::string EventRecord::ErrorText(const std::string& error) const {
-    if (error.rfind(kIndexError, 0) == 0) return "the index " + Quoted(Attribute("value")) + " is no number in range";
-    if (error.rfind(kPositionError, 0) == 0) return "the datakey " + Quoted(Attribute("datakey")) + " is past the end";
-    if (error.rfind("stoi", 0) == 0) return ConditionText() + ": an operand or the value is no number in range";
-    return Printable(error);
+std::string EventRecord::ErrorText(QxStage stage) const {
+    switch (stage) {
+        case QxStage::Index:
+            return "the index " + Quoted(m_words[Words::kValue]) + " is no number in range";
+        case QxStage::Field:
+            return "the datakey " + Quoted(m_words[Words::kDatakey]) + " is past the end";
+        case QxStage::Argument:
+            return ConditionText() + ": the value is no number in range";
+        case QxStage::Operand:
+            return ConditionText() + ": an operand is no number in range";
+        case QxStage::Bound:
+            return ConditionText() + ": a bound is no number in range";
+        case QxStage::Other:
+            break;
+    }
+    return "the evaluation failed";
 }
 
 }  // namespace qxlt

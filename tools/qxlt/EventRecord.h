@@ -3,12 +3,12 @@
 
 #include <array>
 #include <cstdint>
-#include <map>
 #include <string>
 #include <vector>
 
 #include "IQxEventObserver.h"
 #include "Nearest.h"
+#include "QxEventWords.h"
 
 namespace qxlt {
 
@@ -37,25 +37,26 @@ struct Reason {
 class EventRecord final {
 public:
     // `event` must outlive the record.
-    explicit EventRecord(const IQxData::_HSScriptPtr& event) : m_event(event) {}
+    explicit EventRecord(const IQxData::_HSScriptPtr& event) : m_event(event), m_words(event) {}
 
     const IQxData::_HSScriptPtr& Event() const { return m_event; }
 
     void Count(QxOutcome outcome, const std::string& argument);
-    // What follows a colon differs from call to call.
-    void CountError(const std::string& error) { ++m_errors[error.substr(0, error.find(": "))]; }
+    void CountError(QxStage stage) { ++m_errors[static_cast<std::size_t>(stage)]; }
 
     Funnel Stages() const;
 
     // The reason that holds for most of the calls that did not fire.
     Reason MainReason() const;
 
-    // What a branch or an error of the evaluation means for this event.
+    // What a branch or an error of the evaluation means for this event; fit for a terminal.
     std::string DecisionText(QxOutcome outcome) const;
-    std::string ErrorText(const std::string& error) const;
+    std::string ErrorText(QxStage stage) const;
 
 private:
     static constexpr std::size_t kOutcomes = static_cast<std::size_t>(QxOutcome::Fires) + 1;
+
+    static constexpr std::size_t kStages = static_cast<std::size_t>(QxStage::Other) + 1;
 
     // The calls that one branch decided.
     struct Branch {
@@ -63,16 +64,15 @@ private:
         NearestValues nearest;
     };
 
-    const std::string& Attribute(const char* name) const;
     std::uint64_t CountOf(QxOutcome outcome) const { return m_branches[static_cast<std::size_t>(outcome)].count; }
-    std::uint64_t Errors(const char* prefix) const;
+    std::uint64_t CountOf(QxStage stage) const { return m_errors[static_cast<std::size_t>(stage)]; }
     std::uint64_t DistanceOf(QxOutcome outcome, const std::string& argument) const;
-    std::uint64_t DistanceToOperands(const std::string& argument) const;
     std::string ConditionText() const;
 
     const IQxData::_HSScriptPtr& m_event;
+    const QxEventWords m_words;
     std::array<Branch, kOutcomes> m_branches;
-    std::map<std::string, std::uint64_t> m_errors;  // by the beginning of the text
+    std::array<std::uint64_t, kStages> m_errors{};
 };
 
 }  // namespace qxlt

@@ -36,14 +36,16 @@ std::size_t WidthOf(const Stage& stage) {
 Explainer::Explainer(Format format, Output& output, const IQxData::_HSScriptPtr& root, const ScriptPlaces& places,
                      std::string onlyEvent)
     : m_format(format), m_output(output), m_places(places), m_onlyEvent(std::move(onlyEvent)) {
-    for (const IQxData::_HSScriptPtr* const action : root.children) AddAction(*action);
+    qxscript::Subscribe(root, m_subscriptions);
+    qxscript::ForEachAction(
+        root, [this](const IQxData::_HSScriptPtr& action, const std::string& name) { AddAction(action, name); });
 }
 
-void Explainer::AddAction(const IQxData::_HSScriptPtr& action) {
+void Explainer::AddAction(const IQxData::_HSScriptPtr& action, const std::string& name) {
     for (const IQxData::_HSScriptPtr* const event : action.children) {
-        if (event->name != "event") continue;
+        if (!qxscript::IsEvent(event)) continue;
         if (!m_onlyEvent.empty() && AttributeOf(*event, "name") != m_onlyEvent) continue;
-        m_byEvent[event] = &m_records.emplace_back(*event);
+        m_byEvent[event] = &m_events.emplace_back(*event, name).record;
     }
 }
 
@@ -52,7 +54,7 @@ EventRecord* Explainer::Find(const IQxData::_HSScriptPtr& event) {
     return found == m_byEvent.end() ? nullptr : found->second;
 }
 
-void Explainer::OnCall(const IQxData::HSCall&, const std::string& callerName) {
+void Explainer::OnCall(unsigned long long, const IQxData::HSCall&, const std::string& callerName) {
     ++m_calls;
     const auto found = m_methods.find(callerName);
     if (found != m_methods.end()) {
@@ -62,19 +64,20 @@ void Explainer::OnCall(const IQxData::HSCall&, const std::string& callerName) {
     }
 }
 
-void Explainer::OnEvent(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxOutcome outcome,
-                        const std::string& argument) {
+void Explainer::OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long, const IQxData::HSCall& call,
+                        QxOutcome outcome, const std::string& argument) {
     EventRecord* const record = Find(event);
     if (record == nullptr) return;
     record->Count(outcome, argument);
     if (!m_onlyEvent.empty()) PrintDecision(*record, call, argument, record->DecisionText(outcome));
 }
 
-void Explainer::OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) {
+void Explainer::OnError(const IQxData::_HSScriptPtr& event, unsigned long long, const IQxData::HSCall& call,
+                        QxStage stage, const std::string&) {
     EventRecord* const record = Find(event);
     if (record == nullptr) return;
-    record->CountError(error);
-    if (!m_onlyEvent.empty()) PrintDecision(*record, call, "", record->ErrorText(error));
+    record->CountError(stage);
+    if (!m_onlyEvent.empty()) PrintDecision(*record, call, "", record->ErrorText(stage));
 }
 
 void Explainer::PrintDecision(const EventRecord& record, const IQxData::HSCall& call, const std::string& value,
@@ -96,34 +99,36 @@ void Explainer::PrintDecision(const EventRecord& record, const IQxData::HSCall& 
 
 void Explainer::Print() {
     if (m_format == Format::Text) return PrintTable();
-    for (const EventRecord& record : m_records) PrintJson(record);
+    for (const Explained& event : m_events) PrintJson(event);
 }
 
 void Explainer::PrintTable() {
     std::size_t nameWidth = 5;
-    for (const EventRecord& record : m_records) {
-        nameWidth = std::max(nameWidth, Printable(AttributeOf(record.Event(), "name")).size());
+    for (const Explained& event : m_events) {
+        nameWidth = std::max(nameWidth, Printable(AttributeOf(event.record.Event(), "name")).size());
     }
     std::string head = Pad("event", nameWidth) + RightAligned("calls", 9);
     for (const Stage& stage : kStages) head += RightAligned(stage.title, WidthOf(stage));
     m_output.Line(m_output.Paint().Bold(head + "  place"));
-    for (const EventRecord& record : m_records) {
-        const Funnel funnel = record.Stages();
-        std::string row = Pad(Printable(AttributeOf(record.Event(), "name")), nameWidth);
+    for (const Explained& event : m_events) {
+        const IQxData::_HSScriptPtr& element = event.record.Event();
+        const Funnel funnel = event.record.Stages();
+        std::string row = Pad(Printable(AttributeOf(element, "name")), nameWidth);
         row += RightAligned(std::to_string(m_calls), 9);
         for (const Stage& stage : kStages) row += RightAligned(std::to_string(funnel.*stage.count), WidthOf(stage));
-        m_output.Line(row + "  " + m_places.Of(record.Event()).Text());
-        const std::string reason = ReasonFor(record).Line();
+        m_output.Line(row + "  " + Printable(m_places.Of(element).Text()));
+        const std::string reason = ReasonFor(event).Line();
         if (!reason.empty()) m_output.Line("    " + reason);
     }
 }
 
-void Explainer::PrintJson(const EventRecord& record) {
-    const Funnel funnel = record.Stages();
-    const ScriptPlace& place = m_places.Of(record.Event());
-    const Reason reason = ReasonFor(record);
+void Explainer::PrintJson(const Explained& event) {
+    const IQxData::_HSScriptPtr& element = event.record.Event();
+    const Funnel funnel = event.record.Stages();
+    const ScriptPlace& place = m_places.Of(element);
+    const Reason reason = ReasonFor(event);
     JsonObject line = JsonObject::object();
-    AddText(line, "explained", AttributeOf(record.Event(), "name"));
+    AddText(line, "explained", AttributeOf(element, "name"));
     AddText(line, "file", place.file);
     line["line"] = place.line;
     line["calls"] = m_calls;
@@ -134,35 +139,38 @@ void Explainer::PrintJson(const EventRecord& record) {
     m_output.Line(line.dump());
 }
 
-Reason Explainer::ReasonFor(const EventRecord& record) const {
-    return record.Stages().method == 0 ? MethodReason(*record.Event().parent) : record.MainReason();
+Reason Explainer::ReasonFor(const Explained& event) const {
+    return event.record.Stages().method == 0 ? MethodReason(event) : event.record.MainReason();
 }
 
 // Why an event was never evaluated: what its action waits for was not called, or goes to another action.
-Reason Explainer::MethodReason(const IQxData::_HSScriptPtr& action) const {
+Reason Explainer::MethodReason(const Explained& event) const {
+    const IQxData::_HSScriptPtr& action = *event.record.Event().parent;
     std::vector<std::string> wanted;
-    for (const IQxData::_HSScriptPtr* const method : action.children) {
-        if (method->name == "method" && !method->attributes.empty())
-            wanted.push_back(method->attributes.front().second);
-    }
-    if (wanted.empty()) return {"its action names no method", m_calls, {}};
-    std::string names;
     NearestValues nearest;
-    for (const std::string& method : wanted) {
-        names += (names.empty() ? "" : ", ") + Printable(method);
-        if (m_methods.count(method) != 0) return {names + " goes to another action of that name", m_calls, {}};
+    for (const IQxData::_HSScriptPtr* const child : action.children) {
+        if (!qxscript::IsMethod(child) || child->attributes.empty()) continue;
+        const std::string& method = qxscript::MethodNameOf(*child);
+        if (m_methods.count(method) != 0) {
+            const bool own = m_subscriptions.at({method, event.actionName}) == &action;
+            return {
+                Printable(method) + (own ? " was not evaluated" : " goes to another action of that name"), m_calls, {}};
+        }
+        wanted.push_back(Printable(method));
         for (const auto& seen : m_methods) nearest.Add(EditDistance(method, seen.first), seen.first);
     }
-    return {"no call of " + names, m_calls, nearest.Values()};
+    if (wanted.empty()) return {"its action names no method", m_calls, {}};
+    return {"no call of " + CommaSeparated(wanted), m_calls, nearest.Values()};
 }
 
-std::string Explainer::ReasonOf(const std::string& event) const {
-    for (const EventRecord& record : m_records) {
-        if (AttributeOf(record.Event(), "name") != event) continue;
-        const Funnel funnel = record.Stages();
+std::string Explainer::ReasonOf(const std::string& name) const {
+    for (const Explained& event : m_events) {
+        const IQxData::_HSScriptPtr& element = event.record.Event();
+        if (AttributeOf(element, "name") != name) continue;
+        const Funnel funnel = event.record.Stages();
         const std::string fired = std::to_string(funnel.fired) + " of " + Counted(funnel.method, "call") + " fired";
-        const std::string reason = ReasonFor(record).Line();
-        return m_places.Of(record.Event()).Text() + ": " + fired + (reason.empty() ? "" : "; " + reason);
+        const std::string reason = ReasonFor(event).Line();
+        return m_places.Of(element).Text() + ": " + fired + (reason.empty() ? "" : "; " + reason);
     }
     return "no event of that name in the scripts";
 }

@@ -12,6 +12,7 @@
 #include "EventRecord.h"
 #include "IQxEventObserver.h"
 #include "Output.h"
+#include "QxSubscriptions.h"
 #include "ScriptPlaces.h"
 
 namespace qxlt {
@@ -39,18 +40,27 @@ public:
     // of its refusals.
     std::string ReasonOf(const std::string& event) const;
 
-    void OnCall(const IQxData::HSCall& call, const std::string& callerName) override;
-    void OnEvent(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxOutcome outcome,
-                 const std::string& argument) override;
-    void OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) override;
+    void OnCall(unsigned long long key, const IQxData::HSCall& call, const std::string& callerName) override;
+    void OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call,
+                 QxOutcome outcome, const std::string& argument) override;
+    void OnError(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call, QxStage stage,
+                 const std::string& error) override;
 
 private:
-    void AddAction(const IQxData::_HSScriptPtr& action);
+    // One event, and the name that its action's methods are subscribed under.
+    struct Explained {
+        explicit Explained(const IQxData::_HSScriptPtr& event, std::string name)
+            : record(event), actionName(std::move(name)) {}
+        EventRecord record;
+        std::string actionName;
+    };
+
+    void AddAction(const IQxData::_HSScriptPtr& action, const std::string& name);
     EventRecord* Find(const IQxData::_HSScriptPtr& event);
-    Reason ReasonFor(const EventRecord& record) const;
-    Reason MethodReason(const IQxData::_HSScriptPtr& action) const;
+    Reason ReasonFor(const Explained& event) const;
+    Reason MethodReason(const Explained& event) const;
     void PrintTable();
-    void PrintJson(const EventRecord& record);
+    void PrintJson(const Explained& event);
     void PrintDecision(const EventRecord& record, const IQxData::HSCall& call, const std::string& value,
                        const std::string& decision);
 
@@ -58,7 +68,8 @@ private:
     Output& m_output;
     const ScriptPlaces& m_places;
     const std::string m_onlyEvent;
-    std::deque<EventRecord> m_records;  // in the order of the scripts; addresses stay
+    QxSubscriptions m_subscriptions;
+    std::deque<Explained> m_events;  // in the order of the scripts; addresses stay
     std::unordered_map<const IQxData::_HSScriptPtr*, EventRecord*> m_byEvent;
     std::uint64_t m_cycle = 0;
     std::uint64_t m_calls = 0;

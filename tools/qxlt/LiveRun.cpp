@@ -182,6 +182,7 @@ void LiveRun::Load() {
     m_tracker->ParseScript(bytes);
     const IQxData::_HSScriptPtr& root = RootOf(*m_tracker->Get());
     m_places = m_scripts.PlacesIn(root);
+    m_observers.Add(m_keys);
     m_observers.Add(m_account);
     m_observers.Add(m_errors.emplace(m_places, [this](const Fault& fault) { Tell(fault); }));
     if (m_explain.wanted) {
@@ -237,7 +238,7 @@ int LiveRun::OnEvent(std::string name, std::string value, IQxData::HSCall call, 
     auto& self = *static_cast<LiveRun*>(context);
     const IQxData::_HSCallLocation location = self.m_tracker->Get()->GetCallLocationWithPID(call.locId, call.pid);
     self.m_printer.Print(
-        {self.m_cycle, name, value, {call, location, self.m_processes.NameOf(call.pid), std::nullopt}});
+        {self.m_cycle, name, value, {call, location, self.m_processes.NameOf(call.pid), self.m_keys.Key()}});
     if (!name.empty() && name == self.m_options.until) self.m_interruption.Request();
     self.m_account.AddCallback(call.pid, began);
     return 1;

@@ -89,6 +89,7 @@ private:
     std::map<std::string, std::optional<LossCounts>> m_counts;  // of the cycle's dumps, by process
     ScriptPlaces m_places;
     ObserverList m_observers;
+    KeyNote m_keys;
     std::optional<ErrorReporter> m_errors;
     std::optional<Explainer> m_explainer;
     std::uint64_t m_cycle = 0;  // the worker's while it runs

@@ -1,8 +1,6 @@
 // Who watches a trace pass: a list of observers as one, and those that every command needs.
 #pragma once
 
-#include <cstdint>
-#include <map>
 #include <string>
 #include <unordered_set>
 #include <utility>
@@ -10,7 +8,6 @@
 
 #include "Fault.h"
 #include "IQxEventObserver.h"
-#include "QxData.h"
 #include "ScriptPlaces.h"
 
 namespace qxlt {
@@ -20,10 +17,11 @@ class ObserverList final : public IQxEventObserver {
 public:
     void Add(IQxEventObserver& observer) { m_observers.push_back(&observer); }
 
-    void OnCall(const IQxData::HSCall& call, const std::string& callerName) override;
-    void OnEvent(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxOutcome outcome,
-                 const std::string& argument) override;
-    void OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) override;
+    void OnCall(unsigned long long key, const IQxData::HSCall& call, const std::string& callerName) override;
+    void OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call,
+                 QxOutcome outcome, const std::string& argument) override;
+    void OnError(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call, QxStage stage,
+                 const std::string& error) override;
 
 private:
     std::vector<IQxEventObserver*> m_observers;
@@ -35,9 +33,8 @@ public:
     // `places` must outlive the reporter.
     ErrorReporter(const ScriptPlaces& places, FaultSink sink) : m_places(places), m_sink(std::move(sink)) {}
 
-    void OnCall(const IQxData::HSCall&, const std::string&) override {}
-    void OnEvent(const IQxData::_HSScriptPtr&, const IQxData::HSCall&, QxOutcome, const std::string&) override {}
-    void OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) override;
+    void OnError(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call, QxStage stage,
+                 const std::string& error) override;
 
 private:
     const ScriptPlaces& m_places;
@@ -45,29 +42,18 @@ private:
     std::unordered_set<const IQxData::_HSScriptPtr*> m_reported;
 };
 
-// Finds the key under which the store holds the call that is being evaluated. A pass works on copies, which it visits
-// in the order of the keys: each new one stands further on in the store.
-class KeyFinder final : public IQxEventObserver {
+// Notes the key of the call that an event is evaluated for: the event itself comes without it, right after that.
+class KeyNote final : public IQxEventObserver {
 public:
-    // `store` must outlive the finder and not change during a pass.
-    explicit KeyFinder(QxData& store) : m_calls(*store.GetCallIMap()) {}
+    unsigned long long Key() const { return m_key; }
 
-    // The key of the call that was evaluated last. Requires: there was one in this pass.
-    unsigned long long Key() const { return m_at->first; }
-
-    void OnCall(const IQxData::HSCall& call, const std::string& callerName) override;
-    void OnEvent(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxOutcome outcome,
-                 const std::string& argument) override;
-    void OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) override;
+    void OnEvent(const IQxData::_HSScriptPtr&, unsigned long long key, const IQxData::HSCall&, QxOutcome,
+                 const std::string&) override {
+        m_key = key;
+    }
 
 private:
-    using Calls = std::map<unsigned long long, IQxData::HSCall>;
-
-    void GoTo(const IQxData::HSCall& call);
-
-    const Calls& m_calls;
-    const IQxData::HSCall* m_copy = nullptr;  // whose key was found last; null at the beginning of a pass
-    Calls::const_iterator m_at;
+    unsigned long long m_key = 0;
 };
 
 }  // namespace qxlt

@@ -78,7 +78,7 @@ private:
     ScriptPlaces m_places;
     ObserverList m_observers;
     ErrorReporter m_errors{m_places, [this](const Fault& fault) { Tell(fault); }};
-    KeyFinder m_keys{*m_store};
+    KeyNote m_keys;
     Explainer* m_explainer = nullptr;
     RunAccount* m_account = nullptr;
     ProcessNames m_processes;

@@ -73,7 +73,8 @@ void RunAccount::AddCallback(unsigned short pid, Clock::time_point began) {
     longest = std::max(longest, Clock::now() - began);
 }
 
-void RunAccount::OnError(const IQxData::_HSScriptPtr&, const IQxData::HSCall& call, const std::string&) {
+void RunAccount::OnError(const IQxData::_HSScriptPtr&, unsigned long long, const IQxData::HSCall& call, QxStage,
+                         const std::string&) {
     ++m_rows[m_processes.NameOf(call.pid)].eventsInError;
 }
 

@@ -34,9 +34,8 @@ public:
     void AddCallback(unsigned short pid, Clock::time_point began);
 
     // Counts the events in error.
-    void OnCall(const IQxData::HSCall&, const std::string&) override {}
-    void OnEvent(const IQxData::_HSScriptPtr&, const IQxData::HSCall&, QxOutcome, const std::string&) override {}
-    void OnError(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, const std::string& error) override;
+    void OnError(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call, QxStage stage,
+                 const std::string& error) override;
 
     // Whether counts of recorded calls came with any dump.
     bool Known() const { return m_known; }

@@ -1,8 +1,7 @@
 #include "ScriptPlaces.h"
 
-#include <algorithm>
-
 #include "Common.h"
+#include "QxSubscriptions.h"
 
 namespace qxlt {
 
@@ -12,9 +11,8 @@ std::string ScriptPlace::Text() const {
 
 const std::string& AttributeOf(const IQxData::_HSScriptPtr& element, const std::string& name) {
     static const std::string none;
-    const auto found = std::find_if(element.attributes.rbegin(), element.attributes.rend(),
-                                    [&](const auto& attribute) { return attribute.first == name; });
-    return found == element.attributes.rend() ? none : found->second;
+    const std::string* const found = qxscript::FindAttribute(element, name);
+    return found == nullptr ? none : *found;
 }
 
 }  // namespace qxlt

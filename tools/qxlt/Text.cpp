@@ -130,6 +130,12 @@ std::string RightAligned(const std::string& text, std::size_t width) {
     return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
 }
 
+std::string CommaSeparated(const std::vector<std::string>& texts) {
+    std::string list;
+    for (const std::string& text : texts) list += (&text == &texts.front() ? "" : ", ") + text;
+    return list;
+}
+
 std::string Counted(std::uint64_t count, const std::string& noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }

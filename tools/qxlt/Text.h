@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 namespace qxlt {
 
@@ -27,6 +28,9 @@ std::string Pad(const std::string& text, std::size_t width);
 
 // A number's text with blanks before it up to `width` characters.
 std::string RightAligned(const std::string& text, std::size_t width);
+
+// The texts with ", " between them.
+std::string CommaSeparated(const std::vector<std::string>& texts);
 
 // "1 call", "2 calls".
 std::string Counted(std::uint64_t count, const std::string& noun);

@@ -455,7 +455,7 @@ TEST(Replay, ExplainsEveryEvent) {
                    "FOURTH        5        5        0        0        0          0        0        0        0" + place4,
                    "    5 calls: no value at index \"3\" of IN",
                    "BAD           5        5        5        5        5          0        0        0        5" + place4,
-                   "    5 calls: condition < \"x\": an operand or the value is no number in range"));
+                   "    5 calls: condition < \"x\": an operand is no number in range"));
 }
 
 TEST(Replay, ExplainsThatTheMethodWasNotCalled) {
@@ -465,6 +465,70 @@ TEST(Replay, ExplainsThatTheMethodWasNotCalled) {
     const ToolResult result =
         RunTool({"replay", "-s", script, "-p", "m=1", "--explain", place.Write("a", VolumeDump({10}))});
     EXPECT_EQ(Lines(result.output).back(), "    1 call: no call of SetVolum; nearest \"SetVolume\"");
+}
+
+// Which values are near depends on how the operands are read and combined.
+TEST(Replay, NamesTheValuesThatCameNearestToTheCondition) {
+    const Workplace place;
+    const std::string dump = place.Write("a", VolumeDump({10, 79, 81, 90}));
+    struct Row {
+        const char* condition;
+        const char* value;
+        const char* type;
+        const char* reason;
+    };
+    const Row rows[] = {
+        {"==", "80", "", R"(4 calls: condition == "80" does not hold; nearest "79", "81", "90")"},
+        // Without conditionType all of it is one operand, 12.
+        {"==", "12&amp;90", "", R"(4 calls: condition == "12&90" does not hold; nearest "10", "79", "81")"},
+        {"==", "12&amp;80", "OR", R"(4 calls: condition == "12&80" (OR) does not hold; nearest "79", "81", "10")"},
+        // Both at once: what is between them is nearest.
+        {"==", "0&amp;95", "AND", R"(4 calls: condition == "0&95" (AND) does not hold; nearest "79", "81", "10")"},
+        // The last one alone decides.
+        {"==", "12&amp;92", "XOR", R"(4 calls: condition == "12&92" (XOR) does not hold; nearest "90", "81", "79")"},
+        {"&gt;", "90&amp;95", "AND", R"(4 calls: condition > "90&95" (AND) does not hold; nearest "90", "81", "79")"},
+        {"&lt;", "10", "", R"(4 calls: condition < "10" does not hold; nearest "10", "79", "81")"},
+        {"range", "82,89", "OR", R"(4 calls: condition range "82,89" (OR) does not hold; nearest "81", "90", "79")"},
+        // Nothing would have been near enough.
+        {"range", "89,82", "", R"(4 calls: condition range "89,82" does not hold)"},
+        {"==", "", "OR", R"(4 calls: condition == "" (OR) does not hold)"},
+        {"=", "10", "", R"(4 calls: condition = "10" does not hold)"}};
+    for (const Row& row : rows) {
+        const std::string event = std::string(R"(<event name="E" tag="IN" value="0" type="INT" watch="CONDITIONAL")") +
+                                  " condition=\"" + row.condition + "\" conditionValue=\"" + row.value +
+                                  "\" conditionType=\"" + row.type + "\"/>";
+        const std::string script = place.Write("v.xml", VolumeScript(event));
+        const ToolResult result = RunTool({"replay", "-s", script, "-p", "m=1", "--explain", dump});
+        EXPECT_EQ(Lines(result.output).back(), std::string("    ") + row.reason);
+    }
+}
+
+TEST(Replay, ExplainsWhereAMethodsCallsWent) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml",
+                                           "<Scenario><action name=\"a\"><method name=\"SetVolume\"/></action>\n"
+                                           "<action name=\"a\"><method name=\"Idle\"/><method name=\"SetVolume\"/>"
+                                           "<event name=\"E\"/></action></Scenario>");
+    const ToolResult result =
+        RunTool({"replay", "-s", script, "-p", "m=1", "--explain", place.Write("a", VolumeDump({10}))});
+    EXPECT_EQ(Lines(result.output).back(), "    1 call: SetVolume goes to another action of that name");
+}
+
+// U+009B begins an escape sequence, as ESC [ does.
+TEST(Replay, LetsNoControlCharacterReachTheTerminal) {
+    const Workplace place;
+    const std::string script =
+        place.Write("v\x1b[2J.xml",
+                    VolumeScript("<event name=\"E&#155;\" tag=\"IN\" value=\"0\" type=\"INT\" watch=\"CONDITIONAL\" "
+                                 "condition=\"&#155;&#10;\" conditionValue=\"&#155;\" conditionType=\"&#155;\"/>"));
+    const std::string dump = place.Write("a", VolumeDump({10}));
+    for (const char* const option : {"--explain", "--explain=E\xC2\x9B"}) {
+        const ToolResult result = RunTool({"replay", "-s", script, "-p", "m=1", option, dump});
+        EXPECT_THAT(result.output, Not(HasSubstr("\x1b")));
+        EXPECT_THAT(result.output, Not(HasSubstr("\xC2\x9B")));
+        EXPECT_THAT(result.output, HasSubstr(R"(v\x1b[2J.xml:4)"));
+        EXPECT_THAT(result.output, HasSubstr(R"(condition \xc2\x9b\n "\xc2\x9b" (\xc2\x9b) does not hold)"));
+    }
 }
 
 // The library's texts name the sizes, which differ from call to call.

@@ -1,0 +1,62 @@
+#include "QxEventWords.h"
+
+#include <algorithm>
+
+#include "QxScriptScenario.h"
+
+namespace {
+
+// Never destroyed: a worker may still run when the process ends.
+const std::string& kEmpty = *new std::string;
+
+}  // namespace
+
+QxEventWords::QxEventWords() {
+    m_texts.fill(&kEmpty);
+}
+
+QxEventWords::QxEventWords(const IQxData::_HSScriptPtr& event) : QxEventWords() {
+    for (const auto& attribute : event.attributes) Take(attribute.first, attribute.second);
+}
+
+std::optional<QxEventWords::Attribute> QxEventWords::Take(const std::string& name, const std::string& value) {
+    const auto* const found = std::find(kNames.begin(), kNames.end(), name);
+    if (found == kNames.end()) return std::nullopt;
+    const auto attribute = static_cast<Attribute>(found - kNames.begin());
+    m_texts[attribute] = &value;
+    return attribute;
+}
+
+qxscript::Combination QxEventWords::Combination() const {
+    const qxscript::Condition condition = Condition();
+    if (condition == qxscript::Condition::Greater || condition == qxscript::Condition::Less) {
+        return qxscript::Combination::Any;
+    }
+    return qxscript::MeaningOf((*this)[kConditionType], qxscript::kConditionTypes);
+}
+
+bool QxEventWords::HasSource() const {
+    const qxscript::Tag tag = Tag();
+    return tag == qxscript::Tag::In || tag == qxscript::Tag::Out || tag == qxscript::Tag::Ret;
+}
+
+bool QxEventWords::IsConditional() const {
+    const qxscript::Watch watch = Watch();
+    return watch == qxscript::Watch::Conditional || watch == qxscript::Watch::Rising;
+}
+
+std::vector<std::string> QxEventWords::Operands() const {
+    const bool isRange = Condition() == qxscript::Condition::Range;
+    const std::string& text = (*this)[kConditionValue];
+    if (!isRange && (*this)[kConditionType].empty()) return {text};
+    std::vector<std::string> operands;
+    split(text, isRange ? "," : "&", operands);
+    return operands;
+}
+
+QxEventWords::Markers QxEventWords::FieldMarkers() const {
+    const std::string& datakey = (*this)[kDatakey];
+    const std::size_t join = datakey.find('&');
+    const std::string left = datakey.substr(0, join);
+    return {left, join == std::string::npos ? left : datakey.substr(join + 1)};
+}

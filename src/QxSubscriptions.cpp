@@ -1,0 +1,27 @@
+#include "QxSubscriptions.h"
+
+#include <algorithm>
+
+namespace qxscript {
+
+const std::string* FindAttribute(const IQxData::_HSScriptPtr& element, const std::string& name) {
+    const auto last = std::find_if(element.attributes.rbegin(), element.attributes.rend(),
+                                   [&](const auto& attribute) { return attribute.first == name; });
+    return last == element.attributes.rend() ? nullptr : &last->second;
+}
+
+void Subscribe(const IQxData::_HSScriptPtr& root, QxSubscriptions& subscriptions,
+               const std::function<void(const std::string& actionName)>& nameless) {
+    ForEachAction(root, [&](IQxData::_HSScriptPtr& action, const std::string& name) {
+        for (const IQxData::_HSScriptPtr* const child : action.children) {
+            if (!IsMethod(child)) continue;
+            if (!child->attributes.empty()) {
+                subscriptions.try_emplace({MethodNameOf(*child), name}, &action);
+            } else if (nameless) {
+                nameless(name);
+            }
+        }
+    });
+}
+
+}  // namespace qxscript

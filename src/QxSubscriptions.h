@@ -1,0 +1,60 @@
+// Which parts of a script tree are actions, methods and events, and which action is evaluated for the calls of which
+// method.
+#pragma once
+
+#include <functional>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "IQxData.h"
+#include "QxScriptWords.h"
+
+// Lets a method's first subscription be found without making one.
+struct QxSubscriptionOrder {
+    using Key = std::pair<std::string, std::string>;
+    using is_transparent = void;
+    bool operator()(const Key& a, const Key& b) const { return a < b; }
+    bool operator()(const Key& a, const std::string& method) const { return a.first < method; }
+};
+
+// Actions by method name and action name. They belong to the script tree.
+using QxSubscriptions = std::map<std::pair<std::string, std::string>, IQxData::_HSScriptPtr*, QxSubscriptionOrder>;
+
+namespace qxscript {
+
+// The value of the element's last attribute of that name, which is the one that counts; null when it has none.
+const std::string* FindAttribute(const IQxData::_HSScriptPtr& element, const std::string& name);
+
+// Whether a child of an action is a method, or an event.
+inline bool IsMethod(const IQxData::_HSScriptPtr* child) {
+    return child != nullptr && child->name == kMethod;
+}
+inline bool IsEvent(const IQxData::_HSScriptPtr* child) {
+    return child != nullptr && child->name == kEvent;
+}
+
+// The name that calls are matched with. Requires: the method has an attribute.
+inline const std::string& MethodNameOf(const IQxData::_HSScriptPtr& method) {
+    return method.attributes[kMethodName].second;
+}
+
+// Calls visit(action, name) for each action below `root`, in their order: each child is one, whatever it is called. One
+// without a name goes under that of the nearest before it.
+template <typename Visit>
+void ForEachAction(const IQxData::_HSScriptPtr& root, const Visit& visit) {
+    std::string name;
+    for (IQxData::_HSScriptPtr* const action : root.children) {
+        if (action == nullptr) continue;
+        if (const std::string* const own = FindAttribute(*action, kActionName)) name = *own;
+        visit(*action, static_cast<const std::string&>(name));
+    }
+}
+
+// Subscribes the actions below `root` to their methods, in addition to what is there. A method is subscribed once under
+// each action name, to the first action that has it. A method without attribute is passed over, and `nameless`, if
+// there is one, called with the action's name.
+void Subscribe(const IQxData::_HSScriptPtr& root, QxSubscriptions& subscriptions,
+               const std::function<void(const std::string& actionName)>& nameless = nullptr);
+
+}  // namespace qxscript
