@@ -1,6 +1,3 @@
-#include <map>
-#include <utility>
-
 #include "Checks.h"
 #include "Common.h"
 #include "Text.h"
@@ -24,8 +21,10 @@ void CheckProcess(const ScriptElement& action, Findings& findings) {
                      Quoted(process->value.substr(0, kCommandName)) + " is matched");
 }
 
+// One that is named as a part of an action has its own finding.
 void CheckParts(const ScenarioAction& action, Findings& findings) {
     const ScriptElement& element = *action.element;
+    if (!IsAction(element)) return;
     if (action.methods.empty()) {
         findings.Add(CheckId::ActionWithoutMethod, element, element.place,
                      "action without method, so that none of its events is evaluated");
@@ -59,37 +58,26 @@ void CheckMethod(const ScriptElement& method, Findings& findings) {
     }
 }
 
-// A method is subscribed once under an action name: the first action has it.
-class Subscriptions final {
-public:
-    explicit Subscriptions(Findings& findings) : m_findings(findings) {}
-
-    void Add(const ScenarioAction& action, const ScriptElement& method) {
-        if (method.attributes.empty()) return;
-        const ScriptAttribute& name = MethodName(method);
-        const auto [entry, isNew] = m_first.emplace(std::pair(name.value, action.name), &method);
-        if (isNew) return;
-        const ScriptElement& first = *entry->second;
-        m_findings.Add(CheckId::MethodTwice, method, name.valuePlace,
-                       Quoted(name.value) + " is already subscribed under the action name " + Quoted(action.name) +
-                           " (" + Place(first.script->File(), first.place.line) + "), so that this one is dropped");
-    }
-
-private:
-    Findings& m_findings;
-    std::map<std::pair<std::string, std::string>, const ScriptElement*> m_first;
-};
+void CheckSubscription(const ScenarioOutline& outline, const ScenarioAction& action, const ScriptElement& method,
+                       Findings& findings) {
+    if (method.attributes.empty()) return;
+    const ScriptAttribute& name = MethodName(method);
+    const ScriptElement& first = outline.Subscribed(name.value, action.name);
+    if (&first == &method) return;
+    findings.Add(CheckId::MethodTwice, method, name.valuePlace,
+                 Quoted(name.value) + " is already subscribed under the action name " + Quoted(action.name) + " (" +
+                     Place(first.script->File(), first.place.line) + "), so that this one is dropped");
+}
 
 }  // namespace
 
 void CheckActions(const ScenarioOutline& outline, Findings& findings) {
-    Subscriptions subscriptions(findings);
     for (const ScenarioAction& action : outline.Actions()) {
         CheckProcess(*action.element, findings);
         CheckParts(action, findings);
         for (const ScriptElement* const method : action.methods) {
             CheckMethod(*method, findings);
-            subscriptions.Add(action, *method);
+            CheckSubscription(outline, action, *method, findings);
         }
     }
 }

@@ -47,11 +47,12 @@ private:
         Add(id, ValuePlace(m_element, "conditionValue"), text, instead);
     }
     std::string Condition() const { return m_event["condition"]; }
+    bool IsNowhere() const { return m_event.Words().Tag() == qxscript::Tag::None; }
 
     // An unknown watch has its own finding.
     void CheckIgnored() const {
         const std::string& watch = m_event["watch"];
-        if (!watch.empty() && watch != "ALWAYS" && watch != "CHANGED") return;
+        if (!watch.empty() && m_event.Words().Watch() == qxscript::Watch::Other) return;
         for (const char* const attribute : kConditionAttributes) {
             if (!m_event.Has(attribute)) continue;
             Add(CheckId::ConditionIgnored, NamePlace(m_element, attribute),
@@ -62,18 +63,19 @@ private:
         }
     }
 
-    // A type that nothing knows has its own finding.
+    // A type that nothing knows has its own finding. No operand, no comparison.
     void CheckType() const {
+        if (m_event.ComparesEach() && m_operands.empty()) return;
         const std::string& type = m_event["type"];
-        const bool known = type.empty() || type == "STRING" || type == "INT";
-        if (type != "INT" && known && (m_event.ComparesOrder() || m_event.IsRange())) {
+        const bool known = type.empty() || m_event.Words().Type() != qxscript::Type::Other;
+        if (!m_event.ReadsNumber() && known && (m_event.ComparesOrder() || m_event.IsRange())) {
             Add(CheckId::OperatorNeedsInt, ValuePlace(m_element, "condition"),
                 Quoted(Condition()) + " needs numbers, and type is " + (type.empty() ? "missing" : type),
                 Written("type", "INT"));
         } else if (type.empty() && m_event.ComparesEach()) {
             Add(CheckId::ComparisonWithoutType, ValuePlace(m_element, "condition"),
                 Quoted(Condition()) + " without type never holds", Written("type", LikelyType()));
-        } else if (m_event.ComparesNumbers() && (m_event.Is("tag", "NONE") || !m_event.Has("tag"))) {
+        } else if (m_event.ComparesNumbers() && (IsNowhere() || !m_event.Has("tag"))) {
             Add(CheckId::NoNumberToCompare, ValuePlace(m_element, "condition"),
                 Quoted(Condition()) + " compares numbers, and " +
                     (m_event.Has("tag") ? "the tag NONE gives none" : "without tag there is none"),
@@ -146,8 +148,9 @@ private:
     }
 
     void CheckCombination() const {
-        const bool all = m_event.Is("conditionType", "AND");
-        const bool equal = m_event.Is("condition", "==");
+        const bool all = m_event.Words().Combination() == qxscript::Combination::All;
+        const bool any = m_event.Words().Combination() == qxscript::Combination::Any;
+        const bool equal = m_event.Words().Condition() == qxscript::Condition::Equal;
         if (m_event.Has("conditionType") && m_operands.empty()) {
             AddAtValue(all ? CheckId::AllOfNothing : CheckId::NoneOfNothing,
                        all ? "AND with an empty conditionValue always holds"
@@ -155,20 +158,22 @@ private:
         } else if (all && equal && HasDifferentOperands()) {
             AddAtValue(CheckId::NeverAllEqual, "no value equals all of " + Joined(m_operands, ", "),
                        Written("conditionType", "OR"));
-        } else if (m_event.Is("conditionType", "OR") && !equal && HasDifferentOperands()) {
+        } else if (any && !equal && HasDifferentOperands()) {
             AddAtValue(CheckId::AlwaysAnyDifferent, "every value differs from one of " + Joined(m_operands, ", "),
                        Written("conditionType", "AND"));
         }
     }
 
+    // Without a type that is known nothing is compared.
     bool HasDifferentOperands() const {
+        if (m_event.Words().Type() == qxscript::Type::Other) return false;
         return std::any_of(m_operands.begin(), m_operands.end(),
                            [&](const std::string& operand) { return Differ(operand, m_operands.front()); });
     }
 
     // As numbers 1 and 01 are the same.
     bool Differ(const std::string& left, const std::string& right) const {
-        if (!m_event.Is("type", "INT")) return left != right;
+        if (!m_event.ReadsNumber()) return left != right;
         const std::optional<ScriptNumber> a = ReadOperand(left);
         const std::optional<ScriptNumber> b = ReadOperand(right);
         return a && b && a->value != b->value;

@@ -1,15 +1,15 @@
 #include <algorithm>
 
 #include "Checks.h"
+#include "QxEventWords.h"
 
 namespace qxlt {
 
 namespace {
 
-const std::vector<std::string> kInAction = {"method", "event"};
-const std::vector<std::string> kOfAction = {"name", "process"};
-const std::vector<std::string> kOfEvent = {"name",    "tag",   "value",     "type",           "filter",       "datakey",
-                                           "keyword", "watch", "condition", "conditionValue", "conditionType"};
+const std::vector<std::string> kInAction = {qxscript::kMethod, qxscript::kEvent};
+const std::vector<std::string> kOfAction = {qxscript::kActionName, "process"};
+const std::vector<std::string> kOfEvent(QxEventWords::kNames.begin(), QxEventWords::kNames.end());
 
 bool Holds(const std::vector<std::string>& words, const std::string& word) {
     return std::find(words.begin(), words.end(), word) != words.end();
@@ -31,8 +31,9 @@ void CheckElement(const ScriptElement& element, Findings& findings) {
 
 // The attributes that are read in this element; a method's first one is read whatever its name.
 std::vector<std::string> KnownAttributes(const ScriptElement& element) {
-    if (element.name == "event") return kOfEvent;
-    if (element.name == "method") return {"name", element.attributes.empty() ? "name" : MethodName(element).name};
+    if (element.name == qxscript::kEvent) return kOfEvent;
+    if (element.name == qxscript::kMethod)
+        return {"name", element.attributes.empty() ? "name" : MethodName(element).name};
     return IsAction(element) ? kOfAction : std::vector<std::string>();
 }
 
@@ -45,14 +46,15 @@ void CheckAttributes(const ScriptElement& element, Findings& findings) {
     const std::vector<std::string> known = KnownAttributes(element);
     for (const ScriptAttribute& attribute : element.attributes) {
         if (Holds(known, attribute.name) || IsForeign(attribute.name)) continue;
-        if (attribute.name == "process") {
+        if (attribute.name == kOfAction.back()) {
+            if (element.depth == 1) continue;  // whatever the element is called
             findings.Add(CheckId::ProcessMisplaced, element, attribute.place,
                          "process has no effect here; only an action's is watched");
             continue;
         }
         findings.Add(CheckId::UnknownAttribute, element, attribute.place,
                      "unknown attribute " + Quoted(attribute.name) + ", which is ignored",
-                     element.name == "method" ? std::string() : Meant(attribute.name, known));
+                     element.name == qxscript::kMethod ? std::string() : Meant(attribute.name, known));
     }
 }
 

@@ -3,22 +3,17 @@
 #include "Checks.h"
 #include "EventWords.h"
 #include "ScriptNumber.h"
+#include "Text.h"
 
 namespace qxlt {
 
 namespace {
 
-const std::vector<std::string> kTags = {"IN", "OUT", "RET", "NONE"};
-const std::vector<std::string> kTypes = {"STRING", "INT"};
-const std::vector<std::string> kWatches = {"ALWAYS", "CHANGED", "CONDITIONAL", "D-CONDITIONAL"};
-const std::vector<std::string> kConditions = {"==", "!=", ">", "<", "range"};
-const std::vector<std::string> kConditionTypes = {"AND", "OR"};
-
-std::string Listed(const std::vector<std::string>& words) {
-    std::string text;
-    for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
-    return text;
-}
+const std::vector<std::string> kTags = TextsOf(qxscript::kTags);
+const std::vector<std::string> kTypes = TextsOf(qxscript::kTypes);
+const std::vector<std::string> kWatches = TextsOf(qxscript::kWatches);
+const std::vector<std::string> kConditions = TextsOf(qxscript::kConditions);
+const std::vector<std::string> kConditionTypes = TextsOf(qxscript::kConditionTypes);
 
 // An attribute that is missing or empty is a choice, a word that nothing knows is not.
 bool IsKnown(const std::string& word, const std::vector<std::string>& known) {
@@ -28,7 +23,7 @@ bool IsKnown(const std::string& word, const std::vector<std::string>& known) {
 void AddUnknown(CheckId id, const ScriptElement& event, const char* attribute, const std::vector<std::string>& known,
                 const std::string& instead, Findings& findings) {
     findings.Add(id, event, ValuePlace(event, attribute),
-                 std::string(attribute) + " " + Quoted(event.Value(attribute)) + " is none of " + Listed(known),
+                 std::string(attribute) + " " + Quoted(event.Value(attribute)) + " is none of " + CommaSeparated(known),
                  instead);
 }
 
@@ -69,7 +64,7 @@ void CheckIndex(const EventWords& event, Findings& findings) {
     const TextPlace place = ValuePlace(element, "value");
     const std::string& text = event["value"];
     const std::optional<ScriptNumber> index = ReadIndex(text);
-    if (!index || index->value < 0) {
+    if (!index) {
         findings.Add(CheckId::BadIndex, element, place,
                      text.empty() ? "value is missing: which argument is meant?"
                                   : "value " + Quoted(text) + " is no index, which is a number from 0",
@@ -81,7 +76,7 @@ void CheckIndex(const EventWords& event, Findings& findings) {
                      "value " + Quoted(text) + " reads as " + std::to_string(index->value),
                      Written("value", std::to_string(index->value)));
     }
-    if (event.Is("tag", "RET") && index->value != 0) {
+    if (event.Words().Tag() == qxscript::Tag::Ret && index->value != 0) {
         findings.Add(CheckId::ReturnIndex, element, place,
                      "a call has one result: index " + std::to_string(index->value) + " is never there",
                      Written("value", "0"));

@@ -12,7 +12,7 @@ void CheckDatakey(const EventWords& event, Findings& findings) {
     if (!event.Has("filter")) {
         if (datakey.empty()) return;
         findings.Add(CheckId::DatakeyWithoutFilter, element, NamePlace(element, "datakey"),
-                     "datakey without filter is ignored", Written("filter", datakey.substr(0, datakey.find('&'))));
+                     "datakey without filter is ignored", Written("filter", event.Words().FieldMarkers().left));
         return;
     }
     const TextPlace place = ValuePlace(element, "datakey");
@@ -34,12 +34,12 @@ void CheckKeyword(const EventWords& event, Findings& findings) {
     const ScriptElement& element = event.Element();
     const std::string& keyword = event["keyword"];
     if (keyword.empty()) return;
-    if (event.Is("watch", "CHANGED")) {
+    if (event.Words().Watch() == qxscript::Watch::Changed) {
         findings.Add(CheckId::KeywordChanged, element, NamePlace(element, "keyword"),
                      "with keyword the value never changes: CHANGED fires once in the process's life",
                      Written("watch", "ALWAYS"));
     }
-    if (!event.Is("type", "INT") || !event.HasSource() || event.Has("filter")) return;
+    if (!event.ReadsNumber() || !event.HasSource() || event.Has("filter")) return;
     const std::optional<ScriptNumber> number = ReadOperand(keyword);
     const std::string plain = number ? std::to_string(number->value) : std::string();
     if (plain == keyword) return;
@@ -50,8 +50,8 @@ void CheckKeyword(const EventWords& event, Findings& findings) {
 
 // The value of an event that takes none out of the call; null when it takes one, or when another check speaks of it.
 const char* ConstantOf(const EventWords& event) {
-    if (event.Is("tag", "NONE")) return "NONE";
-    if (event.HasSource()) return event.Has("type") ? nullptr : "NONE";
+    if (event.Words().Tag() == qxscript::Tag::None) return qxscript::kNoValue;
+    if (event.HasSource()) return event.Has("type") ? nullptr : qxscript::kNoValue;
     return event.Has("tag") || event.Has("value") || event.Has("type") ? nullptr : "";
 }
 

@@ -14,8 +14,8 @@ namespace {
 
 using Methods = std::vector<const RecordedMethod*>;
 
-const char* MomentOf(const std::string& tag) {
-    return tag == "IN" ? "at entry" : "at exit";
+const char* MomentOf(const EventWords& event) {
+    return event.Words().Tag() == qxscript::Tag::In ? "at entry" : "at exit";
 }
 
 // One event of an action against one of the action's methods. Several call sites may have the method's name: what one
@@ -27,12 +27,12 @@ public:
 
     void Compare() const {
         const std::optional<ScriptNumber> index = ReadIndex(m_event["value"]);
-        if (!index || index->value < 0 || (Tag() == "RET" && index->value != 0)) return;
+        if (!index || (IsResult() && index->value != 0)) return;
         const auto at = static_cast<std::size_t>(index->value);
         const bool isThere = Any([&](const RecordedMethod& method) { return at < ValuesOf(method).size(); });
         if (isThere) {
             CompareType(at);
-        } else if (Tag() == "RET") {
+        } else if (IsResult()) {
             Add(CheckId::NotRecordedThen, "tag",
                 "no result of " + m_method + " is recorded, its type is " + Quoted(First().location.args.retType));
         } else if (Any([&](const RecordedMethod& method) { return at < method.location.args.argType.size(); })) {
@@ -52,6 +52,7 @@ private:
     }
 
     const std::string& Tag() const { return m_event["tag"]; }
+    bool IsResult() const { return m_event.Words().Tag() == qxscript::Tag::Ret; }
     const RecordedMethod& First() const { return *m_recorded.front(); }
     const std::vector<RecordedValue>& ValuesOf(const RecordedMethod& method) const { return *method.Values(Tag()); }
 
@@ -62,7 +63,7 @@ private:
 
     void CompareType(std::size_t at) const {
         const std::string& type = m_event["type"];
-        if (type != "INT" && type != "STRING") return;
+        if (m_event.Words().Type() == qxscript::Type::Other) return;
         if (Any([&](const RecordedMethod& method) {
                 return at < ValuesOf(method).size() && Fits(type, ValuesOf(method)[at]);
             })) {
@@ -73,7 +74,7 @@ private:
         const std::string fitting = FittingType(value);
         Add(CheckId::UnfitType, "type",
             type + " does not fit " + Quoted(value.type) + ", which is recorded " +
-                (Tag() == "RET" ? "as the result" : MomentOf(Tag())) + " of " + m_method,
+                (IsResult() ? "as the result" : MomentOf(m_event)) + " of " + m_method,
             fitting.empty() ? std::string() : Written("type", fitting));
     }
 
@@ -89,7 +90,7 @@ private:
             instead = Written("tag", tag) + " " + Written("value", std::to_string(found - values.begin()));
         }
         Add(CheckId::NotRecordedThen, "value",
-            m_method + " has " + Counted(ValuesOf(First()).size(), "argument") + " recorded " + MomentOf(Tag()) +
+            m_method + " has " + Counted(ValuesOf(First()).size(), "argument") + " recorded " + MomentOf(m_event) +
                 ": index " + std::to_string(argument) + " is never there",
             instead);
     }

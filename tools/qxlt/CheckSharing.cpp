@@ -8,25 +8,29 @@ namespace qxlt {
 
 namespace {
 
+using qxscript::Watch;
+
 const char* WhatIsShared(const EventWords& one, const EventWords& other) {
-    if (one.Is("watch", "CHANGED") && other.Is("watch", "CHANGED")) return "they share their last value";
-    if (one.Is("watch", "D-CONDITIONAL") && other.Is("watch", "D-CONDITIONAL")) return "they share their last result";
+    const Watch watch = one.Words().Watch();
+    if (watch == other.Words().Watch() && watch == Watch::Changed) return "they share their last value";
+    if (watch == other.Words().Watch() && watch == Watch::Rising) return "they share their last result";
     return "a client cannot tell them apart";
 }
 
 // The events of one name that came before: the first with each watch mode.
-using Earlier = std::map<std::string, const ScriptElement*>;
+using Earlier = std::map<Watch, const ScriptElement*>;
 
 // The one that shares most with the event: of the same watch mode if there is one.
 const ScriptElement& NearestOf(const Earlier& earlier, const EventWords& event) {
-    const auto same = earlier.find(event["watch"]);
+    const auto same = earlier.find(event.Words().Watch());
     return *(same == earlier.end() ? earlier.begin() : same)->second;
 }
 
 // The one whose first value the event takes for its last one, or gives as such; the end when there is none.
 Earlier::const_iterator PairOf(const Earlier& earlier, const EventWords& event) {
-    if (event.Is("watch", "ALWAYS")) return earlier.find("CHANGED");
-    return event.Is("watch", "CHANGED") ? earlier.find("ALWAYS") : earlier.end();
+    const Watch watch = event.Words().Watch();
+    if (watch == Watch::Always) return earlier.find(Watch::Changed);
+    return watch == Watch::Changed ? earlier.find(Watch::Always) : earlier.end();
 }
 
 void CheckEvent(const ScriptElement& element, const Earlier& earlier, Findings& findings) {
@@ -54,7 +58,7 @@ void CheckSharing(const ScenarioOutline& outline, Findings& findings) {
             if (event->Value("name").empty()) continue;
             Earlier& earlier = byName[event->Value("name")];
             if (!earlier.empty()) CheckEvent(*event, earlier, findings);
-            earlier.emplace(event->Value("watch"), event);
+            earlier.emplace(EventWords(*event).Words().Watch(), event);
         }
     }
 }

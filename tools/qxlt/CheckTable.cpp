@@ -40,7 +40,8 @@ An ampersand is written as `&amp;`, and a less-than sign inside an attribute as 
 
     {CheckId::UnknownTop, "QX002", kError, "unknown top element",
 R"(The top element's name decides what runs the script: `Scenario` is a scenario, `session` is accepted and does
-nothing. A script of any other name loads, and nothing runs.)"},
+nothing. A script of any other name loads, and nothing runs. Of several scripts that run together the first one's
+decides.)"},
 
     {CheckId::UnknownElement, "QX003", kWarning, "unknown element",
 R"(Inside an action only `method` and `event` are read, and nothing inside those. Other elements are loaded and

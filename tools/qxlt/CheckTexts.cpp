@@ -1,16 +1,18 @@
+#include <algorithm>
+
 #include "Checks.h"
 
 namespace qxlt {
 
 namespace {
 
-void CheckTop(const ScriptText& script, Findings& findings) {
-    const ScriptElement* const top = script.Top();
-    if (top == nullptr || top->name == kScenarioTop || top->name == kSessionTop) return;
-    const std::string meant = Meant(top->name, {kScenarioTop, kSessionTop});
-    findings.Add(CheckId::UnknownTop, *top, top->place,
-                 "no kind of script is called " + Quoted(top->name) + ", so that nothing runs",
-                 meant.empty() ? kScenarioTop : meant);
+void CheckTop(const ScriptElement& top, Findings& findings) {
+    const std::vector<std::string> known = {qxscript::kScenario, qxscript::kSession};
+    if (std::find(known.begin(), known.end(), top.name) != known.end()) return;
+    const std::string meant = Meant(top.name, known);
+    findings.Add(CheckId::UnknownTop, top, top.place,
+                 "no kind of script is called " + Quoted(top.name) + ", so that nothing runs",
+                 meant.empty() ? qxscript::kScenario : meant);
 }
 
 void CheckIgnores(const ScriptText& script, Findings& findings) {
@@ -29,8 +31,8 @@ void CheckIgnores(const ScriptText& script, Findings& findings) {
 }  // namespace
 
 void CheckTexts(const ScenarioOutline& outline, Findings& findings) {
+    if (outline.Top() != nullptr) CheckTop(*outline.Top(), findings);
     for (const ScriptText* const script : outline.Scripts()) {
-        CheckTop(*script, findings);
         CheckIgnores(*script, findings);
         if (!script->Defect()) continue;
         findings.Add(CheckId::NotWellFormed, *script, script->Defect()->place,

@@ -1,15 +1,19 @@
 #include "EventWords.h"
 
-#include "QxScriptScenario.h"
-
 namespace qxlt {
 
-std::vector<std::string> EventWords::Operands() const {
-    const std::string& text = (*this)["conditionValue"];
-    if (!IsRange() && !Has("conditionType")) return {text};
-    std::vector<std::string> operands;
-    split(text, IsRange() ? "," : "&", operands);
-    return operands;
+EventWords::EventWords(const ScriptElement& event) : m_event(event) {
+    for (const ScriptAttribute& attribute : event.attributes) m_words.Take(attribute.name, attribute.value);
+}
+
+bool EventWords::ComparesEach() const {
+    const qxscript::Condition condition = m_words.Condition();
+    return condition == qxscript::Condition::Equal || condition == qxscript::Condition::NotEqual;
+}
+
+bool EventWords::ComparesOrder() const {
+    const qxscript::Condition condition = m_words.Condition();
+    return condition == qxscript::Condition::Greater || condition == qxscript::Condition::Less;
 }
 
 }  // namespace qxlt

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "QxEventWords.h"
 #include "ScriptText.h"
 
 namespace qxlt {
@@ -11,9 +12,12 @@ namespace qxlt {
 class EventWords final {
 public:
     // `event` must outlive this object.
-    explicit EventWords(const ScriptElement& event) : m_event(event) {}
+    explicit EventWords(const ScriptElement& event);
 
     const ScriptElement& Element() const { return m_event; }
+
+    // As the evaluation reads it.
+    const QxEventWords& Words() const { return m_words; }
 
     // The attribute's value; empty when it is missing.
     const std::string& operator[](const char* attribute) const { return m_event.Value(attribute); }
@@ -21,24 +25,36 @@ public:
     bool Is(const char* attribute, const char* value) const { return m_event.Value(attribute) == value; }
 
     // Whether the value comes out of the call.
-    bool HasSource() const { return Is("tag", "IN") || Is("tag", "OUT") || Is("tag", "RET"); }
+    bool HasSource() const { return m_words.HasSource(); }
 
     // Whether the condition is consulted.
-    bool IsConditional() const { return Is("watch", "CONDITIONAL") || Is("watch", "D-CONDITIONAL"); }
+    bool IsConditional() const { return m_words.IsConditional(); }
 
     // "==" and "!=", ">" and "<".
-    bool ComparesEach() const { return Is("condition", "==") || Is("condition", "!="); }
-    bool ComparesOrder() const { return Is("condition", ">") || Is("condition", "<"); }
-    bool IsRange() const { return Is("condition", "range"); }
+    bool ComparesEach() const;
+    bool ComparesOrder() const;
+    bool IsRange() const { return m_words.Condition() == qxscript::Condition::Range; }
 
     // Whether the condition reads the value as a number.
-    bool ComparesNumbers() const { return ComparesOrder() || IsRange() || (ComparesEach() && Is("type", "INT")); }
+    bool ComparesNumbers() const { return ComparesOrder() || IsRange() || (ComparesEach() && ReadsNumber()); }
+
+    // Whether the type is INT.
+    bool ReadsNumber() const { return m_words.Type() == qxscript::Type::Int; }
 
     // The operands of the condition; the bounds of a range.
-    std::vector<std::string> Operands() const;
+    std::vector<std::string> Operands() const { return m_words.Operands(); }
 
 private:
     const ScriptElement& m_event;
+    QxEventWords m_words;
 };
+
+// The words that an attribute of the language takes.
+template <typename Meaning, std::size_t count>
+std::vector<std::string> TextsOf(const qxscript::Word<Meaning> (&words)[count]) {
+    std::vector<std::string> texts;
+    for (const qxscript::Word<Meaning>& word : words) texts.emplace_back(word.text);
+    return texts;
+}
 
 }  // namespace qxlt

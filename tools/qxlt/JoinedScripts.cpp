@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Common.h"
+#include "QxScriptWords.h"
 #include "QxXMLLoader.h"
 #include "ScriptText.h"
 #include "Text.h"
@@ -33,7 +34,7 @@ JoinedScripts::JoinedScripts(const std::vector<std::string>& files) {
     }
     Append("</" + m_top + ">");
     if (m_text.size() > INT_MAX) throw Failure(kCannotStart, "the scripts are larger than 2 GiB; split them");
-    if (m_top != "Scenario" && m_top != "session") {
+    if (m_top != qxscript::kScenario && m_top != qxscript::kSession) {
         PrintWarning(m_places.front().Text() + ": no kind of script is called \"" + m_top +
                      "\", so that nothing runs; name the top element Scenario");
     }
@@ -65,7 +66,7 @@ void JoinedScripts::AppendElement(const ScriptElement& element) {
         if (isProcess) m_processes.push_back(attribute.value);
     }
     Append(">");
-    if (element.depth == kEventDepth && element.name == "event" && element.Find("name") != nullptr) {
+    if (element.depth == kEventDepth && element.name == qxscript::kEvent && element.Find("name") != nullptr) {
         m_events.push_back(element.Value("name"));
     }
 }

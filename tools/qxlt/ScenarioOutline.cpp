@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <memory>
 #include <utility>
 
 #include "Nearest.h"
@@ -11,40 +12,69 @@ namespace qxlt {
 
 namespace {
 
-bool IsScenario(const ScriptText& script) {
-    if (script.Top() == nullptr) return false;
-    const std::string& name = script.Top()->name;
-    return name != kSessionTop && (name == kScenarioTop || Meant(name, {kScenarioTop, kSessionTop}) == kScenarioTop);
+bool IsNearScenario(const ScriptElement& top) {
+    return Meant(top.name, {qxscript::kScenario, qxscript::kSession}) == qxscript::kScenario;
 }
 
 }  // namespace
 
 ScenarioOutline::ScenarioOutline(std::vector<const ScriptText*> scripts) : m_scripts(std::move(scripts)) {
+    const ScriptElement* const top = Top();
+    if (top == nullptr || top->name == qxscript::kSession) return;
     for (const ScriptText* const script : m_scripts) {
-        if (!IsScenario(*script)) continue;
-        for (const ScriptElement& element : script->Elements()) m_elements.push_back(&element);
-        for (const ScriptElement* const child : script->Top()->children) {
-            if (IsAction(*child)) AddAction(*child);
-        }
+        if (script->Top() != nullptr && (script->Top() != top || IsNearScenario(*top))) AddScript(*script);
+    }
+    qxscript::Subscribe(m_root, m_subscriptions);
+    qxscript::ForEachAction(
+        m_root, [this](const IQxData::_HSScriptPtr& action, const std::string& name) { AddAction(action, name); });
+}
+
+const ScriptElement* ScenarioOutline::Top() const {
+    const auto first = std::find_if(m_scripts.begin(), m_scripts.end(),
+                                    [](const ScriptText* script) { return script->Top() != nullptr; });
+    return first == m_scripts.end() ? nullptr : (*first)->Top();
+}
+
+void ScenarioOutline::AddScript(const ScriptText& script) {
+    for (const ScriptElement& element : script.Elements()) m_elements.push_back(&element);
+    for (const ScriptElement* const child : script.Top()->children) {
+        IQxData::_HSScriptPtr& action = Copy(*child, m_root);
+        for (const ScriptElement* const part : child->children) Copy(*part, action);
     }
 }
 
-void ScenarioOutline::AddAction(const ScriptElement& element) {
-    ScenarioAction action{&element, std::string(), true, {}, {}};
-    if (const ScriptAttribute* const name = element.Find("name")) {
-        m_name = name->value;
-        action.inheritsName = false;
+IQxData::_HSScriptPtr& ScenarioOutline::Copy(const ScriptElement& element, IQxData::_HSScriptPtr& parent) {
+    auto copy = std::make_unique<IQxData::_HSScriptPtr>();
+    copy->name = element.name;
+    for (const ScriptAttribute& attribute : element.attributes) {
+        copy->attributes.emplace_back(attribute.name, attribute.value);
     }
-    action.name = m_name;
-    for (const ScriptElement* const child : element.children) {
-        if (child->name == "method") action.methods.push_back(child);
-        if (child->name == "event") action.events.push_back(child);
+    copy->parent = &parent;
+    m_origins[copy.get()] = &element;
+    parent.children.push_back(copy.get());
+    return *copy.release();
+}
+
+void ScenarioOutline::AddAction(const IQxData::_HSScriptPtr& element, const std::string& name) {
+    const bool inheritsName = qxscript::FindAttribute(element, qxscript::kActionName) == nullptr;
+    ScenarioAction action{m_origins.at(&element), name, inheritsName, {}, {}};
+    for (const IQxData::_HSScriptPtr* const child : element.children) {
+        if (qxscript::IsMethod(child)) action.methods.push_back(m_origins.at(child));
+        if (qxscript::IsEvent(child)) action.events.push_back(m_origins.at(child));
     }
     m_actions.push_back(std::move(action));
 }
 
+const ScriptElement& ScenarioOutline::Subscribed(const std::string& method, const std::string& actionName) const {
+    const std::vector<IQxData::_HSScriptPtr*>& children = m_subscriptions.at({method, actionName})->children;
+    const auto first = std::find_if(children.begin(), children.end(), [&](const IQxData::_HSScriptPtr* child) {
+        return qxscript::IsMethod(child) && !child->attributes.empty() && qxscript::MethodNameOf(*child) == method;
+    });
+    return *m_origins.at(*first);
+}
+
 bool IsMethodOrEvent(const ScriptElement& element) {
-    return element.name == "method" || element.name == "event";
+    return element.name == qxscript::kMethod || element.name == qxscript::kEvent;
 }
 
 bool IsAction(const ScriptElement& element) {
@@ -52,7 +82,7 @@ bool IsAction(const ScriptElement& element) {
 }
 
 const ScriptAttribute& MethodName(const ScriptElement& method) {
-    return method.attributes.front();
+    return method.attributes[qxscript::kMethodName];
 }
 
 std::string Meant(const std::string& word, const std::vector<std::string>& known) {

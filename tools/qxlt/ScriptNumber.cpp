@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <stdexcept>
 
+#include "QxScriptWords.h"
+
 namespace qxlt {
 
 namespace {
@@ -17,20 +19,19 @@ std::string RestOf(const std::string& text, std::size_t from) {
 std::optional<ScriptNumber> ReadOperand(const std::string& text) {
     try {
         std::size_t end = 0;
-        const int value = std::stoi(text, &end);
+        const int value = qxscript::ReadNumber(text, &end);
         return ScriptNumber{value, RestOf(text, end)};
     } catch (const std::logic_error&) {
         return std::nullopt;
     }
 }
 
-// Indices have 32 bits, whatever the size of the conversion's result.
 std::optional<ScriptNumber> ReadIndex(const std::string& text) {
     try {
         std::size_t end = 0;
-        const long long value = std::stoll(text, &end);
-        if (value > UINT32_MAX || value < -static_cast<long long>(UINT32_MAX)) return std::nullopt;
-        return ScriptNumber{value, RestOf(text, end)};
+        const std::optional<std::uint32_t> value = qxscript::ReadIndex(text, &end);
+        if (!value) return std::nullopt;
+        return ScriptNumber{*value, RestOf(text, end)};
     } catch (const std::logic_error&) {
         return std::nullopt;
     }

@@ -1,4 +1,4 @@
-// The numbers in a script, read with the conversions that the evaluation of events uses.
+// The numbers in a script, read with the conversions that the evaluation of events uses, for those who ask before it.
 #pragma once
 
 #include <optional>
@@ -14,7 +14,7 @@ struct ScriptNumber {
 // An operand of a comparison; none when the evaluation would refuse it.
 std::optional<ScriptNumber> ReadOperand(const std::string& text);
 
-// An index; none when the evaluation would refuse it. A negative one is in no list.
+// An index; none when the evaluation would refuse it, and for a negative one, which is in no list.
 std::optional<ScriptNumber> ReadIndex(const std::string& text);
 
 }  // namespace qxlt

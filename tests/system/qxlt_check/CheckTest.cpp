@@ -274,6 +274,44 @@ TEST(CheckTest, SeveralScriptsCountAsOne) {
                             AllOf(StartsWith("a.xml:4:14: warning: "), HasSubstr("b.xml:4"), EndsWith("[QX061]"))));
 }
 
+// What the first script's top element says goes for all: `run` hangs their actions below it.
+TEST(CheckTest, TheFirstTopElementDecides) {
+    const Workplace place;
+    const std::string mistake = "<action name=\"a\"><method name=\"M\"/><event name=\"E\" tag=\"ARG\"/></action>";
+    place.Write("good.xml", VolumeScript(kEveryVolume));
+    for (const char* const top : {"session", "Scenario", "other"}) {
+        place.Write("b.xml", std::string("<") + top + ">\n" + mistake + "</" + top + ">");
+        EXPECT_THAT(Lines(RunIn(place.Path(), {"check", "good.xml", "b.xml"}).output),
+                    ElementsAre(AllOf(StartsWith("b.xml:2:"), EndsWith("[QX021]"))))
+            << top;
+    }
+    place.Write("b.xml", "<Scenario>" + mistake + "</Scenario>");
+    place.Write("session.xml", "<session/>");
+    EXPECT_EQ(RunIn(place.Path(), {"check", "session.xml", "b.xml"}).output, "");
+    place.Write("other.xml", "<other/>");
+    EXPECT_THAT(Lines(RunIn(place.Path(), {"check", "other.xml", "b.xml"}).output),
+                ElementsAre(EndsWith("[QX002]"), AllOf(StartsWith("b.xml:1:"), EndsWith("[QX021]"))));
+}
+
+// Below the top element a method is an action like any other, whose name the next one takes.
+TEST(CheckTest, KnowsThatAMethodBelowTheTopIsAnAction) {
+    EXPECT_THAT(FindingsIn("<Scenario>\n<action name=\"a\"><method name=\"M\"/><event name=\"E\"/></action>\n"
+                           "<method name=\"b\"/>\n"
+                           "<action><method name=\"M\"/><event name=\"F\"/></action>\n</Scenario>"),
+                ElementsAre("3:1 QX004", "4:1 QX012"));
+    const Workplace place;
+    place.Write(
+        "a.xml",
+        "<Scenario>\n<method name=\"b\" process=\"p\"><method name=\"M\"/><event name=\"E\" tag=\"X\"/></method>\n"
+        "<action><method name=\"M\"/><event name=\"F\"/></action>\n</Scenario>");
+    EXPECT_THAT(
+        Lines(RunIn(place.Path(), {"check", "a.xml"}).output),
+        ElementsAre(AllOf(StartsWith("a.xml:2:1: "), EndsWith("[QX004]")),
+                    AllOf(StartsWith("a.xml:2:"), EndsWith("[QX021]")),
+                    AllOf(StartsWith("a.xml:3:1: "), HasSubstr("action without name takes \"b\""), EndsWith("[QX012]")),
+                    AllOf(StartsWith("a.xml:3:"), HasSubstr("(a.xml:2)"), EndsWith("[QX018]"))));
+}
+
 TEST(CheckTest, PrintsJson) {
     const Workplace place;
     place.Write("a.xml", Event("tag=\"IN\" value=\"0\" type=\"INT\" wotch=\"ALWAYS\" watch=\"CHANGE\""));

@@ -1,0 +1,391 @@
+// What a check or an explanation says of a scenario is what the library does with it, over scenarios and calls made at
+// random. Both ask the same functions; this notices when one of them begins to think for itself.
+#include <gmock/gmock.h>
+
+#include <deque>
+#include <map>
+#include <memory>
+#include <optional>
+#include <random>
+#include <set>
+
+#include "Checks.h"
+#include "Common.h"
+#include "ConditionDistance.h"
+#include "DumpWriter.h"
+#include "EventRecord.h"
+#include "Findings.h"
+#include "JoinedScripts.h"
+#include "QxData.h"
+#include "QxParser.h"
+#include "QxScriptScenario.h"
+#include "Workplace.h"
+#include "Xml.h"
+
+namespace {
+
+using namespace qxlt;
+
+using CodeSet = std::set<std::string>;
+
+// Choices that are the same in every run.
+class Dice final {
+public:
+    explicit Dice(std::uint32_t seed) : m_engine(seed) {}
+
+    unsigned Pick(std::size_t below) { return static_cast<unsigned>(m_engine() % below); }
+
+    template <typename Item, std::size_t count>
+    const Item& Of(const Item (&items)[count]) {
+        return items[Pick(count)];
+    }
+
+private:
+    std::mt19937 m_engine;
+};
+
+struct Found {
+    std::string code;
+    std::string place;  // "FILE:LINE"
+};
+
+// What the checks find in these scripts, which are pairs of a file's name and its text.
+std::vector<Found> FindingsIn(const std::vector<std::pair<std::string, std::string>>& texts) {
+    std::deque<ScriptText> scripts;
+    std::vector<const ScriptText*> pointers;
+    for (const auto& [file, text] : texts) pointers.push_back(&scripts.emplace_back(file, text));
+    const ScenarioOutline outline(pointers);
+    Findings findings;
+    for (const auto check :
+         {CheckTexts, CheckElements, CheckActions, CheckEvents, CheckFilters, CheckConditions, CheckSharing}) {
+        check(outline, findings);
+    }
+    std::vector<Found> found;
+    for (const Finding& finding : findings.Sorted(pointers)) {
+        found.push_back({finding.check->code, Place(finding.script->File(), finding.place.line)});
+    }
+    return found;
+}
+
+// An event of random attributes, those of a condition mostly.
+std::map<std::string, std::string> RandomEvent(Dice& dice) {
+    static const char* const tags[] = {"IN", "IN", "IN", "IN", "OUT", "RET", "NONE", "in", ""};
+    static const char* const indices[] = {"0", "0", "0", "0", " 0", "1", "-1", "x", "0x1", "4294967296", ""};
+    static const char* const types[] = {"INT", "INT", "INT", "STRING", "STRING", "REAL", ""};
+    static const char* const watches[] = {"CONDITIONAL", "CONDITIONAL", "CONDITIONAL", "D-CONDITIONAL",
+                                          "ALWAYS",      "CHANGED",     "Changed",     ""};
+    static const char* const conditions[] = {"==", "==", "!=", "!=", ">", "<", "range", "=", ""};
+    static const char* const combinations[] = {"", "", "AND", "OR", "XOR"};
+    static const char* const operands[] = {"5", "5", "-3", "12", "a", "5a", "", "80%", "99999999999"};
+    static const char* const filters[] = {"", "", "", "", "5", "a"};
+    static const char* const datakeys[] = {"", "5&", "a&5", "zz&", "zzzzzzzzzzzz&x", "5"};
+    static const char* const keywords[] = {"", "", "", "", "", "5", "a", "05"};
+    std::string list;
+    const char joint = dice.Pick(2) == 0 ? '&' : ',';
+    for (unsigned i = dice.Pick(4); i > 0; --i) list += dice.Of(operands) + std::string(i > 1 ? 1 : 0, joint);
+    return {{"name", "E"},
+            {"tag", dice.Of(tags)},
+            {"value", dice.Of(indices)},
+            {"type", dice.Of(types)},
+            {"watch", dice.Of(watches)},
+            {"condition", dice.Of(conditions)},
+            {"conditionValue", list},
+            {"conditionType", dice.Of(combinations)},
+            {"filter", dice.Of(filters)},
+            {"datakey", dice.Of(datakeys)},
+            {"keyword", dice.Of(keywords)}};
+}
+
+// An argument of the type that the event reads, or of another one.
+std::string RandomBytes(Dice& dice, const std::string& type) {
+    static const int numbers[] = {5, 5, -3, 12, 0, 6, 80, -2147483647, 2147483647};
+    static const char* const texts[] = {"5", "a", "5a", "", "ab5", "-3&12", "b"};
+    return (type == "INT") != (dice.Pick(8) == 0) ? dump::Int(dice.Of(numbers), 4) : dice.Of(texts);
+}
+
+// One event, the checks' view of it, and what the library does with it.
+class Case final : public IQxEventObserver {
+public:
+    explicit Case(std::map<std::string, std::string> attributes) : m_attributes(std::move(attributes)) {
+        m_action.name = "action";
+        auto event = std::make_unique<IQxData::_HSScriptPtr>();
+        event->name = "event";
+        for (const auto& [name, value] : m_attributes) {
+            if (value.empty()) continue;
+            event->attributes.emplace_back(name, value);
+            m_text += " " + name + "=\"" + XmlEscaped(value) + "\"";
+        }
+        m_event = event.get();
+        m_action.children.push_back(event.release());
+        for (const Found& found : FindingsIn({{"a.xml", VolumeScript("<event" + m_text + "/>")}})) {
+            m_codes.insert(found.code);
+            m_failed = m_failed || FindCheck(found.code)->severity == Severity::Error;
+        }
+        std::pair<int, char*> nothing(0, nullptr);
+        m_parser.Parse(nothing, m_store);
+        m_parser.SetObserver(this);
+        m_record.emplace(*m_event);
+    }
+
+    void Evaluate(const std::string& bytes) {
+        m_EventValues.clear();
+        m_DconditionValues.clear();
+        IQxData::HSCall call;
+        for (auto* const list : {&call.args.in, &call.args.out, &call.args.ret}) {
+            list->push_back({{"", dump::Stored(bytes)}});
+        }
+        ++calls;
+        QxScriptScenario().MakeEvent(&m_action, call, &m_parser);
+    }
+
+    void OnEvent(const IQxData::_HSScriptPtr&, unsigned long long, const IQxData::HSCall&, QxOutcome outcome,
+                 const std::string& argument) override {
+        ++outcomes[outcome];
+        m_record->Count(outcome, argument);
+        if (Words().IsConditional() && (outcome == QxOutcome::Fires || outcome == QxOutcome::ConditionFalse)) {
+            EXPECT_EQ(ConditionDistance(Words(), argument) == 0, outcome == QxOutcome::Fires) << argument;
+        }
+        if (outcome == QxOutcome::Fires) {
+            EXPECT_THAT(Codes(), testing::Not(testing::Contains(testing::AnyOfArray(kNeverFires))));
+        }
+        if (outcome == QxOutcome::WrongType) {
+            EXPECT_TRUE(Has("QX041") || Has("QX022"));
+        }
+        if (outcome == QxOutcome::WrongRange) {
+            EXPECT_TRUE(Has("QX045"));
+        }
+        if (outcome == QxOutcome::ConditionFalse) {
+            EXPECT_FALSE(Has("QX051") || Has("QX048")) << "which say that it always holds";
+        }
+    }
+
+    void OnError(const IQxData::_HSScriptPtr&, unsigned long long, const IQxData::HSCall&, QxStage stage,
+                 const std::string& error) override {
+        ++stages[stage];
+        m_record->CountError(stage);
+        const bool hasFilter = !Words()[QxEventWords::kFilter].empty();
+        switch (stage) {
+            case QxStage::Index:
+                EXPECT_TRUE(Has("QX026")) << error;
+                break;
+            case QxStage::Field:
+                EXPECT_TRUE(hasFilter) << error;
+                break;
+            case QxStage::Argument:
+                EXPECT_TRUE(hasFilter || Has("QX042") || Has("QX021")) << error;
+                break;
+            case QxStage::Operand:
+            case QxStage::Bound:
+                EXPECT_TRUE(Has("QX044")) << error;
+                break;
+            case QxStage::Other:
+                ADD_FAILURE() << error;
+        }
+        // Without a filter a call cannot bring an error about that the script alone does not show.
+        EXPECT_TRUE(hasFilter || m_failed) << error;
+    }
+
+    // The explanation's stages add up to what came of the calls.
+    void ExpectSameCounts() const {
+        const Funnel funnel = m_record->Stages();
+        EXPECT_EQ(funnel.method, calls);
+        EXPECT_EQ(funnel.method - funnel.value, Of(QxOutcome::NoArgument) + Of(QxStage::Index));
+        EXPECT_EQ(funnel.value - funnel.filter, Of(QxOutcome::FilterMissing) + Of(QxStage::Field));
+        EXPECT_EQ(funnel.filter - funnel.keyword, Of(QxOutcome::KeywordDiffers));
+        EXPECT_EQ(funnel.fired, Of(QxOutcome::Fires));
+        EXPECT_EQ(funnel.errors, calls - Sum(outcomes));
+        EXPECT_EQ(funnel.condition - funnel.edge, Of(QxOutcome::NotRising));
+    }
+
+    const std::string& Text() const { return m_text; }
+    const CodeSet& Codes() const { return m_codes; }
+
+    std::uint64_t calls = 0;
+    std::map<QxOutcome, std::uint64_t> outcomes;
+    std::map<QxStage, std::uint64_t> stages;
+
+private:
+    // What these checks call an event that never fires.
+    const CodeSet kNeverFires = {"QX024", "QX026", "QX027", "QX035", "QX036", "QX040", "QX041",
+                                 "QX042", "QX043", "QX044", "QX045", "QX046", "QX047", "QX052"};
+
+    bool Has(const char* code) const { return m_codes.count(code) != 0; }
+    QxEventWords Words() const { return QxEventWords(*m_event); }
+    std::uint64_t Of(QxOutcome outcome) const { return outcomes.count(outcome) == 0 ? 0 : outcomes.at(outcome); }
+    std::uint64_t Of(QxStage stage) const { return stages.count(stage) == 0 ? 0 : stages.at(stage); }
+    static std::uint64_t Sum(const std::map<QxOutcome, std::uint64_t>& counts) {
+        std::uint64_t sum = 0;
+        for (const auto& entry : counts) sum += entry.second;
+        return sum;
+    }
+
+    std::map<std::string, std::string> m_attributes;
+    std::string m_text;
+    IQxData::_HSScriptPtr m_action;
+    const IQxData::_HSScriptPtr* m_event = nullptr;
+    CodeSet m_codes;
+    bool m_failed = false;
+    const std::shared_ptr<QxData> m_store = std::make_shared<QxData>();
+    QxParser m_parser{nullptr, nullptr};
+    std::optional<EventRecord> m_record;
+};
+
+// The library says a line or two for each call.
+class Agreement : public testing::Test {
+protected:
+    Agreement() { SetLevel(Silent); }
+};
+
+TEST_F(Agreement, ChecksAndExplanationsSayWhatTheEvaluationDoes) {
+    constexpr int kEvents = 4000;
+    constexpr int kCalls = 12;
+    std::map<QxOutcome, std::uint64_t> outcomes;
+    std::map<QxStage, std::uint64_t> stages;
+    CodeSet codes;
+    for (std::uint32_t seed = 1; seed <= kEvents; ++seed) {
+        Dice dice(seed);
+        const std::map<std::string, std::string> attributes = RandomEvent(dice);
+        Case one(attributes);
+        SCOPED_TRACE("seed " + std::to_string(seed) + one.Text());
+        for (int i = 0; i < kCalls; ++i) one.Evaluate(RandomBytes(dice, attributes.at("type")));
+        one.ExpectSameCounts();
+        for (const auto& [outcome, count] : one.outcomes) outcomes[outcome] += count;
+        for (const auto& [stage, count] : one.stages) stages[stage] += count;
+        codes.insert(one.Codes().begin(), one.Codes().end());
+        if (HasFailure()) return;
+    }
+    // It has been everywhere but where two calls in a row are needed.
+    for (const QxOutcome outcome :
+         {QxOutcome::NoArgument, QxOutcome::FilterMissing, QxOutcome::KeywordDiffers, QxOutcome::WrongType,
+          QxOutcome::WrongRange, QxOutcome::ConditionFalse, QxOutcome::Fires}) {
+        EXPECT_GT(outcomes[outcome], 50u) << static_cast<int>(outcome);
+    }
+    for (const QxStage stage : {QxStage::Index, QxStage::Field, QxStage::Argument, QxStage::Operand, QxStage::Bound}) {
+        EXPECT_GT(stages[stage], 50u) << static_cast<int>(stage);
+    }
+    EXPECT_THAT(codes, testing::IsSupersetOf({"QX024", "QX026", "QX027", "QX035", "QX036", "QX040", "QX041", "QX042",
+                                              "QX043", "QX044", "QX045", "QX046", "QX047", "QX048", "QX051", "QX052"}));
+}
+
+// Scripts with actions of random elements, names and methods, each with an event of its own.
+class Subscriptions final : public IQxEventObserver {
+public:
+    Subscriptions(Dice& dice, const Workplace& place) {
+        static const char* const firstTops[] = {"Scenario", "Scenario", "Scenario", "session"};
+        static const char* const furtherTops[] = {"Scenario", "session", "anything"};
+        for (unsigned script = dice.Pick(3) + 1; script > 0; --script) {
+            const std::string top = m_texts.empty() ? dice.Of(firstTops) : dice.Of(furtherTops);
+            if (m_texts.empty()) m_runs = top == "Scenario";
+            m_file = std::to_string(script) + ".xml";
+            m_text = "<" + top + ">\n";
+            m_line = 2;
+            for (unsigned action = dice.Pick(5); action > 0; --action) AddAction(dice);
+            m_texts.emplace_back(m_file, m_text + "</" + top + ">\n");
+            m_files.push_back(place.Write(m_file, m_texts.back().second));
+        }
+    }
+
+    // Runs the scripts over a call of each method, as `run` and `replay` do.
+    void Trace() {
+        const auto store = std::make_shared<QxData>();
+        LoadScripts(JoinedScripts(m_files), store);
+        for (const char* const method : {"M", "N", "O"}) {
+            IQxData::_HSCallLocation location;
+            location.locId = static_cast<unsigned>(m_methods.size()) + 1;
+            location.callerName = method;
+            store->AppendCallLocation(location);
+            IQxData::HSCall call;
+            call.locId = location.locId;
+            m_methods[store->AppendBeforeCall(call)] = method;
+        }
+        QxParser parser(nullptr, nullptr);
+        std::pair<int, char*> nothing(0, nullptr);
+        parser.Parse(nothing, store);
+        parser.SetObserver(this);
+        parser.Trace();
+    }
+
+    void OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall&, QxOutcome,
+                 const std::string&) override {
+        m_evaluated.emplace(AttributeOf(event, "name"), m_methods.at(key));
+    }
+
+    // An event is evaluated for a method when its action lists that method and no check says that this is dropped.
+    void ExpectWhatTheChecksSay() const {
+        std::set<std::string> dropped;
+        for (const Found& found : FindingsIn(m_texts)) {
+            if (found.code == "QX018") dropped.insert(found.place);
+        }
+        std::set<std::pair<std::string, std::string>> expected;
+        for (const Listing& listing : m_listings) {
+            if (m_runs && dropped.count(listing.place) == 0) expected.emplace(listing.event, listing.method);
+        }
+        EXPECT_EQ(m_evaluated, expected);
+    }
+
+    std::string Text() const {
+        std::string all;
+        for (const auto& entry : m_texts) all += "\n" + entry.second;
+        return all;
+    }
+    std::size_t Listings() const { return m_listings.size(); }
+    std::size_t Evaluations() const { return m_evaluated.size(); }
+
+private:
+    // A method of an action, which has that event.
+    struct Listing {
+        std::string event;
+        std::string method;
+        std::string place;
+    };
+
+    void AddLine(const std::string& line) {
+        m_text += line + "\n";
+        ++m_line;
+    }
+
+    void AddAction(Dice& dice) {
+        static const char* const elements[] = {"action", "action", "action", "method", "event"};
+        static const char* const names[] = {" name=\"a\"", " name=\"b\"", " name=\"M\"", ""};
+        static const char* const methods[] = {"M", "N", "O"};
+        const std::string element = dice.Of(elements);
+        const std::string event = m_file + std::to_string(m_line);
+        AddLine("<" + element + dice.Of(names) + "><event name=\"" + event + "\"/>");
+        for (unsigned count = dice.Pick(4); count > 0; --count) {
+            const std::string method = dice.Of(methods);
+            m_listings.push_back({event, method, Place(m_file, m_line)});
+            AddLine("<method name=\"" + method + "\"/>");
+        }
+        AddLine("</" + element + ">");
+    }
+
+    std::vector<std::pair<std::string, std::string>> m_texts;
+    std::vector<std::string> m_files;
+    bool m_runs = false;
+    std::string m_file;  // that is being written, its text so far, and the line that comes next
+    std::string m_text;
+    std::size_t m_line = 0;
+    std::vector<Listing> m_listings;
+    std::map<unsigned long long, std::string> m_methods;  // by key of the call
+    std::set<std::pair<std::string, std::string>> m_evaluated;
+};
+
+TEST_F(Agreement, ChecksSayWhichMethodsAreSubscribed) {
+    const Workplace place;
+    std::size_t listings = 0;
+    std::size_t evaluations = 0;
+    for (std::uint32_t seed = 1; seed <= 500; ++seed) {
+        Dice dice(seed);
+        Subscriptions one(dice, place);
+        SCOPED_TRACE("seed " + std::to_string(seed) + one.Text());
+        one.Trace();
+        one.ExpectWhatTheChecksSay();
+        if (HasFailure()) return;
+        listings += one.Listings();
+        evaluations += one.Evaluations();
+    }
+    EXPECT_GT(evaluations, 500u);
+    EXPECT_GT(listings, evaluations + 500);
+}
+
+}  // namespace
