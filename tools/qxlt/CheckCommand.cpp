@@ -48,15 +48,20 @@ private:
     // Returns whether nothing was wrong in the recording.
     bool Compare(const ScenarioOutline& outline) {
         const Recording recording = Recording::Read(m_options.against, PrintFault, m_progress);
-        m_calls = CheckRecorded(outline, recording, m_findings);
+        const bool nothing = !recording.Whole() && recording.Methods().empty();
+        if (!nothing) m_calls = CheckRecorded(outline, recording, m_findings);
+        if (!recording.Whole()) m_output.Failed();
         return recording.Whole();
     }
 
     // Returns whether there is an error.
     bool Print() {
-        bool failed = false;
-        for (const Finding& finding : m_findings.Sorted(m_pointers)) {
-            failed = failed || finding.check->severity == Severity::Error;
+        const std::vector<Finding> findings = m_findings.Sorted(m_pointers);
+        const bool failed = std::any_of(findings.begin(), findings.end(), [](const Finding& finding) {
+            return finding.check->severity == Severity::Error;
+        });
+        if (failed) m_output.Failed();
+        for (const Finding& finding : findings) {
             m_output.Line(m_format == Format::Json ? JsonLine(finding) : TextLine(finding));
         }
         for (const MethodCalls& calls : m_calls) {
@@ -117,21 +122,35 @@ private:
     std::vector<MethodCalls> m_calls;
 };
 
-int Explain(const std::string& code) {
+std::string JsonLine(const Check& check) {
+    JsonObject line = {{"id", check.code}, {"severity", SeverityName(check.severity)}};
+    line["brief"] = check.brief;
+    line["details"] = check.details;
+    return line.dump();
+}
+
+int Explain(const std::string& code, Format format) {
     const Check* const check = FindCheck(code);
     if (check == nullptr && code != kAllChecks) {
         const std::string meant = MeantCode(code);
         throw Failure(kCannotStart, "--explain " + code + ": no check has that code" +
                                         (meant.empty() ? "; see docs/checks.md" : "; did you mean " + meant));
     }
+    Output output;
+    if (format == Format::Json) {
+        for (const Check& row : AllChecks()) {
+            if (check == nullptr || check->id == row.id) output.Line(JsonLine(row));
+        }
+        return kDone;
+    }
     std::string text = check == nullptr ? ExplainAllChecks() : ExplainCheck(*check);
     text.pop_back();  // the line's end comes with the output
-    Output().Line(text);
+    output.Line(text);
     return kDone;
 }
 
 int PerformCheck(const CheckOptions& options, Format format) {
-    if (!options.explain.empty()) return Explain(options.explain);
+    if (!options.explain.empty()) return Explain(options.explain, format);
     if (options.scripts.empty()) throw Failure(kCannotStart, "no script is named; see qxlt check --help");
     return CheckRun(options, format).Perform();
 }

@@ -56,7 +56,10 @@ private:
         m_output.Line(
             EndLine(m_format, {file, dump.size(), m_store->GetCallIMap()->size(), decoded.parsed, decoded.extracted}));
         m_store->clearCalls();
-        if (!decoded.Whole()) PrintFault(DamageFault(file, file, decoded));
+        if (!decoded.Whole()) {
+            PrintFault(DamageFault(file, file, decoded));
+            m_output.Failed();
+        }
         return decoded.Whole();
     }
 

@@ -1,5 +1,5 @@
-// A store that prints the records which describe a process as they reach it. Calls are printed by its owner, once the
-// dump that they came from has ended.
+// A store that prints the records which describe a process as it takes them: one that it refuses is not printed. Calls
+// are printed by its owner, once the dump that they came from has ended.
 #pragma once
 
 #include <string>

@@ -21,6 +21,10 @@ JsonObject EventJson(const EventView& view) {
     return object;
 }
 
+void EventPrinter::Expect(const std::vector<std::string>& events) {
+    for (const std::string& event : events) m_counts.emplace(event, 0);
+}
+
 void EventPrinter::Print(const EventView& view) {
     ++m_counts[view.event];
     m_output.Line(m_format == Format::Json ? EventJson(view).dump() : TextLine(view));

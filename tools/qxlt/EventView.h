@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <vector>
 
 #include "CallView.h"
 #include "Output.h"
@@ -29,6 +30,9 @@ public:
     // `output` must outlive the printer. `nameWidth` is that of the longest event name, for the columns of the text.
     EventPrinter(Format format, Output& output, std::size_t nameWidth)
         : m_format(format), m_output(output), m_nameWidth(nameWidth) {}
+
+    // Has these events counted from the beginning: those that never fire with 0.
+    void Expect(const std::vector<std::string>& events);
 
     void Print(const EventView& view);
 

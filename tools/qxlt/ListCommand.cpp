@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <set>
 
@@ -78,8 +79,16 @@ public:
     Listing(const Recording& recording, Format format, Output& output)
         : m_recording(recording), m_format(format), m_output(output) {}
 
+    // Processes of one id share what is recorded: it stands once, below all their names.
     void Print() {
-        for (const RecordedProcess& process : m_recording.Processes()) PrintProcess(process);
+        std::map<unsigned short, std::vector<const RecordedProcess*>> byId;
+        for (const RecordedProcess& process : m_recording.Processes()) byId[process.pid].push_back(&process);
+        for (const RecordedProcess& first : m_recording.Processes()) {
+            const std::vector<const RecordedProcess*>& same = byId[first.pid];
+            if (same.front() != &first) continue;
+            for (const RecordedProcess* const process : same) PrintProcess(*process);
+            PrintRecords(first.pid);
+        }
     }
 
 private:
@@ -92,11 +101,14 @@ private:
         } else {
             m_output.Line(m_output.Paint().Bold("process " + ProcessText(process.name, process.pid)));
         }
+    }
+
+    void PrintRecords(unsigned short pid) {
         for (const IQxData::HSIThread& thread : m_recording.Threads()) {
-            if (thread.pid == process.pid) PrintThread(thread);
+            if (thread.pid == pid) PrintThread(thread);
         }
         for (const RecordedMethod& method : m_recording.Methods()) {
-            if (method.pid == process.pid) PrintMethod(method);
+            if (method.pid == pid) PrintMethod(method);
         }
     }
 
@@ -157,6 +169,7 @@ int List(const ListOptions& options, Format format) {
     Progress progress;
     Output output(&progress);
     const Recording recording = ReadInput(options, progress);
+    if (!recording.Whole()) output.Failed();
     if (options.asScript) {
         std::string text = StarterScript(recording).Text();
         text.pop_back();  // the line's end comes with the output

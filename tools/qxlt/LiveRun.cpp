@@ -96,6 +96,7 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_watchable(static_cast<QxLogTracker&>(*m_tracker)),
       m_waiting(Wanted()),
       m_account(common.format, m_output, m_processes) {
+    m_printer.Expect(m_scripts.Events());
     RequireKnownEnd();
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
     if (!options.keep.empty()) m_capture.emplace(options.keep);

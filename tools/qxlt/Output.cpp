@@ -45,7 +45,7 @@ void Output::Line(const std::string& text) {
 
 void Output::End(int error) {
     m_ended = true;
-    if (error == EPIPE) return m_onEnd(kDone);
+    if (error == EPIPE) return m_onEnd(m_status);
     PrintError(std::string("standard output: ") + std::strerror(error) + "; results are lost");
     m_onEnd(kInputWrong);
 }

@@ -21,8 +21,12 @@ public:
     // Writes the text and a newline. One thread at a time. After a failure it does nothing.
     void Line(const std::string& text);
 
+    // Something in the input was wrong: a reader that goes away later takes nothing of that back.
+    void Failed() { m_status = kInputWrong; }
+
     // What is called, once, when nothing can be written any more: with "done" when the reader has closed its end, which
-    // is its right, or "input wrong" after an error was printed. At first it ends the process with that status.
+    // is its right, unless Failed was called; or with "input wrong" after an error was printed. At first it ends the
+    // process with that status.
     void OnEnd(std::function<void(ExitStatus)> handler) { m_onEnd = std::move(handler); }
 
     const Colors& Paint() const { return m_colors; }
@@ -33,6 +37,7 @@ private:
     Progress* const m_progress;
     const Colors m_colors;
     std::function<void(ExitStatus)> m_onEnd;
+    ExitStatus m_status = kDone;  // when the reader goes away
     bool m_ended = false;
 };
 

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include "Common.h"
+#include "Text.h"
 
 namespace qxlt {
 
@@ -28,7 +29,7 @@ void Progress::Show(const std::string& text) {
     if (!m_terminal || Clock::now() < m_next) return;
     m_next = Clock::now() + kRefresh;
     m_visible = true;
-    WriteToTerminal(kWipeLine + text);
+    WriteToTerminal(kWipeLine + Printable(text));
 }
 
 void Progress::Wipe() {

@@ -15,7 +15,8 @@ public:
     // Wipes the line away.
     ~Progress();
 
-    // What is being done, for example "dump 12 of 40". Cheap: most calls only look at the clock.
+    // What is being done, for example "dump 12 of 40", made fit for a terminal. Cheap: most calls only look at the
+    // clock.
     void Show(const std::string& text);
 
     // Takes the line away before other output to the terminal; Show brings it back.

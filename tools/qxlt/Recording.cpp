@@ -42,8 +42,7 @@ public:
         const std::string process = Identify(files.front());
         for (const std::string& file : files) {
             progress.Show(file);
-            QxCycle cycle(nullptr, nullptr, m_store);
-            Decode(cycle, process, file, ReadDump(file));
+            DecodeFile(process, file);
             m_store->CountCalls();
         }
     }
@@ -94,9 +93,28 @@ private:
 
     void Decode(QxCycle& cycle, const std::string& process, const std::string& place, std::vector<char> dump) {
         const QxCycle::Decoded decoded = cycle.Decode(process, dump);
-        if (decoded.Whole()) return;
+        if (!decoded.Whole()) Tell(FaultOf(place, decoded));
+    }
+
+    // What gives not a single record is no dump, also when its bytes look like packets, or it has none.
+    void DecodeFile(const std::string& process, const std::string& file) {
+        std::vector<char> dump = ReadDump(file);
+        const std::uint64_t before = m_store->Records();
+        const QxCycle::Decoded decoded = QxCycle(nullptr, nullptr, m_store).Decode(process, dump);
+        const bool isDump = m_store->Records() != before;
+        if (isDump && decoded.Whole()) return;
+        Fault fault = FaultOf(file, decoded);
+        if (!isDump) fault.text = file + ": no dump, not one record is in it; name a capture, or a dump out of one";
+        Tell(fault);
+    }
+
+    static Fault FaultOf(const std::string& place, const QxCycle::Decoded& decoded) {
+        return DamageFault(place, std::filesystem::path(place).filename().string(), decoded);
+    }
+
+    void Tell(const Fault& fault) {
         m_whole = false;
-        m_faults(DamageFault(place, std::filesystem::path(place).filename().string(), decoded));
+        m_faults(fault);
     }
 
     const FaultSink& m_faults;

@@ -62,14 +62,15 @@ const std::string& NameOf(const std::vector<RecordedProcess>& processes, unsigne
 void RecordingStore::AppendHeader(unsigned short pid, std::string process, std::string qxVersion,
                                   std::string swBuildString, std::string swVersionModel, std::string extraField1,
                                   std::string extraField2) {
-    if (!m_header) m_header = RecordedProcess{process, pid};
-    QxData::AppendHeader(pid, std::move(process), std::move(qxVersion), std::move(swBuildString),
-                         std::move(swVersionModel), std::move(extraField1), std::move(extraField2));
+    QxData::AppendHeader(pid, process, std::move(qxVersion), std::move(swBuildString), std::move(swVersionModel),
+                         std::move(extraField1), std::move(extraField2));
+    ++m_records;
+    if (!m_header) m_header = RecordedProcess{std::move(process), pid};
 }
 
-// The store sets the thread's process, so it goes first.
 void RecordingStore::AppendThread(HSIThread& thread) {
     QxData::AppendThread(thread);
+    ++m_records;
     m_threads[{thread.pid, thread.tid}] = thread.name;
 }
 
@@ -78,13 +79,15 @@ RecordingStore::SiteKey RecordingStore::KeyOf(unsigned short pid, const _HSCallL
 }
 
 void RecordingStore::AppendCallLocation(_HSCallLocation& location) {
-    m_sites[KeyOf(GetCurrentPID(), location)].location = location;
     QxData::AppendCallLocation(location);
+    ++m_records;
+    m_sites[KeyOf(GetCurrentPID(), location)].location = location;
 }
 
 void RecordingStore::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
-    m_layouts[name] = desc;
-    QxData::AppendCompArgDesc(std::move(name), std::move(desc));
+    QxData::AppendCompArgDesc(name, desc);
+    ++m_records;
+    m_layouts[std::move(name)] = std::move(desc);
 }
 
 // A call whose site was not described stands for no method.

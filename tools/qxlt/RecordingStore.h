@@ -1,5 +1,5 @@
 // A store that notes what a program records while dumps are decoded into it: threads, call sites, and for each of them
-// the number of calls and one example.
+// the number of calls and one example. What the store refuses is not noted.
 #pragma once
 
 #include <cstdint>
@@ -22,6 +22,9 @@ public:
 
     // Counts the calls that the store holds, and drops them.
     void CountCalls();
+
+    // How many records of all kinds it has taken, calls only while they are held.
+    std::uint64_t Records() { return m_records + GetCallIMap()->size(); }
 
     // The process that the first header came from; none when there was no header.
     const std::optional<RecordedProcess>& Header() const { return m_header; }
@@ -51,6 +54,7 @@ private:
     std::map<std::string, _HSCompArgDesc> m_layouts;
     std::map<SiteKey, Site> m_sites;
     std::map<HSIThreadId, std::string> m_threads;
+    std::uint64_t m_records = 0;  // but for calls
     std::optional<RecordedProcess> m_header;
 };
 

@@ -64,8 +64,12 @@ int Replay(const ReplayOptions& options, Format format) {
     Progress progress;
     Output output(&progress);
     EventPrinter printer(format, output, WidestOf(scripts.Events(), 0));
+    const auto tell = [&output](const Fault& fault) {
+        PrintFault(fault);
+        output.Failed();
+    };
     Replayer replayer(
-        scripts, input, [&printer](const EventView& view) { printer.Print(view); }, PrintFault, progress);
+        scripts, input, [&printer](const EventView& view) { printer.Print(view); }, tell, progress);
     std::optional<Explainer> explainer;
     if (explain.wanted) {
         explainer.emplace(format, output, replayer.Root(), replayer.Places(), explain.event);

@@ -33,7 +33,8 @@ void PrintText(Output& output, const TestResult& result) {
     const std::vector<std::string> lines = DiffText(result);
     const std::size_t shown = std::min(lines.size(), kShownLines);
     for (std::size_t i = 0; i < shown; ++i) {
-        output.Line("    " + (lines[i].front() == '-' ? paint.Red(lines[i]) : paint.Green(lines[i])));
+        const std::string line = Printable(lines[i]);
+        output.Line("    " + (lines[i].front() == '-' ? paint.Red(line) : paint.Green(line)));
     }
     if (shown < lines.size()) output.Line("    and " + std::to_string(lines.size() - shown) + " more");
     if (!result.explanation.empty()) output.Line("      " + Printable(result.explanation));

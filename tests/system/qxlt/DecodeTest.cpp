@@ -4,7 +4,11 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <fstream>
+
 #include "Child.h"
+#include "DecodeStore.h"
 #include "DumpWriter.h"
 #include "Workplace.h"
 
@@ -200,6 +204,41 @@ TEST(Decode, EndsQuietlyWhenTheReaderHasGone) {
     close(writer);
     EXPECT_EQ(tool.Finish(), 0);
     EXPECT_EQ(tool.Error(), "");
+}
+
+TEST(Decode, KeepsItsStatusWhenTheReaderHasGone) {
+    const Workplace place;
+    const std::string pipe = place.At("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    Child tool(ToolSetup({"decode", place.Write("a.qxdump", VolumeDump({5}) + dump::Packet(9, "x")), pipe}));
+    EXPECT_TRUE(tool.WaitForOutput("end "));
+    tool.CloseOutput();
+    std::ofstream(pipe, std::ios::binary) << VolumeDump({6});
+    EXPECT_EQ(tool.Finish(), 1);
+    EXPECT_EQ(Lines(tool.Error()).size(), 1u) << tool.Error();
+}
+
+// The store keeps 64 MiB of what a process describes.
+TEST(Decode, PrintsNoRecordThatTheStoreRefused) {
+    const std::string large(40 << 20, 'x');
+    qxlt::Output output;
+    qxlt::DecodeStore store(qxlt::Format::Text, output);
+    IQxData::_HSCallLocation location;
+    location.callerName = large;
+    IQxData::HSIThread thread;
+    thread.name = large;
+    IQxData::_HSCompArgDesc descriptor;
+    descriptor.memberNames = {large};
+    descriptor.memberTypes = {"int"};
+    testing::internal::CaptureStdout();
+    store.AppendCallLocation(location);
+    location.locId = 1;
+    EXPECT_THROW(store.AppendCallLocation(location), QxData::_PERR_TYPE);
+    EXPECT_THROW(store.AppendThread(thread), QxData::_PERR_TYPE);
+    EXPECT_THROW(store.AppendCompArgDesc("Large", descriptor), QxData::_PERR_TYPE);
+    const std::string printed = testing::internal::GetCapturedStdout();
+    EXPECT_EQ(std::count(printed.begin(), printed.end(), '\n'), 1);
+    EXPECT_EQ(printed.compare(0, 9, "location "), 0);
 }
 
 TEST(Decode, TellsThatItsOutputCannotBeWritten) {

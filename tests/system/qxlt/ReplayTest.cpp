@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "Child.h"
 #include "DumpWriter.h"
@@ -528,6 +529,23 @@ TEST(Replay, LetsNoControlCharacterReachTheTerminal) {
         EXPECT_THAT(result.output, Not(HasSubstr("\xC2\x9B")));
         EXPECT_THAT(result.output, HasSubstr(R"(v\x1b[2J.xml:4)"));
         EXPECT_THAT(result.output, HasSubstr(R"(condition \xc2\x9b\n "\xc2\x9b" (\xc2\x9b) does not hold)"));
+    }
+}
+
+// The reader's right to go away takes nothing back that was said before.
+TEST(Replay, KeepsItsStatusWhenTheReaderHasGone) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string pipe = place.At("pipe");
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    for (const bool damaged : {false, true}) {
+        const std::string first = place.Write("a", VolumeDump({5}) + (damaged ? dump::Packet(9, "x") : ""));
+        Child tool(ToolSetup({"replay", "-s", script, "-p", "m=1", first, pipe}));
+        EXPECT_TRUE(tool.WaitForOutput("VOLUME"));
+        tool.CloseOutput();
+        std::ofstream(pipe, std::ios::binary) << VolumeDump({6});
+        EXPECT_EQ(tool.Finish(), damaged ? 1 : 0);
+        EXPECT_EQ(Lines(tool.Error()).size(), damaged ? 1u : 0u) << tool.Error();
     }
 }
 

@@ -141,6 +141,21 @@ TEST_F(Run, SaysWhatItDoesAndCountsItsEvents) {
                                                             "\\[[0-9]+\\] audio\\.SetVolume\\([0-9]+\\) at [0-9]+$"));
 }
 
+TEST_F(Run, CountsTheEventsThatNeverFired) {
+    const std::string never = R"(<event name="NEVER" tag="NONE" keyword="x"/><event name="A" tag="NONE" keyword="x"/>)";
+    m_place.Write("v.xml", VolumeScript(never + kEveryVolume, m_name));
+    const Child server(Server());
+    Child tool(Tool({"--until", "VOLUME"}));
+    EXPECT_EQ(tool.Finish(), 0);
+    EXPECT_THAT(tool.Error(),
+                ContainsRegex("\n[0-9]+ events? in 2 cycles\n  A       0\n  NEVER   0\n  VOLUME  [0-9]+\n$"));
+    Child waiting(Tool({"-p", "nobody"}));
+    EXPECT_TRUE(waiting.WaitForError("waiting for "));
+    waiting.Signal(SIGINT);
+    EXPECT_EQ(waiting.Finish(), 0);
+    EXPECT_THAT(waiting.Error(), HasSubstr("0 events in 0 cycles\n  A       0\n  NEVER   0\n  VOLUME  0\n"));
+}
+
 TEST_F(Run, WaitsForTheProcess) {
     Child tool(Tool({}));
     EXPECT_TRUE(tool.WaitForError("waiting for " + m_name + ", 0 s\n"));

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "CheckTable.h"
@@ -385,6 +386,19 @@ TEST(CheckTest, ReportsADamagedRecordingAndUsesTheRest) {
     EXPECT_EQ(result.status, 1);
 }
 
+TEST(CheckTest, SaysWhatIsNoDump) {
+    const Workplace place;
+    place.Write("a.xml", VolumeScript(kEveryVolume));
+    place.Write("nothing", "");
+    for (const char* const file : {"a.xml", "nothing"}) {
+        const ToolResult result = RunIn(place.Path(), {"check", "a.xml", "--against", file});
+        EXPECT_EQ(result.status, 1) << file;
+        EXPECT_EQ(result.output, "") << "nothing can be said about the methods";
+        EXPECT_EQ(result.error, std::string("error: ") + file +
+                                    ": no dump, not one record is in it; name a capture, or a dump out of one\n");
+    }
+}
+
 TEST(CheckTest, SaysWhyItCannotStart) {
     const Workplace place;
     place.Write("a.xml", VolumeScript(kEveryVolume));
@@ -420,6 +434,24 @@ TEST(CheckTest, ExplainsEachCheck) {
     EXPECT_THAT(RunTool({"check", "--explain", "qx021"}).output, StartsWith("QX021: unknown tag (error)\n\n"));
 }
 
+TEST(CheckTest, ExplainsAsJson) {
+    const auto parsed = [](const std::string& line) { return nlohmann::ordered_json::parse(line); };
+    const std::vector<std::string> lines = Lines(RunTool({"check", "--explain", "all", "--format", "json"}).output);
+    ASSERT_EQ(lines.size(), AllChecks().size());
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+        const Check& check = AllChecks()[i];
+        const auto line = parsed(lines[i]);
+        EXPECT_EQ(line.at("id"), check.code);
+        EXPECT_EQ(line.at("severity"), qxlt::SeverityName(check.severity));
+        EXPECT_EQ(line.at("brief"), check.brief);
+        EXPECT_EQ(line.at("details"), check.details);
+    }
+    const ToolResult one = RunTool({"check", "--explain", "qx021", "--format", "json"});
+    EXPECT_THAT(one.output, StartsWith(R"({"id":"QX021","severity":"error","brief":"unknown tag","details":")"));
+    EXPECT_EQ(Lines(one.output).size(), 1u);
+    EXPECT_EQ(one.status, 0);
+}
+
 TEST(CheckTest, ThePageOfTheChecksIsWhatTheToolPrints) {
     EXPECT_EQ(RunTool({"check", "--explain", "all"}).output, ReadAll(QXLT_SOURCE_DIR "/docs/checks.md"));
 }
@@ -449,13 +481,31 @@ TEST(CheckTest, DepthIsNoMatter) {
     EXPECT_EQ(Codes(script).back(), "QX001");
 }
 
+// Errors in the scenario stay errors, whoever has read of them.
 TEST(CheckTest, EndsQuietlyWhenNobodyReads) {
     const Workplace place;
+    for (const auto& [attributes, status] : {std::pair("tag=\"ARG\"", 1), std::pair("tag=\"NONE\" filter=\"x\"", 0)}) {
+        std::string events;
+        for (int i = 0; i < 20000; ++i) {
+            events += "<event name=\"E" + std::to_string(i) + "\" " + attributes + "/>\n";
+        }
+        Child tool(ToolSetup({"check", place.Write("a.xml", VolumeScript(events))}));
+        ASSERT_TRUE(tool.WaitForOutput("[QX0"));
+        tool.CloseOutput();
+        EXPECT_EQ(tool.Finish(), status);
+        EXPECT_EQ(tool.Error(), "");
+    }
+}
+
+TEST(CheckTest, KeepsItsStatusAfterADamagedRecording) {
+    const Workplace place;
     std::string events;
-    for (int i = 0; i < 20000; ++i) events += "<event name=\"E" + std::to_string(i) + "\" tag=\"ARG\"/>\n";
-    Child tool(ToolSetup({"check", place.Write("a.xml", VolumeScript(events))}));
-    ASSERT_TRUE(tool.WaitForOutput("QX021"));
+    for (int i = 0; i < 20000; ++i)
+        events += "<event name=\"E" + std::to_string(i) + "\" tag=\"NONE\" filter=\"x\"/>\n";
+    const std::string dump = place.Write("dump", RecordedDump() + "\x01");
+    Child tool(ToolSetup({"check", place.Write("a.xml", VolumeScript(events)), "--against", dump}));
+    ASSERT_TRUE(tool.WaitForOutput("[QX0"));
     tool.CloseOutput();
-    EXPECT_EQ(tool.Finish(), 0);
-    EXPECT_EQ(tool.Error(), "");
+    EXPECT_EQ(tool.Finish(), 1);
+    EXPECT_THAT(tool.Error(), StartsWith("error: " + dump + ":"));
 }

@@ -104,6 +104,26 @@ TEST(ManualTest, TellsOfNoOptionThatIsNotThere) {
     }
 }
 
+// Each of these is a cause in the program.
+TEST(ManualTest, NamesTheCausesOfEachExitStatus) {
+    const std::string page = std::regex_replace(ReadAll(kFiles + "qxlt.1"), std::regex("\\\\-"), "-");
+    const std::size_t done = page.find("\n.SH EXIT STATUS\n.TP\n.B 0\n");
+    const std::size_t wrong = page.find("\n.B 1\n", done);
+    const std::size_t noStart = page.find("\n.B 2\n", wrong);
+    const std::size_t end = page.find("\n.SH ", noStart);
+    ASSERT_NE(end, std::string::npos);
+    for (const char* const cause :
+         {"damaged", "no dump", ".qxloss", "an event in error", "not well-formed", "error found by", "expected",
+          "could not be tested", "--on-loss fail", "--keep", "standard output cannot be written", "second signal"}) {
+        EXPECT_THAT(page.substr(wrong, noStart - wrong), HasSubstr(cause));
+    }
+    for (const char* const cause :
+         {"command line", "--until", "--explain", "no process to watch", "cannot be read", "no capture",
+          "unknown version", "--keep", "--junit", "--for", "\\fBlist -p", "memory"}) {
+        EXPECT_THAT(page.substr(noStart, end - noStart), HasSubstr(cause));
+    }
+}
+
 TEST(ManualTest, IsWellFormed) {
     if (!std::filesystem::exists(kManual)) GTEST_SKIP() << kManual << " is not installed";
     Child::Setup setup = Program({kManual, "--warnings", "-l", kFiles + "qxlt.1"});

@@ -9,6 +9,7 @@
 #include "Child.h"
 #include "DumpWriter.h"
 #include "RecordedSample.h"
+#include "RecordingStore.h"
 #include "Workplace.h"
 
 using testing::ElementsAre;
@@ -33,8 +34,9 @@ void WriteCapture(const Workplace& place) {
 
 // The names of the events in a script, and of those that fired.
 std::set<std::string> EventsIn(const std::string& script) {
-    const std::pair<const char*, const char*> entities[] = {
-        {"&lt;", "<"}, {"&gt;", ">"}, {"&quot;", "\""}, {"&#9;", "\t"}, {"&amp;", "&"}};
+    const std::pair<const char*, const char*> entities[] = {{"&lt;", "<"},  {"&gt;", ">"},      {"&quot;", "\""},
+                                                            {"&#9;", "\t"}, {"&#127;", "\x7F"}, {"&#155;", "\xC2\x9B"},
+                                                            {"&amp;", "&"}};
     std::set<std::string> names;
     const std::regex event("<event name=\"([^\"]*)\"");
     for (std::sregex_iterator at(script.begin(), script.end(), event), end; at != end; ++at) {
@@ -147,6 +149,69 @@ TEST(ListTest, CountsAllCyclesOfACapture) {
     EXPECT_THAT(output, HasSubstr("process tuner[413]\n      3 calls  audio.SetVolume  volume.cpp\n"));
 }
 
+// Two names of one id: what is recorded stands once.
+TEST(ListTest, ShowsWhatProcessesOfOneIdRecordOnce) {
+    const Workplace place;
+    place.Write("capture/capture.json", R"({"version":1,"processes":{"a":412,"b":7,"c":412}})");
+    place.Write("capture/000002/a.qxdump", VolumeDump({1, 2}));
+    place.Write("capture/000002/b.qxdump", VolumeDump({3}));
+    const std::string method = " audio.SetVolume  volume.cpp\n         IN  0  INT    int  ";
+    EXPECT_EQ(RunIn(place, {"list", "capture"}).output, "process a[412]\nprocess c[412]\n      2 calls " + method +
+                                                            "1\nprocess b[7]\n      1 call  " + method + "3\n");
+    std::size_t methods = 0;
+    for (const std::string& line : Lines(RunIn(place, {"list", "capture", "--format", "json"}).output)) {
+        methods += nlohmann::json::parse(line).at("record") == "method" ? 1u : 0u;
+    }
+    EXPECT_EQ(methods, 2u);
+}
+
+TEST(ListTest, NotesNothingThatTheStoreRefused) {
+    qxlt::RecordingStore store;
+    IQxData::_HSCallLocation location;
+    location.callerName = std::string(40 << 20, 'x');
+    IQxData::HSIThread thread;
+    thread.name = location.callerName;
+    store.AppendCallLocation(location);
+    location.locId = 1;
+    EXPECT_THROW(store.AppendCallLocation(location), QxData::_PERR_TYPE);
+    EXPECT_THROW(store.AppendThread(thread), QxData::_PERR_TYPE);
+    EXPECT_EQ(store.Methods({}).size(), 1u);
+    EXPECT_TRUE(store.Threads().empty());
+    EXPECT_EQ(store.Records(), 1u);
+}
+
+TEST(ListTest, TellsOfAFileThatIsNoDump) {
+    const Workplace place;
+    place.Write("text", "not a dump\n");
+    place.Write("nothing", "");
+    place.Write("good", RecordedDump());
+    for (const char* const file : {"text", "nothing"}) {
+        const ToolResult result = RunIn(place, {"list", "good", file});
+        EXPECT_EQ(result.status, 1) << file;
+        EXPECT_THAT(result.output, HasSubstr("audio.SetVolume"));
+        EXPECT_EQ(result.error, std::string("error: ") + file +
+                                    ": no dump, not one record is in it; name a capture, or a dump out of one\n");
+    }
+}
+
+TEST(ListTest, KeepsItsStatusWhenTheReaderHasGone) {
+    const Workplace place;
+    std::string methods;
+    for (std::uint32_t i = 0; i < 5000; ++i) {
+        methods += dump::Item(dump::kLocation, dump::Location(i).Name("Method" + std::to_string(i)));
+    }
+    for (const bool damaged : {false, true}) {
+        place.Write("a.qxdump", dump::Persistent(methods) + (damaged ? dump::Packet(9, "x") : ""));
+        Child::Setup setup;
+        setup.directory = place.Path();
+        Child tool(ToolSetup({"list", "a.qxdump"}, setup));
+        EXPECT_TRUE(tool.WaitForOutput("Method1"));
+        tool.CloseOutput();
+        EXPECT_EQ(tool.Finish(), damaged ? 1 : 0);
+        EXPECT_EQ(Lines(tool.Error()).size(), damaged ? 1u : 0u) << tool.Error();
+    }
+}
+
 TEST(ListTest, CountsSeveralDumpsOfOneProcess) {
     const Workplace place;
     place.Write("1.qxdump", RecordedDump());
@@ -171,19 +236,26 @@ TEST(ListTest, MakesAUsableScriptOfAnyNames) {
     using namespace dump;
     const Workplace place;
     const Bytes call = StreamItem(kAfter, After(1));
-    place.Write("a.qxdump",
-                Persistent({Item(kHeader, Header(7, "a-rather-long-name<&\">")),
-                            Item(kLocation, Location(1).Name("operator<\"&>\t", "a--b-").Source("--\xFF-")),
-                            Item(kLocation, Location(2).Name("Bad\x01", "p")),
-                            Item(kLocation, Location(3).Name("", "p")), Item(kLocation, Location(4).Name("\xFF", "p")),
-                            Item(kLocation, Location(5).Name("Same", "p").Arg("double", kIn, 8)),
-                            Item(kLocation, Location(6).Name("Same", "q").Arg("int", kIn, 4))}) +
-                    Thread(1, {StreamItem(kBefore, Before(1, 1)), call, StreamItem(kBefore, Before(1, 2)), call,
-                               StreamItem(kBefore, Before(1, 3)), call, StreamItem(kBefore, Before(1, 4)), call,
-                               StreamItem(kBefore, Before(1, 5, Int(1, 8))), call,
-                               StreamItem(kBefore, Before(1, 6, Int(1, 4))), call}));
+    place.Write(
+        "a.qxdump",
+        Persistent({Item(kHeader, Header(7, "a-rather-long-name<&\">")),
+                    Item(kLocation, Location(1).Name("operator<\"&>\t", "a--b-").Source("--\xFF-")),
+                    Item(kLocation, Location(2).Name("Bad\x01", "p")),
+                    Item(kLocation, Location(7).Name("c\xC2\x9B"
+                                                     "d\x7F",
+                                                     "p\xC2\x9B")),
+                    Item(kLocation, Location(3).Name("", "p")), Item(kLocation, Location(4).Name("\xFF", "p")),
+                    Item(kLocation, Location(5).Name("Same", "p").Arg("double", kIn, 8)),
+                    Item(kLocation, Location(6).Name("Same", "q").Arg("int", kIn, 4))}) +
+            Thread(1, {StreamItem(kBefore, Before(1, 1)), call, StreamItem(kBefore, Before(1, 2)), call,
+                       StreamItem(kBefore, Before(1, 3)), call, StreamItem(kBefore, Before(1, 4)), call,
+                       StreamItem(kBefore, Before(1, 5, Int(1, 8))), call, StreamItem(kBefore, Before(1, 6, Int(1, 4))),
+                       call, StreamItem(kBefore, Before(1, 7)), call}));
     ExpectUsableScript(place, "a.qxdump", {"-p", "x=7"});
-    EXPECT_THAT(EventsIn(place.Read("starter.xml")), ElementsAre("Same_IN0", "operator<\"&>\t_CALLED"));
+    EXPECT_THAT(EventsIn(place.Read("starter.xml")), ElementsAre("Same_IN0",
+                                                                 "c\xC2\x9B"
+                                                                 "d\x7F_CALLED",
+                                                                 "operator<\"&>\t_CALLED"));
 }
 
 TEST(ListTest, MakesAUsableScriptOfAnyValues) {
