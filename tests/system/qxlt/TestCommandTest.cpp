@@ -56,6 +56,13 @@ TEST(TestCommand, ShowsWhatIsNotExpected) {
     EXPECT_EQ(Lines(result.output).size(), 4u);
 }
 
+TEST(TestCommand, LetsNoControlCharacterReachTheTerminal) {
+    const Workplace place;
+    MakeFolder(place, "high", "{\"event\":\"HIGH\",\"value\":\"\\u009b2J\\u007f\"}\n" + std::string(kBoth));
+    EXPECT_EQ(Lines(RunTool({"test", place.At("high")}).output)[1],
+              R"(    - {"event":"HIGH","value":"\xc2\x9b2J\x7f"})");
+}
+
 TEST(TestCommand, PrintsResultsAsJson) {
     const Workplace place;
     MakeFolder(place, "a", kBoth);

@@ -127,6 +127,13 @@ TEST(CheckTest, FindsEachFormOfAMistake) {
         {in + "type=\"STRING\" watch=\"CONDITIONAL\" condition=\"!=\" conditionValue=\"a&amp;b\" "
               "conditionType=\"AND\"",
          {}},
+        // Without an operand nothing is compared, so that neither type nor tag is missing.
+        {"watch=\"CONDITIONAL\" condition=\"==\" conditionType=\"AND\"", {"QX051"}},
+        {"tag=\"NONE\" type=\"INT\" watch=\"CONDITIONAL\" condition=\"!=\" conditionType=\"OR\"", {"QX052"}},
+        // Values of no known type are not compared either.
+        {in + "watch=\"CONDITIONAL\" condition=\"!=\" conditionValue=\"a&amp;b\" conditionType=\"OR\"", {"QX043"}},
+        {in + "type=\"REAL\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"a&amp;b\" conditionType=\"AND\"",
+         {"QX022"}},
         {in + "watch=\"CONDITIONAL\" condition=\">\" conditionValue=\"1\"", {"QX041"}},
         {in + "type=\"REAL\" watch=\"CONDITIONAL\" condition=\">\" conditionValue=\"1\"", {"QX022"}},
         {"type=\"INT\" watch=\"CONDITIONAL\" condition=\">\" conditionValue=\"1\"", {"QX042"}},

@@ -9,6 +9,7 @@
 #include <set>
 
 #include "Child.h"
+#include "EventWords.h"
 #include "Workplace.h"
 
 using testing::Contains;
@@ -152,6 +153,25 @@ TEST(CompletionTest, KnowsTheWordsOfChoices) {
     EXPECT_THAT(Completions("list --level ''"), ElementsAre("silent", "fatal", "major", "warning", "debug", "info"));
     EXPECT_THAT(Completions("check --explain QX02"), Contains("QX021"));
     EXPECT_THAT(Completions("check volume"), ElementsAre(""));
+}
+
+// The words that the evaluation knows, and no others, stand in the schema and on the page about the language.
+TEST(SchemaTest, HasTheWordsOfTheLanguage) {
+    std::vector<std::string> words;
+    for (const std::vector<std::string>& texts :
+         {qxlt::TextsOf(qxscript::kTags), qxlt::TextsOf(qxscript::kTypes), qxlt::TextsOf(qxscript::kWatches),
+          qxlt::TextsOf(qxscript::kConditions), qxlt::TextsOf(qxscript::kConditionTypes)}) {
+        words.insert(words.end(), texts.begin(), texts.end());
+    }
+    std::string schema = ReadAll(kFiles + "scenario.rng");
+    schema = std::regex_replace(std::regex_replace(schema, std::regex("&lt;"), "<"), std::regex("&gt;"), ">");
+    EXPECT_THAT(Matches(schema, "<value>([^/]+)</value>"), testing::UnorderedElementsAreArray(words));
+    const std::string page = ReadAll(QXLT_SOURCE_DIR "/docs/scenarios.md");
+    for (const std::string& word : words) EXPECT_THAT(page, HasSubstr("`" + word + "`"));
+    for (const std::string_view name : QxEventWords::kNames) {
+        EXPECT_THAT(schema, HasSubstr("<attribute name=\"" + std::string(name) + "\""));
+        EXPECT_THAT(page, HasSubstr("`" + std::string(name) + "`"));
+    }
 }
 
 TEST(SchemaTest, TakesTheExamplesAndWhatTheToolMakes) {
