@@ -105,7 +105,6 @@ public:
         std::vector<std::pair<std::string, std::string>> attributes;  // (name, value) in document order
         _HSScriptPtr* parent = nullptr;                               // not owned; null for the first top element
         std::vector<_HSScriptPtr*> children;                          // owned, in document order; entries may be null
-        bool reported = false;  // the library's: what is wrong with the element has been printed
 
         _HSScriptPtr() = default;
         _HSScriptPtr(const _HSScriptPtr&) = delete;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
@@ -69,6 +70,9 @@ public:
     // As AppendBeforeCall, taking the call over.
     unsigned long long AddCall(HSCall&& call);
 
+    // Whether something is told of this element of the script tree for the first time.
+    bool IsFirstReport(const _HSScriptPtr& element) { return m_reported.insert(&element).second; }
+
     // Reads a varint length and that many bytes into `out`; returns how many bytes both took. Requires: all of them are
     // there.
     static unsigned int Read(const char* buffer, std::string& out);
@@ -93,7 +97,8 @@ private:
 
     std::map<std::string, unsigned short> m_processes;
     std::string m_header[5];
-    _HSScript m_script = nullptr;  // owned
+    _HSScript m_script = nullptr;              // owned
+    std::set<const _HSScriptPtr*> m_reported;  // elements below it that something was told of
     std::string m_currentProcess;
     unsigned short m_currentPid = 0;  // of m_currentProcess in m_processes, looked up once per change
     std::map<unsigned int, QxLocation> m_locations;

@@ -23,6 +23,12 @@ const std::string& CallerName(IQxData& store, const IQxData::HSCall& call, QxLoc
     return FetchLocation(store, call.locId, call.pid, scratch).site.callerName;
 }
 
+void ReportNameless(const std::string& actionName) {
+    QxDebugPrint::GetInstance()->Print("SetSubscriber", __LINE__, Major,
+                                       "[QxScriptScenario::SetSubscriber] method without attribute, action: %s",
+                                       actionName.c_str());
+}
+
 }  // namespace
 
 void split(std::string text, std::string delimiter, std::vector<std::string>& out) {
@@ -42,7 +48,10 @@ int QxScriptScenario::Trace(QxParser* parser) {
         QxDebugPrint::GetInstance()->Print("Trace", __LINE__, Info, "GetScript Failed");
         return 0;
     }
-    SetSubscriber(root);
+    // Each pass subscribes anew, and what is wrong with a script is told once.
+    qxscript::Subscribe(*root, m_Subscribers, [&](const IQxData::_HSScriptPtr& method, const std::string& actionName) {
+        if (IsFirstReport(*store, method)) ReportNameless(actionName);
+    });
     for (Visited& visited : m_Snapshot(*store, parser->Observer())) m_Visit(visited, parser);
     m_Key = 0;
     return 1;
@@ -79,10 +88,8 @@ void QxScriptScenario::m_Visit(Visited& visited, QxParser* parser) {
 }
 
 void QxScriptScenario::SetSubscriber(IQxData::_HSScriptPtr* root) {
-    qxscript::Subscribe(*root, m_Subscribers, [](const std::string& actionName) {
-        QxDebugPrint::GetInstance()->Print("SetSubscriber", __LINE__, Major,
-                                           "[QxScriptScenario::SetSubscriber] method without attribute, action: %s",
-                                           actionName.c_str());
+    qxscript::Subscribe(*root, m_Subscribers, [](const IQxData::_HSScriptPtr&, const std::string& actionName) {
+        ReportNameless(actionName);
     });
 }
 

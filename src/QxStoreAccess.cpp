@@ -33,6 +33,11 @@ const IQxData::_HSCompArgDesc& FetchDescriptor(IQxData& store, const std::string
     return scratch;
 }
 
+bool IsFirstReport(IQxData& store, const IQxData::_HSScriptPtr& element) {
+    auto* const own = dynamic_cast<QxData*>(&store);
+    return own == nullptr || own->IsFirstReport(element);
+}
+
 unsigned long long StoreCall(IQxData& store, IQxData::HSCall& call) {
     if (QxData* const own = Own(store)) return own->AddCall(std::move(call));
     return store.AppendBeforeCall(call);

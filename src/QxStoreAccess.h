@@ -16,6 +16,10 @@ const QxLocation& FetchLocation(IQxData& store, unsigned int locId, unsigned sho
 const IQxData::_HSCompArgDesc& FetchDescriptor(IQxData& store, const std::string& type,
                                                IQxData::_HSCompArgDesc& scratch);
 
+// Whether something is told of this element of the store's script tree for the first time. Other implementations do not
+// remember: there it is always the first time.
+bool IsFirstReport(IQxData& store, const IQxData::_HSScriptPtr& element);
+
 // Stores a new call, which is used up, and returns its key.
 unsigned long long StoreCall(IQxData& store, IQxData::HSCall& call);
 

@@ -10,15 +10,14 @@ const std::string* FindAttribute(const IQxData::_HSScriptPtr& element, const std
     return last == element.attributes.rend() ? nullptr : &last->second;
 }
 
-void Subscribe(const IQxData::_HSScriptPtr& root, QxSubscriptions& subscriptions,
-               const std::function<void(const std::string& actionName)>& nameless) {
+void Subscribe(const IQxData::_HSScriptPtr& root, QxSubscriptions& subscriptions, const NamelessMethod& nameless) {
     ForEachAction(root, [&](IQxData::_HSScriptPtr& action, const std::string& name) {
         for (const IQxData::_HSScriptPtr* const child : action.children) {
             if (!IsMethod(child)) continue;
             if (!child->attributes.empty()) {
                 subscriptions.try_emplace({MethodNameOf(*child), name}, &action);
             } else if (nameless) {
-                nameless(name);
+                nameless(*child, name);
             }
         }
     });

@@ -51,10 +51,13 @@ void ForEachAction(const IQxData::_HSScriptPtr& root, const Visit& visit) {
     }
 }
 
+// Takes a method without attribute, and the name of its action.
+using NamelessMethod = std::function<void(const IQxData::_HSScriptPtr& method, const std::string& actionName)>;
+
 // Subscribes the actions below `root` to their methods, in addition to what is there. A method is subscribed once under
 // each action name, to the first action that has it. A method without attribute is passed over, and `nameless`, if
-// there is one, called with the action's name.
+// there is one, called with it and the action's name.
 void Subscribe(const IQxData::_HSScriptPtr& root, QxSubscriptions& subscriptions,
-               const std::function<void(const std::string& actionName)>& nameless = nullptr);
+               const NamelessMethod& nameless = nullptr);
 
 }  // namespace qxscript

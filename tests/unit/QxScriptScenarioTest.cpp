@@ -266,8 +266,8 @@ TEST_F(QxScriptScenarioTest, WhatIsWrongIsSaidAtLevelMajorAndNotBelow) {
     store->AppendBeforeCall(call);
     for (const int level : {Major, Fatal}) {
         QxDebugPrint::GetInstance()->SetLevel(level);
-        Root()->children[0]->children[0]->reported = false;
         RecordingLog::Clear();
+        QxScriptScenario().SetSubscriber(Root());
         during = [] { throw std::runtime_error("boom"); };
         EXPECT_TRUE(tracing.Trace());
         during = [] { throw 5; };
@@ -275,6 +275,7 @@ TEST_F(QxScriptScenarioTest, WhatIsWrongIsSaidAtLevelMajorAndNotBelow) {
         EXPECT_THAT(RecordingLog::Messages(),
                     level == Fatal ? testing::ElementsAreArray(std::vector<std::string>())
                                    : testing::ElementsAreArray(std::vector<std::string>{
+                                         "[QxScriptScenario::SetSubscriber] method without attribute, action: a",
                                          "[QxScriptScenario::SetSubscriber] method without attribute, action: a",
                                          "[QxParser::SendEvent] Callback threw, event: E, error: boom",
                                          "[QxScriptScenario::MakeEvent] Event in error, event: BAD, error: stoul",

@@ -57,7 +57,10 @@ TEST_F(QxSubscriptionsTest, PassesOverWhatIsMissing) {
     root.children[1]->children.insert(root.children[1]->children.begin(), nullptr);
     QxSubscriptions table;
     Texts nameless;
-    qxscript::Subscribe(root, table, [&](const std::string& action) { nameless.push_back(action); });
+    qxscript::Subscribe(root, table, [&](const IQxData::_HSScriptPtr& method, const std::string& action) {
+        EXPECT_TRUE(method.attributes.empty());
+        nameless.push_back(action);
+    });
     EXPECT_EQ(table.size(), 1u);
     EXPECT_EQ(nameless, Texts{"a"});
 }
