@@ -55,18 +55,15 @@ int QxThreadBuffer::Parse(const char* data, unsigned int size, unsigned short pr
         parser->UseAround(data, size, cursor.Offset(), prefixSize);
         return static_cast<int>(size);
     }
-    const auto known = m_threads.find(fragment.tid);
-    if (known != m_threads.end()) {
-        // Without a stream the start of this item was never seen, and its end is dropped.
-        const char* const tail = cursor.Range(0, fragment.tailSize);
-        parser->Budget().TakeJoined(fragment.tailSize);
-        known->second.Append(tail, fragment.tailSize, parser->OriginOf(tail));
-    }
+    // Without a stream the start of the tail's item was never seen, and the tail is dropped.
+    const std::size_t kept = m_threads.count(fragment.tid) == 0 ? 0 : fragment.tailSize;
+    const char* const tail = cursor.Range(0, kept);
     // A tail longer than the fragment wraps the count, as it does on the writing side.
     const auto count = static_cast<unsigned short>(fragment.usedSize - fragment.tailSize);
     const char* const run = cursor.Range(fragment.tailSize, count);
-    parser->Budget().TakeJoined(count);
+    parser->Budget().TakeJoined(kept + count);
     Stream& stream = m_threads[fragment.tid];
+    stream.Append(tail, kept, parser->OriginOf(tail));
     // No dump brought the marker.
     if (fragment.tailSize < fragment.usedSize) stream.Append(qxformat::kRunMarker, sizeof qxformat::kRunMarker, {});
     stream.Append(run, count, parser->OriginOf(run));

@@ -115,6 +115,12 @@ TEST_F(QxThreadBufferTest, EveryCutHeaderIsRefused) {
     EXPECT_FALSE(Knows(9));
 }
 
+TEST_F(QxThreadBufferTest, NothingIsKeptOfAFragmentThatIsNotThere) {
+    Fragments(Fragment(9, 0, 2, "ab"));
+    EXPECT_THROW(Fragments(Fragment(9, 2, 5, "cdef")), QxData::_PERR_TYPE) << "the tail is there, the run is not";
+    EXPECT_EQ(Stream(9), Marker() + "ab");
+}
+
 TEST_F(QxThreadBufferTest, SkipsADamagedItemToTheNextMarker) {
     store->SetCurrentThread(4);
     store->SetThreadTime(50);
