@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "QxCallCost.h"
 #include "QxCompCallArg.h"
 #include "QxCompCallParser.h"
 #include "QxFormat.h"
@@ -31,10 +32,12 @@ void QxArgReader::ReadValue(std::uint32_t size, const std::string& type, std::ve
         m_cursor.Refuse(Major, m_texts.valueCut, size, static_cast<unsigned>(m_cursor.Size()),
                         static_cast<unsigned>(m_cursor.Offset()));
     }
-    m_parser.Budget().TakePairs(1);
-    std::string text;
     // All bytes are passed over, though only as many as fit 16 bits are read.
-    ReadStringArg(m_cursor.Bytes(size), static_cast<std::uint16_t>(size), text);
+    const auto textSize = static_cast<std::uint16_t>(size);
+    m_parser.Budget().TakePairs(1);
+    m_parser.Budget().TakeCallBytes(qxcost::kArgument + qxcost::OfPair(0, textSize));
+    std::string text;
+    ReadStringArg(m_cursor.Bytes(size), textSize, text);
     out.emplace_back().emplace_back(std::string(), std::move(text));
 }
 
@@ -42,6 +45,7 @@ void QxArgReader::ReadComposite(const std::string& type, std::vector<IQxData::HS
     IQxData::_HSCompArgDesc scratch;
     IQxData::HSICallArg value;
     m_parser.Budget().TakeNameBytes(type.size());
+    m_parser.Budget().TakeCallBytes(qxcost::kArgument);
     QxCompCallParser::Parse(m_cursor, FetchDescriptor(m_parser.Store(), type, scratch), value, &m_parser);
     // An argument without pairs takes memory all the same.
     if (value.empty()) m_parser.Budget().TakePairs(1);

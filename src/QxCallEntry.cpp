@@ -1,5 +1,6 @@
 #include "QxCallEntry.h"
 
+#include "QxCallCost.h"
 #include "QxCursor.h"
 #include "QxParser.h"
 #include "QxStoreAccess.h"
@@ -18,5 +19,6 @@ const QxLocation& ReadCallEntry(QxCursor& cursor, QxParser& parser, IQxData::HSC
 void OpenCall(QxParser& parser, IQxData::HSCall& call) {
     IQxData& store = parser.Store();
     parser.Budget().TakeCall();
+    parser.Budget().TakeCallBytes(qxcost::kCall);
     store.SetLocationMarker(StoreCall(store, call));
 }

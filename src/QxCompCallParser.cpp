@@ -1,8 +1,8 @@
 #include "QxCompCallParser.h"
 
 #include <string>
-#include <utility>
 
+#include "QxCallCost.h"
 #include "QxCompCallArg.h"
 #include "QxCursor.h"
 #include "QxFormat.h"
@@ -24,8 +24,7 @@ private:
     void ReadFixed(std::uint32_t size, const std::string& name, const std::string& type, unsigned depth);
     void ReadVariable(const std::string& name, const std::string& type, unsigned depth);
     void ReadNested(const std::string& type, unsigned depth);
-    std::string ReadText(std::uint32_t size);
-    void AddPair(const std::string& name, std::string text);
+    void AddPair(const std::string& name, std::uint32_t valueSize);
 
     QxCursor& m_cursor;
     IQxData::HSICallArg& m_out;
@@ -71,9 +70,9 @@ void Value::ReadComposite(const IQxData::_HSCompArgDesc& desc, unsigned depth) {
 void Value::ReadFixed(std::uint32_t size, const std::string& name, const std::string& type, unsigned depth) {
     if (size == qxformat::kComposite) {
         ReadNested(type, depth);
-        AddPair(name, std::string());
+        AddPair(name, 0);
     } else {
-        AddPair(name, ReadText(size));
+        AddPair(name, size);
     }
 }
 
@@ -82,7 +81,7 @@ void Value::ReadVariable(const std::string& name, const std::string& type, unsig
     if (length == qxformat::kComposite) {
         ReadNested(type, depth);
     } else {
-        AddPair(name, ReadText(length == qxformat::kVariableLength ? 0 : length));
+        AddPair(name, length == qxformat::kVariableLength ? 0 : length);
     }
 }
 
@@ -92,20 +91,17 @@ void Value::ReadNested(const std::string& type, unsigned depth) {
     ReadComposite(FetchDescriptor(m_parser.Store(), type, scratch), depth + 1);
 }
 
-// Sizes count with their low 16 bits.
-std::string Value::ReadText(std::uint32_t size) {
-    const auto length = static_cast<std::uint16_t>(size);
-    std::string text;
-    if (length > 0) ReadStringArg(m_cursor.Bytes(length), length, text);
-    return text;
-}
-
-void Value::AddPair(const std::string& name, std::string text) {
+// Reads the value, of whose size the low 16 bits count. Nothing is kept before it is allowed.
+void Value::AddPair(const std::string& name, std::uint32_t valueSize) {
+    const auto length = static_cast<std::uint16_t>(valueSize);
+    const char* const bytes = m_cursor.Bytes(length);
     if (m_pairsLeft == 0) m_cursor.Refuse(Major, "[QxCompCallParser::Parse] One value holds too many argument pairs");
     --m_pairsLeft;
     m_parser.Budget().TakePairs(1);
     m_parser.Budget().TakeNameBytes(name.size());
-    m_out.emplace_back(name, std::move(text));
+    m_parser.Budget().TakeCallBytes(qxcost::OfPair(name.size(), length));
+    auto& pair = m_out.emplace_back(name, std::string());
+    if (length > 0) ReadStringArg(bytes, length, pair.second);
 }
 
 QxCursor TrustedCursor(const char* bytes, QxParser* parser) {

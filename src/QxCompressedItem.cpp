@@ -43,6 +43,7 @@ void Decompress(const std::vector<char>& payload, std::uint64_t limit, Unpacked&
 int QxCompressedItem::Append(std::vector<char>& payload, QxParser* parser) {
     Unpacked unpacked;
     parser->Budget().TakeUnpacked(0);  // refuses before any work when the allowance is known to be used up
+    parser->Budget().TakeJoined(qxformat::kPackedItemBytes);
     const std::uint64_t limit = std::min(parser->Budget().UnpackedLeft(), qxformat::kMaxUnpackedBytes);
     try {
         Decompress(payload, limit, unpacked);

@@ -83,10 +83,10 @@ unsigned int QxData::LocationKey(unsigned int locId, unsigned short pid) {
 void QxData::AppendCallLocation(_HSCallLocation& location) {
     const unsigned int key = LocationKey(location.locId, m_currentPid);
     const auto known = m_locations.find(key);
-    m_described.Take(ShareOf(m_currentPid, location),
-                     known == m_locations.end() ? Share() : ShareOf(known->second.describer, known->second.site));
+    const Share share = ShareOf(m_currentPid, location);
+    m_described.Take(share, known == m_locations.end() ? Share() : known->second.share);
     QxLocation& stored = m_locations.insert_or_assign(known, key, QxLocation(location))->second;
-    stored.describer = m_currentPid;
+    stored.share = share;
 }
 
 const QxLocation& QxData::Location(unsigned int locId, unsigned short pid) {
@@ -94,9 +94,10 @@ const QxLocation& QxData::Location(unsigned int locId, unsigned short pid) {
     const auto known = m_locations.find(key);
     if (known != m_locations.end()) return known->second;
     static const QxLocation& unknown = *new QxLocation;
-    if (!m_described.TryTake(ShareOf(pid, unknown.site))) return unknown;
+    const Share share = ShareOf(pid, unknown.site);
+    if (!m_described.TryTake(share)) return unknown;
     QxLocation& stored = m_locations[key];
-    stored.describer = pid;
+    stored.share = share;
     return stored;
 }
 
@@ -110,18 +111,18 @@ IQxData::_HSCallLocation QxData::GetCallLocationWithPID(unsigned int locId, unsi
 
 void QxData::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
     const auto known = m_descriptors.find(name);
-    m_described.Take(
-        ShareOf(m_currentPid, name, desc),
-        known == m_descriptors.end() ? Share() : ShareOf(known->second.describer, name, known->second.desc));
-    m_descriptors.insert_or_assign(known, std::move(name), Layout{std::move(desc), m_currentPid});
+    const Share share = ShareOf(m_currentPid, name, desc);
+    m_described.Take(share, known == m_descriptors.end() ? Share() : known->second.share);
+    m_descriptors.insert_or_assign(known, std::move(name), Layout{std::move(desc), share});
 }
 
 const IQxData::_HSCompArgDesc& QxData::CompArgDesc(const std::string& name) {
     const auto known = m_descriptors.find(name);
     if (known != m_descriptors.end()) return known->second.desc;
     static const _HSCompArgDesc& unknown = *new _HSCompArgDesc;
-    if (!m_described.TryTake(ShareOf(m_currentPid, name, unknown))) return unknown;
-    return m_descriptors.try_emplace(name, Layout{{}, m_currentPid}).first->second.desc;
+    const Share share = ShareOf(m_currentPid, name, unknown);
+    if (!m_described.TryTake(share)) return unknown;
+    return m_descriptors.try_emplace(name, Layout{{}, share}).first->second.desc;
 }
 
 void QxData::GetCompArgDesc(_HSCompArgDesc& out, std::string name) {

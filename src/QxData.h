@@ -89,7 +89,7 @@ public:
 private:
     struct Layout {
         _HSCompArgDesc desc;
-        unsigned short describer;  // the process whose allowance it counts against
+        QxDescriptionBudget::Share share;
     };
 
     static unsigned int LocationKey(unsigned int locId, unsigned short pid);

@@ -11,6 +11,7 @@ void QxDumpBudget::BeginDump(std::size_t dumpSize) {
     m_pairs = qxformat::kMaxPairsOfDump + size * qxformat::kPairsPerByte;
     m_nameBytes = qxformat::kMaxNameBytes + size * qxformat::kNameBytesPerByte;
     m_joined = qxformat::kMaxJoinedBytes + size * qxformat::kJoinedPerByte;
+    m_callBytes = qxformat::kMaxCallBytes + size * qxformat::kCallBytesPerByte;
     m_headers = qxformat::kMaxHeaderBytes + size;
     m_unpacked = qxformat::kMaxUnpackedBytes;
     m_isUnpackedRefused = false;

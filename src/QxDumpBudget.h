@@ -18,7 +18,11 @@ public:
     void TakeCall() { Take(m_calls, 1, "calls"); }
     void TakePairs(std::uint64_t count) { Take(m_pairs, count, "argument pairs"); }
     void TakeNameBytes(std::uint64_t count) { Take(m_nameBytes, count, "name bytes"); }
+    // Bytes that are joined into streams, or decoded again.
     void TakeJoined(std::uint64_t bytes) { Take(m_joined, bytes, "joined stream bytes"); }
+
+    // Memory that a call takes in the store, before it is taken.
+    void TakeCallBytes(std::uint64_t cost) { Take(m_callBytes, cost, "bytes of calls"); }
 
     // Packets' headers beyond their usual length; see QxParser::Packet.
     void TakeHeader(std::uint64_t bytes) { Take(m_headers, bytes, "header bytes"); }
@@ -44,6 +48,7 @@ private:
     std::uint64_t m_pairs = kUnlimited;
     std::uint64_t m_nameBytes = kUnlimited;
     std::uint64_t m_joined = kUnlimited;
+    std::uint64_t m_callBytes = kUnlimited;
     std::uint64_t m_headers = kUnlimited;
     std::uint64_t m_unpacked = kUnlimited;
     bool m_isUnpackedRefused = false;

@@ -66,9 +66,12 @@ constexpr std::uint64_t kNameBytesPerByte = 64;
 constexpr std::uint64_t kMaxCalls = 1048576;
 constexpr std::uint64_t kBytesPerCall = 4;
 // Bytes joined into streams, besides those that were unpacked: fragments may overlap, since their stream bytes are not
-// held to their packet.
+// held to their packet. Joining pays for decoding once; what stayed after damage and is decoded again counts again.
 constexpr std::uint64_t kMaxJoinedBytes = 1048576;
 constexpr std::uint64_t kJoinedPerByte = 16;
+// What unpacking any compressed item counts for among these: setting out takes as long as decoding so many bytes, even
+// when nothing comes out.
+constexpr std::uint64_t kPackedItemBytes = 512;
 // Bytes of packet headers that are longer than their 16-bit count says, besides one for each byte: such a packet is
 // stepped over in part only, and what it was read from is read again.
 constexpr std::uint64_t kMaxHeaderBytes = 1048576;
@@ -76,6 +79,10 @@ constexpr std::uint64_t kMaxHeaderBytes = 1048576;
 constexpr std::uint64_t kDamagedItemBytes = 65536;
 // What one process describes in all of its dumps: call sites, layouts and threads stay until the store is cleared.
 constexpr std::uint64_t kMaxDescriptionBytes = 64u << 20;
+// Memory of the calls of one dump in the store, see QxCallCost.h, and of the events of one pass: a few bytes may stand
+// for many calls, pairs and texts. A call of the least bytes takes less than its share.
+constexpr std::uint64_t kMaxCallBytes = 256u << 20;
+constexpr std::uint64_t kCallBytesPerByte = 64;
 // Lines that decoding one dump prints.
 constexpr std::uint32_t kMaxLines = 4096;
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "IQxData.h"
+#include "QxDescriptionBudget.h"
 
 // The arguments that one kind of item carries, in order. Arguments of size 0 carry nothing but are reported: they are
 // counted between the others.
@@ -24,7 +25,7 @@ struct QxLocation {
     explicit QxLocation(IQxData::_HSCallLocation location);
 
     IQxData::_HSCallLocation site;
-    unsigned short describer = 0;  // the process whose allowance it counts against
+    QxDescriptionBudget::Share share;  // what it counts for, worked out once as well
     QxArgPlan atEntry;
     QxArgPlan atExit;
     QxArgPlan always;  // for log items, which carry all arguments whatever their flags

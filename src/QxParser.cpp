@@ -7,6 +7,7 @@
 
 #include "QxAfterCall.h"
 #include "QxBeforeCall.h"
+#include "QxCallCost.h"
 #include "QxCallLocation.h"
 #include "QxCompCallArg.h"
 #include "QxCompressedBuffer.h"
@@ -99,6 +100,7 @@ void QxParser::m_BeginDump(std::size_t size) {
     m_log.Begin();
     m_budget.BeginDump(size);
     m_stoppedAt = 0;
+    m_dumpBytes += size;
     m_origin = m_used.BeginDump(size);
 }
 
@@ -199,7 +201,9 @@ void QxParser::ParseNested(std::vector<char>& dump) {
 
 bool QxParser::Trace() {
     m_log.Begin();
+    m_events.Begin(m_dumpBytes);
     const bool done = m_Trace();
+    m_events.End();
     m_log.End();
     return done;
 }
@@ -216,6 +220,11 @@ bool QxParser::m_Trace() {
         QxDebugPrint::GetInstance()->Print("Trace", __LINE__, Major, "Exception : %d", static_cast<int>(error));
         return false;
     }
+}
+
+// Looked at before the copy of the call is made.
+void QxParser::KeepEvent(const std::string& name, const std::string& value, const IQxData::HSCall& call) {
+    if (m_events.TryTake(qxcost::OfEvent(name, value, call))) Store().AppendEvent(name, value, call);
 }
 
 void QxParser::SendEvent(std::string name, std::string value, IQxData::HSCall call) {

@@ -21,6 +21,7 @@
 #include "QxCursor.h"
 #include "QxDecodeLog.h"
 #include "QxDumpBudget.h"
+#include "QxEventRoom.h"
 #include "QxOrigins.h"
 #include "QxUsedBytes.h"
 
@@ -67,6 +68,9 @@ public:
     // Runs the loaded script over the stored calls. False when none is loaded, or of no known kind, or when the store
     // failed in the pass.
     bool Trace();
+
+    // Stores an event that fired in the pass that is running, if there is room for it.
+    void KeepEvent(const std::string& name, const std::string& value, const IQxData::HSCall& call);
 
     // Calls the client back. What the callback throws is printed and goes no further.
     void SendEvent(std::string name, std::string value, IQxData::HSCall call);
@@ -143,6 +147,8 @@ private:
     IQxEventObserver* m_observer = nullptr;
     QxDecodeLog m_log;
     QxDumpBudget m_budget{m_log};
+    QxEventRoom m_events;
+    std::uint64_t m_dumpBytes = 0;   // of all dumps given to Parse from outside
     Bytes m_dump{nullptr, nullptr};  // being parsed; null outside Parse
     QxOrigin m_origin;               // of its first byte
     Item m_item;

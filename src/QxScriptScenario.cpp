@@ -128,7 +128,7 @@ void QxScriptScenario::m_Push(QxEventEvaluation& evaluation, const IQxData::_HSS
         parser.Observer()->OnEvent(event, m_Key, call, outcome, evaluation.Argument());
     }
     if (outcome != QxOutcome::Fires) return;
-    parser.Store().AppendEvent(evaluation.Name(), evaluation.Argument(), call);
+    parser.KeepEvent(evaluation.Name(), evaluation.Argument(), call);
     parser.SendEvent(evaluation.Name(), evaluation.Argument(), call);
 }
 

@@ -30,6 +30,9 @@ void TakeNameBytes(QxDumpBudget& budget, std::uint64_t count) {
 void TakeJoined(QxDumpBudget& budget, std::uint64_t count) {
     budget.TakeJoined(count);
 }
+void TakeCallBytes(QxDumpBudget& budget, std::uint64_t count) {
+    budget.TakeCallBytes(count);
+}
 void TakeHeader(QxDumpBudget& budget, std::uint64_t count) {
     budget.TakeHeader(count);
 }
@@ -51,6 +54,8 @@ TEST_F(QxDumpBudgetTest, GivesWhatTheDumpsSizeAllowsAndNoMore) {
                         {"argument pairs", TakePairs, 1000, kMebi + 16000},
                         {"name bytes", TakeNameBytes, 1000, 64 * kMebi + 64000},
                         {"joined stream bytes", TakeJoined, 1000, kMebi + 16000},
+                        {"bytes of calls", TakeCallBytes, 0, 256 * kMebi},
+                        {"bytes of calls", TakeCallBytes, 1000, 256 * kMebi + 64000},
                         {"header bytes", TakeHeader, 1000, kMebi + 1000},
                         {"unpacked bytes", TakeUnpacked, 0, 64 * kMebi},
                         {"unpacked bytes", TakeUnpacked, 100000, 64 * kMebi}};
@@ -106,6 +111,7 @@ TEST_F(QxDumpBudgetTest, HasNoLimitsOutsideDumps) {
     EXPECT_NO_THROW(m_budget.TakeJoined(1000 * kMebi));
     EXPECT_NO_THROW(m_budget.TakePairs(1000 * kMebi));
     EXPECT_NO_THROW(m_budget.TakeNameBytes(1000 * kMebi));
+    EXPECT_NO_THROW(m_budget.TakeCallBytes(1000 * kMebi));
     EXPECT_NO_THROW(m_budget.TakeCall());
 }
 
