@@ -59,6 +59,8 @@ const Row kMajor[] = {
     {"[QxDumpBudget::Take] The dump holds too many argument pairs", [](LevelsTest& test) { test.TakeTooManyPairs(); }},
     {"[QxDescriptionBudget::Take] Process 0 describes more call sites, layouts and threads than are kept: 64 MiB",
      [](LevelsTest& test) { test.DescribeTooMuch(); }},
+    {"[QxDecodeLog::End] Too many messages, left out: 4",
+     [](LevelsTest&) { QxDecodeLog().Repeat(4100, "f", 1, Fatal, "said again and again"); }},
     {"[QxDumpFile::Read] Not a regular file, path: /", [](LevelsTest&) { EXPECT_TRUE(QxDumpFile::Read("/").empty()); }},
     {"Return size is less than value, call.args.ret.size():0, value:0",
      [](LevelsTest& test) { test.Evaluate("tag='RET' value='0'", LevelsTest::CallWith({})); }},
