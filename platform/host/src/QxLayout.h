@@ -46,7 +46,10 @@ enum HeaderWord : std::size_t {
     kHeaderRefused,  // calls and log items of threads that had no slot
     kHeaderNameSize,
     kHeaderName,  // 16 bytes
-    kHeaderWords = kHeaderName + 2
+    // Written by the recorders of programs that start when this one has ended.
+    kHeaderStartsSince = kHeaderName + 2,  // how many of its name have started since
+    kHeaderEndSeen,                        // when the first one found that it had ended, nanoseconds, 0: none did
+    kHeaderWords
 };
 
 enum SlotWord : std::size_t {

@@ -49,8 +49,9 @@ std::unique_ptr<QxRecording> QxRecording::Create(const std::string& directory, c
     const QxFd directoryFd = QxRuntimeDir::Open(directory, true, error);
     if (!directoryFd) return nullptr;
     std::unique_ptr<QxRecording> recording(new QxRecording(directory, geometry));
-    QxLeftovers::RemoveRecordings(directoryFd.Get(), recording->m_processName);
+    QxLeftovers::MakeRoom(directoryFd.Get(), recording->m_processName);
     if (!recording->Write(directoryFd.Get(), refuseWhenFull, error)) return nullptr;
+    QxLeftovers::CountStart(directoryFd.Get(), recording->m_processName);
     return recording;
 }
 

@@ -177,7 +177,6 @@ TEST_F(ControlTest, WhatHadEndedBeforeTheWatchIsLeftAlone) {
     EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
     living.Continue();
     EXPECT_EQ(Values(Dump("traced")), Numbers{2});
-    EXPECT_EQ(Files(".qxrec").size(), 3u);
     living.Finish();
 }
 

@@ -957,16 +957,6 @@ TEST_F(RecorderTest, RecordingsArePrivate) {
     EXPECT_EQ(status.st_mode & 0777, 0600u);
 }
 
-TEST_F(RecorderTest, OfDeadRecordingsOfOtherNamesTheNewestAreKept) {
-    for (int run = 0; run < 20; ++run) {
-        WriteFile(m_directory + "/job-" + std::to_string(run) + ".999999999." + std::to_string(run) + ".qxrec", "");
-    }
-    Run("traced", [] { Note(1); });
-    EXPECT_EQ(Files(".qxrec").size(), 17u);
-    EXPECT_TRUE(Files("-3.999999999.3.qxrec").empty());
-    EXPECT_EQ(Files("-4.999999999.4.qxrec").size(), 1u);
-}
-
 TEST_F(RecorderTest, ARecordingThatFindsItsPlaceTakenLeavesNothing) {
     Run("traced", [this] {
         const QxFileName name{"traced", ::getpid(), QxProcessInfo::StartTime(::getpid()), QxFileName::kRecording};
@@ -979,20 +969,6 @@ TEST_F(RecorderTest, ARecordingThatFindsItsPlaceTakenLeavesNothing) {
         EXPECT_EQ(qx::recorder::GetCounters().refused, 1u);
         EXPECT_TRUE(Files(".qxnew").empty());
     });
-}
-
-TEST_F(RecorderTest, OfDeadRecordingsOneIsKeptUntilItWasRead) {
-    for (int run = 0; run < 3; ++run) {
-        Run("traced", [run] { Note(run); });
-        Run("other", [] { Note(0); });
-    }
-    EXPECT_EQ(Files(".qxrec").size(), 4u);
-    const DecodedDump dump = Dump("traced", true);
-    ASSERT_EQ(dump.calls.size(), 2u);
-    EXPECT_EQ(Number(dump.calls[0].args.in[0]), 1u);
-    EXPECT_EQ(Number(dump.calls[1].args.in[0]), 2u);
-    EXPECT_EQ(Files(".qxrec").size(), 4u);
-    EXPECT_FALSE(Dump("traced").exists);
 }
 
 }  // namespace
