@@ -71,7 +71,7 @@ void AddCall(JsonObject& object, const CallView& view) {
     object["ret"] = ArgumentsJson(view.call.args.ret);
 }
 
-std::string ProcessText(const std::string& name, unsigned short pid) {
+std::string ProcessText(const std::string& name, std::uint32_t pid) {
     return Printable(name) + "[" + std::to_string(pid) + "]";
 }
 

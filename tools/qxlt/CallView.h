@@ -1,6 +1,7 @@
 // A traced call as it is printed: with its location and the name of its process.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -26,6 +27,6 @@ void AddCall(JsonObject& object, const CallView& view);
 std::string CallText(const CallView& view);
 
 // The process as it is shown: its name and its id.
-std::string ProcessText(const std::string& name, unsigned short pid);
+std::string ProcessText(const std::string& name, std::uint32_t pid);
 
 }  // namespace qxlt

@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "CheckCommand.h"
+#include "CleanCommand.h"
 #include "DecodeCommand.h"
 #include "ListCommand.h"
 #include "Output.h"
@@ -21,7 +22,7 @@ namespace {
 using AddFunction = void (*)(CLI::App&, Invocation&);
 
 // In the order in which the help shows them.
-const std::vector<AddFunction> kCommands = {AddRun, AddReplay, AddDecode, AddList, AddCheck, AddTest};
+const std::vector<AddFunction> kCommands = {AddRun, AddReplay, AddDecode, AddList, AddClean, AddCheck, AddTest};
 
 const std::vector<std::pair<std::string, Format>> kFormats = {{"text", Format::Text}, {"json", Format::Json}};
 

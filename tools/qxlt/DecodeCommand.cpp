@@ -5,11 +5,13 @@
 #include <memory>
 
 #include "DecodeStore.h"
+#include "DumpHeader.h"
 #include "DumpInput.h"
 #include "Fault.h"
 #include "ProcessNames.h"
 #include "QxCycle.h"
 #include "RecordLine.h"
+#include "RecordingChoice.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -18,17 +20,27 @@ namespace {
 
 constexpr char kExamples[] =
     "  qxlt decode media-server.qxdump\n"
-    "  qxlt decode -p media-server=412 --format json *.qxdump | jq .record\n";
+    "  qxlt decode -p media-server=412 --format json *.qxdump | jq .record\n"
+    "  qxlt decode --recording 'media-server[4711]'\n";
 
 struct DecodeOptions {
     std::string process;
     std::vector<std::string> dumps;
+    std::vector<std::string> recordings;
 };
+
+// Without -p a dump is of the process that its own header names.
+std::vector<std::string> InputsOf(const DecodeOptions& options) {
+    std::vector<std::string> inputs = options.dumps;
+    for (const std::string& recording : options.recordings) inputs.push_back(ChooseRecording(recording));
+    if (inputs.empty()) throw Failure(kCannotStart, "DUMP is required, or else --recording; see qxlt decode --help");
+    return inputs;
+}
 
 class Decoding final {
 public:
     Decoding(const DecodeOptions& options, Format format)
-        : m_options(options), m_format(format), m_output(&m_progress) {
+        : m_isNamed(!options.process.empty()), m_dumps(InputsOf(options)), m_format(format), m_output(&m_progress) {
         if (!options.process.empty()) {
             const auto [name, pid] = ProcessNames::Parse(options.process);
             m_process = name;
@@ -37,10 +49,10 @@ public:
     }
 
     int Perform() {
-        RequireReadable(m_options.dumps);
+        RequireReadable(m_dumps);
         m_names.Register(*m_store);
         bool whole = true;
-        for (const std::string& dump : m_options.dumps) {
+        for (const std::string& dump : m_dumps) {
             ++m_number;
             ShowProgress();
             whole = Decode(dump) && whole;
@@ -51,6 +63,7 @@ public:
 private:
     bool Decode(const std::string& file) {
         std::vector<char> dump = ReadDump(file);
+        if (!m_isNamed) Identify(dump);
         const QxCycle::Decoded decoded = QxCycle(nullptr, nullptr, m_store).Decode(m_process, dump);
         for (const auto& [key, call] : *m_store->GetCallIMap()) PrintCall(key, call);
         m_output.Line(
@@ -63,8 +76,16 @@ private:
         return decoded.Whole();
     }
 
+    void Identify(const std::vector<char>& dump) {
+        const DumpHeader header = HeaderOf(dump).value_or(DumpHeader());
+        m_process = header.process;
+        if (header.process.empty()) return;
+        m_names.Add(header.process, header.pid);
+        m_names.Register(*m_store);
+    }
+
     void ShowProgress() {
-        m_progress.Show("dump " + std::to_string(m_number) + " of " + std::to_string(m_options.dumps.size()) + ", " +
+        m_progress.Show("dump " + std::to_string(m_number) + " of " + std::to_string(m_dumps.size()) + ", " +
                         Counted(m_calls, "call"));
     }
 
@@ -75,7 +96,8 @@ private:
         m_output.Line(CallLine(m_format, {call, location.site, m_names.NameOf(call.pid), key}));
     }
 
-    const DecodeOptions& m_options;
+    const bool m_isNamed;  // with -p
+    const std::vector<std::string> m_dumps;
     const Format m_format;
     Progress m_progress;
     Output m_output;
@@ -95,7 +117,10 @@ void AddDecode(CLI::App& app, Invocation& invocation) {
                    [options, &invocation] { return Decoding(*options, invocation.common.format).Perform(); });
     command.add_option("-p,--process", options->process, "The process that the dumps come from")
         ->option_text("NAME[=PID]");
-    command.add_option("DUMP", options->dumps, "The dump files, decoded in this order")->required()->option_text("...");
+    command.add_option("DUMP", options->dumps, "The dump files, decoded in this order")->option_text("...");
+    command.add_option("--recording", options->recordings, "A recording, of a living process or an ended one")
+        ->allow_extra_args(false)
+        ->option_text("NAME[PID]|FILE");
 }
 
 }  // namespace qxlt

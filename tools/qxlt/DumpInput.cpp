@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "Common.h"
+#include "RecordingFiles.h"
 
 namespace qxlt {
 
@@ -22,6 +23,7 @@ void RequireReadable(const std::vector<std::string>& files) {
 }
 
 std::vector<char> ReadDump(const std::string& file) {
+    if (IsRecording(file)) return DumpRecordings({file});
     const std::string content = ReadFile(file);
     return {content.begin(), content.end()};
 }

@@ -10,7 +10,7 @@ namespace qxlt {
 // is done by halves.
 void RequireReadable(const std::vector<std::string>& files);
 
-// The bytes of a dump. Throws a Failure (cannot start).
+// The bytes of a dump, or a dump of what a recording holds. Throws a Failure (cannot start).
 std::vector<char> ReadDump(const std::string& file);
 
 }  // namespace qxlt

@@ -10,6 +10,8 @@
 #include "Output.h"
 #include "RecordLine.h"
 #include "Recording.h"
+#include "RecordingChoice.h"
+#include "RecordingList.h"
 #include "StarterScript.h"
 #include "Text.h"
 
@@ -18,13 +20,17 @@ namespace qxlt {
 namespace {
 
 constexpr char kExamples[] =
+    "  qxlt list --recordings\n"
     "  qxlt list -p media-server\n"
+    "  qxlt list --recording 'media-server[4711]'\n"
     "  qxlt list capture --format json\n"
     "  qxlt list media-server.qxdump --as-script > volume.xml\n";
 
 struct ListOptions {
     std::vector<std::string> inputs;
     std::vector<std::string> processes;
+    std::vector<std::string> recordings;
+    bool allRecordings = false;
     bool asScript = false;
 };
 
@@ -74,6 +80,32 @@ std::vector<ValueRow> RowsOf(const RecordedMethod& method) {
     return rows;
 }
 
+// All processes that it stands for, with their whole ids where those are known.
+std::string ProcessesText(const RecordedProcess& process) {
+    if (process.ids.empty()) return ProcessText(process.name, process.pid);
+    std::string text;
+    for (const std::uint32_t id : process.ids) text += (text.empty() ? "" : ", ") + ProcessText(process.name, id);
+    return text;
+}
+
+std::string ThreadJson(const RecordedThread& recorded) {
+    JsonObject line = {{"record", "thread"}};
+    line["pid"] = recorded.thread.pid;
+    line["tid"] = recorded.thread.tid;
+    AddText(line, "name", recorded.thread.name);
+    if (recorded.processId) line["process_id"] = *recorded.processId;
+    return line.dump();
+}
+
+std::string ProcessJson(const RecordedProcess& process) {
+    JsonObject line = {{"record", "process"}};
+    line["pid"] = process.pid;
+    AddText(line, "process", process.name);
+    if (!process.ids.empty()) line["process_ids"] = process.ids;
+    if (!process.ended.empty()) line["state"] = "ended";
+    return line.dump();
+}
+
 class Listing final {
 public:
     Listing(const Recording& recording, Format format, Output& output)
@@ -87,35 +119,39 @@ public:
             const std::vector<const RecordedProcess*>& same = byId[first.pid];
             if (same.front() != &first) continue;
             for (const RecordedProcess* const process : same) PrintProcess(*process);
-            PrintRecords(first.pid);
+            PrintRecords(first);
         }
     }
 
 private:
     void PrintProcess(const RecordedProcess& process) {
         if (m_format == Format::Json) {
-            JsonObject line = {{"record", "process"}};
-            line["pid"] = process.pid;
-            AddText(line, "process", process.name);
-            m_output.Line(line.dump());
+            m_output.Line(ProcessJson(process));
         } else {
-            m_output.Line(m_output.Paint().Bold("process " + ProcessText(process.name, process.pid)));
+            const std::string ended = process.ended.empty() ? "" : "  " + process.ended;
+            m_output.Line(m_output.Paint().Bold("process " + ProcessesText(process)) + ended);
         }
     }
 
-    void PrintRecords(unsigned short pid) {
-        for (const IQxData::HSIThread& thread : m_recording.Threads()) {
-            if (thread.pid == pid) PrintThread(thread);
+    void PrintRecords(const RecordedProcess& process) {
+        for (const RecordedThread& thread : m_recording.Threads()) {
+            if (thread.thread.pid == process.pid) PrintThread(thread, process.ids.size() > 1);
         }
         for (const RecordedMethod& method : m_recording.Methods()) {
-            if (method.pid == pid) PrintMethod(method);
+            if (method.pid == process.pid) PrintMethod(method);
         }
     }
 
-    void PrintThread(const IQxData::HSIThread& thread) {
-        m_output.Line(m_format == Format::Json
-                          ? ThreadLine(m_format, thread)
-                          : "  thread " + std::to_string(thread.tid) + "  " + Printable(thread.name));
+    // Of several processes, which one's it is.
+    void PrintThread(const RecordedThread& recorded, bool tellsProcess) {
+        const IQxData::HSIThread& thread = recorded.thread;
+        if (m_format == Format::Json) {
+            m_output.Line(ThreadJson(recorded));
+            return;
+        }
+        const std::string process =
+            tellsProcess && recorded.processId ? "  [" + std::to_string(*recorded.processId) + "]" : "";
+        m_output.Line("  thread " + std::to_string(thread.tid) + "  " + Printable(thread.name) + process);
     }
 
     void PrintMethod(const RecordedMethod& method) {
@@ -157,15 +193,34 @@ private:
     Output& m_output;
 };
 
+// One way of naming what is listed.
+void RequireOneInput(const ListOptions& options) {
+    const int given = (options.inputs.empty() ? 0 : 1) + (options.processes.empty() ? 0 : 1) +
+                      (options.recordings.empty() ? 0 : 1) + (options.allRecordings ? 1 : 0);
+    if (given == 1) return;
+    throw Failure(kCannotStart,
+                  "name a capture or dumps, or else live processes with -p, or --recording, or ask for all "
+                  "--recordings");
+}
+
 Recording ReadInput(const ListOptions& options, Progress& progress) {
-    if (options.inputs.empty() == options.processes.empty()) {
-        throw Failure(kCannotStart, "name a capture or dumps, or else live processes with -p");
-    }
-    return options.inputs.empty() ? Recording::Take(options.processes, PrintFault)
-                                  : Recording::Read(options.inputs, PrintFault, progress);
+    if (!options.processes.empty()) return Recording::Take(options.processes, PrintFault);
+    std::vector<std::string> inputs = options.inputs;
+    for (const std::string& recording : options.recordings) inputs.push_back(ChooseRecording(recording));
+    return Recording::Read(inputs, PrintFault, progress);
+}
+
+int ListRecordings(Format format) {
+    const std::vector<RecordingFile> files = RecordingFiles();
+    Output output;
+    PrintRecordings(format, output, files);
+    if (files.empty()) PrintNote("nothing is recorded in " + RecordingDirectory());
+    return kDone;
 }
 
 int List(const ListOptions& options, Format format) {
+    RequireOneInput(options);
+    if (options.allRecordings) return ListRecordings(format);
     Progress progress;
     Output output(&progress);
     const Recording recording = ReadInput(options, progress);
@@ -188,9 +243,15 @@ void AddList(CLI::App& app, Invocation& invocation) {
         AddCommand(app, invocation, "list", "Show what a program records, or a scenario to start from", kExamples,
                    [options, &invocation] { return List(*options, invocation.common.format); });
     command.add_option("INPUT", options->inputs, "A capture, or dumps of one process")->option_text("CAPTURE|DUMP...");
-    command.add_option("-p,--process", options->processes, "Take a dump of this live process")
+    command.add_option("-p,--process", options->processes, "What this program records, or recorded last")
         ->allow_extra_args(false)
         ->option_text("NAME");
+    command
+        .add_option("--recording", options->recordings,
+                    "What this recording holds, of a living process or an ended one")
+        ->allow_extra_args(false)
+        ->option_text("NAME[PID]|FILE");
+    command.add_flag("--recordings", options->allRecordings, "Show which recordings there are");
     command.add_flag("--as-script", options->asScript, "Print a scenario with an event for each value");
 }
 

@@ -5,14 +5,13 @@
 
 #include "CaptureReader.h"
 #include "Common.h"
+#include "DumpHeader.h"
 #include "DumpInput.h"
 #include "ProcessNames.h"
 #include "QxCycle.h"
-#include "QxDumpFile.h"
 #include "QxFormat.h"
-#include "QxLogTracker.h"
+#include "RecordingFiles.h"
 #include "RecordingStore.h"
-#include "qx/api.h"
 
 namespace qxlt {
 
@@ -48,13 +47,16 @@ public:
     }
 
     void Take(const std::vector<std::string>& processes) {
+        std::map<std::string, CurrentDump> dumps;
         for (const std::string& process : processes) {
-            m_names.Add(process, static_cast<unsigned short>(QxLogTracker::FindProcess(process.c_str())));
+            CurrentDump& dump = dumps[process] = TakeCurrentDump(process);
+            m_names.Add(process, static_cast<unsigned short>(dump.pid));
+            m_ended[process] = dump.ended;
         }
         m_names.Register(*m_store);
-        for (const std::string& process : processes) {
+        for (auto& [process, dump] : dumps) {
             QxCycle cycle(nullptr, nullptr, m_store);
-            Decode(cycle, process, process + ", dump", FetchDump(process));
+            Decode(cycle, process, process + ", dump", std::move(dump.bytes));
             m_store->CountCalls();
         }
     }
@@ -62,7 +64,9 @@ public:
     Recording Finish() {
         m_store->CountCalls();
         Recording recording;
-        for (const auto& [name, pid] : m_names.Pids()) recording.m_processes.push_back({name, pid});
+        for (const auto& [name, pid] : m_names.Pids()) {
+            recording.m_processes.push_back({name, pid, m_store->ProcessIds(pid), m_ended[name]});
+        }
         recording.m_threads = m_store->Threads();
         recording.m_methods = m_store->Methods(recording.m_processes);
         recording.m_whole = m_whole;
@@ -70,25 +74,11 @@ public:
     }
 
 private:
-    // A dump names its process in a header, but not always ahead of everything else.
     std::string Identify(const std::string& file) {
-        const auto scratch = std::make_shared<RecordingStore>();
-        std::vector<char> dump = ReadDump(file);
-        QxCycle(nullptr, nullptr, scratch).Decode(std::string(), dump);
-        const RecordedProcess process = scratch->Header().value_or(RecordedProcess());
-        m_names.Add(process.name, process.pid);
+        const DumpHeader header = HeaderOf(ReadDump(file)).value_or(DumpHeader());
+        m_names.Add(header.process, header.pid);
         m_names.Register(*m_store);
-        return process.name;
-    }
-
-    static std::vector<char> FetchDump(const std::string& process) {
-        const boost::shared_ptr<qx::IControl> control = qx::api::GetControl();
-        if (control == nullptr) throw Failure(kCannotStart, "the tracing framework gives no control interface");
-        std::vector<char> path;
-        if (!control->getQxBufferDump(path, process, true) || path.empty()) {
-            throw Failure(kCannotStart, "-p " + process + ": nothing is recorded under that name; start it");
-        }
-        return QxDumpFile::Read(std::string(path.begin(), path.end()));
+        return header.process;
     }
 
     void Decode(QxCycle& cycle, const std::string& process, const std::string& place, std::vector<char> dump) {
@@ -120,6 +110,7 @@ private:
     const FaultSink& m_faults;
     const std::shared_ptr<RecordingStore> m_store = std::make_shared<RecordingStore>();
     ProcessNames m_names;
+    std::map<std::string, std::string> m_ended;  // by name, as CurrentDump has it
     bool m_whole = true;
 };
 

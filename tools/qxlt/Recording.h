@@ -47,6 +47,13 @@ struct RecordedMethod {
 struct RecordedProcess {
     std::string name;
     unsigned short pid = 0;
+    std::vector<std::uint32_t> ids;  // of all processes of the name, whole; empty where the dumps do not tell
+    std::string ended;               // when the process recorded last, if it has ended
+};
+
+struct RecordedThread {
+    IQxData::HSIThread thread;
+    std::optional<std::uint32_t> processId;  // whole
 };
 
 class Recording final {
@@ -55,14 +62,15 @@ public:
     // Failure (cannot start) for what cannot be read.
     static Recording Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress);
 
-    // Dumps of live processes, taken now. Throws a Failure (cannot start) when one records nothing.
+    // What is recorded under these names now, by those that run or, where none does, by the one that ended last. Throws
+    // a Failure (cannot start) that says why when there is nothing.
     static Recording Take(const std::vector<std::string>& processes, const FaultSink& faults);
 
     // By pid, then by name.
     const std::vector<RecordedProcess>& Processes() const { return m_processes; }
 
     // By pid, then by thread id.
-    const std::vector<IQxData::HSIThread>& Threads() const { return m_threads; }
+    const std::vector<RecordedThread>& Threads() const { return m_threads; }
 
     // By pid, then by package, name and number.
     const std::vector<RecordedMethod>& Methods() const { return m_methods; }
@@ -74,7 +82,7 @@ private:
     class Reader;
 
     std::vector<RecordedProcess> m_processes;
-    std::vector<IQxData::HSIThread> m_threads;
+    std::vector<RecordedThread> m_threads;
     std::vector<RecordedMethod> m_methods;
     bool m_whole = true;
 };

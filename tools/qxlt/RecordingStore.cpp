@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "DumpHeader.h"
 #include "QxFormat.h"
 #include "ResultType.h"
 
@@ -62,16 +63,18 @@ const std::string& NameOf(const std::vector<RecordedProcess>& processes, unsigne
 void RecordingStore::AppendHeader(unsigned short pid, std::string process, std::string qxVersion,
                                   std::string swBuildString, std::string swVersionModel, std::string extraField1,
                                   std::string extraField2) {
-    QxData::AppendHeader(pid, process, std::move(qxVersion), std::move(swBuildString), std::move(swVersionModel),
-                         std::move(extraField1), std::move(extraField2));
+    m_header = WholeProcessId(qxVersion, extraField1);
+    std::vector<std::uint32_t>& ids = m_processIds[GetCurrentPID()];
+    if (m_header && std::find(ids.begin(), ids.end(), *m_header) == ids.end()) ids.push_back(*m_header);
+    QxData::AppendHeader(pid, std::move(process), std::move(qxVersion), std::move(swBuildString),
+                         std::move(swVersionModel), std::move(extraField1), std::move(extraField2));
     ++m_records;
-    if (!m_header) m_header = RecordedProcess{std::move(process), pid};
 }
 
 void RecordingStore::AppendThread(HSIThread& thread) {
     QxData::AppendThread(thread);
     ++m_records;
-    m_threads[{thread.pid, thread.tid}] = thread.name;
+    m_threads[{thread.pid, thread.tid}] = {thread, m_header};
 }
 
 RecordingStore::SiteKey RecordingStore::KeyOf(unsigned short pid, const _HSCallLocation& location) {
@@ -103,15 +106,14 @@ void RecordingStore::CountCalls() {
     clearCalls();
 }
 
-std::vector<IQxData::HSIThread> RecordingStore::Threads() const {
-    std::vector<HSIThread> threads;
-    for (const auto& [id, name] : m_threads) {
-        HSIThread thread;
-        thread.pid = id.pid;
-        thread.tid = id.tid;
-        thread.name = name;
-        threads.push_back(std::move(thread));
-    }
+std::vector<std::uint32_t> RecordingStore::ProcessIds(unsigned short pid) const {
+    const auto found = m_processIds.find(pid);
+    return found == m_processIds.end() ? std::vector<std::uint32_t>() : found->second;
+}
+
+std::vector<RecordedThread> RecordingStore::Threads() const {
+    std::vector<RecordedThread> threads;
+    for (const auto& [id, thread] : m_threads) threads.push_back(thread);
     return threads;
 }
 

@@ -26,11 +26,11 @@ public:
     // How many records of all kinds it has taken, calls only while they are held.
     std::uint64_t Records() { return m_records + GetCallIMap()->size(); }
 
-    // The process that the first header came from; none when there was no header.
-    const std::optional<RecordedProcess>& Header() const { return m_header; }
+    // The whole ids that headers told of the process with this id in the store, in their order.
+    std::vector<std::uint32_t> ProcessIds(unsigned short pid) const;
 
     // What was noted. Calls that are still held do not count.
-    std::vector<HSIThread> Threads() const;
+    std::vector<RecordedThread> Threads() const;
     std::vector<RecordedMethod> Methods(const std::vector<RecordedProcess>& processes) const;
 
 private:
@@ -53,9 +53,10 @@ private:
 
     std::map<std::string, _HSCompArgDesc> m_layouts;
     std::map<SiteKey, Site> m_sites;
-    std::map<HSIThreadId, std::string> m_threads;
-    std::uint64_t m_records = 0;  // but for calls
-    std::optional<RecordedProcess> m_header;
+    std::map<HSIThreadId, RecordedThread> m_threads;
+    std::uint64_t m_records = 0;            // but for calls
+    std::optional<std::uint32_t> m_header;  // the process of the last header
+    std::map<unsigned short, std::vector<std::uint32_t>> m_processIds;
 };
 
 }  // namespace qxlt

@@ -5,8 +5,10 @@
 #include <memory>
 #include <optional>
 
+#include "DumpHeader.h"
 #include "DumpInput.h"
 #include "EventView.h"
+#include "RecordingChoice.h"
 #include "Replayer.h"
 #include "ScriptOptions.h"
 
@@ -17,12 +19,14 @@ namespace {
 constexpr char kExamples[] =
     "  qxlt replay -s volume.xml capture\n"
     "  qxlt replay -s volume.xml input.xml --explain=VOLUME_HIGH capture\n"
-    "  qxlt replay -s volume.xml -p media-server=412 first.qxdump second.qxdump\n";
+    "  qxlt replay -s volume.xml -p media-server=412 first.qxdump second.qxdump\n"
+    "  qxlt replay -s volume.xml --recording 'media-server[4711]'\n";
 
 struct ReplayOptions {
     ScriptOptions scripts;
     std::string process;
     std::vector<std::string> inputs;
+    std::string recording;
     bool prime = false;
     bool noPrime = false;
     bool failOnLoss = false;
@@ -33,10 +37,26 @@ ReplayInput::Priming PrimingOf(const ReplayOptions& options) {
     return options.noPrime ? ReplayInput::Priming::No : ReplayInput::Priming::AsLive;
 }
 
+// A recording names its process itself.
+void ChooseRecordingOf(const ReplayOptions& options, ReplayInput& input) {
+    if (!options.inputs.empty()) throw Failure(kCannotStart, "--recording is the input; leave out the others");
+    input.dumps = {ChooseRecording(options.recording)};
+    RequireReadable(input.dumps);
+    const DumpHeader header = HeaderOf(ReadDump(input.dumps.front())).value_or(DumpHeader());
+    input.process = options.process.empty() ? header.process + "=" + std::to_string(header.pid) : options.process;
+}
+
 // One directory is a capture, anything else dumps of one process.
 ReplayInput InputOf(const ReplayOptions& options) {
     ReplayInput input;
     input.priming = PrimingOf(options);
+    if (!options.recording.empty()) {
+        ChooseRecordingOf(options, input);
+        return input;
+    }
+    if (options.inputs.empty()) {
+        throw Failure(kCannotStart, "INPUT is required, or else --recording; see qxlt replay --help");
+    }
     std::error_code ignored;
     if (options.inputs.size() == 1 && std::filesystem::is_directory(options.inputs.front(), ignored)) {
         if (!options.process.empty()) throw Failure(kCannotStart, "a capture names its processes itself; leave out -p");
@@ -93,9 +113,9 @@ void AddReplay(CLI::App& app, Invocation& invocation) {
     AddScriptOptions(command, options->scripts);
     command.add_option("-p,--process", options->process, "The process that loose dumps come from")
         ->option_text("NAME[=PID]");
-    command.add_option("INPUT", options->inputs, "A capture, or dumps that are one cycle each")
-        ->required()
-        ->option_text("...");
+    command.add_option("INPUT", options->inputs, "A capture, or dumps that are one cycle each")->option_text("...");
+    command.add_option("--recording", options->recording, "A recording, of a living process or an ended one")
+        ->option_text("NAME[PID]|FILE");
     AddLossOption(command, options->failOnLoss);
     CLI::Option* const prime =
         command.add_flag("--prime", options->prime, "The first cycle raises no events, as in a capture");

@@ -17,6 +17,11 @@ _qxlt_choices() {
     _qxlt_help "$1" "$2" | sed -n "s/^  ${3} \([a-z]*\(|[a-z]*\)\+\)\( .*\)\?$/\1/p" | tr '|' '\n'
 }
 
+# The recordings that there are: "jobq[4711]". Names are the programs' own, and words are expanded: only plain ones.
+_qxlt_recordings() {
+    "$1" list --recordings 2>/dev/null | sed -n 's/^\([A-Za-z0-9._-]*\[[0-9]*\]\)  .*/\1/p'
+}
+
 _qxlt() {
     local program=$1 word=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} words
     # "--format=json" comes as three words.
@@ -32,7 +37,9 @@ _qxlt() {
         local command=${COMP_WORDS[1]}
         case $command,$previous in
             *,--format | *,--level | *,--pause | *,--on-loss) words=$(_qxlt_choices "$program" "$command" "$previous") ;;
+            *,--recording) words=$(_qxlt_recordings "$program") ;;
             check,--explain) words="$("$program" check --explain all | sed -n 's/^## \(QX[0-9]*\).*/\1/p') all" ;;
+            clean,*) [ "${word:0:1}" = - ] || words=$(_qxlt_recordings "$program") ;;&
             *) [ "${word:0:1}" = - ] && words=$(_qxlt_options "$program" "$command") ;;
         esac
     fi

@@ -119,6 +119,14 @@ std::vector<RecordingInfo> QxRecordings::List(const std::string& directory, std:
     return all;
 }
 
+bool QxRecordings::IsOne(const std::string& path) {
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    const QxFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    std::uint64_t magic = 0;
+    return file && ::pread(file.Get(), &magic, sizeof(magic), 0) == sizeof(magic) && magic == qxlayout::kMagic;
+}
+
 // Nothing is committed, so nothing is told to the recorders. What is open now is written as if its process had ended:
 // nobody will ask again.
 bool QxRecordings::Dump(const std::vector<std::string>& paths, std::string& dump, std::string& problem) {

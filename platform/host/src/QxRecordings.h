@@ -13,6 +13,7 @@ class QxRecordings {
 public:
     // See qx/control.h.
     static std::vector<qx::host::RecordingInfo> List(const std::string& directory, std::string& problem);
+    static bool IsOne(const std::string& path);
     static bool Dump(const std::vector<std::string>& paths, std::string& dump, std::string& problem);
     static bool Remove(const std::string& path, std::string& problem);
 };

@@ -43,6 +43,10 @@ std::vector<RecordingInfo> GetRecordings(std::string* problem) {
     return qxhost::QxRecordings::List(Control()->Directory(), problem != nullptr ? *problem : ignored);
 }
 
+bool IsRecording(const std::string& path) {
+    return qxhost::QxRecordings::IsOne(path);
+}
+
 bool DumpRecordings(const std::vector<std::string>& paths, std::string& dump, std::string& problem) {
     return qxhost::QxRecordings::Dump(paths, dump, problem);
 }

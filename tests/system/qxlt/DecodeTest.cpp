@@ -61,9 +61,20 @@ TEST(Decode, PrintsEveryRecordAsText) {
                             "end        a.qxdump: " + std::to_string(WholeDump().size()) + " bytes, 1 call"));
 }
 
-TEST(Decode, LeavesAnUnregisteredProcessWithoutNameAndId) {
+TEST(Decode, TakesTheProcessThatADumpsHeaderNames) {
     const Workplace place;
-    const ToolResult result = RunTool({"decode", "--format", "json", place.Write("a.qxdump", WholeDump())});
+    const std::string header = dump::Persistent({dump::Item(dump::kHeader, dump::Header(413, "tuner"))});
+    const ToolResult result = RunTool({"decode", "--format", "json", place.Write("a.qxdump", WholeDump()),
+                                       place.Write("b.qxdump", VolumeDump({1}) + header)});
+    EXPECT_THAT(result.output, HasSubstr(R"("record":"call","key":105000,"process":"media-server","pid":412,)"));
+    EXPECT_THAT(result.output, HasSubstr(R"("process":"tuner","pid":413,)"));
+    EXPECT_THAT(RunTool({"decode", "-p", "x=7", "--format", "json", place.At("a.qxdump")}).output,
+                HasSubstr(R"("record":"call","key":105000,"process":"x","pid":7,)"));
+}
+
+TEST(Decode, LeavesAProcessThatNobodyNamesWithoutNameAndId) {
+    const Workplace place;
+    const ToolResult result = RunTool({"decode", "--format", "json", place.Write("a.qxdump", VolumeDump({85}))});
     EXPECT_THAT(result.output, HasSubstr(R"("record":"call","key":105000,"process":"","pid":0,)"));
 }
 

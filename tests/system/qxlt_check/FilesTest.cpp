@@ -84,7 +84,7 @@ bool IsValid(const std::string& file) {
 }  // namespace
 
 TEST(ManualTest, TellsOfEachCommandAndOption) {
-    ASSERT_THAT(Commands(), ElementsAre("run", "replay", "decode", "list", "check", "test"));
+    ASSERT_THAT(Commands(), ElementsAre("run", "replay", "decode", "list", "clean", "check", "test"));
     for (const std::string& command : Commands()) {
         const std::string manual = ManualOf(command);
         ASSERT_NE(manual, "") << command;

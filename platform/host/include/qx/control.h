@@ -67,6 +67,9 @@ struct RecordingInfo {
 // the directory cannot be read; one that is missing holds no recordings.
 std::vector<RecordingInfo> GetRecordings(std::string* problem = nullptr);
 
+// Whether the file begins like a recording. Pipes and the like do not, and are not touched.
+bool IsRecording(const std::string& path);
+
 // Puts all that is buffered in these recordings into the bytes of one dump, open calls without exit, and leaves the
 // recordings as they are: of living and ended processes, in any directory. They should be of one program. False when
 // nothing could be read; `problem` says what could not be, also when the rest was.
