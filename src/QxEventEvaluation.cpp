@@ -28,6 +28,10 @@ __attribute__((format(printf, 2, 3))) void Print(int level, const char* format, 
     va_end(arguments);
 }
 
+bool IsOfCondition(Words::Attribute attribute) {
+    return attribute == Words::kCondition || attribute == Words::kConditionValue || attribute == Words::kConditionType;
+}
+
 int ShownIndex(const std::string& text) {
     const long long index = std::strtoll(text.c_str(), nullptr, 10);
     return static_cast<int>(std::clamp<long long>(index, INT_MIN, INT_MAX));
@@ -44,9 +48,7 @@ QxEventEvaluation::QxEventEvaluation(const IQxData::_HSScriptPtr& event, const I
     : m_call(call), m_log(log) {
     for (const auto& [name, value] : event.attributes) {
         const std::optional<Words::Attribute> taken = m_words.Take(name, value);
-        if (taken == Words::kCondition || taken == Words::kConditionValue || taken == Words::kConditionType) {
-            Print(Info, "keyword : %s, value : %s", name.c_str(), value.c_str());
-        }
+        if (taken && IsOfCondition(*taken)) Print(Info, "keyword : %s, value : %s", name.c_str(), value.c_str());
     }
 }
 

@@ -80,15 +80,29 @@ std::map<std::string, std::string> RandomEvent(Dice& dice) {
     static const char* const filters[] = {"", "", "", "", "5", "a"};
     static const char* const datakeys[] = {"", "5&", "a&5", "zz&", "zzzzzzzzzzzz&x", "5"};
     static const char* const keywords[] = {"", "", "", "", "", "5", "a", "05"};
+    static const char* const numbers[] = {"5", "-3", "12", "0", "80%"};
+    const bool sound = dice.Pick(2) == 0;  // nothing keeps the condition from being reached
+    const std::string condition = dice.Of(conditions);
+    const char joint = (condition == "range") != (dice.Pick(8) == 0) ? ',' : '&';
     std::string list;
-    const char joint = dice.Pick(2) == 0 ? '&' : ',';
-    for (unsigned i = dice.Pick(4); i > 0; --i) list += dice.Of(operands) + std::string(i > 1 ? 1 : 0, joint);
+    for (unsigned i = dice.Pick(2) == 0 ? 2 : dice.Pick(4); i > 0; --i) {
+        list += (sound ? dice.Of(numbers) : dice.Of(operands)) + std::string(i > 1 ? 1 : 0, joint);
+    }
+    if (sound) {
+        return {{"tag", "IN"},
+                {"value", "0"},
+                {"type", dice.Pick(3) == 0 ? "STRING" : "INT"},
+                {"watch", "CONDITIONAL"},
+                {"condition", condition},
+                {"conditionValue", list},
+                {"conditionType", dice.Of(combinations)}};
+    }
     return {{"name", "E"},
             {"tag", dice.Of(tags)},
             {"value", dice.Of(indices)},
             {"type", dice.Of(types)},
             {"watch", dice.Of(watches)},
-            {"condition", dice.Of(conditions)},
+            {"condition", condition},
             {"conditionValue", list},
             {"conditionType", dice.Of(combinations)},
             {"filter", dice.Of(filters)},
@@ -143,7 +157,9 @@ public:
         ++outcomes[outcome];
         m_record->Count(outcome, argument);
         if (Words().IsConditional() && (outcome == QxOutcome::Fires || outcome == QxOutcome::ConditionFalse)) {
-            EXPECT_EQ(ConditionDistance(Words(), argument) == 0, outcome == QxOutcome::Fires) << argument;
+            const bool holds = outcome == QxOutcome::Fires;
+            EXPECT_EQ(ConditionDistance(Words(), argument) == 0, holds) << argument;
+            ++conditions[{Words().Condition(), holds}];
         }
         if (outcome == QxOutcome::Fires) {
             EXPECT_THAT(Codes(), testing::Not(testing::Contains(testing::AnyOfArray(kNeverFires))));
@@ -203,6 +219,7 @@ public:
     std::uint64_t calls = 0;
     std::map<QxOutcome, std::uint64_t> outcomes;
     std::map<QxStage, std::uint64_t> stages;
+    std::map<std::pair<qxscript::Condition, bool>, std::uint64_t> conditions;  // that held, or did not
 
 private:
     // What these checks call an event that never fires.
@@ -241,6 +258,7 @@ TEST_F(Agreement, ChecksAndExplanationsSayWhatTheEvaluationDoes) {
     constexpr int kCalls = 12;
     std::map<QxOutcome, std::uint64_t> outcomes;
     std::map<QxStage, std::uint64_t> stages;
+    std::map<std::pair<qxscript::Condition, bool>, std::uint64_t> conditions;
     CodeSet codes;
     for (std::uint32_t seed = 1; seed <= kEvents; ++seed) {
         Dice dice(seed);
@@ -251,6 +269,7 @@ TEST_F(Agreement, ChecksAndExplanationsSayWhatTheEvaluationDoes) {
         one.ExpectSameCounts();
         for (const auto& [outcome, count] : one.outcomes) outcomes[outcome] += count;
         for (const auto& [stage, count] : one.stages) stages[stage] += count;
+        for (const auto& [condition, count] : one.conditions) conditions[condition] += count;
         codes.insert(one.Codes().begin(), one.Codes().end());
         if (HasFailure()) return;
     }
@@ -262,6 +281,10 @@ TEST_F(Agreement, ChecksAndExplanationsSayWhatTheEvaluationDoes) {
     }
     for (const QxStage stage : {QxStage::Index, QxStage::Field, QxStage::Argument, QxStage::Operand, QxStage::Bound}) {
         EXPECT_GT(stages[stage], 50u) << static_cast<int>(stage);
+    }
+    for (const auto& word : qxscript::kConditions) {
+        EXPECT_GT((conditions[{word.meaning, true}]), 100u) << word.text;
+        EXPECT_GT((conditions[{word.meaning, false}]), 100u) << word.text;
     }
     EXPECT_THAT(codes, testing::IsSupersetOf({"QX024", "QX026", "QX027", "QX035", "QX036", "QX040", "QX041", "QX042",
                                               "QX043", "QX044", "QX045", "QX046", "QX047", "QX048", "QX051", "QX052"}));
