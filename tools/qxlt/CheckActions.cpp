@@ -1,12 +1,11 @@
 #include "Checks.h"
+#include "CommandName.h"
 #include "Common.h"
 #include "Text.h"
 
 namespace qxlt {
 
 namespace {
-
-constexpr std::size_t kCommandName = 15;  // bytes that the system keeps of a process's name
 
 void CheckProcess(const ScriptElement& action, Findings& findings) {
     const ScriptAttribute* const process = action.Find("process");
@@ -18,18 +17,24 @@ void CheckProcess(const ScriptElement& action, Findings& findings) {
     if (process->value.size() <= kCommandName) return;
     findings.Add(CheckId::LongProcessName, action, process->valuePlace,
                  "the process name has " + std::to_string(process->value.size()) + " bytes; only " +
-                     Quoted(process->value.substr(0, kCommandName)) + " is matched");
+                     Quoted(CommandName(process->value)) + " is matched");
+}
+
+// Whether the text may have stopped being well-formed inside the action.
+bool MayBeCut(const ScriptElement& action) {
+    return action.script->Defect() && action.parent->children.back() == &action;
 }
 
 // One that is named as a part of an action has its own finding.
 void CheckParts(const ScenarioAction& action, Findings& findings) {
     const ScriptElement& element = *action.element;
     if (!IsAction(element)) return;
-    if (action.methods.empty()) {
+    const bool isWhole = !MayBeCut(element);
+    if (action.methods.empty() && isWhole) {
         findings.Add(CheckId::ActionWithoutMethod, element, element.place,
                      "action without method, so that none of its events is evaluated");
     }
-    if (action.events.empty()) {
+    if (action.events.empty() && isWhole) {
         findings.Add(CheckId::ActionWithoutEvent, element, element.place,
                      "action without event, so that it raises none");
     }

@@ -36,10 +36,11 @@ public:
     int Perform() {
         for (const std::string& file : m_options.scripts) m_pointers.push_back(&m_scripts.emplace_back(file));
         const ScenarioOutline outline(m_pointers);
-        for (const auto check :
-             {CheckTexts, CheckElements, CheckActions, CheckEvents, CheckFilters, CheckConditions, CheckSharing}) {
+        for (const auto check : {CheckTexts, CheckElements, CheckActions, CheckEvents, CheckFilters, CheckConditions,
+                                 CheckSharing, CheckProcesses, CheckTypes, CheckLists}) {
             check(outline, m_findings);
         }
+        if (m_options.against.empty()) CheckPackages(outline, m_findings);
         const bool whole = m_options.against.empty() || Compare(outline);
         return Print() || !whole ? kInputWrong : kDone;
     }

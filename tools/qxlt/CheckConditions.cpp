@@ -108,7 +108,7 @@ private:
                m_event["conditionValue"].find('&') != std::string::npos;
     }
 
-    // An operand that an ampersand ends is spoken of already.
+    // An operand that an ampersand or a comma ends is spoken of already.
     void CheckNumbers() const {
         if (!m_event.ComparesNumbers() || (m_event.IsRange() && m_operands.size() != 2)) return;
         if (m_operands.empty() && m_event.ComparesOrder()) {
@@ -124,7 +124,7 @@ private:
             AddAtValue(CheckId::OperandNoNumber,
                        operand.empty() ? "conditionValue lacks a number, so that the event is in error"
                                        : Quoted(operand) + " is no number of 32 bits, so that the event is in error");
-        } else if (!number->rest.empty() && !IsUnsplitList()) {
+        } else if (!number->rest.empty() && !IsUnsplitList() && !m_hasCommaList) {
             AddAtValue(CheckId::TextAfterNumber, Quoted(operand) + " reads as " + std::to_string(number->value),
                        std::to_string(number->value));
         }
@@ -183,6 +183,7 @@ private:
     const ScriptElement& m_element;
     Findings& m_findings;
     const std::vector<std::string> m_operands;
+    const bool m_hasCommaList = m_event.HasCommaList();
 };
 
 }  // namespace

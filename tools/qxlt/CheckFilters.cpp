@@ -6,6 +6,18 @@ namespace qxlt {
 
 namespace {
 
+// The right part is searched from where the left one begins.
+void CheckRightPart(const EventWords& event, Findings& findings) {
+    const auto [left, right] = event.Words().FieldMarkers();
+    const std::size_t at = right.empty() ? std::string::npos : left.rfind(right);
+    if (at == std::string::npos) return;
+    const std::string shorter = left.substr(at + right.size());
+    findings.Add(CheckId::RightInsideLeft, event.Element(), ValuePlace(event.Element(), "datakey"),
+                 "datakey's right part " + Quoted(right) + " also stands in its left part " + Quoted(left) +
+                     ", so that the field reaches to the end of the value",
+                 shorter.empty() ? std::string() : Written("datakey", shorter + "&" + right));
+}
+
 void CheckDatakey(const EventWords& event, Findings& findings) {
     const ScriptElement& element = event.Element();
     const std::string& datakey = event["datakey"];
@@ -27,6 +39,8 @@ void CheckDatakey(const EventWords& event, Findings& findings) {
     } else if (join == 0) {
         findings.Add(CheckId::DatakeyWithoutLeft, element, place,
                      "datakey has no text before the &, so that the field begins with the value");
+    } else {
+        CheckRightPart(event, findings);
     }
 }
 
@@ -59,10 +73,8 @@ void CheckConstant(const EventWords& event, Findings& findings) {
     const char* const constant = ConstantOf(event);
     if (constant == nullptr) return;
     const std::string value = constant;
-    const bool filtered = value.find(event["filter"]) == std::string::npos;
-    const bool differs = event.Has("keyword") && event["keyword"] != value;
-    if (!filtered && !differs) return;
-    const char* const attribute = filtered ? "filter" : "keyword";
+    if (!event.IsHeldBack(value)) return;
+    const char* const attribute = value.find(event["filter"]) == std::string::npos ? "filter" : "keyword";
     findings.Add(CheckId::ConstantValue, event.Element(), NamePlace(event.Element(), attribute),
                  "the value is always " + (value.empty() ? std::string("empty") : "the word NONE") + ", so that this " +
                      attribute + " keeps the event from firing",

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <map>
 #include <optional>
+#include <set>
 
+#include "CommandName.h"
 #include "EventWords.h"
 #include "ScriptNumber.h"
 #include "Text.h"
@@ -102,11 +104,19 @@ private:
 };
 
 // What is recorded, in all processes, by the name of the method.
-class MethodIndex final {
+class RecordedIndex final {
 public:
-    explicit MethodIndex(const Recording& recording) {
-        for (const RecordedMethod& method : recording.Methods()) m_methods[method.Name()].push_back(&method);
+    explicit RecordedIndex(const Recording& recording) {
+        for (const RecordedMethod& method : recording.Methods()) {
+            m_methods[method.Name()].push_back(&method);
+            m_bareNames.emplace(method.location.packageName + "." + method.Name(), method.Name());
+        }
         for (const auto& entry : m_methods) m_names.push_back(entry.first);
+        for (const RecordedProcess& process : recording.Processes()) {
+            if (process.name.empty()) continue;
+            m_processes.push_back(process.name);
+            m_commands.insert(CommandName(process.name));
+        }
     }
 
     const Methods& Find(const std::string& name) const {
@@ -115,17 +125,37 @@ public:
         return found == m_methods.end() ? none : found->second;
     }
 
-    // The recorded name that an unknown one may stand for. Each search takes in all of them; a script that fits in
-    // nothing is not mended name by name.
-    std::string Meant(const std::string& name) {
-        return m_searches++ < kMostSearches ? qxlt::Meant(name, m_names) : std::string();
+    // The bare name of a recorded method that is written with its package; empty when it is not.
+    std::string BareName(const std::string& name) const {
+        const auto found = m_bareNames.find(name);
+        return found == m_bareNames.end() ? std::string() : found->second;
     }
+
+    // Whether a process of the name was recorded, as far as the recording knows names.
+    bool HasProcess(const std::string& name) const {
+        return m_commands.empty() || m_commands.count(CommandName(name)) != 0;
+    }
+
+    // The recorded name that an unknown one may stand for.
+    std::string MeantMethod(const std::string& name) {
+        const std::string bare = WithoutPackage(name);
+        return Find(bare).empty() || bare.empty() ? Meant(name, m_names) : bare;
+    }
+    std::string MeantProcess(const std::string& name) { return Meant(name, m_processes); }
 
 private:
     static constexpr unsigned kMostSearches = 20;
 
+    // Each search takes in all names; a script that fits in nothing is not mended name by name.
+    std::string Meant(const std::string& name, const std::vector<std::string>& names) {
+        return m_searches++ < kMostSearches ? qxlt::Meant(name, names) : std::string();
+    }
+
     std::map<std::string, Methods> m_methods;
     std::vector<std::string> m_names;
+    std::map<std::string, std::string> m_bareNames;  // by package and name
+    std::vector<std::string> m_processes;
+    std::set<std::string> m_commands;  // what they are found by
     unsigned m_searches = 0;
 };
 
@@ -137,12 +167,33 @@ void CompareEvents(const ScenarioAction& action, const std::string& method, cons
     }
 }
 
+void CompareProcess(const ScriptElement& action, RecordedIndex& recorded, Findings& findings) {
+    const std::string& process = action.Value("process");
+    if (process.empty() || recorded.HasProcess(process)) return;
+    findings.Add(CheckId::ProcessNotRecorded, action, ValuePlace(action, "process"),
+                 "no process " + Quoted(process) + " is recorded", recorded.MeantProcess(process));
+}
+
+void AddUnknown(const ScriptElement& method, RecordedIndex& recorded, Findings& findings) {
+    const ScriptAttribute& name = MethodName(method);
+    const std::string bare = recorded.BareName(name.value);
+    if (!bare.empty()) {
+        findings.Add(CheckId::MethodWithPackage, method, name.valuePlace,
+                     Quoted(name.value) + " has the package in front, and calls are matched by the bare name",
+                     Written(name.name, bare));
+    } else {
+        findings.Add(CheckId::NeverRecorded, method, name.valuePlace,
+                     "no method " + Quoted(name.value) + " is recorded", recorded.MeantMethod(name.value));
+    }
+}
+
 }  // namespace
 
 std::vector<MethodCalls> CheckRecorded(const ScenarioOutline& outline, const Recording& recording, Findings& findings) {
     std::vector<MethodCalls> calls;
-    MethodIndex index(recording);
+    RecordedIndex index(recording);
     for (const ScenarioAction& action : outline.Actions()) {
+        CompareProcess(*action.element, index, findings);
         for (const ScriptElement* const method : action.methods) {
             if (method->attributes.empty()) continue;
             const ScriptAttribute& name = MethodName(*method);
@@ -153,8 +204,7 @@ std::vector<MethodCalls> CheckRecorded(const ScenarioOutline& outline, const Rec
                 CompareEvents(action, name.value, recorded, findings);
                 continue;
             }
-            findings.Add(CheckId::NeverRecorded, *method, name.valuePlace,
-                         "no method " + Quoted(name.value) + " is recorded", index.Meant(name.value));
+            AddUnknown(*method, index, findings);
         }
     }
     return calls;

@@ -59,6 +59,14 @@ a colon in their name, and `xmlns` are not reported.)"},
     {CheckId::ProcessMisplaced, "QX006", kWarning, "process outside an action",
 R"(Only an action's `process` has a process watched. On the top element, a method or an event it is ignored.)"},
 
+    {CheckId::RawMarkup, "QX007", kError, "raw & or < in an attribute",
+R"(Inside an attribute an ampersand is written as `&amp;` and a less-than sign as `&lt;`. As they stand they make the file
+no XML: nothing of it is loaded.)"},
+
+    {CheckId::NoProcess, "QX008", kWarning, "scenario without process",
+R"(An action's `process` says what is watched. Where no action has one, a client watches nothing of its own accord, and
+`qxlt run` has to be told with `-p`.)"},
+
     {CheckId::ActionWithoutMethod, "QX010", kWarning, "action without method",
 R"(An action is evaluated for calls of its methods. Without one it only has its process watched.)"},
 
@@ -91,6 +99,10 @@ R"(An empty name matches only calls whose call site is not known, as it happens 
 R"(Of two subscriptions of one method under one action name the second is dropped. When they stand in two actions, the
 events of the second one are never evaluated for this method. Give the second action a name of its own, or put its
 events into the first. The actions of all scripts that run together count.)"},
+
+    {CheckId::MethodWithPackage, "QX019", kWarning, "method written with its package",
+R"(Calls are matched by the bare name of their method. The package that `qxlt` shows in front of it, and the dot, are not
+part of it. Methods of one name in several packages are all matched.)"},
 
     {CheckId::EventWithoutName, "QX020", kWarning, "event without name",
 R"(The event is raised under an empty name, and remembers its value together with all others that have none.)"},
@@ -153,6 +165,14 @@ beyond 32 bits never equal it.)"},
 R"(With the tag `NONE`, or without `type`, the value is the word NONE; without `tag` it is empty. A keyword or filter
 that this does not meet keeps the event from ever firing.)"},
 
+    {CheckId::MissingType, "QX037", kWarning, "value without type",
+R"(`type` says how the bytes that `tag` and `value` point at are read: as `INT` or as `STRING`. Without it the event's value
+is the word NONE, whatever was passed.)"},
+
+    {CheckId::RightInsideLeft, "QX038", kWarning, "datakey whose right part stands in its left part",
+R"(The right text of `datakey` is searched from where the left one begins. Where it occurs inside the left one it is found
+there, and never at the end of the field, which then reaches to the end of the value. Shorten the left text.)"},
+
     {CheckId::NoCondition, "QX040", kError, "conditional event without condition",
 R"(`CONDITIONAL` and `D-CONDITIONAL` need `condition`; without one the event never fires.)"},
 
@@ -205,6 +225,10 @@ never holds. To compare with an empty text leave `conditionType` out.)"},
 R"(`condition`, `conditionValue` and `conditionType` are consulted with `CONDITIONAL` and `D-CONDITIONAL` only. With
 another `watch`, or none, the event fires whatever they say.)"},
 
+    {CheckId::CommaList, "QX054", kWarning, "list with commas",
+R"(The values of a list are joined by `&`, which is written `&amp;`, and need a `conditionType`. A comma is part of the
+value; only `range` separates by it.)"},
+
     {CheckId::SeededByAlways, "QX060", kWarning, "one name for an ALWAYS and a CHANGED event",
 R"(What an event remembers goes by its name. The first value of an `ALWAYS` event is remembered under the name if
 there is none yet: a `CHANGED` event of the same name then does not fire for that value.)"},
@@ -212,6 +236,10 @@ there is none yet: a `CHANGED` event of the same name then does not fire for tha
     {CheckId::SharedName, "QX061", kWarning, "events of one name in several places",
 R"(What an event remembers goes by its name alone, for all actions and scripts: `CHANGED` events of one name share the
 last value, `D-CONDITIONAL` ones the last result, and each disturbs the other. A client cannot tell them apart.)"},
+
+    {CheckId::SeveralProcesses, "QX062", kWarning, "one method watched for several processes",
+R"(`process` says what is watched and takes no part in matching: each of the actions is evaluated for the calls that any
+watched process makes of the method. The call that a client gets with an event tells whose it is.)"},
 
     {CheckId::UnknownIgnored, "QX070", kWarning, "ignore comment without a check",
 R"(`qxlt:ignore` takes the codes of the checks that it silences: `<!-- qxlt:ignore QX034 QX061 -->`.)"},
@@ -231,6 +259,10 @@ integer of eight bytes `INT` reads the lower half.)"},
     {CheckId::NotRecordedThen, "QX083", kError, "argument that is not recorded then",
 R"(`IN` counts the arguments that are recorded at entry, `OUT` those that are recorded at exit, `RET` is the result.
 There are fewer than the index asks for: the event never fires for this method. `qxlt list` shows what is recorded.)"},
+
+    {CheckId::ProcessNotRecorded, "QX084", kWarning, "process that was not recorded",
+R"(The recording has no process of this name: the name is another one, or the process did not run. `qxlt list` shows those
+that are there. Of names the first 15 bytes count.)"},
 };
 // clang-format on
 

@@ -35,8 +35,9 @@ void CheckTexts(const ScenarioOutline& outline, Findings& findings) {
     for (const ScriptText* const script : outline.Scripts()) {
         CheckIgnores(*script, findings);
         if (!script->Defect()) continue;
-        findings.Add(CheckId::NotWellFormed, *script, script->Defect()->place,
-                     "not well-formed, so that nothing is loaded: " + script->Defect()->text);
+        const ScriptDefect& defect = *script->Defect();
+        findings.Add(defect.instead.empty() ? CheckId::NotWellFormed : CheckId::RawMarkup, *script, defect.place,
+                     "not well-formed, so that nothing is loaded: " + defect.text, defect.instead);
     }
 }
 

@@ -27,4 +27,16 @@ void CheckConditions(const ScenarioOutline& outline, Findings& findings);
 // Events that share what they remember.
 void CheckSharing(const ScenarioOutline& outline, Findings& findings);
 
+// Which processes are watched, and for which methods.
+void CheckProcesses(const ScenarioOutline& outline, Findings& findings);
+
+// Values that are read as nothing for want of a type.
+void CheckTypes(const ScenarioOutline& outline, Findings& findings);
+
+// Lists in conditions.
+void CheckLists(const ScenarioOutline& outline, Findings& findings);
+
+// Names of methods that look as if the package stood in front. For want of a recording, which knows.
+void CheckPackages(const ScenarioOutline& outline, Findings& findings);
+
 }  // namespace qxlt

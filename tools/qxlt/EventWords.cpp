@@ -1,6 +1,26 @@
 #include "EventWords.h"
 
+#include <algorithm>
+
+#include "QxScriptScenario.h"
+#include "ScriptNumber.h"
+
 namespace qxlt {
+
+namespace {
+
+// Whether all that stands between commas and ampersands is numbers.
+bool HoldsNumbersOnly(std::string text) {
+    std::replace(text.begin(), text.end(), '&', ',');
+    std::vector<std::string> pieces;
+    split(text, ",", pieces);
+    return std::all_of(pieces.begin(), pieces.end(), [](const std::string& piece) {
+        const std::optional<ScriptNumber> number = ReadOperand(piece);
+        return number && number->rest.empty();
+    });
+}
+
+}  // namespace
 
 EventWords::EventWords(const ScriptElement& event) : m_event(event) {
     for (const ScriptAttribute& attribute : event.attributes) m_words.Take(attribute.name, attribute.value);
@@ -14,6 +34,18 @@ bool EventWords::ComparesEach() const {
 bool EventWords::ComparesOrder() const {
     const qxscript::Condition condition = m_words.Condition();
     return condition == qxscript::Condition::Greater || condition == qxscript::Condition::Less;
+}
+
+bool EventWords::IsHeldBack(const std::string& value) const {
+    return value.find((*this)["filter"]) == std::string::npos || (Has("keyword") && (*this)["keyword"] != value);
+}
+
+bool EventWords::HasCommaList() const {
+    const std::string& text = (*this)["conditionValue"];
+    if (!IsConditional() || !ComparesEach() || text.find(',') == std::string::npos) return false;
+    // Without a conditionType an ampersand does not separate either, which is another finding.
+    if (!Has("conditionType") && text.find('&') != std::string::npos) return false;
+    return ReadsNumber() ? HoldsNumbersOnly(text) : Has("conditionType") || text.find(", ") == std::string::npos;
 }
 
 }  // namespace qxlt

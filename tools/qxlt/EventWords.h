@@ -41,6 +41,13 @@ public:
     // Whether the type is INT.
     bool ReadsNumber() const { return m_words.Type() == qxscript::Type::Int; }
 
+    // Whether the condition compares with a list that is written with commas, which do not separate there. Of texts
+    // without conditionType those count in which no blank follows a comma: others are sentences.
+    bool HasCommaList() const;
+
+    // Whether a keyword or filter keeps an event of this value from firing.
+    bool IsHeldBack(const std::string& value) const;
+
     // The operands of the condition; the bounds of a range.
     std::vector<std::string> Operands() const { return m_words.Operands(); }
 

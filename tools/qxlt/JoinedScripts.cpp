@@ -19,9 +19,10 @@ constexpr std::size_t kActionDepth = 1;
 constexpr std::size_t kEventDepth = 2;
 
 [[noreturn]] void ThrowMalformed(const ScriptText& script) {
-    const TextPlace& place = script.Defect()->place;
-    throw Failure(kInputWrong, Place(script.File(), place.line, place.column) + ": not well-formed, " +
-                                   script.Defect()->text + "; mend it, qxlt check " + script.File() + " finds more");
+    const ScriptDefect& defect = *script.Defect();
+    const std::string mend = defect.instead.empty() ? "mend it" : "write " + Printable(defect.instead);
+    throw Failure(kInputWrong, Place(script.File(), defect.place.line, defect.place.column) + ": not well-formed, " +
+                                   defect.text + "; " + mend + ", qxlt check " + script.File() + " finds more");
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "ScenarioOutline.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <memory>
 #include <utility>
@@ -14,6 +12,16 @@ namespace {
 
 bool IsNearScenario(const ScriptElement& top) {
     return Meant(top.name, {qxscript::kScenario, qxscript::kSession}) == qxscript::kScenario;
+}
+
+// The letters and digits of a word, in lower case.
+std::string Letters(const std::string& word) {
+    std::string letters;
+    for (const char byte : word) {
+        if (byte >= 'A' && byte <= 'Z') letters += static_cast<char>(byte - 'A' + 'a');
+        if ((byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9')) letters += byte;
+    }
+    return letters;
 }
 
 }  // namespace
@@ -85,9 +93,15 @@ const ScriptAttribute& MethodName(const ScriptElement& method) {
     return method.attributes[qxscript::kMethodName];
 }
 
+std::string WithoutPackage(const std::string& method) {
+    const std::size_t dot = method.rfind('.');
+    return dot == std::string::npos ? std::string() : method.substr(dot + 1);
+}
+
 std::string Meant(const std::string& word, const std::vector<std::string>& known) {
+    const std::string letters = Letters(word);
     const auto same = std::find_if(known.begin(), known.end(), [&](const std::string& candidate) {
-        return strcasecmp(candidate.c_str(), word.c_str()) == 0;
+        return !letters.empty() && Letters(candidate) == letters;
     });
     return same == known.end() ? Suggestion(word, known) : *same;
 }

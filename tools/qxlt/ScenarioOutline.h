@@ -64,7 +64,11 @@ bool IsAction(const ScriptElement& element);
 // The name of the method that calls are matched with. Requires: it has an attribute.
 const ScriptAttribute& MethodName(const ScriptElement& method);
 
-// The word that was most likely meant: the same but for its case, or near; empty when none is.
+// What stands behind the last dot of a method's name; empty when there is none.
+std::string WithoutPackage(const std::string& method);
+
+// The word that was most likely meant: the same but for its case and for what is no letter or digit, or near; empty
+// when none is.
 std::string Meant(const std::string& word, const std::vector<std::string>& known);
 
 }  // namespace qxlt

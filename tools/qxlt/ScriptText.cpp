@@ -12,6 +12,7 @@
 
 #include "Common.h"
 #include "QxXMLDefaults.h"
+#include "RawMarkup.h"
 #include "TagScanner.h"
 
 namespace qxlt {
@@ -71,7 +72,7 @@ public:
         const XML_Status status = XML_Parse(m_parser.get(), m_text.data(), static_cast<int>(m_text.size()), XML_TRUE);
         if (m_error != nullptr) std::rethrow_exception(m_error);
         if (status != XML_STATUS_OK && !m_script.m_defect) {
-            m_script.m_defect = ScriptDefect{Here(), XML_ErrorString(XML_GetErrorCode(m_parser.get()))};
+            m_script.m_defect = WhatIsWrong(XML_GetErrorCode(m_parser.get()));
         }
     }
 
@@ -98,11 +99,22 @@ private:
     void Guard(const Step& step) {
         try {
             step(*this);
+            m_read = std::max(m_read, Offset() + static_cast<std::size_t>(XML_GetCurrentByteCount(m_parser.get())));
         } catch (...) {
             m_error = std::current_exception();
             XML_StopParser(m_parser.get(), XML_FALSE);
         }
     }
+
+    ScriptDefect WhatIsWrong(XML_Error error) const {
+        if (error == XML_ERROR_INVALID_TOKEN || error == XML_ERROR_UNDEFINED_ENTITY) {
+            const std::optional<RawMarkup> raw = FindRawMarkup(m_text, m_read, Offset(), m_encoding);
+            if (raw) return {raw->place, std::string("an attribute holds a raw ") + raw->byte, raw->instead};
+        }
+        return {Here(), XML_ErrorString(error), std::string()};
+    }
+
+    std::size_t Offset() const { return static_cast<std::size_t>(XML_GetCurrentByteIndex(m_parser.get())); }
 
     TextPlace Here() const {
         return {XML_GetCurrentLineNumber(m_parser.get()), XML_GetCurrentColumnNumber(m_parser.get()) + 1};
@@ -110,7 +122,8 @@ private:
 
     void Start(const char* name, const char** attributes) {
         if (!m_defaults.Take(m_parser.get(), attributes)) {
-            m_script.m_defect = ScriptDefect{Here(), "the document type gives elements too many attributes"};
+            m_script.m_defect =
+                ScriptDefect{Here(), "the document type gives elements too many attributes", std::string()};
             XML_StopParser(m_parser.get(), XML_FALSE);
             return;
         }
@@ -133,7 +146,7 @@ private:
     // An attribute that stands nowhere in the tag, but in a document type, has the place of the element. Those of the
     // tag come first, in their order.
     void Locate(ScriptElement& element) const {
-        const auto offset = static_cast<std::size_t>(XML_GetCurrentByteIndex(m_parser.get()));
+        const std::size_t offset = Offset();
         auto attribute = element.attributes.begin();
         for (const AttributePlace& found : ScanTag(m_text, offset, element.place, element.name, m_encoding)) {
             if (attribute == element.attributes.end()) return;
@@ -162,6 +175,7 @@ private:
     std::exception_ptr m_error;
     TextEncoding m_encoding = TextEncoding::Utf8;
     std::vector<ScriptElement*> m_open;
+    std::size_t m_read = 0;  // bytes that are known to be well-formed
 };
 
 ScriptText::ScriptText(const std::string& file) : ScriptText(file, ReadFile(file)) {}

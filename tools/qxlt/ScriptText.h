@@ -47,6 +47,7 @@ struct ScriptElement {
 struct ScriptDefect {
     TextPlace place;
     std::string text;
+    std::string instead;  // the attribute as it must be written, when it holds a raw & or <
 };
 
 // A comment "qxlt:ignore ID...": silences the checks that it names in the element that begins on the line after it.

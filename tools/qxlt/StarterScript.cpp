@@ -6,7 +6,9 @@
 #include <vector>
 
 #include "CallView.h"
+#include "CommandName.h"
 #include "Findings.h"
+#include "ScenarioOutline.h"
 #include "Text.h"
 #include "Xml.h"
 
@@ -14,7 +16,6 @@ namespace qxlt {
 
 namespace {
 
-constexpr std::size_t kCommandName = 15;  // bytes of a process's name that are matched
 constexpr std::size_t kShownExample = 60;
 
 // Two hyphens in a row may not stand in a comment. A few characters may stand nowhere: there is no comment then.
@@ -82,7 +83,7 @@ void StarterScript::Add(const Action& action) {
         m_text += Comment("    ", location.packageName + "." + location.callerName + " in " + location.srcCodeFileRaw +
                                       ", " + Counted(site->calls, "call"));
     }
-    m_text += "    <method " + Written("name", action.method) + "/>\n";
+    AddMethod(action.method);
     const std::size_t before = m_text.size();
     for (const char* const tag : {"IN", "OUT", "RET"}) AddEvents(action, tag);
     if (m_text.size() == before) {
@@ -90,6 +91,18 @@ void StarterScript::Add(const Action& action) {
                   " tag=\"NONE\" watch=\"ALWAYS\"/>\n";
     }
     m_text += "  </action>\n";
+}
+
+// What was recorded needs no check's doubts about it.
+void StarterScript::AddMethod(const std::string& method) {
+    std::string ignored;
+    if (!WithoutPackage(method).empty()) ignored += std::string(" ") + CheckOf(CheckId::MethodWithPackage).code;
+    if (!m_methods.insert(method).second) {
+        m_text += Comment("    ", "the calls of all processes reach each of the actions with this method");
+        ignored += std::string(" ") + CheckOf(CheckId::SeveralProcesses).code;
+    }
+    if (!ignored.empty()) m_text += Comment("    ", "qxlt:ignore" + ignored);
+    m_text += "    <method " + Written("name", method) + "/>\n";
 }
 
 // An event for each value that the example of a call site holds.

@@ -20,11 +20,13 @@ private:
     struct Action;
 
     void Add(const Action& action);
+    void AddMethod(const std::string& method);
     void AddEvents(const Action& action, const std::string& tag);
     std::string UniqueName(const std::string& wanted);
 
     const Recording& m_recording;
-    std::set<std::string> m_names;  // of actions and events so far
+    std::set<std::string> m_names;    // of actions and events so far
+    std::set<std::string> m_methods;  // so far
     std::string m_text;
 };
 

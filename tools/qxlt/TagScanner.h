@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ScriptText.h"
+#include "TextWalker.h"
 
 namespace qxlt {
 
@@ -14,9 +15,6 @@ struct AttributePlace {
     TextPlace place;
     TextPlace valuePlace;
 };
-
-// What a character of the text is made of.
-enum class TextEncoding { Utf8, SingleByte, Other };
 
 // The attributes of the tag that begins at `offset` of the text, whose place is `start`. Empty when no such tag stands
 // there, as with one that comes out of an entity, or when the encoding is another one. Requires: the parser has taken

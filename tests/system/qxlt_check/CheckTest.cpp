@@ -10,6 +10,7 @@
 
 #include "CheckTable.h"
 #include "Child.h"
+#include "DumpWriter.h"
 #include "RecordedSample.h"
 #include "Workplace.h"
 
@@ -90,6 +91,30 @@ TEST_P(SampleOf, FiresItsCheckAndNoOther) {
                                                      EndsWith(" [" + code + "]"))));
 }
 
+// The same as JSON, a key for each part of the line.
+TEST_P(SampleOf, IsTheSameAsJson) {
+    const std::string code = GetParam().code;
+    const Workplace place;
+    std::vector<std::string> arguments = {"check", code + ".xml", "--format", "json"};
+    if (code >= "QX080") arguments.insert(arguments.end(), {"--against", place.Write("dump", RecordedDump())});
+    const ToolResult result = RunIn(kSamples, arguments);
+    std::string text;
+    for (const std::string& line : Lines(result.output)) {
+        const nlohmann::json finding = nlohmann::json::parse(line);
+        const auto word = [&finding](const char* key) { return finding.at(key).get<std::string>(); };
+        text += word("file") + ":" + finding.at("line").dump() + ":" + finding.at("column").dump() + ": ";
+        if (finding.contains("calls")) {
+            const std::string calls = finding.at("calls").dump();
+            text += "note: " + calls + (calls == "1" ? " call of " : " calls of ") + word("method") + " recorded\n";
+            continue;
+        }
+        text += word("severity") + ": " + word("text");
+        if (!word("instead").empty()) text += "; did you mean " + word("instead");
+        text += " [" + word("id") + "]\n";
+    }
+    EXPECT_EQ(text, ReadAll(kSamples + "/" + code + ".txt"));
+}
+
 INSTANTIATE_TEST_SUITE_P(Checks, SampleOf, testing::ValuesIn(AllChecks()),
                          [](const testing::TestParamInfo<Check>& sample) { return std::string(sample.param.code); });
 
@@ -160,13 +185,227 @@ TEST(CheckTest, FindsEachFormOfAMistake) {
         {"tag=\"NONE\" keyword=\"NONE\"", {}},
         {"keyword=\"on\"", {"QX036"}},
         {in + "type=\"STRING\" filter=\"id\" datakey=\"id=&amp;\"", {}},
+        // No type: one finding for each event, that of the check which knows most.
+        {in, {"QX037"}},
+        {"tag=\"RET\" value=\"0\" watch=\"ALWAYS\"", {"QX037"}},
+        {in + "keyword=\"on\"", {"QX036"}},
+        {in + "keyword=\"NONE\"", {"QX037"}},
+        {in + "filter=\"id\" datakey=\"id&amp;\"", {"QX036"}},
+        {in + "watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"1\"", {"QX043"}},
+        {in + "watch=\"CHANGED\" condition=\"==\" conditionValue=\"1\"", {"QX037", "QX053"}},
+        {"tag=\"NONE\" watch=\"CHANGED\"", {}},
+        // The right part of a datakey inside the left one.
+        {in + "type=\"STRING\" filter=\"id\" datakey=\"id=&amp;=\"", {"QX038"}},
+        {in + "type=\"STRING\" filter=\"id\" datakey=\"id&amp;id\"", {"QX038"}},
+        {in + "type=\"STRING\" filter=\"id\" datakey=\"id=&amp;;\"", {}},
+        {in + "type=\"STRING\" filter=\"id\" datakey=\"ab&amp;bc\"", {}},
+        {in + "type=\"STRING\" datakey=\"id=&amp;=\"", {"QX031"}},
+        // Lists with commas.
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"!=\" conditionValue=\"1, 2,3\"", {"QX054"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"1,2&amp;3\" "
+              "conditionType=\"OR\"",
+         {"QX054"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"1,2&amp;3\"", {"QX049"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"1,b\"", {"QX029"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"a,1\"", {"QX044"}},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"&gt;\" conditionValue=\"1,2\"", {"QX029"}},
+        {in + "type=\"STRING\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"on,off\"", {"QX054"}},
+        {in + "type=\"STRING\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"Stop, now\"", {}},
+        {in + "type=\"STRING\" watch=\"CONDITIONAL\" condition=\"==\" conditionValue=\"on, off\" "
+              "conditionType=\"OR\"",
+         {"QX054"}},
+        {in + "type=\"STRING\" watch=\"CHANGED\" conditionValue=\"on,off\"", {"QX053"}},
     };
     for (const auto& [attributes, codes] : rows) EXPECT_EQ(Codes(Event(attributes)), codes) << attributes;
 }
 
+// What is to be written instead, where there is a choice.
+TEST(CheckTest, SaysWhatToWrite) {
+    const std::string in = "tag=\"IN\" value=\"0\" ";
+    const std::string equal = in + "type=\"STRING\" watch=\"CONDITIONAL\" condition=\"==\" ";
+    const std::pair<std::string, const char*> rows[] = {
+        {in + "type=\"INT\" watch=\"DCONDITIONAL\"", "did you mean D-CONDITIONAL [QX023]"},
+        {in + "type=\"INT\" watch=\"d_conditional\"", "did you mean D-CONDITIONAL [QX023]"},
+        {in + "type=\"INT\" watch=\"CONDITONAL\"", "did you mean CONDITIONAL [QX023]"},
+        {in + "type=\"INT\" watch=\"changed\"", "did you mean CHANGED [QX023]"},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"=\" conditionValue=\"1\"", "did you mean == [QX024]"},
+        {equal + "conditionValue=\"on,off\"",
+         "did you mean conditionValue=\"on&amp;off\" conditionType=\"OR\" [QX054]"},
+        {equal + "conditionValue=\"on, off\" conditionType=\"OR\"",
+         "did you mean conditionValue=\"on&amp;off\" [QX054]"},
+        {in + "type=\"INT\" watch=\"CONDITIONAL\" condition=\"!=\" conditionValue=\"1,2\"",
+         "did you mean conditionValue=\"1&amp;2\" conditionType=\"AND\" [QX054]"},
+        {in + "type=\"STRING\" filter=\"a\" datakey=\"a;b;c&amp;;\"", "did you mean datakey=\"c&amp;;\" [QX038]"},
+        {in + "type=\"STRING\" filter=\"a\" datakey=\"a;&amp;;\"", "end of the value [QX038]"},
+    };
+    for (const auto& [attributes, ending] : rows) {
+        const Workplace place;
+        place.Write("a.xml", Event(attributes));
+        EXPECT_THAT(Lines(RunIn(place.Path(), {"check", "a.xml"}).output), ElementsAre(EndsWith(ending))) << attributes;
+    }
+}
+
+// One finding, at the character that must not stand there, with the whole attribute as it must.
+TEST(CheckTest, TellsARawCharacterInAnAttribute) {
+    struct Row {
+        const char* event;  // from column 1 of line 4 on
+        const char* finding;
+    };
+    const Row rows[] = {
+        {"<event name=\"E\" condition=\"<\" conditionValue=\"1\"/>", "4:28 QX007 condition=\"&lt;\""},
+        {"<event name=\"E\" conditionValue=\"a&b\"/>", "4:34 QX007 conditionValue=\"a&amp;b\""},
+        {"<event name=\"E\" conditionValue=\"a&amp;b&c&#38;&#x26;d<\"/>",
+         "4:40 QX007 conditionValue=\"a&amp;b&amp;c&#38;&#x26;d&lt;\""},
+        {"<event name=\"E\" conditionValue='\"a\" & b'/>", "4:37 QX007 conditionValue='\"a\" &amp; b'"},
+        {"<event name=\"E\" conditionValue=\"a&b;c\"/>", "4:34 QX007 conditionValue=\"a&amp;b;c\""},
+        {"<event name=\"E\" datakey=\"a&&b\"/>", "4:27 QX007 datakey=\"a&amp;&amp;b\""},
+        {"<event name=\"E\" datakey=\"a&\"/>", "4:27 QX007 datakey=\"a&amp;\""},
+        {"<event name=\"\xC3\xA4\" datakey=\"\xC3\xA4&\"/>", "4:27 QX007 datakey=\"\xC3\xA4&amp;\""},
+        {"<!-- < & --> <event name=\"E\" datakey = \"a&\"/>", "4:42 QX007 datakey=\"a&amp;\""},
+        {"<?a <&?><![CDATA[<&]]><event datakey=\"a&\"/>", "4:40 QX007 datakey=\"a&amp;\""},
+        // A quote that is missing, and what stands in no value, are other mistakes.
+        {"<event name=\"E/><event name=\"F\"/>", "4:17 QX001 "},
+        {"<event name=\"E\" datakey=\"a/>\n<event name=\"F\"/>", "5:1 QX001 "},
+        {"<event name=\"E\" & b=\"c\"/>", "4:17 QX001 "},
+        {"<event name=\"E\" <b=\"c\"/>", "4:17 QX001 "},
+        {"<event name=\"E\" a=\"&#0;\"/>", "4:20 QX001 "},
+        {"<event name=\"E\"/>a & b", "4:21 QX001 "},
+        {"&unknown;", "4:1 QX001 "},
+        {"<event name=\"E\" datakey=\"a&", "4:28 QX001 "},
+    };
+    for (const Row& row : rows) {
+        const Workplace place;
+        place.Write("a.xml", VolumeScript(row.event));
+        const ToolResult result = RunIn(place.Path(), {"check", "a.xml", "--format", "json"});
+        EXPECT_EQ(result.status, 1);
+        ASSERT_FALSE(Lines(result.output).empty()) << row.event;
+        const nlohmann::json finding = nlohmann::json::parse(Lines(result.output).back());
+        EXPECT_EQ(finding.at("line").dump() + ":" + finding.at("column").dump() + " " +
+                      finding.at("id").get<std::string>() + " " + finding.at("instead").get<std::string>(),
+                  row.finding)
+            << row.event;
+    }
+}
+
+// The other commands refuse such a script with the same words.
+TEST(CheckTest, ARawCharacterIsToldWhereAScriptIsRun) {
+    const Workplace place;
+    place.Write("a.xml", Event("tag=\"IN\" value=\"0\" type=\"INT\" condition=\"<\""));
+    const ToolResult result =
+        RunIn(place.Path(), {"replay", "-s", "a.xml", "-p", "m", place.Write("dump", VolumeDump({1}))});
+    EXPECT_THAT(result.error, HasSubstr("a.xml:4:58: not well-formed, an attribute holds a raw <; "
+                                        "write condition=\"&lt;\", qxlt check a.xml finds more"));
+}
+
+// What a document type declares may stand in an attribute; which entities there are is not told apart.
+TEST(CheckTest, LooksForNoRawCharacterBesideDeclaredEntities) {
+    EXPECT_THAT(Codes("<!DOCTYPE Scenario [<!ENTITY e 'x'>]>\n<Scenario><a b=\"&e;<\"/></Scenario>"),
+                ElementsAre("QX001"));
+}
+
+// Of what a text says before it breaks off only what stays true is told.
+TEST(CheckTest, SaysNothingOfWhatMayComeAfterADefect) {
+    EXPECT_THAT(Codes("<Scenario><action name=\"a\"><event name=\"E\" datakey=\"&\"/>"), ElementsAre("QX007"));
+    EXPECT_THAT(Codes("<Scenario><action name=\"a\"/><action name=\"b\"><event a=\"&\"/>"),
+                ElementsAre("QX010", "QX011", "QX007"));
+}
+
+TEST(CheckTest, OneActionWithAProcessIsEnough) {
+    const auto script = [](const char* first, const char* second) {
+        const std::string content = "><method name=\"M\"/><event name=\"E\" tag=\"NONE\"/></action>";
+        const std::string other = "><method name=\"N\"/><event name=\"F\" tag=\"NONE\"/></action>";
+        return std::string("<Scenario>\n<action name=\"a\"") + first + content + "\n<action name=\"b\"" + second +
+               other + "</Scenario>";
+    };
+    EXPECT_THAT(FindingsIn(script("", "")), ElementsAre("1:1 QX008"));
+    EXPECT_THAT(FindingsIn(script("", " process=\"p\"")), IsEmpty());
+    EXPECT_THAT(FindingsIn("<Scenario/>"), IsEmpty());
+    const Workplace place;
+    place.Write("a.xml", script("", ""));
+    place.Write("b.xml", VolumeScript(kEveryVolume));
+    EXPECT_EQ(RunIn(place.Path(), {"check", "a.xml", "b.xml"}).output, "");
+}
+
+// Names of processes are the same when their first 15 bytes are.
+TEST(CheckTest, TellsMethodsThatAreWatchedForSeveralProcesses) {
+    const auto codes = [](const std::string& first, const std::string& second, const std::string& name) {
+        const auto watch = [](const std::string& process, const std::string& action, const std::string& event) {
+            return "<action name=\"" + action + "\" process=\"" + process + "\"><method name=\"M\"/><event name=\"" +
+                   event + "\" tag=\"NONE\"/></action>";
+        };
+        return Codes("<Scenario>" + watch(first, "a", "E") + watch(second, name, "F") + "</Scenario>");
+    };
+    EXPECT_THAT(codes("p", "q", "b"), ElementsAre("QX062"));
+    EXPECT_THAT(codes("p", "p", "b"), IsEmpty());
+    EXPECT_THAT(codes("p", "q", "a"), ElementsAre("QX018"));
+    EXPECT_THAT(codes("long-name-of-15-a", "long-name-of-15-b", "b"), ElementsAre("QX013", "QX013"));
+}
+
+TEST(CheckTest, KnowsPackagesFromARecording) {
+    const Workplace place;
+    place.Write("dump", RecordedDump());
+    struct Row {
+        const char* method;
+        const char* finding;
+    };
+    const Row rows[] = {
+        {"audio.SetVolume",
+         "\"audio.SetVolume\" has the package in front, and calls are matched by the bare name; did "
+         "you mean name=\"SetVolume\" [QX019]"},
+        {"radio.SetVolume", "no method \"radio.SetVolume\" is recorded; did you mean SetVolume [QX080]"},
+        {".Move", "did you mean name=\"Move\" [QX019]"},
+        {"Set.Volume", "no method \"Set.Volume\" is recorded; did you mean SetVolume [QX080]"},
+    };
+    for (const Row& row : rows) {
+        place.Write("a.xml", std::string("<Scenario><action name=\"a\" process=\"media-server\"><method name=\"") +
+                                 row.method + "\"/><event name=\"E\" tag=\"NONE\"/></action></Scenario>");
+        const std::vector<std::string> lines =
+            Lines(RunIn(place.Path(), {"check", "a.xml", "--against", "dump"}).output);
+        EXPECT_THAT(lines, ElementsAre(EndsWith(row.finding), HasSubstr("note: 0 calls"))) << row.method;
+    }
+    // A method that has a dot in its name is one.
+    using namespace dump;
+    place.Write("dotted", Persistent({Item(kHeader, Header(412, "media-server")),
+                                      Item(kLocation, Location(3).Name("a.b", "p"))}));
+    place.Write("a.xml",
+                "<Scenario><action name=\"a\" process=\"media-server\"><method name=\"a.b\"/>"
+                "<event name=\"E\" tag=\"NONE\"/></action></Scenario>");
+    EXPECT_THAT(Lines(RunIn(place.Path(), {"check", "a.xml", "--against", "dotted"}).output),
+                ElementsAre(HasSubstr("note: 0 calls of a.b recorded")));
+    EXPECT_THAT(Lines(RunIn(place.Path(), {"check", "a.xml"}).output), ElementsAre(EndsWith("[QX019]")));
+    place.Write("a.xml",
+                "<Scenario><action name=\"a\" process=\"media-server\"><method id=\"p.a.b\"/>"
+                "<event name=\"E\" tag=\"NONE\"/></action></Scenario>");
+    EXPECT_THAT(RunIn(place.Path(), {"check", "a.xml", "--against", "dotted"}).output,
+                HasSubstr("did you mean id=\"a.b\" [QX019]"));
+}
+
+TEST(CheckTest, KnowsTheProcessesOfARecording) {
+    const Workplace place;
+    place.Write("capture/capture.json",
+                R"({"version":1,"processes":{"media-server":412,"a-long-name-of-a-process":7}})");
+    place.Write("capture/000001/media-server.qxdump", RecordedDump());
+    place.Write("nameless", VolumeDump({1}));
+    const auto codes = [&place](const std::string& process, const std::string& input) {
+        place.Write("a.xml", VolumeScript(kEveryVolume, process));
+        std::vector<std::string> endings;
+        for (const std::string& line : Lines(RunIn(place.Path(), {"check", "a.xml", "--against", input}).output)) {
+            if (line.find("note: ") == std::string::npos) endings.push_back(line.substr(line.find(": ") + 2));
+        }
+        return endings;
+    };
+    EXPECT_THAT(codes("media-server", "capture"), IsEmpty());
+    EXPECT_THAT(codes("a-long-name-of-", "capture"), IsEmpty());
+    EXPECT_THAT(codes("Media_Server", "capture"),
+                ElementsAre("warning: no process \"Media_Server\" is recorded; did you mean media-server [QX084]"));
+    EXPECT_THAT(codes("nothing-like-it", "capture"),
+                ElementsAre("warning: no process \"nothing-like-it\" is recorded [QX084]"));
+    EXPECT_THAT(codes("anything", "nameless"), IsEmpty());
+}
+
 TEST(CheckTest, LooksAtEveryElement) {
     EXPECT_THAT(FindingsIn("<Scenario a=\"1\" xmlns:x=\"urn:x\" x:b=\"2\" xmlns=\"urn:y\">\n"
-                           "<action name=\"a\" b=\"2\">\n"
+                           "<action name=\"a\" b=\"2\" process=\"p\">\n"
                            "<method name=\"M\" package=\"p\" process=\"q\"><arg/></method>\n"
                            "<event name=\"E\" process=\"p\"><method name=\"N\"/></event>\n"
                            "<group><event name=\"F\"/></group>\n"
@@ -176,8 +415,10 @@ TEST(CheckTest, LooksAtEveryElement) {
 }
 
 TEST(CheckTest, TakesAFirstAttributeOfAnyNameForTheMethod) {
-    EXPECT_THAT(FindingsIn("<Scenario><action name=\"a\"><method id=\"M\"/><event name=\"E\"/></action></Scenario>"),
-                IsEmpty());
+    EXPECT_THAT(
+        FindingsIn(
+            "<Scenario><action name=\"a\" process=\"p\"><method id=\"M\"/><event name=\"E\"/></action></Scenario>"),
+        IsEmpty());
 }
 
 TEST(CheckTest, LeavesOtherKindsOfScriptsAlone) {
@@ -186,23 +427,25 @@ TEST(CheckTest, LeavesOtherKindsOfScriptsAlone) {
 }
 
 TEST(CheckTest, FindsPlacesInAnyLayout) {
-    EXPECT_THAT(FindingsIn("<Scenario>\r\n<action name=\"a\"><method name=\"M\"/>\r\n"
+    EXPECT_THAT(FindingsIn("<Scenario>\r\n<action name=\"a\" process=\"p\"><method name=\"M\"/>\r\n"
                            "<event\r\n\tname = 'E'\r\n\ttag=\n\"ARG\"\r\n\twatch\t=\"ALWAYS\"/></action></Scenario>"),
                 ElementsAre("6:2 QX021"));
-    EXPECT_THAT(FindingsIn("<Scenario><action name=\"\xC3\xA4\xE2\x82\xAC\"><method name=\"M\"/>"
+    EXPECT_THAT(FindingsIn("<Scenario><action process=\"p\" name=\"\xC3\xA4\xE2\x82\xAC\"><method name=\"M\"/>"
                            "<event name=\"\xF0\x9F\x94\x8A\" tag=\"ARG\"/></action></Scenario>"),
-                ElementsAre("1:68 QX021"));
-    EXPECT_THAT(FindingsIn("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n"
-                           "<Scenario><action name=\"\xE4\xF6\"><method name=\"M\"/><event name=\"\xFC\" tag=\"ARG\"/>"
-                           "</action></Scenario>"),
-                ElementsAre("2:68 QX021"));
+                ElementsAre("1:80 QX021"));
+    EXPECT_THAT(
+        FindingsIn(
+            "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>\n"
+            "<Scenario><action process=\"p\" name=\"\xE4\xF6\"><method name=\"M\"/><event name=\"\xFC\" tag=\"ARG\"/>"
+            "</action></Scenario>"),
+        ElementsAre("2:80 QX021"));
 }
 
 // What comes out of an entity or a document type stands nowhere itself.
 TEST(CheckTest, FindsThePlaceThatAnEntityIsUsedIn) {
     EXPECT_THAT(FindingsIn("<!DOCTYPE Scenario [<!ENTITY e '<event name=\"E\" tag=\"ARG\"/>'>\n"
                            "<!ATTLIST event watch CDATA \"OFTEN\">]>\n"
-                           "<Scenario><action name=\"a\"><method name=\"M\"/>\n"
+                           "<Scenario><action name=\"a\" process=\"p\"><method name=\"M\"/>\n"
                            "&e;</action></Scenario>"),
                 ElementsAre("4:1 QX021", "4:1 QX023"));
 }
@@ -285,7 +528,8 @@ TEST(CheckTest, SeveralScriptsCountAsOne) {
 // What the first script's top element says goes for all: `run` hangs their actions below it.
 TEST(CheckTest, TheFirstTopElementDecides) {
     const Workplace place;
-    const std::string mistake = "<action name=\"a\"><method name=\"M\"/><event name=\"E\" tag=\"ARG\"/></action>";
+    const std::string mistake =
+        "<action name=\"a\" process=\"p\"><method name=\"M\"/><event name=\"E\" tag=\"ARG\"/></action>";
     place.Write("good.xml", VolumeScript(kEveryVolume));
     for (const char* const top : {"session", "Scenario", "other"}) {
         place.Write("b.xml", std::string("<") + top + ">\n" + mistake + "</" + top + ">");
@@ -303,10 +547,11 @@ TEST(CheckTest, TheFirstTopElementDecides) {
 
 // Below the top element a method is an action like any other, whose name the next one takes.
 TEST(CheckTest, KnowsThatAMethodBelowTheTopIsAnAction) {
-    EXPECT_THAT(FindingsIn("<Scenario>\n<action name=\"a\"><method name=\"M\"/><event name=\"E\"/></action>\n"
-                           "<method name=\"b\"/>\n"
-                           "<action><method name=\"M\"/><event name=\"F\"/></action>\n</Scenario>"),
-                ElementsAre("3:1 QX004", "4:1 QX012"));
+    EXPECT_THAT(
+        FindingsIn("<Scenario>\n<action name=\"a\" process=\"p\"><method name=\"M\"/><event name=\"E\"/></action>\n"
+                   "<method name=\"b\"/>\n"
+                   "<action><method name=\"M\"/><event name=\"F\"/></action>\n</Scenario>"),
+        ElementsAre("3:1 QX004", "4:1 QX012"));
     const Workplace place;
     place.Write(
         "a.xml",
@@ -372,8 +617,8 @@ TEST(CheckTest, KnowsWhatIsRecordedOfEachArgument) {
         {"setvolume", "tag=\"NONE\"", "no method \"setvolume\" is recorded; did you mean SetVolume [QX080]"},
     };
     for (const Row& row : rows) {
-        place.Write("a.xml", std::string("<Scenario><action name=\"a\"><method name=\"") + row.method +
-                                 "\"/><event name=\"E\" " + row.attributes + "/></action></Scenario>");
+        place.Write("a.xml", std::string("<Scenario><action name=\"a\" process=\"media-server\"><method name=\"") +
+                                 row.method + "\"/><event name=\"E\" " + row.attributes + "/></action></Scenario>");
         const std::vector<std::string> lines =
             Lines(RunIn(place.Path(), {"check", "a.xml", "--against", "dump"}).output);
         ASSERT_EQ(lines.size(), row.finding[0] == '\0' ? 1u : 2u) << row.method << " " << row.attributes;

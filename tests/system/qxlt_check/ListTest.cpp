@@ -231,6 +231,23 @@ TEST(ListTest, MakesAUsableScriptOfACapture) {
     ExpectUsableScript(place, "capture", {});
 }
 
+// One method in two processes, and one that has a dot in its name: a check would doubt either.
+TEST(ListTest, MakesAUsableScriptOfWhatChecksDoubt) {
+    using namespace dump;
+    const Workplace place;
+    const auto recorded = [](unsigned pid, const Bytes& process) {
+        return Persistent({Item(kHeader, Header(pid, process)), Item(kLocation, Location(3).Name("a.b"))}) +
+               Thread(3, StreamItem(kBefore, Before(1, 3)) + StreamItem(kAfter, After(1)));
+    };
+    place.Write("capture/capture.json", R"({"version":1,"processes":{"one":1,"two":2}})");
+    for (const char* const cycle : {"1", "2"}) {
+        place.Write(std::string("capture/00000") + cycle + "/one.qxdump", recorded(1, "one"));
+        place.Write(std::string("capture/00000") + cycle + "/two.qxdump", recorded(2, "two"));
+    }
+    ExpectUsableScript(place, "capture", {});
+    EXPECT_THAT(EventsIn(place.Read("starter.xml")), ElementsAre("a.b_CALLED", "a.b_CALLED_2"));
+}
+
 // Names that need care in XML, in comments and as processes; one that no XML can hold is left out.
 TEST(ListTest, MakesAUsableScriptOfAnyNames) {
     using namespace dump;

@@ -1,0 +1,40 @@
+#include <algorithm>
+
+#include "Checks.h"
+#include "EventWords.h"
+
+namespace qxlt {
+
+namespace {
+
+// As it is written with ampersands; what is blank behind a comma goes.
+std::string WithAmpersands(const std::string& text) {
+    std::string joined;
+    for (std::size_t at = 0; at < text.size();) {
+        const bool isComma = text[at] == ',';
+        joined += isComma ? '&' : text[at];
+        ++at;
+        if (isComma) at = std::min(text.find_first_not_of(' ', at), text.size());
+    }
+    return joined;
+}
+
+}  // namespace
+
+void CheckLists(const ScenarioOutline& outline, Findings& findings) {
+    for (const ScenarioAction& action : outline.Actions()) {
+        for (const ScriptElement* const element : action.events) {
+            const EventWords event(*element);
+            if (!event.HasCommaList()) continue;
+            const bool isAny = event.Words().Condition() == qxscript::Condition::Equal;
+            std::string instead = Written("conditionValue", WithAmpersands(event["conditionValue"]));
+            if (!event.Has("conditionType")) {
+                instead += " " + Written("conditionType", isAny ? "OR" : "AND");
+            }
+            findings.Add(CheckId::CommaList, *element, ValuePlace(*element, "conditionValue"),
+                         "the comma does not separate, it is part of the value", instead);
+        }
+    }
+}
+
+}  // namespace qxlt

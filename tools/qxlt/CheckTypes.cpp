@@ -1,0 +1,29 @@
+#include "Checks.h"
+#include "EventWords.h"
+
+namespace qxlt {
+
+namespace {
+
+// Whether a finding of another check says that the type is missing: an operator needs it, or a keyword or filter meets
+// nothing but the word NONE.
+bool IsSpokenOf(const EventWords& event) {
+    const bool needsType = event.ComparesEach() || event.ComparesOrder() || event.IsRange();
+    return (event.IsConditional() && needsType) || event.IsHeldBack(qxscript::kNoValue);
+}
+
+}  // namespace
+
+void CheckTypes(const ScenarioOutline& outline, Findings& findings) {
+    for (const ScenarioAction& action : outline.Actions()) {
+        for (const ScriptElement* const element : action.events) {
+            const EventWords event(*element);
+            if (!event.HasSource() || event.Has("type") || IsSpokenOf(event)) continue;
+            findings.Add(CheckId::MissingType, *element, element->place,
+                         "type is missing, so that the value is the word NONE whatever was passed",
+                         Written("type", "INT") + " or " + Written("type", "STRING"));
+        }
+    }
+}
+
+}  // namespace qxlt
