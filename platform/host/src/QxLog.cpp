@@ -33,6 +33,13 @@ std::size_t Written(int result, std::size_t room) {
     return std::min(static_cast<std::size_t>(result), room - 1);
 }
 
+// A control character from U+0080 to U+009F takes two bytes; U+009B begins what ESC [ begins.
+bool IsLateControl(const char* text, std::size_t size) {
+    if (size < 2 || text[0] != '\xC2') return false;
+    const auto second = static_cast<unsigned char>(text[1]);
+    return second >= 0x80 && second < 0xA0;
+}
+
 // Messages carry names that other processes chose: a line break in one would forge a line, an escape byte would reach
 // the terminal.
 std::size_t CleanLine(char* text, std::size_t size) {
@@ -43,6 +50,8 @@ std::size_t CleanLine(char* text, std::size_t size) {
             *c = ' ';
         else if (byte < 0x20 || byte == 0x7F)
             *c = '?';
+        else if (IsLateControl(c, static_cast<std::size_t>(text + size - c)))
+            c[0] = c[1] = '?';
     }
     return size;
 }

@@ -39,8 +39,8 @@ TEST_F(QxLogTest, WritesALineWithPriorityAndTag) {
 
 TEST_F(QxLogTest, KeepsOneMessageOnOneLine) {
     qxhost::QxLog log(m_path);
-    Print(log, DLOG_INFO, "a\nE TAG: forged\t\033[2Jb\x7F\n\n");
-    EXPECT_EQ(ReadFile(m_path), "I TAG: a E TAG: forged ?[2Jb?\n");
+    Print(log, DLOG_INFO, "a\nE TAG: forged\t\033[2Jb\x7F\xC2\x9B\xC2\xA9\xC2\n\n");
+    EXPECT_EQ(ReadFile(m_path), "I TAG: a E TAG: forged ?[2Jb???\xC2\xA9\xC2\n");
 }
 
 TEST_F(QxLogTest, CutsALongLine) {
