@@ -172,7 +172,8 @@ public:
     // The calls themselves, in key order. Never null, valid as long as the store.
     virtual std::map<unsigned long long, HSCall>* GetCallIMap() = 0;
 
-    // Appends a fired event with the value and the call that fired it.
+    // Appends a fired event with the value and the call that fired it. No limit of its own: it is the tracker that, in
+    // one pass, appends events of 256 MiB and 64 bytes for each byte of the dumps, and only raises those beyond.
     virtual void AppendEvent(std::string name, std::string value, HSCall call) = 0;
 
     // Stores the thread under its tid, in place of an earlier one of any process, and sets its pid (also in `thread`)
