@@ -228,6 +228,28 @@ TEST_F(RecordingFilesTest, NamesOfAnyBytesReachNoTerminal) {
     EXPECT_TRUE(Files().empty());
 }
 
+// The shell expands what it is offered: names that it would take for more than names are not.
+TEST_F(RecordingFilesTest, AreOfferedByTheCompletion) {
+    fs::create_directory(m_place.At("rec"));
+    ASSERT_EQ(chmod(m_place.At("rec").c_str(), 0700), 0);
+    m_place.Write("rec/plain.7.1.qxrec", "x");
+    m_place.Write("rec/%24%28touch%20was-run%29.7.1.qxrec", "x");
+    const auto completions = [this](const std::string& words) {
+        Child::Setup setup = Setup();
+        setup.command = {"/bin/bash", "-c",
+                         ". " QXLT_SOURCE_DIR "/tools/qxlt/qxlt.bash; COMP_WORDS=(qxlt " + words +
+                             " ''); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _qxlt " QXLT_PROGRAM
+                             "; printf '%s\\n' \"${COMPREPLY[@]}\""};
+        Child bash(setup);
+        EXPECT_EQ(bash.Finish(), 0) << bash.Error();
+        return Lines(bash.Output());
+    };
+    for (const char* words : {"list --recording", "decode --recording", "replay --recording", "clean"}) {
+        EXPECT_THAT(completions(words), testing::ElementsAre("plain[7]")) << words;
+    }
+    EXPECT_FALSE(fs::exists(m_place.At("was-run")));
+}
+
 TEST_F(RecordingFilesTest, MistakesAreTold) {
     const std::string crashed = Crashed();
     const struct {

@@ -116,7 +116,7 @@ TEST(WalkThroughTest, TellsOfEveryCommand) {
     for (const Block& block : ReadBlocks(QXLT_SOURCE_DIR "/docs/qxlt.md")) {
         if (block.kind == "sh") commands += block.text;
     }
-    for (const char* const command : {"run", "replay", "decode", "list", "check", "test"}) {
+    for (const char* const command : {"run", "replay", "decode", "list", "clean", "check", "test"}) {
         EXPECT_THAT(commands, HasSubstr(std::string("qxlt ") + command + " "));
     }
 }
