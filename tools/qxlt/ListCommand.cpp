@@ -119,7 +119,7 @@ public:
             const std::vector<const RecordedProcess*>& same = byId[first.pid];
             if (same.front() != &first) continue;
             for (const RecordedProcess* const process : same) PrintProcess(*process);
-            PrintRecords(first);
+            PrintRecords(first.pid);
         }
     }
 
@@ -133,24 +133,31 @@ private:
         }
     }
 
-    void PrintRecords(const RecordedProcess& process) {
+    void PrintRecords(unsigned short pid) {
         for (const RecordedThread& thread : m_recording.Threads()) {
-            if (thread.thread.pid == process.pid) PrintThread(thread, process.ids.size() > 1);
+            if (thread.thread.pid == pid) PrintThread(thread);
         }
         for (const RecordedMethod& method : m_recording.Methods()) {
-            if (method.pid == process.pid) PrintMethod(method);
+            if (method.pid == pid) PrintMethod(method);
         }
     }
 
-    // Of several processes, which one's it is.
-    void PrintThread(const RecordedThread& recorded, bool tellsProcess) {
+    // Whether processes share the id in the store, so that each thread is to say which one's it is.
+    bool AreSeveral(unsigned short pid) const {
+        const std::vector<RecordedProcess>& all = m_recording.Processes();
+        return std::any_of(all.begin(), all.end(), [pid](const RecordedProcess& process) {
+            return process.pid == pid && process.ids.size() > 1;
+        });
+    }
+
+    void PrintThread(const RecordedThread& recorded) {
         const IQxData::HSIThread& thread = recorded.thread;
         if (m_format == Format::Json) {
             m_output.Line(ThreadJson(recorded));
             return;
         }
         const std::string process =
-            tellsProcess && recorded.processId ? "  [" + std::to_string(*recorded.processId) + "]" : "";
+            recorded.processId && AreSeveral(thread.pid) ? "  [" + std::to_string(*recorded.processId) + "]" : "";
         m_output.Line("  thread " + std::to_string(thread.tid) + "  " + Printable(thread.name) + process);
     }
 

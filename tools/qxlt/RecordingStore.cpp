@@ -71,6 +71,11 @@ void RecordingStore::AppendHeader(unsigned short pid, std::string process, std::
     ++m_records;
 }
 
+void RecordingStore::AppendCurrentProcess(std::string name) {
+    m_header.reset();
+    QxData::AppendCurrentProcess(std::move(name));
+}
+
 void RecordingStore::AppendThread(HSIThread& thread) {
     QxData::AppendThread(thread);
     ++m_records;

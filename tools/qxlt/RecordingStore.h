@@ -16,6 +16,7 @@ class RecordingStore final : public QxObservedData {
 public:
     void AppendHeader(unsigned short pid, std::string process, std::string qxVersion, std::string swBuildString,
                       std::string swVersionModel, std::string extraField1, std::string extraField2) override;
+    void AppendCurrentProcess(std::string name) override;
     void AppendThread(HSIThread& thread) override;
     void AppendCallLocation(_HSCallLocation& location) override;
     void AppendCompArgDesc(std::string name, _HSCompArgDesc desc) override;
@@ -55,7 +56,7 @@ private:
     std::map<SiteKey, Site> m_sites;
     std::map<HSIThreadId, RecordedThread> m_threads;
     std::uint64_t m_records = 0;            // but for calls
-    std::optional<std::uint32_t> m_header;  // the process of the last header
+    std::optional<std::uint32_t> m_header;  // the process of the dump's last header
     std::map<unsigned short, std::vector<std::uint32_t>> m_processIds;
 };
 
