@@ -67,18 +67,19 @@ void ScenarioOutline::AddAction(const IQxData::_HSScriptPtr& element, const std:
     const bool inheritsName = qxscript::FindAttribute(element, qxscript::kActionName) == nullptr;
     ScenarioAction action{m_origins.at(&element), name, inheritsName, {}, {}};
     for (const IQxData::_HSScriptPtr* const child : element.children) {
-        if (qxscript::IsMethod(child)) action.methods.push_back(m_origins.at(child));
+        if (qxscript::IsMethod(child)) {
+            action.methods.push_back(m_origins.at(child));
+            if (!child->attributes.empty()) {
+                m_firstMethods.try_emplace({&element, qxscript::MethodNameOf(*child)}, action.methods.back());
+            }
+        }
         if (qxscript::IsEvent(child)) action.events.push_back(m_origins.at(child));
     }
     m_actions.push_back(std::move(action));
 }
 
 const ScriptElement& ScenarioOutline::Subscribed(const std::string& method, const std::string& actionName) const {
-    const std::vector<IQxData::_HSScriptPtr*>& children = m_subscriptions.at({method, actionName})->children;
-    const auto first = std::find_if(children.begin(), children.end(), [&](const IQxData::_HSScriptPtr* child) {
-        return qxscript::IsMethod(child) && !child->attributes.empty() && qxscript::MethodNameOf(*child) == method;
-    });
-    return *m_origins.at(*first);
+    return *m_firstMethods.at({m_subscriptions.at({method, actionName}), method});
 }
 
 bool IsMethodOrEvent(const ScriptElement& element) {

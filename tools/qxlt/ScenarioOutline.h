@@ -2,8 +2,10 @@
 // What is an action, a method or an event, and what is subscribed, is asked of the library.
 #pragma once
 
+#include <map>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "IQxData.h"
@@ -52,6 +54,8 @@ private:
     IQxData::_HSScriptPtr m_root;  // what the library would read of them: actions, and what stands right below them
     std::unordered_map<const IQxData::_HSScriptPtr*, const ScriptElement*> m_origins;
     QxSubscriptions m_subscriptions;  // to actions of that tree
+    // Of each action and name the first method: looking through the others for each of them would cost their square.
+    std::map<std::pair<const IQxData::_HSScriptPtr*, std::string>, const ScriptElement*> m_firstMethods;
     std::vector<ScenarioAction> m_actions;
 };
 

@@ -733,6 +733,15 @@ TEST(CheckTest, DepthIsNoMatter) {
     EXPECT_EQ(Codes(script).back(), "QX001");
 }
 
+// Minutes, if each were looked for among all others.
+TEST(CheckTest, ManyMethodsOfOneActionAreNoMatter) {
+    std::string methods;
+    for (int i = 0; i < 100000; ++i) methods += "<method name=\"M" + std::to_string(i) + "\"/>";
+    EXPECT_THAT(Codes("<Scenario><action name=\"a\" process=\"p\">" + methods + "<method name=\"M7\"/>" +
+                      "<event name=\"E\" tag=\"NONE\"/></action></Scenario>"),
+                ElementsAre("QX018"));
+}
+
 // Errors in the scenario stay errors, whoever has read of them.
 TEST(CheckTest, EndsQuietlyWhenNobodyReads) {
     const Workplace place;
