@@ -131,7 +131,7 @@ void QxData::GetCompArgDesc(_HSCompArgDesc& out, std::string name) {
 
 unsigned long long QxData::AddCall(HSCall&& call) {
     // The low digits keep calls of one time apart; a key that is taken all the same loses its call.
-    const unsigned long long key = call.time * 1000 + m_calls.size() % 1000;
+    const unsigned long long key = call.time * kKeysPerTime + m_calls.size() % kKeysPerTime;
     m_calls.insert_or_assign(key, std::move(call));
     return key;
 }

@@ -18,6 +18,9 @@ class QxCursor;
 
 class QxData : public IQxData {
 public:
+    // The key of a call is its time, times this, plus a number below it.
+    static constexpr unsigned long long kKeysPerTime = 1000;
+
     // The frame of a packet or an item: the tag, and the size of the payload that follows. `length` is that of the
     // header itself, kept as 16 bits.
     struct CommonHeader {

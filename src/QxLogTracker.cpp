@@ -66,9 +66,10 @@ std::unique_ptr<IQxLogTracker> IQxLogTracker::Instance(EDebugLevel level) {
     return std::make_unique<QxLogTracker>(level);
 }
 
-QxLogTracker::QxLogTracker(EDebugLevel level) {
+QxLogTracker::QxLogTracker(EDebugLevel level) : QxLogTracker(level, IQxData::Instance()) {}
+
+QxLogTracker::QxLogTracker(EDebugLevel level, std::shared_ptr<IQxData> store) : m_instance(std::move(store)) {
     QxDebugPrint::GetInstance()->SetLevel(level);
-    m_instance = IQxData::Instance();
     m_Reset();
 }
 

@@ -1,4 +1,5 @@
-// The tracker: the watched processes, the store, and a worker that runs one tracking cycle a second.
+// The tracker: the watched processes, the store, and a worker that runs tracking cycles, with a second
+// between them.
 //
 // The set of processes and the script tree are used without locks: the client configures before Run, or from its
 // callback.
@@ -19,6 +20,9 @@ class QxLogTracker final : public IQxLogTracker, public QxTask {
 public:
     // Sets the level of all diagnostics in the process.
     explicit QxLogTracker(EDebugLevel level);
+
+    // With a store of the caller's, for tools that watch what comes into it.
+    QxLogTracker(EDebugLevel level, std::shared_ptr<IQxData> store);
     ~QxLogTracker() override;
 
     int SetQxProcess(std::string& name) override;
@@ -47,6 +51,9 @@ public:
 
     // Who watches the cycles themselves; nobody at first. Not owned. Set before Run.
     void SetCycleObserver(IQxCycleObserver& observer) { m_cycleObserver = &observer; }
+
+    // Another pause after each dump than Run was given. Not while the worker runs.
+    void SetDumpPause(int dumpPause) { m_dumpPause = dumpPause; }
 
 private:
     void m_Reset();

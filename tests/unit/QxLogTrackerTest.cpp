@@ -318,6 +318,15 @@ TEST_F(QxLogTrackerTest, GetSharesTheStore) {
     EXPECT_EQ(store.use_count(), 1);
 }
 
+TEST_F(QxLogTrackerTest, TakesAStoreOfTheCallers) {
+    const auto store = std::make_shared<QxData>();
+    store->AppendProcessName(7, "a");
+    QxLogTracker tracker(Info, store);
+    EXPECT_EQ(tracker.Get(), store);
+    store->AppendCurrentProcess("a");
+    EXPECT_EQ(store->GetCurrentPID(), 0);  // as with its own store, it begins with nothing
+}
+
 TEST_F(QxLogTrackerTest, ClearClearsTheStore) {
     UseTellingStore();
     m_tracker->Clear();
@@ -872,6 +881,13 @@ TEST_F(QxLogTrackerTest, PausesAfterEachDump) {
         EXPECT_EQ(m_journal.All().back(), row.paused) << row.pause;
     }
     EXPECT_EQ(m_journal.All().size(), std::size(rows));
+}
+
+TEST_F(QxLogTrackerTest, PausesAsItWasToldLast) {
+    Watch();
+    m_tracker->SetDumpPause(1);
+    m_tracker->t_process();
+    EXPECT_EQ(m_journal.All().back(), "usleep 10000");
 }
 
 TEST_F(QxLogTrackerTest, PausesTheRestAfterAnInterruption) {
