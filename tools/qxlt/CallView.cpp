@@ -69,6 +69,7 @@ void AddCall(JsonObject& object, const CallView& view) {
     object["in"] = ArgumentsJson(view.call.args.in);
     object["out"] = ArgumentsJson(view.call.args.out);
     object["ret"] = ArgumentsJson(view.call.args.ret);
+    if (view.maker) object["process_id"] = *view.maker;
 }
 
 std::string ProcessText(const std::string& name, std::uint32_t pid) {
@@ -77,7 +78,7 @@ std::string ProcessText(const std::string& name, std::uint32_t pid) {
 
 std::string CallText(const CallView& view) {
     const IQxData::HSCall::Args& args = view.call.args;
-    std::string text = ProcessText(view.process, view.call.pid) + " ";
+    std::string text = ProcessText(view.process, view.maker.value_or(view.call.pid)) + " ";
     text += MethodText(view.location, view.call.locId) + "(" + ArgumentsText(args.in) + ")";
     if (!args.out.empty()) text += " out (" + ArgumentsText(args.out) + ")";
     if (LacksResult(view.location, view.call))

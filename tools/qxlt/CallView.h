@@ -13,8 +13,9 @@ namespace qxlt {
 struct CallView {
     const IQxData::HSCall& call;
     const IQxData::_HSCallLocation& location;
-    std::string process;                    // empty when the process id is not registered
-    std::optional<unsigned long long> key;  // where it is to be shown
+    std::string process;                                // empty when the process id is not registered
+    std::optional<unsigned long long> key;              // where it is to be shown
+    std::optional<std::uint32_t> maker = std::nullopt;  // the id of the process that made the call, where it is known
 };
 
 // One value: the value itself, or the members of a composite in braces.

@@ -93,7 +93,8 @@ private:
         constexpr std::uint64_t kCallsBetween = 1000;
         if (++m_calls % kCallsBetween == 0) ShowProgress();
         const QxLocation& location = m_store->Location(call.locId, call.pid);
-        m_output.Line(CallLine(m_format, {call, location.site, m_names.NameOf(call.pid), key}));
+        m_output.Line(
+            CallLine(m_format, {call, location.site, m_names.NameOf(call.pid), key, m_store->MakerOf(key, call)}));
     }
 
     const bool m_isNamed;  // with -p

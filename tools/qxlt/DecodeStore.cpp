@@ -7,13 +7,13 @@ namespace qxlt {
 void DecodeStore::AppendHeader(unsigned short pid, std::string process, std::string qxVersion,
                                std::string swBuildString, std::string swVersionModel, std::string extraField1,
                                std::string extraField2) {
-    QxData::AppendHeader(pid, process, qxVersion, swBuildString, swVersionModel, extraField1, extraField2);
+    ProcessStore::AppendHeader(pid, process, qxVersion, swBuildString, swVersionModel, extraField1, extraField2);
     m_output.Line(
         HeaderLine(m_format, {pid, process, qxVersion, swBuildString, swVersionModel, extraField1, extraField2}));
 }
 
 void DecodeStore::AppendThread(HSIThread& thread) {
-    QxData::AppendThread(thread);
+    ProcessStore::AppendThread(thread);
     m_output.Line(ThreadLine(m_format, thread));
 }
 

@@ -6,11 +6,11 @@
 
 #include "Common.h"
 #include "Output.h"
-#include "QxObservedData.h"
+#include "ProcessStore.h"
 
 namespace qxlt {
 
-class DecodeStore final : public QxObservedData {
+class DecodeStore final : public ProcessStore {
 public:
     // `output` must outlive the store.
     DecodeStore(Format format, Output& output) : m_format(format), m_output(output) {}

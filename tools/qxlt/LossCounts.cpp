@@ -1,5 +1,6 @@
 #include "LossCounts.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qxlt {
@@ -11,6 +12,14 @@ void LossCounts::LoseDump() {
 void LossCounts::Add(const LossCounts& next) {
     for (const LossField& field : kLossFields) this->*field.value += next.*field.value;
     open = next.open;
+}
+
+// A call that was open before the run may have been counted as recorded with an earlier dump.
+LossCounts LossCounts::Without(std::uint64_t history) const {
+    LossCounts counts = *this;
+    counts.recorded -= std::min(counts.recorded, history);
+    counts.delivered -= std::min(counts.delivered, history);
+    return counts;
 }
 
 void AddLoss(JsonObject& object, const LossCounts& loss) {

@@ -31,6 +31,9 @@ struct LossCounts {
 
     // Goes on with what came next.
     void Add(const LossCounts& next);
+
+    // The same without that many calls which were delivered and had been made before the run.
+    LossCounts Without(std::uint64_t history) const;
 };
 
 // The counts, with their names and in their order.

@@ -7,8 +7,10 @@
 #include "LossCounts.h"
 #include "Nearest.h"
 #include "ProcessNames.h"
+#include "ProcessWatch.h"
 #include "ScriptOptions.h"
 #include "Text.h"
+#include "TimeText.h"
 
 namespace {
 
@@ -174,6 +176,109 @@ TEST(ProcessNames, NamesAnIdByItsFirstName) {
     names.Add("a", 2);
     EXPECT_EQ(names.NameOf(1), "a");
     EXPECT_EQ(names.NameOf(2), "");
+}
+
+TEST(TimeText, ReadsNumbersWithTheirUnits) {
+    const std::pair<const char*, double> rows[] = {{"10", 10},   {"10s", 10},  {"500ms", 0.5}, {"2m", 120},
+                                                   {"1h", 3600}, {"0.5m", 30}, {"1e3", 1000},  {"1e300", 1e300}};
+    for (const auto& [text, seconds] : rows) EXPECT_EQ(ReadSeconds(text), seconds) << text;
+    for (const char* const text : {"", "s", "0", "0s", "-1", "nan", "10 s", "10sec", "10S", "1d", "1s2"}) {
+        EXPECT_EQ(ReadSeconds(text), std::nullopt) << text;
+    }
+}
+
+TEST(LossCounts, LeavesOutWhatWasBeforeTheRunAndNeverFallsBelowZero) {
+    const LossCounts counts{7, 5, 1, 1, 0, 0, 0};
+    EXPECT_EQ(counts.Without(2).recorded, 5u);
+    EXPECT_EQ(counts.Without(2).delivered, 3u);
+    EXPECT_EQ(counts.Without(2).overwritten, 1u);
+    EXPECT_EQ(counts.Without(6).recorded, 1u);
+    EXPECT_EQ(counts.Without(6).delivered, 0u);
+    EXPECT_EQ(counts.Without(8).recorded, 0u);
+}
+
+// A platform whose processes are given.
+class Processes {
+public:
+    std::vector<ProcessStatus> now;
+    ProcessWatch watch{[this](const std::string&) { return now; }};
+
+    // "12 started, 13 unreadable: why"
+    std::string Look() {
+        std::string text;
+        for (const ProcessChange& change : watch.Look("a")) {
+            const JsonObject json = ChangesJson({change});
+            text += (text.empty() ? "" : ", ") + std::to_string(change.pid) + " " + json[0]["state"].get<std::string>();
+            if (!change.reason.empty()) text += ": " + change.reason;
+        }
+        return text;
+    }
+};
+
+TEST(ProcessWatch, KnowsWhatRunsAlready) {
+    Processes processes;
+    processes.now = {{4, true, "", ""}};
+    processes.watch.Begin("a");
+    EXPECT_EQ(processes.Look(), "");
+    EXPECT_THAT(processes.watch.Running("a"), ElementsAre(4));
+    EXPECT_THAT(processes.watch.Running("b"), IsEmpty());
+}
+
+TEST(ProcessWatch, TellsOfStartsAndEnds) {
+    Processes processes;
+    processes.watch.Begin("a");
+    processes.now = {{4, true, "", ""}};
+    EXPECT_EQ(processes.Look(), "4 started");
+    processes.now = {{4, true, "", ""}, {5, true, "", ""}};
+    EXPECT_EQ(processes.Look(), "5 started");
+    processes.now = {{4, false, "", ""}, {5, true, "", ""}};
+    EXPECT_EQ(processes.Look(), "4 ended");
+    EXPECT_EQ(processes.Look(), "");
+    processes.now = {{4, false, "", ""}};
+    EXPECT_EQ(processes.Look(), "5 ended");
+    processes.now = {{6, true, "", ""}, {7, true, "", ""}};
+    EXPECT_EQ(processes.Look(), "6 restarted, 7 started");
+    EXPECT_THAT(processes.watch.Running("a"), ElementsAre(6, 7));
+}
+
+TEST(ProcessWatch, TellsOfARestartBetweenTwoLooks) {
+    Processes processes;
+    processes.now = {{4, true, "", ""}};
+    processes.watch.Begin("a");
+    processes.now = {{4, false, "", ""}, {5, false, "", ""}, {6, true, "", ""}};
+    EXPECT_EQ(processes.Look(), "4 ended, 5 restarted, 5 ended, 6 restarted");
+    processes.now = {};
+    EXPECT_EQ(processes.Look(), "6 ended");
+    processes.now = {{6, true, "", ""}};
+    EXPECT_EQ(processes.Look(), "6 restarted");
+}
+
+TEST(ProcessWatch, TellsOnceThatNothingCanBeRead) {
+    Processes processes;
+    processes.now = {{4, true, "runs as user b", "run this as b"}};
+    processes.watch.Begin("a");
+    EXPECT_FALSE(processes.watch.IsBlind());
+    EXPECT_EQ(processes.Look(), "4 unreadable: runs as user b; run this as b");
+    EXPECT_TRUE(processes.watch.IsBlind());
+    EXPECT_EQ(processes.Look(), "");
+    processes.now = {{4, true, "", ""}};
+    EXPECT_EQ(processes.Look(), "4 started: it can be read now");
+    EXPECT_FALSE(processes.watch.IsBlind());
+}
+
+TEST(ProcessWatch, GivesANewProcessTheTimeToRecord) {
+    Processes processes;
+    processes.watch.Begin("a");
+    processes.now = {{4, true, "has no recorder", ""}};
+    EXPECT_FALSE(processes.watch.LooksBlind());
+    EXPECT_EQ(processes.Look(), "4 started");
+    EXPECT_TRUE(processes.watch.LooksBlind());
+    EXPECT_FALSE(processes.watch.IsBlind());
+    EXPECT_EQ(processes.Look(), "4 unreadable: has no recorder");
+    processes.now = {{4, false, "", ""}, {5, true, "", ""}};
+    EXPECT_EQ(processes.Look(), "4 ended, 5 restarted");
+    EXPECT_FALSE(processes.watch.IsBlind());
+    EXPECT_FALSE(processes.watch.LooksBlind());
 }
 
 }  // namespace

@@ -1,0 +1,26 @@
+#include "TimeText.h"
+
+#include <cstdlib>
+#include <utility>
+
+namespace qxlt {
+
+namespace {
+
+constexpr std::pair<const char*, double> kUnits[] = {{"", 1}, {"ms", 0.001}, {"s", 1}, {"m", 60}, {"h", 3600}};
+
+}  // namespace
+
+// A number that is none fails the comparison, too.
+std::optional<double> ReadSeconds(const std::string& text) {
+    char* end = nullptr;
+    const double number = std::strtod(text.c_str(), &end);
+    if (end == text.c_str() || !(number > 0)) return std::nullopt;
+    const std::string unit = text.substr(static_cast<std::size_t>(end - text.c_str()));
+    for (const auto& [name, seconds] : kUnits) {
+        if (unit == name) return number * seconds;
+    }
+    return std::nullopt;
+}
+
+}  // namespace qxlt

@@ -1,0 +1,13 @@
+// Lengths of time as they are written on the command line.
+#pragma once
+
+#include <optional>
+#include <string>
+
+namespace qxlt {
+
+// The seconds that "10s", "500ms", "2m" or "1h" stand for; a number alone counts seconds. Nothing for other texts, and
+// for a time that is not above 0.
+std::optional<double> ReadSeconds(const std::string& text);
+
+}  // namespace qxlt
