@@ -45,4 +45,8 @@ std::string LossName(const std::string& process) {
     return EscapedName(process) + ".qxloss";
 }
 
+std::string ChangesName(const std::string& process) {
+    return EscapedName(process) + ".qxlife";
+}
+
 }  // namespace qxlt

@@ -19,4 +19,7 @@ std::string DumpName(const std::string& process);
 // The same for the file with the counts of that dump.
 std::string LossName(const std::string& process);
 
+// And for the one with what became of the process itself.
+std::string ChangesName(const std::string& process);
+
 }  // namespace qxlt

@@ -9,6 +9,7 @@
 #include "CaptureLayout.h"
 #include "Common.h"
 #include "Json.h"
+#include "QxData.h"
 
 namespace qxlt {
 
@@ -17,6 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr std::size_t kMaxJsonSize = 16 << 20;  // in memory it takes many times that; a capture's files are short
+constexpr std::uint64_t kMaxTime = UINT64_MAX / QxData::kKeysPerTime;  // keys of calls have room for no more
 
 [[noreturn]] void NoCapture(const std::string& path, const std::string& why) {
     throw Failure(kCannotStart, path + ": " + why + "; name a directory that run --keep wrote");
@@ -28,22 +30,24 @@ void RequireNoDevice(const std::string& path) {
     if (fs::is_other(fs::status(path, ignored))) NoCapture(path, "is no regular file");
 }
 
-ProcessNames ReadProcesses(const std::string& path) {
-    RequireNoDevice(path);
-    const JsonObject description = ParseJson(path, ReadFile(path, kMaxJsonSize));
-    try {
-        if (description.at("version") != kCaptureVersion) NoCapture(path, "a version of captures that is not known");
-        ProcessNames processes;
-        for (const auto& [name, pid] : description.at("processes").get_ref<const JsonObject::object_t&>()) {
-            // A number of another kind need not fit the type that it is asked for.
-            const std::uint64_t number = pid.is_number_unsigned() ? pid.get<std::uint64_t>() : UINT64_MAX;
-            if (number > UINT16_MAX) NoCapture(path, name + ": no process id of 16 bits");
-            processes.Add(name, static_cast<unsigned short>(number));
-        }
-        return processes;
-    } catch (const JsonObject::exception&) {
-        NoCapture(path, "holds no \"version\", or no \"processes\" with their ids");
+// The id of each process.
+ProcessNames ReadProcesses(const std::string& path, const JsonObject& description) {
+    ProcessNames processes;
+    for (const auto& [name, pid] : description.at("processes").get_ref<const JsonObject::object_t&>()) {
+        // A number of another kind need not fit the type that it is asked for.
+        const std::uint64_t number = pid.is_number_unsigned() ? pid.get<std::uint64_t>() : UINT64_MAX;
+        if (number > UINT16_MAX) NoCapture(path, name + ": no process id of 16 bits");
+        processes.Add(name, static_cast<unsigned short>(number));
     }
+    return processes;
+}
+
+std::optional<std::uint64_t> ReadSince(const std::string& path, const JsonObject& description) {
+    if (!description.contains("since")) return std::nullopt;
+    const JsonObject& since = description["since"];
+    const std::uint64_t time = since.is_number_unsigned() ? since.get<std::uint64_t>() : UINT64_MAX;
+    if (time >= kMaxTime) NoCapture(path, "\"since\" is no time in nanoseconds");
+    return time;
 }
 
 // The number of a cycle's folder; 0 for other names.
@@ -53,15 +57,6 @@ std::uint64_t NumberOf(const std::string& name) {
     if (name.find_first_not_of("0123456789") != std::string::npos) return 0;
     const std::uint64_t number = std::stoull(name);
     return CycleName(number) == name ? number : 0;
-}
-
-// Nothing when the text holds no counts.
-std::optional<LossCounts> ParseLoss(const std::string& path, const std::string& text) {
-    try {
-        return ReadLoss(ParseJson(path, text));
-    } catch (const Failure&) {
-        return std::nullopt;
-    }
 }
 
 fs::directory_iterator Open(const std::string& directory) {
@@ -83,12 +78,38 @@ std::vector<std::uint64_t> FindCycles(const std::string& directory) {
     return numbers;
 }
 
+// Tells of what lies in the directory under a name that is not known. That is somebody's own, and harmless.
+void TellUnknown(const std::string& directory, const std::set<std::string>& known, const std::string& what,
+                 const FaultSink& sink) {
+    std::set<std::string> strangers;  // in the order of their names
+    for (const fs::directory_entry& entry : Open(directory)) {
+        const std::string name = entry.path().filename().string();
+        if (known.count(name) == 0) strangers.insert(name);
+    }
+    for (const std::string& name : strangers) {
+        JsonObject record = JsonObject::object();
+        AddText(record, "stranger", name);
+        sink({directory + "/" + name + ": " + what + "; it is not replayed", std::move(record), true});
+    }
+}
+
 }  // namespace
 
 CaptureReader::CaptureReader(std::string directory)
     : m_directory(std::move(directory)),
-      m_processes(ReadProcesses(m_directory + "/" + kCaptureFile)),
+      m_description(ReadDescription(m_directory + "/" + kCaptureFile)),
       m_cycles(FindCycles(m_directory)) {}
+
+CaptureReader::Description CaptureReader::ReadDescription(const std::string& path) {
+    RequireNoDevice(path);
+    const JsonObject description = ParseJson(path, ReadFile(path, kMaxJsonSize));
+    try {
+        if (description.at("version") != kCaptureVersion) NoCapture(path, "a version of captures that is not known");
+        return {ReadProcesses(path, description), ReadSince(path, description)};
+    } catch (const JsonObject::exception&) {
+        NoCapture(path, "holds no \"version\", or no \"processes\" with their ids");
+    }
+}
 
 std::string CaptureReader::CyclePath(std::uint64_t number) const {
     return m_directory + "/" + CycleName(number);
@@ -114,31 +135,49 @@ std::string CaptureReader::DumpOf(const std::string& process) const {
     return FileOf(DumpName(process));
 }
 
-std::optional<LossCounts> CaptureReader::LossOf(const std::string& process, const FaultSink& sink) const {
-    const std::string path = FileOf(LossName(process));
-    if (path.empty()) return std::nullopt;
-    std::optional<LossCounts> counts = ParseLoss(path, ReadFile(path, kMaxJsonSize));
-    if (!counts) {
-        JsonObject record = JsonObject::object();
-        AddText(record, "uncounted", process);
-        sink({path + ": no counts of recorded calls; they are left out", record});
+// What was kept in a file of that name in this cycle, if there is one.
+template <typename Value>
+std::optional<Value> CaptureReader::ReadBeside(const std::string& name, std::optional<Value> (*read)(const JsonObject&),
+                                               const Fault& unreadable, const FaultSink& sink) const {
+    try {
+        const std::string path = FileOf(name);
+        if (path.empty()) return std::nullopt;
+        std::optional<Value> value = read(ParseJson(path, ReadFile(path, kMaxJsonSize)));
+        if (value) return value;
+    } catch (const Failure&) {
+        // Told of below, as what is no JSON at all.
     }
-    return counts;
+    sink({CyclePath(m_cycle) + "/" + name + ": " + unreadable.text, unreadable.record});
+    return std::nullopt;
+}
+
+std::optional<LossCounts> CaptureReader::LossOf(const std::string& process, const FaultSink& sink) const {
+    JsonObject record = JsonObject::object();
+    AddText(record, "uncounted", process);
+    return ReadBeside(LossName(process), ReadLoss,
+                      {"no counts of recorded calls; they are left out", std::move(record)}, sink);
+}
+
+std::vector<ProcessChange> CaptureReader::ChangesOf(const std::string& process, const FaultSink& sink) const {
+    JsonObject record = JsonObject::object();
+    AddText(record, "untold", process);
+    return ReadBeside(ChangesName(process), ReadChanges,
+                      {"not what became of the process; it is left out", std::move(record)}, sink)
+        .value_or(std::vector<ProcessChange>());
+}
+
+void CaptureReader::TellStrangeFolders(const FaultSink& sink) const {
+    std::set<std::string> known = {kCaptureFile};
+    for (const std::uint64_t number : m_cycles) known.insert(CycleName(number));
+    TellUnknown(m_directory, known, "belongs to no cycle", sink);
 }
 
 void CaptureReader::TellStrangers(const FaultSink& sink) const {
     std::set<std::string> known;
-    for (const auto& process : m_processes.Pids()) {
-        known.insert(DumpName(process.first));
-        known.insert(LossName(process.first));
+    for (const auto& process : Processes().Pids()) {
+        for (const auto& nameOf : {DumpName, LossName, ChangesName}) known.insert(nameOf(process.first));
     }
-    for (const fs::directory_entry& entry : Open(CyclePath(m_cycle))) {
-        const std::string name = entry.path().filename().string();
-        if (known.count(name) != 0) continue;
-        JsonObject record = JsonObject::object();
-        AddText(record, "stranger", name);
-        sink({entry.path().string() + ": belongs to no process of " + kCaptureFile + "; it is not replayed", record});
-    }
+    TellUnknown(CyclePath(m_cycle), known, std::string("belongs to no process of ") + kCaptureFile, sink);
 }
 
 }  // namespace qxlt

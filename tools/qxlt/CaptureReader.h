@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Fault.h"
+#include "Lifecycle.h"
 #include "LossCounts.h"
 #include "ProcessNames.h"
 
@@ -17,7 +18,10 @@ public:
     // Throws a Failure (cannot start) when the directory holds no capture that can be read.
     explicit CaptureReader(std::string directory);
 
-    const ProcessNames& Processes() const { return m_processes; }
+    const ProcessNames& Processes() const { return m_description.processes; }
+
+    // From when on calls are evaluated; nothing: all of them are.
+    std::optional<std::uint64_t> Since() const { return m_description.since; }
 
     // Goes on to the next cycle; false after the last one. Cycles that are missing are passed over.
     bool Next();
@@ -32,15 +36,29 @@ public:
     // The counts that were kept beside that dump, if any. Those that cannot be read are told of and left out.
     std::optional<LossCounts> LossOf(const std::string& process, const FaultSink& sink) const;
 
-    // Tells of the dump files of this cycle that belong to no process of the capture.
+    // The same for what became of the process in this cycle.
+    std::vector<ProcessChange> ChangesOf(const std::string& process, const FaultSink& sink) const;
+
+    // Tells of what lies in the directory and belongs to no cycle, or in this cycle and to no process of the capture.
+    void TellStrangeFolders(const FaultSink& sink) const;
     void TellStrangers(const FaultSink& sink) const;
 
 private:
+    // What capture.json tells.
+    struct Description {
+        ProcessNames processes;
+        std::optional<std::uint64_t> since;
+    };
+
+    static Description ReadDescription(const std::string& path);
+    template <typename Value>
+    std::optional<Value> ReadBeside(const std::string& name, std::optional<Value> (*read)(const JsonObject&),
+                                    const Fault& unreadable, const FaultSink& sink) const;
     std::string CyclePath(std::uint64_t number) const;
     std::string FileOf(const std::string& name) const;
 
     const std::string m_directory;
-    const ProcessNames m_processes;
+    const Description m_description;
     const std::vector<std::uint64_t> m_cycles;  // in order
     std::uint64_t m_cycle = 0;
 };

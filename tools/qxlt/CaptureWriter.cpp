@@ -12,7 +12,6 @@
 
 #include "CaptureLayout.h"
 #include "Common.h"
-#include "Json.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -59,13 +58,15 @@ CaptureWriter::CaptureWriter(std::string directory) : m_directory(std::move(dire
     if (!empty) CannotKeep(m_directory, "is not empty");
 }
 
-void CaptureWriter::Begin(const ProcessNames& processes) {
+void CaptureWriter::Begin(const ProcessNames& processes, std::optional<std::uint64_t> since) {
     JsonObject ids = JsonObject::object();
     for (const auto& [name, pid] : processes.Pids()) {
         if (!IsUtf8(name)) CannotKeep(m_directory, "the process name " + name + " is not UTF-8");
         ids[name] = pid;
     }
-    const std::string text = JsonObject{{"version", kCaptureVersion}, {"processes", ids}}.dump() + "\n";
+    JsonObject description = {{"version", kCaptureVersion}, {"processes", ids}};
+    if (since) description["since"] = *since;
+    const std::string text = description.dump() + "\n";
     const std::string path = m_directory + "/" + kCaptureFile;
     if (!WriteFile(path, text.data(), text.size())) CannotKeep(path, std::strerror(errno));
 }
@@ -80,15 +81,25 @@ void CaptureWriter::BeginCycle(std::uint64_t number) {
     Fail(m_unfinished);
 }
 
-// What was lost without a dump is kept as well.
+// What was lost without a dump is kept as well, and once that there is an account at all.
 void CaptureWriter::AddDump(const std::string& process, const std::vector<char>& dump,
                             const std::optional<LossCounts>& counts) {
     if (!dump.empty()) AddFile(DumpName(process), dump.data(), dump.size());
-    if (!counts || (dump.empty() && counts->recorded == 0 && !counts->Any())) return;
+    if (!counts) return;
+    const bool isFirst = m_counted.insert(process).second;
+    if (!isFirst && dump.empty() && counts->recorded == 0 && !counts->Any()) return;
     JsonObject object = JsonObject::object();
     AddLoss(object, *counts);
-    const std::string text = object.dump() + "\n";
-    AddFile(LossName(process), text.data(), text.size());
+    AddJson(LossName(process), object);
+}
+
+void CaptureWriter::AddChanges(const std::string& process, const std::vector<ProcessChange>& changes) {
+    if (!changes.empty()) AddJson(ChangesName(process), ChangesJson(changes));
+}
+
+void CaptureWriter::AddJson(const std::string& name, const JsonObject& json) {
+    const std::string text = json.dump() + "\n";
+    AddFile(name, text.data(), text.size());
 }
 
 void CaptureWriter::AddFile(const std::string& name, const char* bytes, std::size_t size) {

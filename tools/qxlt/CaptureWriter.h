@@ -4,9 +4,12 @@
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "Json.h"
+#include "Lifecycle.h"
 #include "LossCounts.h"
 #include "ProcessNames.h"
 
@@ -17,25 +20,29 @@ public:
     // Makes the directory, if need be. Throws a Failure (cannot start) when that fails or when it holds something.
     explicit CaptureWriter(std::string directory);
 
-    // Writes down the processes. Throws a Failure (cannot start).
-    void Begin(const ProcessNames& processes);
+    // Writes down the processes, and from when on calls are evaluated, if not all of them are. Throws a Failure (cannot
+    // start).
+    void Begin(const ProcessNames& processes, std::optional<std::uint64_t> since);
 
-    // A cycle, its dumps one by one (empty ones are left out) with the counts that are known of them, and its end. One
-    // thread at a time. The first failure is reported and ends the capture before this cycle; the calls then do
-    // nothing.
+    // A cycle, its dumps one by one (empty ones are left out) with the counts that are known of them, what became of
+    // the processes, and its end. One thread at a time. The first failure is reported and ends the capture before this
+    // cycle; the calls then do nothing.
     void BeginCycle(std::uint64_t number);
     void AddDump(const std::string& process, const std::vector<char>& dump, const std::optional<LossCounts>& counts);
+    void AddChanges(const std::string& process, const std::vector<ProcessChange>& changes);
     void EndCycle();
 
     bool Failed() const { return m_failed; }
 
 private:
+    void AddJson(const std::string& name, const JsonObject& json);
     void AddFile(const std::string& name, const char* bytes, std::size_t size);
     void Fail(const std::string& path);
 
     const std::string m_directory;
     std::uint64_t m_cycle = 0;
     std::string m_unfinished;  // where the current cycle is written
+    std::set<std::string> m_counted;  // processes whose counts were kept with some cycle
     bool m_failed = false;
 };
 

@@ -82,6 +82,7 @@ void Explainer::OnError(const IQxData::_HSScriptPtr& event, unsigned long long, 
 
 void Explainer::PrintDecision(const EventRecord& record, const IQxData::HSCall& call, const std::string& value,
                               const std::string& decision) {
+    if (m_quiet) return;
     const std::string& name = AttributeOf(record.Event(), "name");
     if (m_format == Format::Text) {
         m_output.Line("cycle " + std::to_string(m_cycle) + ", time " + std::to_string(call.time) + ", " +

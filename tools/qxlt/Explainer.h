@@ -33,6 +33,9 @@ public:
     // The cycle that the calls to come belong to.
     void SetCycle(std::uint64_t cycle) { m_cycle = cycle; }
 
+    // From now on decisions are counted and no longer printed one by one.
+    void SetQuiet() { m_quiet = true; }
+
     // Prints what was seen: a row for each event, and the reason for most of its refusals.
     void Print();
 
@@ -71,6 +74,7 @@ private:
     QxSubscriptions m_subscriptions;
     std::deque<Explained> m_events;  // in the order of the scripts; addresses stay
     std::unordered_map<const IQxData::_HSScriptPtr*, EventRecord*> m_byEvent;
+    bool m_quiet = false;
     std::uint64_t m_cycle = 0;
     std::uint64_t m_calls = 0;
     std::map<std::string, std::uint64_t> m_methods;  // calls seen, by method

@@ -5,6 +5,7 @@
 namespace qxlt {
 
 void PrintFault(const Fault& fault) {
+    if (fault.isHarmless) return PrintWarning(fault.text);
     PrintError(fault.text);
 }
 

@@ -7,8 +7,9 @@
 #include <thread>
 #include <utility>
 
-#include "Nearest.h"
+#include "Platform.h"
 #include "QxLogTracker.h"
+#include "RunningProcesses.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -22,20 +23,23 @@ constexpr std::chrono::milliseconds kOneWish(500);
 constexpr int kShortPause = 1;
 constexpr int kLongPause = 0;
 
-std::string Listed(const std::vector<std::string>& names) {
+template <typename Names>
+std::string Listed(const Names& names) {
     std::string text;
     for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
     return text;
 }
 
-// Says what is waited for: on a terminal on one line that counts the seconds, elsewhere every ten seconds.
+// Says what is waited for: on a terminal on one line that counts the seconds, elsewhere every ten seconds and whenever
+// it is less.
 class WaitNotice final {
 public:
     explicit WaitNotice(Interruption::Clock::time_point start) : m_start(start) {}
 
     void Show(const std::vector<std::string>& names) {
         const auto waited = std::chrono::floor<std::chrono::seconds>(Interruption::Clock::now() - m_start).count();
-        if (waited < m_next) return;
+        if (waited < m_next && names == m_names) return;
+        m_names = names;
         const std::string text = "waiting for " + Listed(names) + ", " + std::to_string(waited) + " s";
         if (!m_terminal) {
             PrintNote(text);
@@ -50,6 +54,7 @@ private:
     const Interruption::Clock::time_point m_start;
     const bool m_terminal = isatty(STDERR_FILENO) != 0;
     std::int64_t m_next = 0;
+    std::vector<std::string> m_names;  // that were said last
 };
 
 // While it lives, a signal ends the program at once: what is left to do takes as long as a reader of the output that
@@ -92,21 +97,23 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_scripts(options.scripts.scripts),
       m_explain(ExplainOf(options.scripts, m_scripts.Events())),
       m_printer(common.format, m_output, WidestOf(m_scripts.Events(), 0)),
-      m_tracker(IQxLogTracker::Instance(common.level)),
-      m_watchable(static_cast<QxLogTracker&>(*m_tracker)),
+      m_tracker(std::make_unique<QxLogTracker>(common.level, m_store)),
       m_waiting(Wanted()),
-      m_account(common.format, m_output, m_processes) {
+      m_account(common.format, m_output, m_processes),
+      m_run(
+          m_store, m_processes, [this](const EventView& view) { m_printer.Print(view); }, PrintFault) {
     m_printer.Expect(m_scripts.Events());
-    RequireKnownEnd();
+    RequireKnownEnd(options.until, m_scripts.Events());
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
     if (!options.keep.empty()) m_capture.emplace(options.keep);
     if (options.seconds > 0) {
         m_end = m_start + std::chrono::duration_cast<Clock::duration>(std::min(Seconds(options.seconds), kLongestRun));
     }
     m_output.OnEnd([this](ExitStatus status) {
-        if (status != kDone) m_whole = false;
+        if (status != kDone) m_failed = true;
         m_interruption.Request();
     });
+    WatchAll();
 }
 
 // The tracker goes first: its worker uses everything else.
@@ -120,44 +127,55 @@ std::set<std::string> LiveRun::Wanted() const {
     return names;
 }
 
-void LiveRun::RequireKnownEnd() const {
-    const std::vector<std::string>& events = m_scripts.Events();
-    if (m_options.until.empty() || std::find(events.begin(), events.end(), m_options.until) != events.end()) return;
-    const std::string near = Suggestion(m_options.until, events);
-    throw Failure(kCannotStart, "--until " + m_options.until + ": the scripts have no event of that name" +
-                                    (near.empty() ? "" : "; did you mean " + near));
+// A process may end again while others are waited for.
+void LiveRun::WatchAll() {
+    for (const std::string& process : m_waiting) {
+        WatchRecordings(process);
+        m_watch.Begin(process);
+    }
 }
 
 int LiveRun::Perform() {
     if (WaitForProcesses()) {
         Load();
-        if (m_capture) m_capture->Begin(m_processes);
+        if (m_capture) m_capture->Begin(m_processes, m_options.history ? std::nullopt : m_now);
         Track();
     } else {
         PrintCounts();
     }
-    if (m_options.failOnLoss && m_account.Lost()) m_whole = false;
-    return m_whole && !(m_capture && m_capture->Failed()) ? kDone : kInputWrong;
+    return HasFailed() ? kInputWrong : kDone;
+}
+
+bool LiveRun::HasFailed() {
+    if (m_watch.IsBlind()) {
+        PrintError("nothing could be read of " + Listed(Wanted()) + "; no call was seen");
+        m_failed = true;
+    }
+    if (m_options.failOnLoss && m_account.Lost()) m_failed = true;
+    return m_failed || !m_run.Whole() || (m_capture && m_capture->Failed());
+}
+
+// Registers the process, if it runs, under its own id: the tracker by itself takes the first whose name begins alike.
+bool LiveRun::Register(const std::string& process) {
+    for (const unsigned long pid : FindRunning(process)) {
+        if (pid > UINT16_MAX && m_warned.insert(process).second) WarnOfCutId(process, pid);
+        if (static_cast<unsigned short>(pid) == 0) continue;  // counts as none
+        m_store->AppendProcessName(static_cast<unsigned short>(pid), process);
+        std::string name = process;
+        if (m_tracker->SetQxProcess(name) == 0) continue;
+        m_store->AppendCurrentProcess(process);
+        m_processes.Add(process, m_store->GetCurrentPID());
+        return true;
+    }
+    return false;
 }
 
 // Registers the processes that run by now; returns the others.
 std::vector<std::string> LiveRun::RegisterWaiting() {
     for (auto name = m_waiting.begin(); name != m_waiting.end();) {
-        std::string process = *name;
-        const bool registered = m_tracker->SetQxProcess(process) != 0;
-        const unsigned long pid = QxLogTracker::FindProcess(process.c_str());
-        if (pid > UINT16_MAX && m_warned.insert(process).second) WarnOfCutId(process, pid);
-        if (registered) Watch(process);
-        name = registered ? m_waiting.erase(name) : std::next(name);
+        name = Register(*name) ? m_waiting.erase(name) : std::next(name);
     }
     return {m_waiting.begin(), m_waiting.end()};
-}
-
-// Notes the id under which the store knows the process.
-void LiveRun::Watch(const std::string& process) {
-    const std::shared_ptr<IQxData> store = m_tracker->Get();
-    store->AppendCurrentProcess(process);
-    m_processes.Add(process, store->GetCurrentPID());
 }
 
 // The library would wait without end and without a word. Returns false when the run was ended meanwhile.
@@ -166,10 +184,19 @@ bool LiveRun::WaitForProcesses() {
     for (;;) {
         const std::vector<std::string> missing = RegisterWaiting();
         if (missing.empty()) return true;
+        NoteNear(missing);
         notice.Show(missing);
         const Clock::time_point again = Clock::now() + kLookAgain;
         if (m_interruption.Wait(m_end ? std::min(*m_end, again) : again) != Interruption::Cause::TimeOver) return false;
         if (m_end && Clock::now() >= *m_end) GiveUp(missing);
+    }
+}
+
+// Once for each: a name that is mistyped is waited for without end.
+void LiveRun::NoteNear(const std::vector<std::string>& missing) {
+    for (const std::string& process : missing) {
+        const bool isFirst = m_noted.insert(process).second;
+        if (isFirst && !NearRunning(process).empty()) PrintNote(NotRunningText(process));
     }
 }
 
@@ -181,68 +208,96 @@ void LiveRun::Load() {
     std::string text = m_scripts.TextWithoutProcesses();
     std::pair<int, char*> bytes(static_cast<int>(text.size()), text.data());
     m_tracker->ParseScript(bytes);
-    const IQxData::_HSScriptPtr& root = RootOf(*m_tracker->Get());
-    m_places = m_scripts.PlacesIn(root);
-    m_observers.Add(m_keys);
-    m_observers.Add(m_account);
-    m_observers.Add(m_errors.emplace(m_places, [this](const Fault& fault) { Tell(fault); }));
+    const IQxData::_HSScriptPtr& root = RootOf(*m_store);
+    m_run.SetPlaces(m_scripts.PlacesIn(root));
+    m_run.SetAccount(m_account);
+    m_run.SetChangeSink([this](const ProcessNews& news) { PrintNews(m_common.format, m_output, news); });
+    if (m_now && !m_options.history) m_run.SetSince(*m_now);
+    m_run.EndAt(m_options.until, [this] { Reach(); });
     if (m_explain.wanted) {
-        m_observers.Add(m_explainer.emplace(m_common.format, m_output, root, m_places, m_explain.event));
+        m_run.SetExplainer(m_explainer.emplace(m_common.format, m_output, root, m_run.Places(), m_explain.event));
     }
-    m_watchable.SetObserver(&m_observers);
-    m_watchable.SetCycleObserver(*this);
+    m_tracker->SetObserver(&m_run.Observer());
+    m_tracker->SetCycleObserver(*this);
+}
+
+// The event that ends the run has come: no cycle follows this one.
+void LiveRun::Reach() {
+    m_tracker->Stop();
+    m_interruption.Request();
 }
 
 // The cycle in progress goes to its end, and the results are printed.
 void LiveRun::Track() {
-    m_tracker->Run(OnEvent, this, m_options.fast ? kShortPause : kLongPause);
-    const bool interrupted = m_interruption.Wait(m_end) == Interruption::Cause::Signal;
-    const Impatience impatience(m_interruption, interrupted);
+    m_tracker->Run(EventRun::OnEvent, &m_run, m_options.fast ? kShortPause : kLongPause);
+    const Interruption::Cause cause = m_interruption.Wait(m_end);
+    const Impatience impatience(m_interruption, cause == Interruption::Cause::Signal);
     m_tracker->Stop();
-    if (m_explainer) m_explainer->Print();
-    m_account.Print();
-    PrintCounts();
+    const bool isRegular = cause == Interruption::Cause::Signal || cause == Interruption::Cause::TimeOver;
+    if (isRegular && !m_run.IsOver()) FetchTheRest();
+    PrintResults();
+}
+
+// What was recorded since the last dump belongs to the run. Only a cycle that does not prime evaluates it.
+void LiveRun::FetchTheRest() {
+    m_ending = true;
+    m_tracker->SetDumpPause(kShortPause);
+    do {
+        m_tracker->t_process();
+    } while (m_primes);
 }
 
 void LiveRun::OnCycle(bool primes) {
     ++m_cycle;
-    if (primes) PrintNote("priming, events come from the next cycle on");
-    m_account.SetCycle(m_cycle);
-    if (m_explainer) m_explainer->SetCycle(m_cycle);
+    m_primes = primes;
+    if (primes) NoteTracked();
+    m_run.BeginCycle(m_cycle);
     if (m_capture) m_capture->BeginCycle(m_cycle);
+}
+
+void LiveRun::NoteTracked() const {
+    std::vector<std::string> tracked;
+    for (const auto& [process, id] : m_processes.Pids()) {
+        for (const std::uint32_t pid : m_watch.Running(process)) tracked.push_back(ProcessText(process, pid));
+    }
+    if (!tracked.empty()) PrintNote("tracking " + Listed(tracked));
+    if (!m_ending) PrintNote("priming, events come from the next cycle on");
 }
 
 void LiveRun::OnDump(const std::string& process, const std::vector<char>& dump) {
     std::optional<LossCounts>& counts = m_counts[process] = LossOfLastDump(process);
     if (counts && dump.empty()) counts->LoseDump();
-    if (m_capture) m_capture->AddDump(process, dump, counts);
+    const std::vector<ProcessChange> changes = m_watch.Look(process);
+    m_run.TellChanges(process, changes);
+    if (!m_capture) return;
+    m_capture->AddDump(process, dump, counts);
+    m_capture->AddChanges(process, changes);
 }
 
 void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& decoded) {
-    m_account.AddDump(process, m_counts[process], decoded.bytesNotDecoded);
-    if (decoded.Whole()) return;
-    Tell(DamageFault(process + ", dump of cycle " + std::to_string(m_cycle), process, decoded));
+    const std::string place = process + ", dump of cycle " + std::to_string(m_cycle);
+    m_run.AddDump({process, place, process, m_counts[process]}, decoded);
 }
 
 void LiveRun::OnCycleEnd() {
+    m_run.EndCycle(m_primes);
     if (m_capture) m_capture->EndCycle();
-    if (m_cycle == 1) PrintNote("ready");
+    NoteReading();
 }
 
-void LiveRun::Tell(const Fault& fault) {
-    m_whole = false;
-    PrintFault(fault);
+// That events come from now on, or why they do not.
+void LiveRun::NoteReading() {
+    if (m_cycle == 1 && m_account.History() > 0) PrintNote(HistoryText(m_account.History()));
+    if (m_cycle == 1 && m_watch.LooksBlind()) PrintWarning("not ready: nothing that is tracked can be read");
+    if (m_ending || m_readingTold || m_watch.LooksBlind()) return;
+    m_readingTold = true;
+    PrintNote("ready");
 }
 
-int LiveRun::OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context) {
-    const RunAccount::Clock::time_point began = RunAccount::Clock::now();
-    auto& self = *static_cast<LiveRun*>(context);
-    const IQxData::_HSCallLocation location = self.m_tracker->Get()->GetCallLocationWithPID(call.locId, call.pid);
-    self.m_printer.Print(
-        {self.m_cycle, name, value, {call, location, self.m_processes.NameOf(call.pid), self.m_keys.Key()}});
-    if (!name.empty() && name == self.m_options.until) self.m_interruption.Request();
-    self.m_account.AddCallback(call.pid, began);
-    return 1;
+void LiveRun::PrintResults() {
+    if (m_explainer) m_explainer->Print();
+    m_account.Print();
+    PrintCounts();
 }
 
 void LiveRun::PrintCounts() const {

@@ -14,14 +14,16 @@
 
 #include "CaptureWriter.h"
 #include "Common.h"
+#include "EventRun.h"
 #include "EventView.h"
 #include "Explainer.h"
 #include "IQxCycleObserver.h"
 #include "Interruption.h"
 #include "JoinedScripts.h"
-#include "Observers.h"
 #include "Output.h"
 #include "ProcessNames.h"
+#include "ProcessStore.h"
+#include "ProcessWatch.h"
 #include "RunAccount.h"
 #include "ScriptOptions.h"
 
@@ -37,6 +39,7 @@ struct RunOptions {
     std::string until;                   // ends when this event fires; empty: never
     std::string keep;                    // keeps the dumps in this directory; empty: nowhere
     bool failOnLoss = false;             // a run that lost something failed
+    bool history = false;                // calls from before the start are evaluated, too
 };
 
 class LiveRun final : private IQxCycleObserver {
@@ -52,24 +55,30 @@ public:
 private:
     using Clock = Interruption::Clock;
 
-    // The tracker's worker calls these.
-    static int OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context);
+    // The tracker's worker calls these, and whoever runs a cycle after it has ended.
     void OnCycle(bool primes) override;
     void OnDump(const std::string& process, const std::vector<char>& dump) override;
     void OnDecoded(const std::string& process, const QxCycle::Decoded& decoded) override;
     void OnCycleEnd() override;
-    void Tell(const Fault& fault);
+    void Reach();
 
     std::set<std::string> Wanted() const;
-    void RequireKnownEnd() const;
+    void WatchAll();
+    bool Register(const std::string& process);
     std::vector<std::string> RegisterWaiting();
     bool WaitForProcesses();
     [[noreturn]] void GiveUp(const std::vector<std::string>& missing) const;
-    void Watch(const std::string& process);
+    void NoteNear(const std::vector<std::string>& missing);
+    void NoteTracked() const;
+    void NoteReading();
     void Load();
     void Track();
+    void FetchTheRest();
+    void PrintResults();
     void PrintCounts() const;
+    bool HasFailed();
 
+    const std::optional<std::uint64_t> m_now = RecordingTime();  // when the run was started
     const RunOptions& m_options;
     const CommonOptions& m_common;
     const JoinedScripts m_scripts;
@@ -78,22 +87,24 @@ private:
     Output m_output;
     EventPrinter m_printer;  // the worker's while it runs
     std::optional<CaptureWriter> m_capture;
-    std::unique_ptr<IQxLogTracker> m_tracker;
-    QxLogTracker& m_watchable;  // the same, where more than the interface is needed
+    std::shared_ptr<ProcessStore> m_store = std::make_shared<ProcessStore>();
+    std::unique_ptr<QxLogTracker> m_tracker;
     const Clock::time_point m_start = Clock::now();
     std::optional<Clock::time_point> m_end;
     std::set<std::string> m_waiting;  // processes that do not run yet
     std::set<std::string> m_warned;   // processes whose id has been complained about
+    std::set<std::string> m_noted;    // and those of which it was said what runs in their place
     ProcessNames m_processes;
-    RunAccount m_account;                                       // the worker's while it runs
+    RunAccount m_account;  // this and what follows is the worker's while it runs
+    EventRun m_run;
+    ProcessWatch m_watch;
     std::map<std::string, std::optional<LossCounts>> m_counts;  // of the cycle's dumps, by process
-    ScriptPlaces m_places;
-    ObserverList m_observers;
-    KeyNote m_keys;
-    std::optional<ErrorReporter> m_errors;
     std::optional<Explainer> m_explainer;
-    std::uint64_t m_cycle = 0;  // the worker's while it runs
-    std::atomic<bool> m_whole{true};
+    bool m_primes = false;       // the cycle in progress
+    bool m_readingTold = false;  // whether it was told that events come from now on
+    std::uint64_t m_cycle = 0;
+    std::atomic<bool> m_ending{false};  // what is left is fetched
+    std::atomic<bool> m_failed{false};  // besides what was wrong in the dumps
 };
 
 }  // namespace qxlt

@@ -42,18 +42,4 @@ private:
     std::unordered_set<const IQxData::_HSScriptPtr*> m_reported;
 };
 
-// Notes the key of the call that an event is evaluated for: the event itself comes without it, right after that.
-class KeyNote final : public IQxEventObserver {
-public:
-    unsigned long long Key() const { return m_key; }
-
-    void OnEvent(const IQxData::_HSScriptPtr&, unsigned long long key, const IQxData::HSCall&, QxOutcome,
-                 const std::string&) override {
-        m_key = key;
-    }
-
-private:
-    unsigned long long m_key = 0;
-};
-
 }  // namespace qxlt

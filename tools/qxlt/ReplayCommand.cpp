@@ -29,6 +29,8 @@ struct ReplayOptions {
     std::string recording;
     bool prime = false;
     bool noPrime = false;
+    bool history = false;
+    std::string until;
     bool failOnLoss = false;
 };
 
@@ -50,6 +52,8 @@ void ChooseRecordingOf(const ReplayOptions& options, ReplayInput& input) {
 ReplayInput InputOf(const ReplayOptions& options) {
     ReplayInput input;
     input.priming = PrimingOf(options);
+    input.history = options.history;
+    input.until = options.until;
     if (!options.recording.empty()) {
         ChooseRecordingOf(options, input);
         return input;
@@ -81,12 +85,13 @@ int Replay(const ReplayOptions& options, Format format) {
     const ReplayInput input = InputOf(options);
     const JoinedScripts scripts(options.scripts.scripts);
     const ExplainOptions explain = ExplainOf(options.scripts, scripts.Events());
+    RequireKnownEnd(options.until, scripts.Events());
     Progress progress;
     Output output(&progress);
     EventPrinter printer(format, output, WidestOf(scripts.Events(), 0));
     const auto tell = [&output](const Fault& fault) {
         PrintFault(fault);
-        output.Failed();
+        if (!fault.isHarmless) output.Failed();
     };
     Replayer replayer(
         scripts, input, [&printer](const EventView& view) { printer.Print(view); }, tell, progress);
@@ -97,10 +102,11 @@ int Replay(const ReplayOptions& options, Format format) {
     }
     RunAccount account(format, output, replayer.Processes());
     replayer.SetAccount(account);
-    const bool whole = replayer.Run();
+    replayer.SetChangeSink([&](const ProcessNews& news) { PrintNews(format, output, news); });
+    replayer.Run();
     if (explainer) explainer->Print();
     account.Print();
-    return !(options.failOnLoss && FailsForLoss(account)) && whole ? kDone : kInputWrong;
+    return !(options.failOnLoss && FailsForLoss(account)) && replayer.Whole() ? kDone : kInputWrong;
 }
 
 }  // namespace
@@ -117,6 +123,8 @@ void AddReplay(CLI::App& app, Invocation& invocation) {
     command.add_option("--recording", options->recording, "A recording, of a living process or an ended one")
         ->option_text("NAME[PID]|FILE");
     AddLossOption(command, options->failOnLoss);
+    AddEndOption(command, options->until);
+    command.add_flag("--history", options->history, "Evaluate what the run did not because it was older, too");
     CLI::Option* const prime =
         command.add_flag("--prime", options->prime, "The first cycle raises no events, as in a capture");
     command.add_flag("--no-prime", options->noPrime, "The first cycle raises events, as with loose dumps")

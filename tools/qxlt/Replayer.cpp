@@ -5,14 +5,15 @@
 
 #include "CaptureReader.h"
 #include "DumpInput.h"
+#include "QxCycle.h"
 #include "QxScriptScenario.h"
 
 namespace qxlt {
 
 namespace {
 
-bool Primes(ReplayInput::Priming priming, bool asLive) {
-    return priming == ReplayInput::Priming::AsLive ? asLive : priming == ReplayInput::Priming::Yes;
+std::string NameOf(const std::string& file) {
+    return std::filesystem::path(file).filename().string();
 }
 
 }  // namespace
@@ -20,48 +21,64 @@ bool Primes(ReplayInput::Priming priming, bool asLive) {
 Replayer::Replayer(const JoinedScripts& scripts, const ReplayInput& input, EventSink sink, FaultSink faults,
                    Progress& progress)
     : m_input(input),
-      m_sink(std::move(sink)),
-      m_faults(std::move(faults)),
       m_progress(progress),
       m_root(&LoadScripts(scripts, m_store)),
-      m_places(scripts.PlacesIn(*m_root)) {
-    m_observers.Add(m_keys);
-    m_observers.Add(m_errors);
+      m_run(m_store, m_processes, std::move(sink), std::move(faults)) {
+    m_run.SetPlaces(scripts.PlacesIn(*m_root));
+    m_run.EndAt(input.until, nullptr);
 }
 
-void Replayer::SetExplainer(Explainer& explainer) {
-    m_explainer = &explainer;
-    m_observers.Add(explainer);
-}
-
-void Replayer::SetAccount(RunAccount& account) {
-    m_account = &account;
-    m_observers.Add(account);
-}
-
-bool Replayer::Run() {
+void Replayer::Run() {
     if (m_input.capture.empty()) {
         RunDumps();
     } else {
         RunCapture();
     }
-    return m_whole;
+    if (!m_run.IsOver()) EvaluateTheRest();
+}
+
+// What the first cycle primes with comes with the next one.
+bool Replayer::Primes(bool asLive) const {
+    if (!m_first) return false;
+    return m_input.priming == ReplayInput::Priming::AsLive ? asLive : m_input.priming == ReplayInput::Priming::Yes;
 }
 
 void Replayer::RunCapture() {
     CaptureReader capture(m_input.capture);
     m_processes = capture.Processes();
     m_processes.Register(*m_store);
-    while (capture.Next()) {
-        m_cycle = capture.Cycle();
-        m_progress.Show("cycle " + std::to_string(m_cycle));
-        const auto tell = [this](const Fault& fault) { Tell(fault); };
+    if (capture.Since() && !m_input.history) m_run.SetSince(*capture.Since());
+    if (m_input.onlyCapture) capture.TellStrangeFolders([this](const Fault& fault) { Tell(fault); });
+    while (!m_run.IsOver() && capture.Next()) {
+        m_progress.Show("cycle " + std::to_string(capture.Cycle()));
+        m_run.BeginCycle(capture.Cycle());
+        Cycle(Primes(capture.Cycle() == 1), DumpsOf(capture));
+    }
+}
+
+// What lies in the folder of a cycle. Before the first dump is decoded all of them are looked at.
+std::vector<Replayer::Dump> Replayer::DumpsOf(const CaptureReader& capture) {
+    const auto tell = [this](const Fault& fault) { Tell(fault); };
+    std::vector<Dump> dumps;
+    try {
         capture.TellStrangers(tell);
-        std::vector<Dump> dumps;
-        for (const auto& [process, pid] : m_processes.Pids()) {
-            dumps.push_back({process, capture.DumpOf(process), capture.LossOf(process, tell)});
-        }
-        Cycle(capture.Cycle(), Primes(m_input.priming, capture.Cycle() == 1), dumps);
+    } catch (const Failure& failure) {
+        TellUnreadable(failure, std::to_string(capture.Cycle()));
+    }
+    for (const auto& [process, pid] : m_processes.Pids()) {
+        dumps.push_back(
+            {process, FileOf(capture, process), capture.LossOf(process, tell), capture.ChangesOf(process, tell)});
+        if (m_first && !dumps.back().file.empty()) RequireReadable({dumps.back().file});
+    }
+    return dumps;
+}
+
+std::string Replayer::FileOf(const CaptureReader& capture, const std::string& process) {
+    try {
+        return capture.DumpOf(process);
+    } catch (const Failure& failure) {
+        TellUnreadable(failure, process);
+        return std::string();
     }
 }
 
@@ -72,51 +89,53 @@ void Replayer::RunDumps() {
     m_processes.Register(*m_store);
     std::uint64_t number = 0;
     for (const std::string& file : m_input.dumps) {
+        if (m_run.IsOver()) return;
         ++number;
         m_progress.Show("dump " + std::to_string(number) + " of " + std::to_string(m_input.dumps.size()));
-        Cycle(number, number == 1 && Primes(m_input.priming, false), {{process, file}});
+        m_run.BeginCycle(number);
+        Cycle(Primes(false), {{process, file}});
     }
 }
 
-void Replayer::Tell(const Fault& fault) {
-    m_whole = false;
-    JsonObject record = {{"cycle", m_cycle}};
-    record.update(fault.record);
-    m_faults({fault.text, std::move(record)});
+std::vector<char> Replayer::Read(const std::string& file) {
+    try {
+        return file.empty() ? std::vector<char>() : ReadDump(file);
+    } catch (const Failure& failure) {
+        TellUnreadable(failure, NameOf(file));
+        return {};
+    }
 }
 
-void Replayer::Cycle(std::uint64_t number, bool primes, const std::vector<Dump>& dumps) {
-    m_cycle = number;
-    if (m_explainer != nullptr) m_explainer->SetCycle(number);
-    if (m_account != nullptr) m_account->SetCycle(number);
-    QxCycle cycle(OnEvent, this, m_store);
-    cycle.Parser().SetObserver(&m_observers);
+void Replayer::TellUnreadable(const Failure& failure, const std::string& name) {
+    if (m_first) throw failure;
+    JsonObject record = JsonObject::object();
+    AddText(record, "unreadable", name);
+    Tell({failure.what(), std::move(record)});
+}
+
+void Replayer::Cycle(bool primes, const std::vector<Dump>& dumps) {
+    QxCycle cycle(EventRun::OnEvent, &m_run, m_store);
+    cycle.Parser().SetObserver(&m_run.Observer());
     for (const Dump& dump : dumps) {
-        std::vector<char> bytes = dump.file.empty() ? std::vector<char>() : ReadDump(dump.file);
+        m_run.TellChanges(dump.process, dump.changes);
+        std::vector<char> bytes = Read(dump.file);
         cycle.Decode(dump.process, bytes);
     }
     // Told once all are decoded: a later dump may have decoded what an earlier one left waiting.
     auto decoded = cycle.Dumps().begin();
-    for (const Dump& dump : dumps) TellDecoded(dump, *decoded++);
+    for (const Dump& dump : dumps) {
+        m_run.AddDump({dump.process, dump.file, NameOf(dump.file), dump.counts}, *decoded++);
+    }
     cycle.Finish(primes);
+    m_run.EndCycle(primes);
+    m_first = false;
 }
 
-void Replayer::TellDecoded(const Dump& dump, const QxCycle::Decoded& decoded) {
-    if (m_account != nullptr) m_account->AddDump(dump.process, dump.counts, decoded.bytesNotDecoded);
-    const std::string name = std::filesystem::path(dump.file).filename().string();
-    if (!decoded.Whole()) Tell(DamageFault(dump.file, name, decoded));
-}
-
-int Replayer::OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context) {
-    static_cast<Replayer*>(context)->Send(name, value, call);
-    return 1;
-}
-
-void Replayer::Send(const std::string& name, const std::string& value, const IQxData::HSCall& call) {
-    const RunAccount::Clock::time_point began = RunAccount::Clock::now();
-    const QxLocation& location = m_store->Location(call.locId, call.pid);
-    m_sink({m_cycle, name, value, {call, location.site, m_processes.NameOf(call.pid), m_keys.Key()}});
-    if (m_account != nullptr) m_account->AddCallback(call.pid, began);
+// A capture may end with the cycle that primes: its calls are evaluated as with a next one that brings nothing.
+void Replayer::EvaluateTheRest() {
+    if (!m_run.HasCalls()) return;
+    m_run.BeginCycle(m_run.Cycle() + 1);
+    m_run.EndCycle(false);
 }
 
 void ForgetEvents() {

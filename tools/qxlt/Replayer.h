@@ -5,27 +5,28 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "EventView.h"
-#include "Explainer.h"
-#include "Fault.h"
-#include "JoinedScripts.h"
-#include "Observers.h"
+#include "Common.h"
+#include "EventRun.h"
 #include "ProcessNames.h"
+#include "ProcessStore.h"
 #include "Progress.h"
-#include "QxCycle.h"
-#include "QxData.h"
-#include "RunAccount.h"
 
 namespace qxlt {
 
+class CaptureReader;
+
 // Which dumps are replayed.
 struct ReplayInput {
-    std::string capture;             // a directory; or else
-    std::string process;             // the process, as ProcessNames reads it, and
-    std::vector<std::string> dumps;  // its dumps, each one cycle
-    enum class Priming { AsLive, Yes, No } priming = Priming::AsLive;
+    std::string capture;                                               // a directory; or else
+    std::string process;                                               // the process, as ProcessNames reads it, and
+    std::vector<std::string> dumps;                                    // its dumps, each one cycle
+    enum class Priming { AsLive, Yes, No } priming = Priming::AsLive;  // of the first cycle
+    bool history = false;     // what the run did not evaluate because it was older is evaluated, too
+    bool onlyCapture = true;  // whatever else lies in the capture's directory is a stranger
+    std::string until;        // ends when this event fires; empty: never
 };
 
 class Replayer final {
@@ -38,20 +39,27 @@ public:
     Replayer& operator=(const Replayer&) = delete;
 
     // Has the evaluation watched, too. Not owned.
-    void SetExplainer(Explainer& explainer);
+    void SetExplainer(Explainer& explainer) { m_run.SetExplainer(explainer); }
 
     // Has account kept of what was lost. Not owned.
-    void SetAccount(RunAccount& account);
+    void SetAccount(RunAccount& account) { m_run.SetAccount(account); }
+
+    // Has told what became of the processes.
+    void SetChangeSink(ChangeSink sink) { m_run.SetChangeSink(std::move(sink)); }
 
     // The processes whose dumps are replayed, known once Run has begun.
     const ProcessNames& Processes() const { return m_processes; }
 
     // The loaded scripts.
     const IQxData::_HSScriptPtr& Root() const { return *m_root; }
-    const ScriptPlaces& Places() const { return m_places; }
+    const ScriptPlaces& Places() const { return m_run.Places(); }
 
-    // Replays all cycles. Returns whether nothing was wrong in the input.
-    bool Run();
+    // Replays all cycles. What cannot be read is a Failure (cannot start) as long as nothing has been replayed; later
+    // it is a fault, and the rest goes on.
+    void Run();
+
+    // Whether nothing was wrong in the input so far.
+    bool Whole() const { return m_run.Whole(); }
 
 private:
     // One process's dump; no file: it has none in this cycle.
@@ -59,31 +67,27 @@ private:
         std::string process;
         std::string file;
         std::optional<LossCounts> counts = std::nullopt;
+        std::vector<ProcessChange> changes = {};
     };
 
-    static int OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context);
-    void Send(const std::string& name, const std::string& value, const IQxData::HSCall& call);
     void RunCapture();
     void RunDumps();
-    void Tell(const Fault& fault);
-    void Cycle(std::uint64_t number, bool primes, const std::vector<Dump>& dumps);
-    void TellDecoded(const Dump& dump, const QxCycle::Decoded& decoded);
+    std::vector<Dump> DumpsOf(const CaptureReader& capture);
+    std::string FileOf(const CaptureReader& capture, const std::string& process);
+    std::vector<char> Read(const std::string& file);
+    void Tell(const Fault& fault) { m_run.Tell(fault); }
+    void TellUnreadable(const Failure& failure, const std::string& name);
+    bool Primes(bool asLive) const;
+    void Cycle(bool primes, const std::vector<Dump>& dumps);
+    void EvaluateTheRest();
 
     const ReplayInput& m_input;
-    const EventSink m_sink;
-    const FaultSink m_faults;
     Progress& m_progress;
-    std::shared_ptr<QxData> m_store = std::make_shared<QxData>();
-    IQxData::_HSScriptPtr* m_root;
-    ScriptPlaces m_places;
-    ObserverList m_observers;
-    ErrorReporter m_errors{m_places, [this](const Fault& fault) { Tell(fault); }};
-    KeyNote m_keys;
-    Explainer* m_explainer = nullptr;
-    RunAccount* m_account = nullptr;
     ProcessNames m_processes;
-    std::uint64_t m_cycle = 0;
-    bool m_whole = true;
+    std::shared_ptr<ProcessStore> m_store = std::make_shared<ProcessStore>();
+    IQxData::_HSScriptPtr* m_root;
+    EventRun m_run;
+    bool m_first = true;  // no cycle has been replayed yet
 };
 
 // What events remember from call to call is shared by the whole process: forgets all of it, before an independent

@@ -1,6 +1,7 @@
 #include "RunAccount.h"
 
 #include <algorithm>
+#include <numeric>
 #include <utility>
 #include <vector>
 
@@ -46,25 +47,33 @@ std::vector<std::string> Aligned(const std::vector<std::vector<std::string>>& ro
 
 }  // namespace
 
+std::string HistoryText(std::uint64_t calls) {
+    return Counted(calls, "call") + " from before the start raised no events; --history evaluates them";
+}
+
 void RunAccount::AddDump(const std::string& process, const std::optional<LossCounts>& counts,
-                         std::uint64_t bytesNotDecoded) {
+                         std::uint64_t bytesNotDecoded, std::uint64_t history) {
     const bool lost = bytesNotDecoded > 0 || (counts && counts->Any());
     m_lost = m_lost || lost;
+    if (history > 0) m_rows[process].history += history;
     if (!counts) return;
     m_known = true;
     Row& row = m_rows[process];
     row.counts.Add(*counts);
     row.bytesNotDecoded += bytesNotDecoded;
-    if (!lost) return;
+    if (lost) PrintLoss(process, counts->Without(history), bytesNotDecoded);
+}
+
+void RunAccount::PrintLoss(const std::string& process, const LossCounts& counts, std::uint64_t bytesNotDecoded) const {
     if (m_format == Format::Json) {
         JsonObject loss = JsonObject::object();
         AddText(loss, "process", process);
-        AddLoss(loss, *counts);
+        AddLoss(loss, counts);
         loss["bytesNotDecoded"] = bytesNotDecoded;
         m_output.Line(JsonObject{{"cycle", m_cycle}, {"loss", std::move(loss)}}.dump());
     } else {
         PrintWarning("cycle " + std::to_string(m_cycle) + ", " + process +
-                     ", lost: " + LossText(*counts, bytesNotDecoded));
+                     ", lost: " + LossText(counts, bytesNotDecoded));
     }
 }
 
@@ -78,13 +87,19 @@ void RunAccount::OnError(const IQxData::_HSScriptPtr&, unsigned long long, const
     ++m_rows[m_processes.NameOf(call.pid)].eventsInError;
 }
 
+std::uint64_t RunAccount::History() const {
+    return std::accumulate(m_rows.begin(), m_rows.end(), std::uint64_t{0},
+                           [](std::uint64_t sum, const auto& row) { return sum + row.second.history; });
+}
+
 void RunAccount::Print() const {
-    if (!m_known) return;
+    const std::uint64_t history = History();
     if (m_format == Format::Json) {
-        PrintJson();
-    } else {
-        PrintTable();
+        if (m_known || history > 0) PrintJson();
+        return;
     }
+    if (m_known) PrintTable();
+    if (history > 0) PrintNote(HistoryText(history));
 }
 
 void RunAccount::PrintTable() const {
@@ -97,7 +112,8 @@ void RunAccount::PrintTable() const {
     for (const auto& [process, row] : m_rows) {
         std::vector<std::string>& line = cells.emplace_back();
         line.push_back(process.empty() ? "-" : Printable(process));
-        for (const LossField& field : kLossFields) line.push_back(std::to_string(row.counts.*field.value));
+        const LossCounts counts = row.counts.Without(row.history);
+        for (const LossField& field : kLossFields) line.push_back(std::to_string(counts.*field.value));
         line.push_back(std::to_string(row.bytesNotDecoded));
         line.push_back(std::to_string(row.eventsInError));
         line.push_back(ShownTime(row.longestCallback));
@@ -109,10 +125,11 @@ void RunAccount::PrintJson() const {
     for (const auto& [process, row] : m_rows) {
         JsonObject total = JsonObject::object();
         AddText(total, "process", process);
-        AddLoss(total, row.counts);
+        if (m_known) AddLoss(total, row.counts.Without(row.history));
         total["bytesNotDecoded"] = row.bytesNotDecoded;
         total["eventsInError"] = row.eventsInError;
         total["longestCallbackUs"] = std::chrono::duration_cast<Microseconds>(row.longestCallback).count();
+        total["history"] = row.history;
         m_output.Line(JsonObject{{"total", std::move(total)}}.dump());
     }
 }

@@ -27,8 +27,10 @@ public:
     void SetCycle(std::uint64_t number) { m_cycle = number; }
 
     // What became of a process's calls in this cycle. Prints a line when something was lost, if the counts are known:
-    // what the decoding alone loses is told where the dump is.
-    void AddDump(const std::string& process, const std::optional<LossCounts>& counts, std::uint64_t bytesNotDecoded);
+    // what the decoding alone loses is told where the dump is. `history` calls came with the dump and were made before
+    // the run: they count apart from the others.
+    void AddDump(const std::string& process, const std::optional<LossCounts>& counts, std::uint64_t bytesNotDecoded,
+                 std::uint64_t history);
 
     // An event of the process with that id was handled, which began then.
     void AddCallback(unsigned short pid, Clock::time_point began);
@@ -43,17 +45,22 @@ public:
     // Whether anything was lost.
     bool Lost() const { return m_lost; }
 
-    // Prints the table of all processes, if their counts are known.
+    // Prints the table of all processes, if their counts are known, and how many calls were made before the run.
     void Print() const;
+
+    // How many calls of all processes were made before the run.
+    std::uint64_t History() const;
 
 private:
     struct Row {
-        LossCounts counts;
+        LossCounts counts;  // with the history
+        std::uint64_t history = 0;
         std::uint64_t bytesNotDecoded = 0;
         std::uint64_t eventsInError = 0;
         Clock::duration longestCallback{0};
     };
 
+    void PrintLoss(const std::string& process, const LossCounts& counts, std::uint64_t bytesNotDecoded) const;
     void PrintTable() const;
     void PrintJson() const;
 
@@ -65,5 +72,8 @@ private:
     bool m_known = false;
     bool m_lost = false;
 };
+
+// What is said of that many calls which were made before the run.
+std::string HistoryText(std::uint64_t calls);
 
 }  // namespace qxlt

@@ -1,10 +1,10 @@
 #include "RunCommand.h"
 
 #include <CLI/CLI.hpp>
-#include <cstdlib>
 #include <memory>
 
 #include "LiveRun.h"
+#include "TimeText.h"
 
 namespace qxlt {
 
@@ -12,12 +12,16 @@ namespace {
 
 constexpr char kExamples[] =
     "  qxlt run -s volume.xml\n"
-    "  qxlt run -s volume.xml --pause fast --for 30 --explain\n"
+    "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n";
 
-// A number that is none passes any comparison that it fails.
 std::string RequireTime(const std::string& text) {
-    return std::strtod(text.c_str(), nullptr) > 0 ? std::string() : text + " is no number of seconds above 0";
+    if (ReadSeconds(text)) return std::string();
+    return "\"" + text + "\" is no time above 0; write seconds, or 500ms, 10s, 2m, 1h";
+}
+
+std::string RequireName(const std::string& text) {
+    return text.empty() ? "the process has no name" : "";
 }
 
 }  // namespace
@@ -30,13 +34,18 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddScriptOptions(command, options->scripts).allow_extra_args(true);
     command.add_option("-p,--process", options->processes, "Watch this process, too")
         ->allow_extra_args(false)
+        ->check(RequireName)
         ->option_text("NAME");
     AddChoice<bool>(command, "--pause", options->fast, {{"fast", true}, {"normal", false}},
                     "The pause after each dump: 10 ms, or 1 s (default)");
-    command.add_option("--for", options->seconds, "End after this time, waiting included")
+    command
+        .add_option_function<std::string>(
+            "--for", [options](const std::string& text) { options->seconds = ReadSeconds(text).value_or(0); },
+            "End after this time (10s, 500ms, 2m, 1h), waiting included")
         ->check(RequireTime)
-        ->option_text("SECONDS");
-    command.add_option("--until", options->until, "End when this event fires")->option_text("EVENT");
+        ->option_text("TIME");
+    AddEndOption(command, options->until);
+    command.add_flag("--history", options->history, "Evaluate calls from before the start, too");
     AddLossOption(command, options->failOnLoss);
     command.add_option("--keep", options->keep, "Keep the dumps, to be replayed")->option_text("DIR");
 }

@@ -24,6 +24,14 @@ bool IsScriptOption(const std::string& argument) {
     return argument == "-s" || argument == "--script";
 }
 
+// `option` is what was asked for, as it was written.
+void RequireEvent(const std::string& option, const std::string& event, const std::vector<std::string>& events) {
+    if (std::find(events.begin(), events.end(), event) != events.end()) return;
+    const std::string near = Suggestion(event, events);
+    throw Failure(kCannotStart,
+                  option + ": the scripts have no event of that name" + (near.empty() ? "" : "; did you mean " + near));
+}
+
 }  // namespace
 
 CLI::Option& AddScriptOptions(CLI::App& command, ScriptOptions& options) {
@@ -40,13 +48,19 @@ void AddLossOption(CLI::App& command, bool& fails) {
                     "Tell of what is lost (default), or end with status 1, too");
 }
 
+void AddEndOption(CLI::App& command, std::string& event) {
+    command.add_option("--until", event, "End when this event fires")->option_text("EVENT");
+}
+
 ExplainOptions ExplainOf(const ScriptOptions& options, const std::vector<std::string>& events) {
     if (options.explain.empty()) return {};
     if (options.explain == kNoValue) return {true, ""};
-    if (std::find(events.begin(), events.end(), options.explain) != events.end()) return {true, options.explain};
-    const std::string near = Suggestion(options.explain, events);
-    throw Failure(kCannotStart, "--explain=" + options.explain + ": the scripts have no event of that name" +
-                                    (near.empty() ? "" : "; did you mean " + near));
+    RequireEvent("--explain=" + options.explain, options.explain, events);
+    return {true, options.explain};
+}
+
+void RequireKnownEnd(const std::string& event, const std::vector<std::string>& events) {
+    if (!event.empty()) RequireEvent("--until " + event, event, events);
 }
 
 std::vector<std::string> ExpandScripts(const std::vector<std::string>& arguments) {

@@ -20,6 +20,12 @@ CLI::Option& AddScriptOptions(CLI::App& command, ScriptOptions& options);
 // Adds --on-loss. `fails` must live as long as the command.
 void AddLossOption(CLI::App& command, bool& fails);
 
+// Adds --until. `event` must live as long as the command.
+void AddEndOption(CLI::App& command, std::string& event);
+
+// Throws a Failure (cannot start) when the event that is to end the run is none of `events`; empty: there is none.
+void RequireKnownEnd(const std::string& event, const std::vector<std::string>& events);
+
 // Scripts that follow a -s without one of their own get it: names that end in ".xml" are scripts, so that what comes
 // after them may be files of another kind.
 std::vector<std::string> ExpandScripts(const std::vector<std::string>& arguments);

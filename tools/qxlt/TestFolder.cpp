@@ -113,6 +113,7 @@ void TestFolder::Compare(bool update, Output& output, Progress& progress, TestRe
 
 ReplayInput TestFolder::Input(const JoinedScripts& scripts) const {
     ReplayInput input;
+    input.onlyCapture = false;  // the scripts and the expectation may lie beside the cycles
     const std::vector<std::string> captures = Entries(m_path, IsCapture);
     if (IsCapture(fs::directory_entry(m_path))) {
         input.capture = m_path;

@@ -48,9 +48,10 @@ TEST(CaptureWriter, WritesTheLayoutThatReplayReads) {
     qxlt::ProcessNames processes;
     processes.Add("tuner", 70);
     processes.Add("../a", 412);
-    writer.Begin(processes);
+    writer.Begin(processes, 123456789);
     WriteCycle(writer, 1, 3);
-    EXPECT_EQ(place.Read("a/b/capture.json"), "{\"version\":1,\"processes\":{\"../a\":412,\"tuner\":70}}\n");
+    EXPECT_EQ(place.Read("a/b/capture.json"),
+              "{\"version\":1,\"processes\":{\"../a\":412,\"tuner\":70},\"since\":123456789}\n");
     EXPECT_EQ(place.Read("a/b/000001/small.qxdump"), "x");
     EXPECT_EQ(place.Read("a/b/000001/large.qxdump"), "yyy");
     EXPECT_FALSE(fs::exists(place.At("a/b/000001/none.qxdump")));
@@ -90,7 +91,12 @@ TEST(CaptureWriter, KeepsTheCountsBesideTheDump) {
     EXPECT_EQ(place.Read("capture/000003/a%20b.qxloss"),
               R"({"recorded":7,"delivered":1,"open":1,"overwritten":2,"refused":3,"dropped":0,"exitsDropped":4})"
               "\n");
-    EXPECT_FALSE(fs::exists(place.At("capture/000003/silent.qxloss")));
+    // That there is an account is known once, whatever it holds.
+    EXPECT_TRUE(fs::exists(place.At("capture/000003/silent.qxloss")));
+    writer.BeginCycle(4);
+    writer.AddDump("silent", {}, qxlt::LossCounts{});
+    writer.EndCycle();
+    EXPECT_FALSE(fs::exists(place.At("capture/000004/silent.qxloss")));
     EXPECT_THAT(place.Read("capture/000003/refusing.qxloss"), testing::HasSubstr("\"refused\":5"));
 }
 
@@ -99,7 +105,7 @@ TEST(CaptureWriter, RefusesAProcessNameThatJsonCannotHold) {
     CaptureWriter writer(place.At("capture"));
     qxlt::ProcessNames processes;
     processes.Add("\xE9", 1);
-    EXPECT_THROW(writer.Begin(processes), qxlt::Failure);
+    EXPECT_THROW(writer.Begin(processes, std::nullopt), qxlt::Failure);
 }
 
 TEST(CaptureLayout, NamesCyclesWithSixDigitsOrMore) {

@@ -12,12 +12,16 @@
 
 namespace {
 
+using testing::AllOf;
+using testing::ContainsRegex;
 using testing::ElementsAre;
+using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
+using testing::UnorderedElementsAre;
 
 const char* const kInputScript =
     "<Scenario>\n<action name=\"input\">\n<method name=\"SetVolume\"/>\n"
@@ -25,6 +29,11 @@ const char* const kInputScript =
 
 std::string CaptureFile(const std::string& processes) {
     return "{\"version\":1,\"processes\":{" + processes + "}}\n";
+}
+
+// Of a run that began at that time.
+std::string CaptureFile(const std::string& processes, const std::string& since) {
+    return "{\"version\":1,\"processes\":{" + processes + "},\"since\":" + since + "}\n";
 }
 
 // A call of location 3, which was described in an earlier dump.
@@ -99,7 +108,6 @@ TEST(Replay, RunsACaptureAsItWasLive) {
     place.Write("capture/000002/tuner.qxdump", VolumeDump({2}));
     place.Write("capture/000002/media-server.qxdump", LaterCall(3));
     place.Write("capture/000010/tuner.qxdump", LaterCall(4));
-    place.Write("capture/notes.txt", "not a cycle");
     const std::vector<std::string> arguments = {"replay", "-s", script, "--format", "json", place.At("capture")};
     const ToolResult result = RunTool(arguments);
     EXPECT_EQ(result.status, 0);
@@ -212,14 +220,16 @@ TEST(Replay, ReportsADamagedDumpAndGoesOn) {
     EXPECT_THAT(result.error, StartsWith("error: " + bad + ":" + std::to_string(VolumeDump({5}).size()) + ": damage"));
 }
 
-TEST(Replay, TellsOfADumpThatBelongsToNoProcess) {
+TEST(Replay, WarnsOfFilesThatBelongToNoCycleOrProcess) {
     const Workplace place;
     const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
     place.Write("capture/capture.json", CaptureFile("\"m\":1"));
     const std::string stranger = place.Write("capture/000002/n.qxdump", VolumeDump({5}));
+    const std::string notes = place.Write("capture/notes.txt", "my own");
     const ToolResult result = RunTool({"replay", "-s", script, place.At("capture")});
-    EXPECT_EQ(result.status, 1);
-    EXPECT_EQ(result.error, "error: " + stranger + ": belongs to no process of capture.json; it is not replayed\n");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.error, "warning: " + notes + ": belongs to no cycle; it is not replayed\nwarning: " + stranger +
+                                ": belongs to no process of capture.json; it is not replayed\n");
 }
 
 // A capture whose second cycle lost something.
@@ -339,19 +349,218 @@ TEST(Replay, LeavesOutCountsThatCannotBeRead) {
     }
 }
 
+// What came before has been printed: the rest, the explanation and the account come, too.
+TEST(Replay, GoesOnAfterWhatCannotBeReadInALaterCycle) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string capture = LossyCapture(place);
+    place.Write("capture/000002/m.qxdump", LaterCall(2));
+    place.Write("capture/000003/m.qxdump/inside", "");
+    place.Write("capture/000003/n.qxloss/inside", "");
+    place.Write("capture/000004/m.qxdump", LaterCall(4));
+    const ToolResult result = RunTool({"replay", "-s", script, "--explain", "--format", "json", capture});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(
+        Lines(result.error),
+        UnorderedElementsAre(StartsWith("error: " + capture + "/000003/m.qxdump: Is a directory"),
+                             StartsWith("error: " + capture + "/000003/n.qxloss: no counts of recorded calls")));
+    EXPECT_THAT(result.output, HasSubstr(R"({"cycle":4,"event":"VOLUME","value":"4",)"));
+    EXPECT_THAT(result.output, HasSubstr(R"({"explained":"VOLUME",)"));
+    EXPECT_THAT(result.output, HasSubstr(R"({"total":{"process":"m","recorded":12,)"));
+}
+
 TEST(Replay, WaitsForNoPipeInACapture) {
     const Workplace place;
     const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
     const std::string capture = LossyCapture(place);
     const std::string path = place.At("capture/000003");
     std::filesystem::create_directory(path);
-    for (const char* const name : {"/m.qxdump", "/m.qxloss"}) {
+    const std::vector<std::pair<std::string, std::string>> rows = {{"/m.qxdump", ": is no regular file"},
+                                                                   {"/m.qxloss", ": no counts of recorded calls"},
+                                                                   {"/m.qxlife", ": not what became of the process"}};
+    for (const auto& [name, said] : rows) {
         ASSERT_EQ(mkfifo((path + name).c_str(), 0600), 0);
         const ToolResult result = RunTool({"replay", "-s", script, capture});
-        EXPECT_EQ(result.status, 2);
-        EXPECT_THAT(result.error, HasSubstr("error: " + path + name + ": is no regular file; name a directory"));
+        EXPECT_EQ(result.status, 1);
+        EXPECT_THAT(result.error, HasSubstr("error: " + path + name + said));
         std::filesystem::remove(path + name);
     }
+}
+
+TEST(Replay, TracesALaterCycleOfACaptureThatPrimes) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    place.Write("capture/capture.json", CaptureFile("\"m\":1"));
+    place.Write("capture/000001/m.qxdump", VolumeDump({1}));
+    place.Write("capture/000002/m.qxdump", LaterCall(2));
+    place.Write("capture/000003/m.qxdump", LaterCall(3));
+    const std::vector<std::string> arguments = {"replay", "-s", script, "--format", "json", place.At("capture")};
+    std::vector<std::string> priming = arguments;
+    priming.push_back("--prime");
+    EXPECT_EQ(RunTool(priming).output, RunTool(arguments).output);
+    EXPECT_THAT(Values(RunTool(priming).output), ElementsAre("1", "2", "3"));
+    std::filesystem::remove_all(place.At("capture/000001"));
+    place.Write("capture/000002/m.qxdump", VolumeDump({2}));
+    EXPECT_THAT(Lines(RunTool(priming).output), ElementsAre(StartsWith(R"({"cycle":3,"event":"VOLUME","value":"2")"),
+                                                            StartsWith(R"({"cycle":3,"event":"VOLUME","value":"3")")));
+    EXPECT_THAT(Lines(RunTool(arguments).output).front(), StartsWith(R"({"cycle":2,"event":"VOLUME","value":"2")"));
+}
+
+// What the library's own cycle does not look at: it traces nothing when no dump came.
+TEST(Replay, EvaluatesWhatPrimedThoughNoDumpFollows) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    place.Write("capture/capture.json", CaptureFile("\"m\":1"));
+    place.Write("capture/000001/m.qxdump", VolumeDump({1, 2}));
+    const std::vector<std::string> arguments = {"replay",           "-s", script, "--format", "json", "--explain",
+                                                place.At("capture")};
+    const ToolResult ended = RunTool(arguments);
+    EXPECT_THAT(Lines(ended.output), ElementsAre(StartsWith(R"({"cycle":2,"event":"VOLUME","value":"1")"),
+                                                 StartsWith(R"({"cycle":2,"event":"VOLUME","value":"2")"),
+                                                 HasSubstr(R"("calls":2,"method":2,)")));
+    std::filesystem::create_directory(place.At("capture/000002"));
+    std::filesystem::create_directory(place.At("capture/000003"));
+    EXPECT_EQ(RunTool(arguments).output, ended.output);
+}
+
+TEST(Replay, EvaluatesNoCallFromBeforeTheRun) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    // At times 105, 2210 and 4315; then, held back until it returned, again at 105.
+    place.Write("capture/capture.json", CaptureFile("\"m\":1", "2210"));
+    place.Write("capture/000001/m.qxdump", VolumeDump({1, 2, 3}));
+    place.Write("capture/000001/m.qxloss",
+                R"({"recorded":4,"delivered":3,"open":1,"overwritten":0,"refused":0,"dropped":0,"exitsDropped":0})");
+    place.Write("capture/000002/m.qxdump",
+                dump::Thread(4, dump::StreamItem(dump::kBefore, dump::Before(105, 3, dump::Int(4, 4))) +
+                                    dump::StreamItem(dump::kAfter, dump::After(9))));
+    place.Write("capture/000002/m.qxloss",
+                R"({"recorded":0,"delivered":1,"open":0,"overwritten":2,"refused":0,"dropped":0,"exitsDropped":0})");
+    const std::vector<std::string> arguments = {"replay", "-s", script, "--format", "json", place.At("capture")};
+    const ToolResult result = RunTool(arguments);
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_THAT(
+        Lines(result.output),
+        ElementsAre(
+            StartsWith(R"({"cycle":2,"loss":{"process":"m","recorded":0,"delivered":0,"open":0,"overwritten":2,)"),
+            StartsWith(R"({"cycle":2,"event":"VOLUME","value":"2")"),
+            StartsWith(R"({"cycle":2,"event":"VOLUME","value":"3")"),
+            AllOf(StartsWith(R"({"total":{"process":"m","recorded":2,"delivered":2,"open":0,"overwritten":2,)"),
+                  EndsWith(R"("history":2}})"))));
+    EXPECT_THAT(RunTool({"replay", "-s", script, place.At("capture")}).error,
+                HasSubstr("\n2 calls from before the start raised no events; --history evaluates them\n"));
+    std::vector<std::string> all = arguments;
+    all.push_back("--history");
+    const std::string output = RunTool(all).output;
+    EXPECT_THAT(output, HasSubstr(R"("event":"VOLUME","value":"1")"));
+    EXPECT_THAT(output, HasSubstr(R"("event":"VOLUME","value":"4")"));
+    EXPECT_THAT(output, HasSubstr(R"("recorded":4,"delivered":4,)"));
+    EXPECT_THAT(output, HasSubstr(R"("history":0}})"));
+}
+
+TEST(Replay, ShowsAgainWhatBecameOfTheProcesses) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    place.Write("capture/capture.json", CaptureFile("\"m\":1"));
+    place.Write("capture/000002/m.qxdump", VolumeDump({5}));
+    place.Write("capture/000002/m.qxlife",
+                R"([{"process_id":70001,"state":"ended"},{"process_id":70002,"state":"restarted"},)"
+                R"({"process_id":3,"state":"unreadable","reason":"runs as user \u001bx"}])");
+    const ToolResult json = RunTool({"replay", "-s", script, "--format", "json", place.At("capture")});
+    EXPECT_EQ(json.status, 0) << json.error;
+    EXPECT_EQ(json.error, "");
+    EXPECT_THAT(
+        Lines(json.output),
+        ElementsAre(
+            R"({"cycle":2,"lifecycle":{"process":"m","process_id":70001,"state":"ended"}})",
+            R"({"cycle":2,"lifecycle":{"process":"m","process_id":70002,"state":"restarted"}})",
+            R"({"cycle":2,"lifecycle":{"process":"m","process_id":3,"state":"unreadable","reason":"runs as user \u001bx"}})",
+            HasSubstr(R"("event":"VOLUME")")));
+    EXPECT_EQ(RunTool({"replay", "-s", script, place.At("capture")}).error,
+              "cycle 2, m[70001] has ended\ncycle 2, m[70002] has started anew\n"
+              "warning: cycle 2, m[3] runs, and nothing of it can be read: runs as user \\x1bx\n");
+}
+
+TEST(Replay, LeavesOutWhatBecameOfProcessesWhenItCannotBeRead) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    place.Write("capture/capture.json", CaptureFile("\"m\":1"));
+    place.Write("capture/000002/m.qxdump", VolumeDump({5}));
+    const std::string texts[] = {"",
+                                 "{",
+                                 "{}",
+                                 "[7]",
+                                 "[{}]",
+                                 R"([{"process_id":1}])",
+                                 R"([{"process_id":1,"state":7}])",
+                                 R"([{"process_id":1,"state":"born"}])",
+                                 R"([{"process_id":-1,"state":"ended"}])",
+                                 R"([{"process_id":4294967296,"state":"ended"}])"};
+    for (const std::string& text : texts) {
+        const std::string path = place.Write("capture/000002/m.qxlife", text);
+        const ToolResult result = RunTool({"replay", "-s", script, place.At("capture")});
+        EXPECT_EQ(result.status, 1) << text;
+        EXPECT_EQ(result.error, "error: " + path + ": not what became of the process; it is left out\n") << text;
+        EXPECT_THAT(result.output, HasSubstr("VOLUME")) << text;
+    }
+}
+
+TEST(Replay, EndsWithTheEventThatIsToEndIt) {
+    const Workplace place;
+    const std::string events = std::string(kEveryVolume) +
+                               R"(<event name="TWO" tag="IN" value="0" type="INT" keyword="2" watch="ALWAYS"/>)"
+                               R"(<event name="BAD" tag="IN" value="x" type="INT" watch="ALWAYS"/>)";
+    const std::string script = place.Write("v.xml", VolumeScript(events));
+    const std::string first = place.Write("1", VolumeDump({1, 2, 3}));
+    const std::string second = place.Write("2", LaterCall(4));
+    const ToolResult result =
+        RunTool({"replay", "-s", script, "-p", "m=1", "--until", "TWO", "--format", "json", first, second});
+    EXPECT_THAT(Values(result.output), ElementsAre("1", "2", "2"));
+    EXPECT_EQ(result.status, 1);  // the event in error came first
+    const ToolResult explained =
+        RunTool({"replay", "-s", script, "-p", "m=1", "--until", "TWO", "--explain=VOLUME", first, second});
+    EXPECT_THAT(explained.output, Not(HasSubstr("\"3\": fires")));
+    EXPECT_THAT(explained.output, ContainsRegex("VOLUME +3 +3 "));  // the calls of the pass
+    const ToolResult unknown = RunTool({"replay", "-s", script, "-p", "m=1", "--until", "TW", first});
+    EXPECT_EQ(unknown.status, 2);
+    EXPECT_THAT(unknown.error,
+                StartsWith("error: --until TW: the scripts have no event of that name; did you mean TWO"));
+}
+
+// Two processes under one name, as the host's control tells of them.
+TEST(Replay, ShowsTheProcessThatMadeACall) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const auto header = [](const std::string& version, const std::string& id) {
+        return dump::Persistent({dump::Item(dump::kHeader, dump::Header(1, "m", version, "", "", id, "00000000"))});
+    };
+    const auto thread = [](unsigned tid) {
+        return dump::Properties(tid, dump::Item(dump::kThreadName, dump::ThreadName("t")));
+    };
+    const auto call = [](unsigned tid, int volume) {
+        return dump::Thread(tid, dump::StreamItem(dump::kBefore, dump::Before(105, 3, dump::Int(volume, 4))) +
+                                     dump::StreamItem(dump::kAfter, dump::After(2)));
+    };
+    place.Write("capture/capture.json", CaptureFile("\"m\":1"));
+    place.Write("capture/000001/m.qxdump", header("host 1", "00070001") + thread(4) + header("host 1", "00000009") +
+                                               thread(5) + VolumeDump({}) + call(4, 1) + call(5, 2));
+    // The number of the first one's thread is another's by now, before the calls of the cycle that primed are traced.
+    place.Write("capture/000002/m.qxdump", header("host 1", "00000010") + thread(4) + call(4, 3));
+    place.Write("capture/000003/m.qxdump", header("1", "00000011") + thread(6) + call(6, 4));
+    place.Write("capture/000004/m.qxdump", header("host 1", "0000001x") + thread(7) + call(7, 5));
+    const ToolResult result = RunTool({"replay", "-s", script, "--format", "json", place.At("capture")});
+    EXPECT_THAT(Lines(result.output),
+                ElementsAre(AllOf(HasSubstr(R"("value":"1",)"), EndsWith(R"("ret":[],"process_id":70001}})")),
+                            AllOf(HasSubstr(R"("value":"2",)"), EndsWith(R"("ret":[],"process_id":9}})")),
+                            AllOf(HasSubstr(R"("value":"3",)"), EndsWith(R"("ret":[],"process_id":10}})")),
+                            AllOf(HasSubstr(R"("value":"4",)"), EndsWith(R"("ret":[]}})")),
+                            AllOf(HasSubstr(R"("value":"5",)"), EndsWith(R"("ret":[]}})"))));
+    const std::string text = RunTool({"replay", "-s", script, place.At("capture")}).output;
+    EXPECT_THAT(text, HasSubstr("m[70001] audio.SetVolume(1)"));
+    EXPECT_THAT(text, HasSubstr("m[1] audio.SetVolume(4)"));
+    const ToolResult decoded =
+        RunTool({"decode", "-p", "m=1", "--format", "json", place.At("capture/000001/m.qxdump")});
+    EXPECT_THAT(decoded.output, HasSubstr(R"("ret":[],"process_id":70001})"));
 }
 
 TEST(Replay, WaitsForNoPipeInPlaceOfTheDescription) {
@@ -387,6 +596,9 @@ TEST_P(ReplayOfBadInput, DoesNotStart) {
     place.Write("infinite/capture.json", CaptureFile("\"m\":1e999"));
     place.Write("deep/capture.json", CaptureFile("\"m\":" + std::string(1000000, '[')));
     place.Write("long/capture.json", CaptureFile(std::string(17 << 20, ' ')));
+    place.Write("noon/capture.json", CaptureFile("\"m\":1", "\"noon\""));
+    place.Write("early/capture.json", CaptureFile("\"m\":1", "-1"));
+    place.Write("late/capture.json", CaptureFile("\"m\":1", "18446744073709551"));
     place.Write("escape/capture.json", CaptureFile("\"\\u001b[2Jm\":65536"));
     place.Write("good/capture.json", CaptureFile("\"m\":1"));
     place.Write("dir/capture.json", CaptureFile("\"m\":1"));
@@ -423,6 +635,9 @@ INSTANTIATE_TEST_SUITE_P(
         BadInput{"InfiniteId", {"-s", "v.xml", "infinite"}, "infinite/capture.json: holds a number out of range"},
         BadInput{"DeepCapture", {"-s", "v.xml", "deep"}, "deep/capture.json: nested more than 64 deep"},
         BadInput{"LongCapture", {"-s", "v.xml", "long"}, "long/capture.json: larger than 16777216 bytes"},
+        BadInput{"SinceIsNoNumber", {"-s", "v.xml", "noon"}, "noon/capture.json: \"since\" is no time in nanoseconds"},
+        BadInput{"SinceIsNegative", {"-s", "v.xml", "early"}, "early/capture.json: \"since\" is no time"},
+        BadInput{"SinceIsTooLarge", {"-s", "v.xml", "late"}, "late/capture.json: \"since\" is no time"},
         BadInput{"ControlCharacters", {"-s", "v.xml", "escape"}, "escape/capture.json: \\x1b[2Jm: no process id"},
         BadInput{"DirectoryAsDump", {"-s", "v.xml", "dir"}, "dir/000001/m.qxdump: Is a directory"},
         BadInput{"UnknownEvent",

@@ -83,7 +83,7 @@ TEST_F(Run, ReplaysWhatItKeptToTheSameEvents) {
     EXPECT_EQ(again, live);
     EXPECT_THAT(live.front(), HasSubstr("\"call\":{\"key\":"));
     EXPECT_THAT(m_place.Read("capture/capture.json"),
-                MatchesRegex("\\{\"version\":1,\"processes\":\\{\"" + m_name + "\":[0-9]+\\}\\}\n"));
+                MatchesRegex("\\{\"version\":1,\"processes\":\\{\"" + m_name + "\":[0-9]+\\},\"since\":[0-9]+\\}\n"));
 }
 
 // Rings that are far too small for the rate.

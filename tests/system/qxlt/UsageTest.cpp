@@ -74,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FaultyLine{{"run", "-s", "x", "--pause", "long"}, "\"long\" is none of fast|normal"},
                     FaultyLine{{"run", "-s", "x", "--for", "soon"}, "soon"},
                     FaultyLine{{"run", "-s", "x", "--for", "-1"}, "--for"},
-                    FaultyLine{{"run", "-s", "x", "--for", "nan"}, "nan is no number of seconds above 0"},
+                    FaultyLine{{"run", "-s", "x", "--for", "nan"}, "\"nan\" is no time above 0"},
                     FaultyLine{{"test"}, "DIR is required"}));
 
 }  // namespace

@@ -1,0 +1,132 @@
+#include "EventRun.h"
+
+#include <utility>
+
+namespace qxlt {
+
+EventRun::EventRun(std::shared_ptr<ProcessStore> store, const ProcessNames& processes, EventSink sink, FaultSink faults)
+    : m_store(std::move(store)), m_processes(processes), m_sink(std::move(sink)), m_faults(std::move(faults)) {
+    m_observers.Add(m_errors);
+}
+
+void EventRun::SetExplainer(Explainer& explainer) {
+    m_explainer = &explainer;
+}
+
+void EventRun::SetAccount(RunAccount& account) {
+    m_account = &account;
+    m_observers.Add(account);
+}
+
+void EventRun::EndAt(std::string event, std::function<void()> reached) {
+    m_until = std::move(event);
+    m_reached = std::move(reached);
+}
+
+void EventRun::BeginCycle(std::uint64_t number) {
+    m_cycle = number;
+    if (m_explainer != nullptr) m_explainer->SetCycle(number);
+    if (m_account != nullptr) m_account->SetCycle(number);
+}
+
+void EventRun::AddDump(const Dump& dump, const QxCycle::Decoded& decoded) {
+    DropHistory();
+    const std::uint64_t history = HistoryOf(dump.process);
+    if (m_account != nullptr) m_account->AddDump(dump.process, dump.counts, decoded.bytesNotDecoded, history);
+    if (!decoded.Whole()) Tell(DamageFault(dump.place, dump.name, decoded));
+}
+
+// Removes the calls that began before the run, and counts them. Their keys begin with the time.
+void EventRun::DropHistory() {
+    if (!m_since) return;
+    std::map<unsigned long long, IQxData::HSCall>& calls = *m_store->GetCallIMap();
+    const auto end = calls.lower_bound(*m_since * QxData::kKeysPerTime);
+    for (auto call = calls.begin(); call != end;) {
+        // A damaged time may be so large that its key has wrapped round.
+        const bool isHistory = call->second.time < *m_since;
+        if (isHistory) ++m_history[call->second.pid];
+        call = isHistory ? calls.erase(call) : std::next(call);
+    }
+}
+
+// Of processes that share an id the first one has all.
+std::uint64_t EventRun::HistoryOf(const std::string& process) {
+    const auto pid = m_processes.Pids().find(process);
+    if (pid == m_processes.Pids().end()) return 0;
+    return std::exchange(m_history[pid->second], 0);
+}
+
+// What a cycle that primed left was traced if some dump has come since.
+void EventRun::EndCycle(bool primes) {
+    if (primes) {
+        m_store->KeepMakers();
+    } else if (HasCalls()) {
+        TraceCalls();
+    }
+}
+
+// One more pass over the store, as after an empty dump.
+void EventRun::TraceCalls() {
+    QxCycle cycle(OnEvent, this, m_store);
+    cycle.Parser().SetObserver(this);
+    std::pair<int, char*> nothing(0, nullptr);
+    cycle.Parser().Parse(nothing, m_store);
+    cycle.Finish(false);
+}
+
+void EventRun::Tell(const Fault& fault) {
+    if (!fault.isHarmless) m_whole = false;
+    JsonObject record = {{"cycle", m_cycle}};
+    record.update(fault.record);
+    m_faults({fault.text, std::move(record), fault.isHarmless});
+}
+
+int EventRun::OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context) {
+    static_cast<EventRun*>(context)->Send(name, value, call);
+    return 1;
+}
+
+void EventRun::Send(const std::string& name, const std::string& value, const IQxData::HSCall& call) {
+    if (m_over) return;
+    const RunAccount::Clock::time_point began = RunAccount::Clock::now();
+    const QxLocation& location = m_store->Location(call.locId, call.pid);
+    m_sink({m_cycle,
+            name,
+            value,
+            {call, location.site, m_processes.NameOf(call.pid), m_key, m_store->MakerOf(m_key, call)}});
+    if (m_account != nullptr) m_account->AddCallback(call.pid, began);
+    if (!m_until.empty() && name == m_until) End();
+}
+
+void EventRun::End() {
+    m_over = true;
+    if (m_explainer != nullptr) m_explainer->SetQuiet();
+    if (m_reached) m_reached();
+}
+
+void EventRun::TellChanges(const std::string& process, const std::vector<ProcessChange>& changes) {
+    for (const ProcessChange& change : changes) {
+        if (m_changes) m_changes({m_cycle, process, change});
+    }
+}
+
+// The explanation is about all calls of the run, those behind its last event included.
+void EventRun::OnCall(unsigned long long key, const IQxData::HSCall& call, const std::string& callerName) {
+    if (m_explainer != nullptr) m_explainer->OnCall(key, call, callerName);
+    if (!m_over) m_observers.OnCall(key, call, callerName);
+}
+
+void EventRun::OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call,
+                       QxOutcome outcome, const std::string& argument) {
+    m_key = key;
+    if (m_explainer != nullptr) m_explainer->OnEvent(event, key, call, outcome, argument);
+    if (!m_over) m_observers.OnEvent(event, key, call, outcome, argument);
+}
+
+void EventRun::OnError(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call,
+                       QxStage stage, const std::string& error) {
+    if (m_explainer != nullptr) m_explainer->OnError(event, key, call, stage, error);
+    if (!m_over) m_observers.OnError(event, key, call, stage, error);
+}
+
+}  // namespace qxlt
