@@ -68,6 +68,19 @@ protected:
     unsigned m_sites = 0;
 };
 
+TEST(QxDescriptionBudget, TakesToTheLimitAndNotOneMore) {
+    QxDescriptionBudget budget;
+    budget.Take({kHost, kLimit - 10}, {});
+    EXPECT_FALSE(budget.TryTake({kHost, 11}));
+    EXPECT_TRUE(budget.TryTake({kHost, 10}));
+    EXPECT_FALSE(budget.TryTake({kHost, 1}));
+    EXPECT_TRUE(budget.TryTake({kOther, kLimit})) << "each process has its own";
+    EXPECT_THROW(budget.Take({kHost, 1}, {}), QxData::_PERR_TYPE);
+    EXPECT_NO_THROW(budget.Take({kHost, 5}, {kHost, 5})) << "in place of as much";
+    budget.Clear();
+    EXPECT_TRUE(budget.TryTake({kHost, kLimit}));
+}
+
 }  // namespace
 
 TEST_F(QxDescriptionBudgetTest, TextsAndArgumentsCost) {

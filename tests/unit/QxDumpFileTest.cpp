@@ -1,9 +1,11 @@
 #include "QxDumpFile.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -123,4 +125,24 @@ TEST_F(QxDumpFileTest, ClosesWhatItOpened) {
     QxDumpFile::Read("/dev/zero");
     QxDumpFile::Read(Sparse(3 * kGiB));
     EXPECT_EQ(OpenFiles(), before);
+}
+
+// A file that ends before its size, as one does that is cut while it is read. The system's own files are such, too.
+TEST_F(QxDumpFileTest, TakesTheEndOfTheFileForTheEndWhateverFailedBefore) {
+    const std::string path = "/sys/devices/system/cpu/possible";
+    if (!std::filesystem::is_regular_file(path)) GTEST_SKIP() << path << " is missing";
+    const std::uintmax_t size = std::filesystem::file_size(path);
+    errno = EINTR;
+    const std::vector<char> bytes = QxDumpFile::Read(path);
+    EXPECT_FALSE(bytes.empty());
+    EXPECT_LT(bytes.size(), size);
+}
+
+TEST_F(QxDumpFileTest, ClosesTheFileAlsoUnderTheFirstNumber) {
+    const int input = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    EXPECT_EQ(QxDumpFile::Read(Write("abc")).size(), 3u);
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    if (input >= 0) dup2(input, STDIN_FILENO);
+    if (input >= 0) close(input);
 }
