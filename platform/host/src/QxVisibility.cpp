@@ -42,7 +42,7 @@ struct Traces {
     std::string name;           // that it goes by
 };
 
-// Splits the path of a mapped file off a line of /proc/PID/maps; empty when it has none.
+// The path of the mapped file out of a line of /proc/PID/maps; empty when it has none.
 std::string MappedPath(const std::string& line) {
     const std::size_t slash = line.find('/');
     return slash == std::string::npos ? std::string() : line.substr(slash);
@@ -56,7 +56,7 @@ void TakeMapping(pid_t pid, std::string path, Traces& traces) {
     const std::size_t slash = path.rfind('/');
     if (slash == std::string::npos) return;
     const std::string name = path.substr(slash + 1);
-    if (name.compare(0, 13, "libqxrecorder") == 0) traces.hasRecorder = true;
+    if (name.rfind("libqxrecorder", 0) == 0) traces.hasRecorder = true;
     QxFileName recording;
     if (!QxFileName::Parse(name, recording) || recording.suffix != QxFileName::kRecording) return;
     traces.hasRecorder = true;

@@ -233,7 +233,7 @@ TEST_F(ProcessesTest, OneThatHasNotLoadedTheRecorderIsTold) {
         ::execl(program.c_str(), "sleep", "1000", nullptr);
         ::_exit(1);
     });
-    while (qxhost::QxProcessInfo::CommandName(child.Pid()) == "x") std::this_thread::yield();
+    while (qxhost::QxProcessInfo::CommandName(child.Pid()) != "traced") std::this_thread::yield();
     const ProcessState state = OnlyUnread(*m_control, "traced");
     EXPECT_EQ(state.visibility, Visibility::NoRecorder);
     EXPECT_EQ(state.problem, "it has not loaded the recorder (libqxrecorder)");
