@@ -238,6 +238,16 @@ TEST_F(Run, EndsQuietlyWhenTheReaderHasGone) {
     EXPECT_THAT(tool.Error(), Not(HasSubstr("error:")));
 }
 
+TEST_F(Run, KeepsItsStatusWhenTheReaderHasGone) {
+    m_place.Write("v.xml",
+                  VolumeScript(kEveryVolume + std::string("<event name=\"BAD\" tag=\"IN\" value=\"x\"/>"), m_name));
+    const Child server(Server());
+    Child tool(Tool({}));
+    EXPECT_TRUE(tool.WaitForError("event \"BAD\""));
+    tool.CloseOutput();
+    EXPECT_EQ(tool.Finish(), 1);
+}
+
 // The first signal lets the cycle end, which it cannot; the second one does not wait for that.
 TEST_F(Run, EndsAtASecondSignalThoughNobodyReadsItsEvents) {
     Child::Setup fast = Server();
