@@ -8,8 +8,7 @@
 
 class ExactBytes final {
 public:
-    explicit ExactBytes(const std::string& bytes)
-        : m_size(static_cast<int>(bytes.size())), m_block(new char[Size()]) {
+    explicit ExactBytes(const std::string& bytes) : m_size(static_cast<int>(bytes.size())), m_block(new char[Size()]) {
         if (m_size > 0) std::memcpy(m_block.get(), bytes.data(), Size());
         m_pair = {m_size, m_block.get()};
     }
