@@ -189,7 +189,9 @@ TEST_F(RecordingFilesTest, ADamagedOneIsShownUpToTheDamage) {
     EXPECT_EQ(Tool({"list", "copy"}).status, 1);
     m_place.Write("v.xml", VolumeScript(kEveryVolume, m_name));
     EXPECT_EQ(Tool({"replay", "-s", "v.xml", "--recording", "./copy"}).status, 1);
-    EXPECT_THAT(Tool({"decode", "copy", "--level", "major"}).error, HasSubstr("copy: the file is cut short"));
+    Child::Setup loud = Setup();
+    loud.environment["QX_LOG"] = "stderr";
+    EXPECT_THAT(RunTool({"decode", "copy", "--level", "major"}, loud).error, HasSubstr("copy: the file is cut short"));
     fs::resize_file(copy, 100);
     EXPECT_EQ(Tool({"decode", "copy"}).error, "error: copy: the file is cut short\n");
 }
