@@ -37,10 +37,22 @@ bool IsWhole(const std::string& recorded, const std::string& asked) {
     return !recorded.empty() && (recorded == asked || recorded == asked.substr(0, kShortNameSize));
 }
 
+// The best that a recorded name may fit.
+std::size_t WholeFit(const std::string& asked) {
+    return asked.size() + 1;
+}
+
+// Whether a process runs that has just that name.
+bool IsRunning(const std::string& asked) {
+    const std::vector<pid_t> all = QxProcessInfo::All();
+    return std::any_of(all.begin(), all.end(),
+                       [&asked](pid_t pid) { return IsWhole(QxProcessInfo::CommandName(pid), asked); });
+}
+
 // How well a recorded name fits the one asked for; 0 when it does not.
 std::size_t Fit(const std::string& recorded, const std::string& asked) {
     if (recorded.empty() || asked.compare(0, recorded.size(), recorded) != 0) return 0;
-    return IsWhole(recorded, asked) ? asked.size() + 1 : recorded.size();
+    return IsWhole(recorded, asked) ? WholeFit(asked) : recorded.size();
 }
 
 QxFileName NameOf(const std::string& fileName) {
@@ -175,9 +187,10 @@ bool QxControl::Dump(std::vector<char>& path, const std::string& process, bool f
     return isWritten;
 }
 
-// Those of which nothing is read any more are as good as not there.
+// Those of which nothing is read any more are as good as not there. A shorter name does not step in for a better one
+// that was there before, nor for that of a process which runs and records nothing.
 void QxControl::FindRecordings(const Listing& listing, const std::string& process, bool first, Program& program) {
-    std::size_t best = 1;
+    std::size_t& best = program.bestFit;
     std::vector<std::pair<std::size_t, std::string>> found;
     for (const std::string& fileName : listing.fileNames) {
         const std::size_t fit = Fit(NameOf(fileName).name, process);
@@ -188,6 +201,7 @@ void QxControl::FindRecordings(const Listing& listing, const std::string& proces
         found.emplace_back(fit, fileName);
         best = std::max(best, fit);
     }
+    if (!found.empty() && best < WholeFit(process) && IsRunning(process)) best = WholeFit(process);
     for (const auto& [fit, fileName] : found) {
         if (fit == best) TakeUp(listing.directory.Get(), fileName, first, program);
     }
@@ -296,6 +310,7 @@ void QxControl::Program::Restart() {
     Program fresh;
     fresh.isWatched = isWatched;
     fresh.wasDumped = wasDumped;
+    fresh.bestFit = bestFit;
     fresh.endedPids = std::move(endedPids);
     for (auto& [id, recording] : recordings) {
         if (recording.isDone) fresh.recordings[id] = std::move(recording);

@@ -57,6 +57,7 @@ private:
     struct Program {
         bool isWatched = false;
         bool wasDumped = false;
+        std::size_t bestFit = 1;  // how well the names fit whose recordings are read
         QxCatalog catalog;
         Recordings recordings;
         std::deque<pid_t> endedPids;  // of processes whose recordings were read, those that ended last

@@ -207,6 +207,27 @@ TEST_F(ControlTest, AnEndedRecordingOfALongerNameDoesNotHideALivingOne) {
     living.Finish();
 }
 
+TEST_F(ControlTest, AShorterNameDoesNotStepInWhenALongerOneHasEnded) {
+    PausingChild shorter(m_directory, "abc", [](const Pause& pause) { NoteOneByOne(2, pause); });
+    Run("abcd", [] { Note(7); });
+    EXPECT_EQ(Values(Dump("abcd", true)), Numbers{7});
+    shorter.Continue();
+    EXPECT_FALSE(Dump("abcd").exists);
+    EXPECT_FALSE(Dump("abcd", true).exists);
+    shorter.Finish();
+}
+
+TEST_F(ControlTest, AShorterNameDoesNotStepInForAProcessThatRecordsNothing) {
+    PausingChild shorter(m_directory, "abc", [](const Pause& pause) { NoteOneByOne(1, pause); });
+    {
+        PausingChild silent(m_directory, "abcd", [](const Pause& pause) { pause(); });
+        EXPECT_FALSE(Dump("abcd", true).exists);
+        silent.Finish();
+    }
+    EXPECT_FALSE(Dump("abcd").exists);
+    shorter.Finish();
+}
+
 TEST_F(ControlTest, WhatIsGoneIsForgottenSoThatAnotherFileMayHaveItsPlace) {
     Child(m_directory, "traced", [] { Note(1); }).Join();
     const std::string path = Files(".qxrec").at(0);

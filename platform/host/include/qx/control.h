@@ -5,7 +5,8 @@
 //
 // A program's recordings are found by its name as the tracker finds its process: the recorded name is the command name
 // as the system shortens it (15 bytes), and it matches when it is a prefix of the name asked for. A name that agrees
-// whole, or as far as the system keeps it, is preferred, then the longest one. All recordings of that name are read;
+// whole, or as far as the system keeps it, is preferred, then the longest one; a shorter one does not step in when that
+// one has ended, nor while a process of that whole name runs and records nothing. All recordings of that name are read;
 // their calls come out under the one name. A dump holds what living processes of the name recorded, and the rest of
 // those that ended while the name was watched. Reading never removes a recording: that of a process that has ended
 // stays until a program of its name has started twice since, or 16 of other names have ended after it, or
