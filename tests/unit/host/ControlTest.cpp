@@ -208,23 +208,23 @@ TEST_F(ControlTest, AnEndedRecordingOfALongerNameDoesNotHideALivingOne) {
 }
 
 TEST_F(ControlTest, AShorterNameDoesNotStepInWhenALongerOneHasEnded) {
-    PausingChild shorter(m_directory, "abc", [](const Pause& pause) { NoteOneByOne(2, pause); });
-    Run("abcd", [] { Note(7); });
-    EXPECT_EQ(Values(Dump("abcd", true)), Numbers{7});
+    PausingChild shorter(m_directory, "short", [](const Pause& pause) { NoteOneByOne(2, pause); });
+    Run("shorter", [] { Note(7); });
+    EXPECT_EQ(Values(Dump("shorter", true)), Numbers{7});
     shorter.Continue();
-    EXPECT_FALSE(Dump("abcd").exists);
-    EXPECT_FALSE(Dump("abcd", true).exists);
+    EXPECT_FALSE(Dump("shorter").exists);
+    EXPECT_FALSE(Dump("shorter", true).exists);
     shorter.Finish();
 }
 
 TEST_F(ControlTest, AShorterNameDoesNotStepInForAProcessThatRecordsNothing) {
-    PausingChild shorter(m_directory, "abc", [](const Pause& pause) { NoteOneByOne(1, pause); });
+    PausingChild shorter(m_directory, "short", [](const Pause& pause) { NoteOneByOne(1, pause); });
     {
-        PausingChild silent(m_directory, "abcd", [](const Pause& pause) { pause(); });
-        EXPECT_FALSE(Dump("abcd", true).exists);
+        PausingChild silent(m_directory, "shorter", [](const Pause& pause) { pause(); });
+        EXPECT_FALSE(Dump("shorter", true).exists);
         silent.Finish();
     }
-    EXPECT_FALSE(Dump("abcd").exists);
+    EXPECT_FALSE(Dump("shorter").exists);
     shorter.Finish();
 }
 

@@ -310,9 +310,10 @@ TEST_F(LossTest, AProgramThatEndsWhileItIsDumpedLosesNothingUncounted) {
     for (std::uint32_t round = 0; round < 30 && !HasFailure(); ++round) {
         Shared shared;
         const std::unique_ptr<Child> child = StartAndDump(shared, 100 + round * 97);
-        const auto runs = [this] {
+        const auto runs = [this, pid = child->Pid()] {
             const auto processes = m_control->GetProcesses("traced");
-            return std::any_of(processes.begin(), processes.end(), [](const auto& one) { return one.isRunning; });
+            return std::any_of(processes.begin(), processes.end(),
+                               [pid](const auto& one) { return one.pid == pid && one.isRunning; });
         };
         while (runs() && !HasFailure()) TakeDump();
         TakeDump();

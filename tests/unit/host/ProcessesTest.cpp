@@ -22,6 +22,9 @@ using Pause = PausingChild::Pause;
 using qx::host::ProcessState;
 using qx::host::Visibility;
 
+// All processes of the machine are looked through: the tests that run beside this one must have others.
+const std::string kName = "p-" + std::to_string(::getpid());
+
 void Note(int value) {
     QX_CALL(call, "p", "Note", qx::In(value));
 }
@@ -32,13 +35,13 @@ void NoteAndPause(const Pause& pause) {
 }
 
 TEST_F(ProcessesTest, ThoseThatRunAndThoseThatEndedAreTold) {
-    EXPECT_TRUE(m_control->GetProcesses("traced").empty());
-    Child(m_directory, "traced", [] { Note(1); }).Join();
-    PausingChild one(m_directory, "traced", NoteAndPause);
-    PausingChild two(m_directory, "traced", NoteAndPause);
-    PausingChild other(m_directory, "traced-other", NoteAndPause);
-    m_control->Watch("traced");
-    std::vector<ProcessState> states = m_control->GetProcesses("traced");
+    EXPECT_TRUE(m_control->GetProcesses(kName).empty());
+    Child(m_directory, kName, [] { Note(1); }).Join();
+    PausingChild one(m_directory, kName, NoteAndPause);
+    PausingChild two(m_directory, kName, NoteAndPause);
+    PausingChild other(m_directory, kName + "x", NoteAndPause);
+    m_control->Watch(kName);
+    std::vector<ProcessState> states = m_control->GetProcesses(kName);
     ASSERT_EQ(states.size(), 2u);
     EXPECT_EQ(states[0].pid, one.Pid());
     EXPECT_EQ(states[1].pid, two.Pid());
@@ -48,30 +51,30 @@ TEST_F(ProcessesTest, ThoseThatRunAndThoseThatEndedAreTold) {
         EXPECT_EQ(state.visibility, Visibility::Read);
         EXPECT_EQ(state.problem + state.advice, "");
     }
-    Dump("traced", true);
+    Dump(kName, true);
     // Before a dump took note of it, and after.
     one.Kill();
     for (int i = 0; i < 2; ++i) {
-        states = m_control->GetProcesses("traced");
+        states = m_control->GetProcesses(kName);
         ASSERT_EQ(states.size(), 2u);
         EXPECT_EQ(states[0].pid, one.Pid());
         EXPECT_FALSE(states[0].isRunning);
         EXPECT_TRUE(states[0].isRead);
         EXPECT_TRUE(states[1].isRunning);
-        Dump("traced");
+        Dump(kName);
     }
     two.Finish();
     other.Finish();
 }
 
 TEST_F(ProcessesTest, OneThatLivedBetweenTwoDumpsIsToldWithTheSecond) {
-    m_control->Watch("traced");
-    Dump("traced", true);
-    Child child(m_directory, "traced", [] { Note(1); });
+    m_control->Watch(kName);
+    Dump(kName, true);
+    Child child(m_directory, kName, [] { Note(1); });
     const pid_t pid = child.Pid();
     child.Join();
-    Dump("traced");
-    const std::vector<ProcessState> states = m_control->GetProcesses("traced");
+    Dump(kName);
+    const std::vector<ProcessState> states = m_control->GetProcesses(kName);
     ASSERT_EQ(states.size(), 1u);
     EXPECT_EQ(states[0].pid, pid);
     EXPECT_FALSE(states[0].isRunning);
@@ -79,45 +82,46 @@ TEST_F(ProcessesTest, OneThatLivedBetweenTwoDumpsIsToldWithTheSecond) {
 }
 
 TEST_F(ProcessesTest, OfThoseThatEndedTheLastOnesAreKept) {
-    m_control->Watch("traced");
+    m_control->Watch(kName);
     pid_t last = 0;
     for (int i = 0; i < 70; ++i) {
-        Child child(m_directory, "traced", [] { Note(1); });
+        Child child(m_directory, kName, [] { Note(1); });
         last = child.Pid();
         child.Join();
-        Dump("traced");
+        Dump(kName);
     }
-    const std::vector<ProcessState> states = m_control->GetProcesses("traced");
+    const std::vector<ProcessState> states = m_control->GetProcesses(kName);
     ASSERT_EQ(states.size(), 64u);
     EXPECT_EQ(states.back().pid, last);
 }
 
 TEST_F(ProcessesTest, ALongNameIsFoundAsTheSystemShortensItAndAPrefixIsNone) {
-    PausingChild child(m_directory, "a-name-that-is-far-too-long", NoteAndPause);
-    EXPECT_EQ(m_control->GetProcesses("a-name-that-is-far-too-long").size(), 1u);
-    EXPECT_EQ(m_control->GetProcesses("a-name-that-is-").size(), 1u);
-    EXPECT_TRUE(m_control->GetProcesses("a-name-that-is").empty());
+    const std::string name = kName + "-that-is-far-too-long";
+    PausingChild child(m_directory, name, NoteAndPause);
+    EXPECT_EQ(m_control->GetProcesses(name).size(), 1u);
+    EXPECT_EQ(m_control->GetProcesses(name.substr(0, 15)).size(), 1u);
+    EXPECT_TRUE(m_control->GetProcesses(name.substr(0, 14)).empty());
     EXPECT_TRUE(m_control->GetProcesses("").empty());
     child.Finish();
 }
 
 TEST_F(ProcessesTest, OneThatChangesItsNameIsFoundUnderTheOneThatItRecordsAs) {
-    PausingChild child(m_directory, "traced", [](const Pause& pause) {
+    PausingChild child(m_directory, kName, [](const Pause& pause) {
         Note(1);
-        ::prctl(PR_SET_NAME, "renamed");
+        ::prctl(PR_SET_NAME, (kName + "r").c_str());
         pause();
         Note(2);
         pause();
     });
-    ASSERT_EQ(m_control->GetProcesses("traced").size(), 1u);
-    EXPECT_TRUE(m_control->GetProcesses("traced")[0].isRead);
-    Dump("traced", true);
+    ASSERT_EQ(m_control->GetProcesses(kName).size(), 1u);
+    EXPECT_TRUE(m_control->GetProcesses(kName)[0].isRead);
+    Dump(kName, true);
     child.Continue();
-    EXPECT_EQ(Dump("traced").calls.size(), 1u);
-    const std::vector<ProcessState> states = m_control->GetProcesses("renamed");
+    EXPECT_EQ(Dump(kName).calls.size(), 1u);
+    const std::vector<ProcessState> states = m_control->GetProcesses(kName + "r");
     ASSERT_EQ(states.size(), 1u);
     EXPECT_EQ(states[0].visibility, Visibility::Unreadable);
-    EXPECT_EQ(states[0].problem, "it records as traced, its name when it began");
+    EXPECT_EQ(states[0].problem, "it records as " + kName + ", its name when it began");
     EXPECT_EQ(states[0].advice, "watch it under that name");
     child.Finish();
 }
@@ -135,12 +139,12 @@ ProcessState OnlyUnread(qxhost::QxControl& control, const std::string& name) {
 
 TEST_F(ProcessesTest, AProcessOfAnotherUserIsTold) {
     if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
-    PausingChild child(m_directory, "traced", [](const Pause& pause) {
+    PausingChild child(m_directory, kName, [](const Pause& pause) {
         EXPECT_EQ(::setgroups(0, nullptr), 0);
         EXPECT_EQ(::setresuid(65534, 65534, 65534), 0);
         pause();
     });
-    const ProcessState state = OnlyUnread(*m_control, "traced");
+    const ProcessState state = OnlyUnread(*m_control, kName);
     EXPECT_EQ(state.visibility, Visibility::OtherUser);
     EXPECT_NE(state.problem.find("it runs as user nobody (65534), and this is user root (0)"), std::string::npos);
     EXPECT_NE(state.advice.find("as user nobody (65534)"), std::string::npos);
@@ -149,16 +153,16 @@ TEST_F(ProcessesTest, AProcessOfAnotherUserIsTold) {
 
 TEST_F(ProcessesTest, AnotherDirectoryIsToldAndHelps) {
     const std::string other = m_directory + "/other dir";
-    PausingChild child(m_directory, "traced", [&other](const Pause& pause) {
+    PausingChild child(m_directory, kName, [&other](const Pause& pause) {
         ::setenv("QX_RUNTIME_DIR", other.c_str(), 1);
         NoteAndPause(pause);
     });
-    const ProcessState state = OnlyUnread(*m_control, "traced");
+    const ProcessState state = OnlyUnread(*m_control, kName);
     EXPECT_EQ(state.visibility, Visibility::OtherDirectory);
     EXPECT_EQ(state.problem, "it records into " + other + ", and this looks into " + m_directory);
     EXPECT_EQ(state.advice, "run this with QX_RUNTIME_DIR='" + other + "'");
     qxhost::QxControl there(other);
-    EXPECT_TRUE(there.GetProcesses("traced").at(0).isRead);
+    EXPECT_TRUE(there.GetProcesses(kName).at(0).isRead);
     child.Finish();
     ::unlink(Files(".qxrec").empty() ? "" : Files(".qxrec")[0].c_str());
 }
@@ -168,20 +172,20 @@ TEST_F(ProcessesTest, AnotherNamespaceIsToldAndHelps) {
     if (::geteuid() != 0) GTEST_SKIP() << "only root can have directories of its own";
     const std::string hidden = m_directory + "/own";
     ASSERT_EQ(::mkdir(hidden.c_str(), 0700), 0);
-    PausingChild child(m_directory, "traced", [&hidden](const Pause& pause) {
+    PausingChild child(m_directory, kName, [&hidden](const Pause& pause) {
         EXPECT_EQ(::unshare(CLONE_NEWNS), 0);
         EXPECT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
         EXPECT_EQ(::mount("none", hidden.c_str(), "tmpfs", 0, "mode=0700"), 0);
         ::setenv("QX_RUNTIME_DIR", (hidden + "/qx").c_str(), 1);
         NoteAndPause(pause);
     });
-    const ProcessState state = OnlyUnread(*m_control, "traced");
+    const ProcessState state = OnlyUnread(*m_control, kName);
     EXPECT_EQ(state.visibility, Visibility::OtherNamespace);
     const std::string path = "/proc/" + std::to_string(child.Pid()) + "/root" + hidden + "/qx";
     EXPECT_EQ(state.advice, "run this with QX_RUNTIME_DIR=" + path);
     m_control = std::make_unique<qxhost::QxControl>(path);
-    EXPECT_TRUE(m_control->GetProcesses("traced").at(0).isRead);
-    EXPECT_EQ(Dump("traced", true).calls.size(), 1u);
+    EXPECT_TRUE(m_control->GetProcesses(kName).at(0).isRead);
+    EXPECT_EQ(Dump(kName, true).calls.size(), 1u);
     child.Finish();
 }
 
@@ -195,7 +199,7 @@ TEST_F(ProcessesTest, AProcessThatIsContainedIsKnownByTheIdThatItHasHere) {
         const pid_t inner = ::fork();
         if (inner == 0) {
             ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-            ::prctl(PR_SET_NAME, "contained");
+            ::prctl(PR_SET_NAME, kName.c_str());
             // The process's own directory of processes is that of its container.
             if (::unshare(CLONE_NEWNS) != 0 || ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
                 ::mount("proc", "/proc", "proc", 0, nullptr) != 0) {
@@ -212,52 +216,52 @@ TEST_F(ProcessesTest, AProcessThatIsContainedIsKnownByTheIdThatItHasHere) {
     });
     isReady.Wait();
     EXPECT_EQ(Files(".1." + Files(".qxrec").at(0).substr(Files(".qxrec").at(0).find(".1.") + 3)).size(), 1u);
-    const std::vector<ProcessState> states = m_control->GetProcesses("contained");
+    const std::vector<ProcessState> states = m_control->GetProcesses(kName);
     ASSERT_EQ(states.size(), 1u);
     EXPECT_TRUE(states[0].isRunning);
     EXPECT_TRUE(states[0].isRead);
     EXPECT_NE(states[0].pid, 1);
-    EXPECT_EQ(Dump("contained", true).calls.size(), 1u);
-    const std::vector<qx::host::ThreadLoss> threads = m_control->GetThreadLoss("contained");
+    EXPECT_EQ(Dump(kName, true).calls.size(), 1u);
+    const std::vector<qx::host::ThreadLoss> threads = m_control->GetThreadLoss(kName);
     ASSERT_EQ(threads.size(), 1u);
     EXPECT_EQ(threads[0].pid, states[0].pid);
     go.Send();
     child.Join();
-    EXPECT_FALSE(m_control->GetProcesses("contained").at(0).isRunning);
+    EXPECT_FALSE(m_control->GetProcesses(kName).at(0).isRunning);
 }
 
 TEST_F(ProcessesTest, OneThatHasNotLoadedTheRecorderIsTold) {
-    const std::string program = m_directory + "/traced";
+    const std::string program = m_directory + "/" + kName;
     ASSERT_EQ(::symlink("/bin/sleep", program.c_str()), 0);
     Child child(m_directory, "x", [&program] {
         ::execl(program.c_str(), "sleep", "1000", nullptr);
         ::_exit(1);
     });
-    while (qxhost::QxProcessInfo::CommandName(child.Pid()) != "traced") std::this_thread::yield();
-    const ProcessState state = OnlyUnread(*m_control, "traced");
+    while (qxhost::QxProcessInfo::CommandName(child.Pid()) != kName) std::this_thread::yield();
+    const ProcessState state = OnlyUnread(*m_control, kName);
     EXPECT_EQ(state.visibility, Visibility::NoRecorder);
     EXPECT_EQ(state.problem, "it has not loaded the recorder (libqxrecorder)");
     child.Kill();
 }
 
 TEST_F(ProcessesTest, ARecordingThatIsDamagedOrRemovedIsTold) {
-    PausingChild child(m_directory, "traced", NoteAndPause);
+    PausingChild child(m_directory, kName, NoteAndPause);
     const std::string path = Files(".qxrec").at(0);
     ASSERT_EQ(::chmod(path.c_str(), 0644), 0);
-    ProcessState state = OnlyUnread(*m_control, "traced");
+    ProcessState state = OnlyUnread(*m_control, kName);
     EXPECT_EQ(state.visibility, Visibility::Unreadable);
     EXPECT_EQ(state.problem, "its recording cannot be read: group or others may open it");
     ::unlink(path.c_str());
-    state = OnlyUnread(*m_control, "traced");
+    state = OnlyUnread(*m_control, kName);
     EXPECT_EQ(state.visibility, Visibility::Unreadable);
     EXPECT_EQ(state.problem, "its recording was removed from " + m_directory);
     child.Finish();
 }
 
 TEST_F(ProcessesTest, ADirectoryThatIsRefusedIsTold) {
-    PausingChild child(m_directory, "traced", NoteAndPause);
+    PausingChild child(m_directory, kName, NoteAndPause);
     ASSERT_EQ(::chmod(m_directory.c_str(), 0755), 0);
-    const ProcessState state = OnlyUnread(*m_control, "traced");
+    const ProcessState state = OnlyUnread(*m_control, kName);
     EXPECT_EQ(state.visibility, Visibility::Unreadable);
     EXPECT_NE(state.problem.find("its mode must be 0700"), std::string::npos);
     ASSERT_EQ(::chmod(m_directory.c_str(), 0700), 0);
@@ -268,7 +272,7 @@ TEST_F(ProcessesTest, ADirectoryThatIsRefusedIsTold) {
 TEST_F(ProcessesTest, AForkThatHasRecordedNothingYetIsNoProblem) {
     Signal isForked;
     Signal go;
-    Child child(m_directory, "traced", [&] {
+    Child child(m_directory, kName, [&] {
         Note(1);
         const pid_t fork = ::fork();
         if (fork == 0) {
@@ -280,7 +284,7 @@ TEST_F(ProcessesTest, AForkThatHasRecordedNothingYetIsNoProblem) {
         EXPECT_EQ(::waitpid(fork, nullptr, 0), fork);
     });
     isForked.Wait();
-    const std::vector<ProcessState> states = m_control->GetProcesses("traced");
+    const std::vector<ProcessState> states = m_control->GetProcesses(kName);
     ASSERT_EQ(states.size(), 2u);
     EXPECT_EQ(states[0].visibility, Visibility::Read);
     EXPECT_EQ(states[1].visibility, Visibility::NothingYet);
