@@ -3,14 +3,13 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "CommandName.h"
 #include "Common.h"
 #include "TimeAgo.h"
 
 namespace qxlt {
 
 namespace {
-
-constexpr std::size_t kShortNameSize = 15;
 
 // Those that the text names.
 std::vector<RecordingFile> Named(const std::vector<RecordingFile>& all, const std::string& text) {
@@ -34,7 +33,7 @@ std::string ListText(const std::vector<RecordingFile>& files) {
 }  // namespace
 
 bool IsRecordedAs(const std::string& recorded, const std::string& name) {
-    return !recorded.empty() && (recorded == name || recorded == name.substr(0, kShortNameSize));
+    return !recorded.empty() && (recorded == name || recorded == CommandName(name));
 }
 
 bool RecordedBefore(const RecordingFile& left, const RecordingFile& right) {
