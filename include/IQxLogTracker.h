@@ -78,11 +78,11 @@ public:
 
     // Starts tracking on a thread of the tracker's own. The first cycle only primes the store; events come from the
     // second one on. `callback` may be null; `context` is handed back as it is. `dumpPause` is the pause after each
-    // process's dump: 1 means 10 ms, any other value 1 s. A cycle begins one second after the one before has ended: with
-    // the long pause one process has a cycle every two seconds, and three have one every four. Returns 1, at once or after about 2
-    // s; on a tracker that runs already it changes nothing and returns 0. The 1 does not say that a thread was made:
-    // where the system gives none there are no events, and the log has no line "Loop..". Calling Run again then tries
-    // again. Without a semaphore the thread runs all the same.
+    // process's dump: 1 means 10 ms, any other value 1 s. A cycle begins one second after the one before has ended:
+    // with the long pause one process has a cycle every two seconds, and three have one every four. Returns 1, at once
+    // or after about 2 s; on a tracker that runs already it changes nothing and returns 0. The 1 does not say that a
+    // thread was made: where the system gives none there are no events, and the log has no line "Loop..". Calling Run
+    // again then tries again. Without a semaphore the thread runs all the same.
     virtual int Run(Callback callback, void* context, int dumpPause) = 0;
 
     // Lets the cycle in progress end, then ends the thread. Does nothing when the tracker does not run; may be followed

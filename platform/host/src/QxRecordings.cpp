@@ -110,11 +110,12 @@ std::vector<RecordingInfo> QxRecordings::List(const std::string& directory, std:
     for (const std::string& fileName : fileNames) {
         Listed listed;
         if (!QxFileName::Parse(fileName, listed.name) || listed.name.suffix != QxFileName::kRecording) continue;
-        listed.info.path = directory + "/" + fileName;
+        listed.info.path.append(directory).append("/").append(fileName);
         if (Look(fd.Get(), fileName, owners, listed)) found.push_back(std::move(listed));
     }
     std::sort(found.begin(), found.end(), ComesBefore);
     std::vector<RecordingInfo> all;
+    all.reserve(found.size());
     for (Listed& listed : found) all.push_back(std::move(listed.info));
     return all;
 }
@@ -153,9 +154,7 @@ bool QxRecordings::Remove(const std::string& path, std::string& problem) {
     problem.clear();
     if (!QxFileName::Parse(fileName, name) || name.suffix != QxFileName::kRecording) {
         problem = "it is no recording";
-    } else if (::lstat(path.c_str(), &status) != 0) {
-        problem = std::strerror(errno);
-    } else if (QxOwners().Find(name, status.st_ino) != 0) {
+    } else if (::lstat(path.c_str(), &status) == 0 && QxOwners().Find(name, status.st_ino) != 0) {
         problem = "its process runs";
     } else if (::unlink(path.c_str()) != 0) {
         problem = std::strerror(errno);
