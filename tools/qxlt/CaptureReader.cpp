@@ -89,7 +89,9 @@ void TellUnknown(const std::string& directory, const std::set<std::string>& know
     for (const std::string& name : strangers) {
         JsonObject record = JsonObject::object();
         AddText(record, "stranger", name);
-        sink({directory + "/" + name + ": " + what + "; it is not replayed", std::move(record), true});
+        std::string text = directory;
+        text.append("/").append(name).append(": ").append(what).append("; it is not replayed");
+        sink({std::move(text), std::move(record), true});
     }
 }
 

@@ -38,6 +38,7 @@ RecordingFile FileOf(const qx::host::RecordingInfo& info, std::uint64_t now) {
 // Of those that cannot be read the directory already tells: whoever has no descriptors, say, is helped by no dump.
 std::vector<char> TakeDump(const std::vector<RecordingFile>& files) {
     std::vector<std::string> paths;
+    paths.reserve(files.size());
     for (const RecordingFile& file : files) paths.push_back(file.path);
     return DumpRecordings(paths);
 }
@@ -67,6 +68,7 @@ std::string EndedText(const std::vector<RecordingFile>& files) {
 
 [[noreturn]] void NothingThere(const std::string& process, const std::vector<RecordingFile>& all) {
     std::vector<std::string> names;
+    names.reserve(all.size());
     for (const RecordingFile& file : all) names.push_back(file.process);
     const std::string meant = Suggestion(process, names);
     throw Failure(kCannotStart, "-p " + process + ": nothing is recorded under that name; start it" +
@@ -80,6 +82,7 @@ std::vector<RecordingFile> RecordingFiles() {
     const std::vector<qx::host::RecordingInfo> all = qx::host::GetRecordings(&problem);
     const std::uint64_t now = qx::host::GetRecordingTime();
     std::vector<RecordingFile> files;
+    files.reserve(all.size());
     for (const qx::host::RecordingInfo& info : all) files.push_back(FileOf(info, now));
     if (!problem.empty()) {
         throw Failure(kCannotStart, problem + "; name another one with QX_RUNTIME_DIR");

@@ -44,7 +44,7 @@ std::size_t WholeFit(const std::string& asked) {
 
 // Whether a process runs that has just that name.
 bool IsRunning(const std::string& asked) {
-    const std::vector<pid_t> all = QxProcessInfo::All();
+    const std::set<pid_t> all = QxProcessInfo::All();
     return std::any_of(all.begin(), all.end(),
                        [&asked](pid_t pid) { return IsWhole(QxProcessInfo::CommandName(pid), asked); });
 }

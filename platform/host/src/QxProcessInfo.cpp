@@ -7,6 +7,7 @@
 #include <fstream>
 #include <optional>
 #include <sstream>
+#include <vector>
 
 #include "QxDirectory.h"
 #include "QxFd.h"
@@ -92,13 +93,13 @@ pid_t QxProcessInfo::InnerPid(pid_t pid) {
     return pid;
 }
 
-std::vector<pid_t> QxProcessInfo::All() {
-    std::vector<pid_t> all;
+std::set<pid_t> QxProcessInfo::All() {
+    std::set<pid_t> all;
     std::vector<std::string> names;
     const QxFd directory(::open("/proc", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (directory) QxDirectory::List(directory.Get(), names);
     for (const std::string& name : names) {
-        if (name.find_first_not_of("0123456789") == std::string::npos) all.push_back(std::stoi(name));
+        if (name.find_first_not_of("0123456789") == std::string::npos) all.insert(std::stoi(name));
     }
     return all;
 }

@@ -4,8 +4,8 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <set>
 #include <string>
-#include <vector>
 
 namespace qxhost {
 
@@ -24,7 +24,7 @@ public:
     static pid_t InnerPid(pid_t pid);
 
     // The ids of all processes that run, or wait for somebody to take note of their end.
-    static std::vector<pid_t> All();
+    static std::set<pid_t> All();
 
     // Whether the process that had this id and start time still runs, be it with its first thread ended. When the
     // system does not tell, for lack of descriptors say, it is taken to run.

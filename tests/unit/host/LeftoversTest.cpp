@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <deque>
 #include <set>
 
 #include "HostTest.h"
@@ -111,7 +112,7 @@ TEST_F(LeftoversTest, SixteenOthersThatEndedLaterTakeItsPlace) {
         Note(1);
         pause();
     });
-    std::vector<pid_t> jobs;
+    std::deque<pid_t> jobs;
     const auto name = [](int number) { return "job-" + std::to_string(number); };
     for (int number = 0; number < 10; ++number) jobs.push_back(Start(name(number)));
     daemon.Kill();
