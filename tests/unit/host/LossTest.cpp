@@ -134,6 +134,8 @@ protected:
     // first dump of it.
     std::unique_ptr<Child> StartAndDump(Shared& shared, std::uint32_t limit) {
         Signal started;
+        // The child may have ended by the first dump.
+        m_control->Watch("traced");
         auto child = std::make_unique<Child>(m_directory, "traced", [&] {
             EXPECT_TRUE(qx::recorder::Configure({512, 8}));
             std::string text;
