@@ -41,7 +41,7 @@ private:
 
     const std::string m_directory;
     std::uint64_t m_cycle = 0;
-    std::string m_unfinished;  // where the current cycle is written
+    std::string m_unfinished;         // where the current cycle is written
     std::set<std::string> m_counted;  // processes whose counts were kept with some cycle
     bool m_failed = false;
 };
