@@ -1,5 +1,4 @@
-// The tracker: the watched processes, the store, and a worker that runs tracking cycles, with a second
-// between them.
+// The tracker: the watched processes, the store, and a worker that runs tracking cycles, with a second between them.
 //
 // The set of processes and the script tree are used without locks: the client configures before Run, or from its
 // callback.
