@@ -289,8 +289,7 @@ TEST_F(RunProcesses, SaysThatAProgramRunsAsAnotherUser) {
     const std::string setpriv = "/usr/bin/setpriv";
     if (geteuid() != 0 || !fs::exists(setpriv)) GTEST_SKIP() << "needs root and setpriv";
     fs::permissions(m_place.Path(), fs::perms::all);
-    const std::string name = "qx" + std::to_string(getpid()) + "u";
-    fs::copy_file(QXLT_MEDIA_SERVER, m_place.At(name));
+    const std::string name = m_place.CopyUnderOwnName(QXLT_MEDIA_SERVER);
     Child::Setup setup;
     setup.command = {setpriv, "--reuid=65534", "--regid=65534", "--clear-groups", m_place.At(name), "--rate", "100"};
     setup.environment = {{"QX_RUNTIME_DIR", m_place.At("of-nobody")}};

@@ -38,10 +38,7 @@ std::string LinesWith(const std::string& part, const std::string& text) {
 // A traced program under a name that no other process has, and a scenario for it.
 class Run : public testing::Test {
 protected:
-    Run() {
-        fs::copy_file(QXLT_MEDIA_SERVER, m_place.At(m_name));
-        m_script = m_place.Write("v.xml", VolumeScript(kEveryVolume, m_name));
-    }
+    Run() { m_script = m_place.Write("v.xml", VolumeScript(kEveryVolume, m_name)); }
 
     Child::Setup Server() const {
         Child::Setup setup;
@@ -64,7 +61,7 @@ protected:
     void Pass(const std::string& seconds) const { Child(Tool({"-p", "nobody", "--for", seconds})).Finish(); }
 
     const Workplace m_place;
-    const std::string m_name = "qx" + std::to_string(getpid()) + "m";
+    const std::string m_name = m_place.CopyUnderOwnName(QXLT_MEDIA_SERVER);
     std::string m_script;
 };
 

@@ -1,5 +1,7 @@
 #include "Workplace.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -30,6 +32,12 @@ std::string Workplace::Write(const std::string& name, const std::string& content
 std::string Workplace::Read(const std::string& name) const {
     std::ifstream file(At(name), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string Workplace::CopyUnderOwnName(const std::string& program) const {
+    const std::string name = "qx" + std::to_string(getpid()) + "m";
+    if (!fs::exists(At(name))) fs::copy_file(program, At(name));
+    return name;
 }
 
 std::string VolumeScript(const std::string& events, const std::string& process) {

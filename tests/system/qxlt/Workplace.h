@@ -22,6 +22,10 @@ public:
 
     std::string Read(const std::string& name) const;
 
+    // Puts a copy of the program into it, under a name that no other process of the machine has. Returns the name, of
+    // at most 15 bytes, so that the system keeps it whole. A second copy takes the name of the first.
+    std::string CopyUnderOwnName(const std::string& program) const;
+
 private:
     std::string m_path;
 };

@@ -345,19 +345,20 @@ TEST(ListTest, TakesADumpOfALiveProcess) {
     Child::Setup setup;
     setup.environment = {{"QX_RUNTIME_DIR", place.Path()}};
     setup.directory = place.Path();
-    setup.command = {QXLT_MEDIA_SERVER, "--rate", "3000"};
+    const std::string name = place.CopyUnderOwnName(QXLT_MEDIA_SERVER);
+    setup.command = {place.At(name), "--rate", "3000"};
     Child server(setup);
     setup.command.clear();
     // It has made its first calls as soon as there is something to list.
-    ToolResult result = RunTool({"list", "-p", "media-server"}, setup);
+    ToolResult result = RunTool({"list", "-p", name}, setup);
     for (int i = 0; i < 600 && result.output.find("SetMute") == std::string::npos; ++i) {
-        result = RunTool({"list", "-p", "media-server"}, setup);
+        result = RunTool({"list", "-p", name}, setup);
     }
-    EXPECT_THAT(result.output, StartsWith("process media-server[" + std::to_string(server.Pid() & 0xFFFF) + "]\n"));
+    EXPECT_THAT(result.output, StartsWith("process " + name + "[" + std::to_string(server.Pid() & 0xFFFF) + "]\n"));
     EXPECT_THAT(result.output, HasSubstr("  mixer\n"));
     EXPECT_THAT(result.output, HasSubstr(" audio.SetVolume  volume.cpp\n         IN  0  INT    int  "));
     EXPECT_EQ(result.status, 0);
-    place.Write("starter.xml", RunTool({"list", "-p", "media-server", "--as-script"}, setup).output);
+    place.Write("starter.xml", RunTool({"list", "-p", name, "--as-script"}, setup).output);
     EXPECT_EQ(RunTool({"check", "starter.xml"}, setup).output, "");
     const ToolResult run =
         RunTool({"run", "-s", "starter.xml", "--pause", "fast", "--until", "SetVolume_IN0", "--for", "30"}, setup);

@@ -27,8 +27,6 @@ namespace fs = std::filesystem;
 // Traced programs under a name that no other process has, with recordings of their own.
 class RecordingFilesTest : public testing::Test {
 protected:
-    RecordingFilesTest() { fs::copy_file(QXLT_MEDIA_SERVER, m_place.At(m_name)); }
-
     Child::Setup Setup() const {
         Child::Setup setup;
         setup.directory = m_place.Path();
@@ -70,7 +68,7 @@ protected:
     }
 
     const Workplace m_place;
-    const std::string m_name = "qx" + std::to_string(getpid()) + "r";
+    const std::string m_name = m_place.CopyUnderOwnName(QXLT_MEDIA_SERVER);
 };
 
 TEST_F(RecordingFilesTest, WhatACrashedProgramLeftIsShownAgainAndAgain) {
