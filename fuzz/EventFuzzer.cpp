@@ -61,7 +61,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         call.args = {Arguments(input), Arguments(input), Arguments(input)};
         scenario.MakeEvent(&action, call, &parser);
     }
-    m_EventValues.clear();
-    m_DconditionValues.clear();
+    QxEventMemory::Clear();
     return 0;
 }

@@ -39,7 +39,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     parser.Parse(nothing, store);
     for (const char* const method : {"", "SetVolume", "SetInput", "GetState"}) AddCalls(*store, method);
     parser.Trace();
-    m_EventValues.clear();
-    m_DconditionValues.clear();
+    QxEventMemory::Clear();
     return 0;
 }

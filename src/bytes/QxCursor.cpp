@@ -4,10 +4,9 @@
 #include <cstdarg>
 #include <limits>
 
+#include "IQxLines.h"
 #include "IQxLogTracker.h"
-#include "QxData.h"
-#include "QxDebugPrint.h"
-#include "QxDecodeLog.h"
+#include "QxError.h"
 
 namespace {
 
@@ -16,29 +15,21 @@ unsigned int Shown(std::size_t size) {
     return static_cast<unsigned int>(size);
 }
 
-void PrintTo(QxDecodeLog* log, int level, const char* format, va_list arguments) {
-    if (log != nullptr) {
-        log->PrintV("Append", __LINE__, level, format, arguments);
-    } else {
-        QxDebugPrint::GetInstance()->PrintV("Append", __LINE__, level, format, arguments);
-    }
-}
-
 }  // namespace
 
 void QxCursor::Print(int level, const char* format, ...) const {
     va_list arguments;
     va_start(arguments, format);
-    PrintTo(m_log, level, format, arguments);
+    m_lines->PrintV("Append", __LINE__, level, format, arguments);
     va_end(arguments);
 }
 
 void QxCursor::Refuse(int level, const char* format, ...) const {
     va_list arguments;
     va_start(arguments, format);
-    PrintTo(m_log, level, format, arguments);
+    m_lines->PrintV("Append", __LINE__, level, format, arguments);
     va_end(arguments);
-    throw QxData::PERR_INVALID_SIZE;
+    throw QxError::PERR_INVALID_SIZE;
 }
 
 void QxCursor::RefuseRead(std::size_t offset, std::size_t count) const {
@@ -113,5 +104,5 @@ std::string QxCursor::Text16(const char* tooLong) {
 }
 
 QxCursor QxCursor::Narrow(std::size_t count, const char* reader) const {
-    return {m_data + m_offset, std::min(count, Left()), reader, m_log};
+    return {m_data + m_offset, std::min(count, Left()), reader, *m_lines};
 }

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <string>
 
-class QxDecodeLog;
+class IQxLines;
 
 class QxCursor final {
 public:
@@ -14,9 +14,9 @@ public:
     static constexpr std::size_t kTrusted = SIZE_MAX / 2;
 
     // Reads `size` bytes at `data`, which must outlive the cursor. `reader` is "Class::Method" for messages, a literal.
-    // Messages go to `log`, or straight to the diagnostic printer when it is null.
-    QxCursor(const char* data, std::size_t size, const char* reader, QxDecodeLog* log)
-        : m_data(data), m_size(size), m_reader(reader), m_log(log) {}
+    // Messages go to `lines`, which must outlive the cursor as well.
+    QxCursor(const char* data, std::size_t size, const char* reader, IQxLines& lines)
+        : m_data(data), m_size(size), m_reader(reader), m_lines(&lines) {}
 
     std::size_t Offset() const { return m_offset; }
     std::size_t Size() const { return m_size; }
@@ -76,5 +76,5 @@ private:
     std::size_t m_size;
     std::size_t m_offset = 0;
     const char* m_reader;
-    QxDecodeLog* m_log;
+    IQxLines* m_lines;
 };

@@ -6,12 +6,14 @@
 #include <cstdarg>
 #include <cstdint>
 
-class QxDecodeLog final {
+#include "IQxLines.h"
+
+class QxDecodeLog final : public IQxLines {
 public:
     QxDecodeLog() = default;
     QxDecodeLog(const QxDecodeLog&) = delete;
     QxDecodeLog& operator=(const QxDecodeLog&) = delete;
-    ~QxDecodeLog() { End(); }
+    ~QxDecodeLog() override { End(); }
 
     // Ends what was before, if it was not ended, and starts counting anew.
     void Begin();
@@ -22,7 +24,7 @@ public:
     // Prints as QxDebugPrint::Print does, or counts.
     void Print(const char* function, int line, int level, const char* format, ...)
         __attribute__((format(printf, 5, 6)));
-    void PrintV(const char* function, int line, int level, const char* format, va_list arguments)
+    void PrintV(const char* function, int line, int level, const char* format, va_list arguments) override
         __attribute__((format(printf, 5, 0)));
 
     // Prints a text without arguments `times` times. The work does not grow with `times` beyond the limit.

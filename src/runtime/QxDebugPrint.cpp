@@ -7,7 +7,7 @@
 #include <string>
 
 #include "IQxLogTracker.h"
-#include "QxTimer.h"
+#include "QxClock.h"
 #include "dlog.h"
 
 namespace {
@@ -50,7 +50,7 @@ QxDebugPrint* QxDebugPrint::GetInstance() {
     return instance;
 }
 
-QxDebugPrint::QxDebugPrint() : m_startTick(QxTimer::Read().ms), m_lastTick(m_startTick), m_level(Info) {}
+QxDebugPrint::QxDebugPrint() : m_startTick(QxClock::Read().ms), m_lastTick(m_startTick), m_level(Info) {}
 
 bool QxDebugPrint::CheckLevel(int level) const {
     return level >= Fatal && level <= Info && m_level >= level;
@@ -81,7 +81,7 @@ void QxDebugPrint::m_Print(const char*, int, int level, bool, const char* format
 
 // Reads the clock without QxTimer's warning, which would print and so come back here.
 void QxDebugPrint::m_MarkTime() {
-    m_lastTick = QxTimer::Read().ms;
+    m_lastTick = QxClock::Read().ms;
 }
 
 void QxDebugPrint::Write(int priority, const char* function, int line, const char* format, ...) {

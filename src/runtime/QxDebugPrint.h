@@ -8,7 +8,9 @@
 #include <cstdarg>
 #include <cstdint>
 
-class QxDebugPrint final {
+#include "IQxLines.h"
+
+class QxDebugPrint final : public IQxLines {
 public:
     // The one printer of the process, made on first use and never destroyed. Never null; any thread may call it.
     static QxDebugPrint* GetInstance();
@@ -29,7 +31,7 @@ public:
     // instead.
     void Print(const char* function, int line, int level, const char* format, ...)
         __attribute__((format(printf, 5, 6)));
-    void PrintV(const char* function, int line, int level, const char* format, va_list arguments)
+    void PrintV(const char* function, int line, int level, const char* format, va_list arguments) override
         __attribute__((format(printf, 5, 0)));
 
     // Writes a line straight to the platform log, whatever the level, naming its caller. `priority` is one of dlog.h.

@@ -7,10 +7,10 @@
 #include <cstdlib>
 
 #include "IQxLogTracker.h"
+#include "QxConversions.h"
 #include "QxDebugPrint.h"
 #include "QxDecodeLog.h"
 #include "QxEventMemory.h"
-#include "QxScriptScenario.h"
 
 namespace {
 
@@ -147,9 +147,9 @@ bool QxEventEvaluation::PickReturn() {
 std::string QxEventEvaluation::Decode(const std::string& raw) const {
     switch (m_words.Type()) {
         case Type::String:
-            return QxScriptScenario::ConverStringArg(raw);
+            return qxconversions::ToText(raw);
         case Type::Int:
-            return QxScriptScenario::ConverIntArg(raw);
+            return qxconversions::ToNumber(raw);
         case Type::Other:
             break;
     }

@@ -2,8 +2,6 @@
 
 #include <mutex>
 
-#include "QxScriptScenario.h"
-
 // Never destroyed: a worker may still run when the process ends.
 std::map<std::string, std::string>& m_EventValues = *new std::map<std::string, std::string>;
 std::map<std::string, bool>& m_DconditionValues = *new std::map<std::string, bool>;
@@ -34,4 +32,10 @@ QxEventMemory::Result QxEventMemory::ExchangeResult(const std::string& event, bo
     const bool previous = entry->second;
     entry->second = result;
     return {true, previous};
+}
+
+void QxEventMemory::Clear() {
+    const std::lock_guard<std::mutex> lock(memoryMutex);
+    m_EventValues.clear();
+    m_DconditionValues.clear();
 }

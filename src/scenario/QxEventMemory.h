@@ -3,7 +3,13 @@
 #pragma once
 
 #include <cstddef>
+#include <map>
 #include <string>
+
+// By event name, for all scripts and trackers of the process. Several trackers' workers may use them: reading or
+// writing them past QxEventMemory is for whoever knows that no tracker runs.
+extern std::map<std::string, std::string>& m_EventValues;
+extern std::map<std::string, bool>& m_DconditionValues;
 
 class QxEventMemory final {
 public:
@@ -25,4 +31,7 @@ public:
 
     // Remembers the result and gives the one before.
     static Result ExchangeResult(const std::string& event, bool result);
+
+    // Forgets everything: each event begins anew, as in a new process. The tracker itself never does.
+    static void Clear();
 };

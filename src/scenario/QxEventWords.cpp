@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "QxScriptScenario.h"
+#include "QxConversions.h"
 
 namespace {
 

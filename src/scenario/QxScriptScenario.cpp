@@ -1,6 +1,5 @@
 #include "QxScriptScenario.h"
 
-#include <cstdint>
 #include <exception>
 #include <optional>
 
@@ -30,16 +29,6 @@ void ReportNameless(const std::string& actionName) {
 }
 
 }  // namespace
-
-void split(std::string text, std::string delimiter, std::vector<std::string>& out) {
-    std::size_t start = 0;
-    while (start < text.size()) {
-        const std::size_t end = text.find(delimiter, start);
-        out.push_back(text.substr(start, end - start));
-        if (end == std::string::npos) return;
-        start = end + delimiter.size();
-    }
-}
 
 int QxScriptScenario::Trace(QxParser* parser) {
     const std::shared_ptr<IQxData> store = parser->Data();
@@ -128,21 +117,6 @@ void QxScriptScenario::m_Push(QxEventEvaluation& evaluation, const IQxData::_HSS
         parser.Observer()->OnEvent(event, m_Key, call, outcome, evaluation.Argument());
     }
     if (outcome != QxOutcome::Fires) return;
-    parser.KeepEvent(evaluation.Name(), evaluation.Argument(), call);
+    parser.Events().Keep(parser.Store(), evaluation.Name(), evaluation.Argument(), call);
     parser.SendEvent(evaluation.Name(), evaluation.Argument(), call);
-}
-
-std::string QxScriptScenario::ConverStringArg(std::string raw) {
-    for (char& byte : raw) byte = static_cast<char>(static_cast<unsigned char>(byte) - 1);
-    return raw;
-}
-
-std::string QxScriptScenario::ConverIntArg(std::string raw) {
-    std::uint32_t number = 0;
-    std::uint32_t multiplier = 1;
-    for (const char byte : raw) {
-        number += static_cast<std::uint8_t>(byte - 1) * multiplier;
-        multiplier <<= 8;
-    }
-    return std::to_string(static_cast<std::int32_t>(number));
 }

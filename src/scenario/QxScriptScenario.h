@@ -5,22 +5,15 @@
 // tree, which must outlive this object.
 #pragma once
 
-#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "IQxData.h"
 #include "IQxScript.h"
+#include "QxConversions.h"
+#include "QxEventMemory.h"
 #include "QxSubscriptions.h"
-
-// What events remember from pass to pass, by event name, for all scripts and trackers of the process; never cleared.
-// Several trackers' workers may use them: QxEventMemory guards them.
-extern std::map<std::string, std::string>& m_EventValues;
-extern std::map<std::string, bool>& m_DconditionValues;
-
-// Appends the pieces of `text` between the delimiters to `out`. An empty text has no pieces, and a delimiter at the end
-// is followed by none; one at the beginning, and two in a row, give an empty piece. Requires: `delimiter` is not empty.
-void split(std::string text, std::string delimiter, std::vector<std::string>& out);
 
 class IQxEventObserver;
 class QxEventEvaluation;
@@ -43,10 +36,10 @@ public:
     void PushEvent(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
 
     // The stored bytes less one each, which is what the process passed.
-    static std::string ConverStringArg(std::string raw);
+    static std::string ConverStringArg(std::string raw) { return qxconversions::ToText(std::move(raw)); }
 
     // The same as a decimal number: 32 bits, little-endian, signed; further bytes add nothing.
-    static std::string ConverIntArg(std::string raw);
+    static std::string ConverIntArg(std::string raw) { return qxconversions::ToNumber(raw); }
 
 private:
     // A call of the pass, copied, and its key in the store.

@@ -1,7 +1,9 @@
 #include "QxData.h"
 
 #include "QxCursor.h"
+#include "QxDebugPrint.h"
 #include "QxFormat.h"
+#include "QxFrame.h"
 
 namespace {
 
@@ -225,7 +227,7 @@ unsigned short QxData::GetCurrentPID() {
 }
 
 unsigned int QxData::Read(const char* buffer, std::string& out) {
-    QxCursor cursor(buffer, QxCursor::kTrusted, "QxData::Read", nullptr);
+    QxCursor cursor(buffer, QxCursor::kTrusted, "QxData::Read", *QxDebugPrint::GetInstance());
     const std::uint32_t length = cursor.Varint();
     const std::size_t lengthBytes = cursor.Offset();
     out.assign(cursor.Bytes(length), length);
@@ -233,36 +235,18 @@ unsigned int QxData::Read(const char* buffer, std::string& out) {
 }
 
 unsigned char QxData::ParseCommonHeader(const char* p, unsigned int& size, unsigned short& headerLength) {
-    QxCursor cursor(p, QxCursor::kTrusted, "QxData::ParseCommonHeader", nullptr);
-    const CommonHeader header = ParseCommonHeader(cursor);
+    QxCursor cursor(p, QxCursor::kTrusted, "QxData::ParseCommonHeader", *QxDebugPrint::GetInstance());
+    const QxFrame header = QxFrame::Read(cursor);
     size = header.size;
     headerLength = header.length;
     return header.tag;
 }
 
 unsigned char QxData::ParseCommonHeader(std::vector<char>& bytes, unsigned int& size, unsigned short& headerLength) {
-    QxCursor cursor(bytes.data(), bytes.size(), "QxData::ParseCommonHeader", nullptr);
-    const CommonHeader header = ParseCommonHeader(cursor);
+    QxCursor cursor(bytes.data(), bytes.size(), "QxData::ParseCommonHeader", *QxDebugPrint::GetInstance());
+    const QxFrame header = QxFrame::Read(cursor);
     bytes.erase(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(cursor.Offset()));
     size = header.size;
     headerLength = header.length;
     return header.tag;
-}
-
-QxData::CommonHeader QxData::ParseCommonHeader(QxCursor& cursor) {
-    const std::size_t start = cursor.Offset();
-    CommonHeader header;
-    header.tag = cursor.Byte();
-    header.size = cursor.Varint();
-    header.length = static_cast<unsigned short>(cursor.Offset() - start);
-    return header;
-}
-
-bool QxData::TryCommonHeader(QxCursor& cursor, CommonHeader& header) {
-    if (cursor.AtEnd()) return false;
-    const std::size_t start = cursor.Offset();
-    header.tag = cursor.Byte();
-    if (!cursor.TryVarint(header.size)) return false;
-    header.length = static_cast<unsigned short>(cursor.Offset() - start);
-    return true;
 }

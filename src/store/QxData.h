@@ -1,5 +1,5 @@
 // The one trace data store: an IQxData that keeps everything in maps. Takes no locks; see IQxData.h for which thread
-// may do what. Also home of the common header that frames packets and items.
+// may do what.
 #pragma once
 
 #include <cstdint>
@@ -14,20 +14,10 @@
 #include "QxDescriptionBudget.h"
 #include "QxLocation.h"
 
-class QxCursor;
-
 class QxData : public IQxData {
 public:
     // The key of a call is its time, times this, plus a number below it.
     static constexpr unsigned long long kKeysPerTime = 1000;
-
-    // The frame of a packet or an item: the tag, and the size of the payload that follows. `length` is that of the
-    // header itself, kept as 16 bits.
-    struct CommonHeader {
-        unsigned char tag;
-        unsigned int size;
-        unsigned short length;
-    };
 
     QxData();
     QxData(const QxData&) = delete;
@@ -84,10 +74,6 @@ public:
     static unsigned char ParseCommonHeader(const char* p, unsigned int& size, unsigned short& headerLength);
     // Reads at the front of `bytes` and removes what it read. Throws PERR_INVALID_SIZE.
     static unsigned char ParseCommonHeader(std::vector<char>& bytes, unsigned int& size, unsigned short& headerLength);
-    // Throws PERR_INVALID_SIZE.
-    static CommonHeader ParseCommonHeader(QxCursor& cursor);
-    // Returns false, printing nothing, when the bytes end inside the header.
-    static bool TryCommonHeader(QxCursor& cursor, CommonHeader& header);
 
 private:
     struct Layout {

@@ -49,7 +49,7 @@ public:
     void SetObserver(IQxEventObserver* observer) { m_observer = observer; }
 
     // Who watches the cycles themselves; nobody at first. Not owned. Set before Run.
-    void SetCycleObserver(IQxCycleObserver& observer) { m_cycleObserver = &observer; }
+    void SetCycleObserver(IQxCycleObserver* observer) { m_cycleObserver = observer != nullptr ? observer : &m_nobody; }
 
     // Another pause after each dump than Run was given. Not while the worker runs.
     void SetDumpPause(int dumpPause) { m_dumpPause = dumpPause; }

@@ -18,8 +18,7 @@ protected:
     };
 
     Scripting() {
-        m_EventValues.clear();
-        m_DconditionValues.clear();
+        QxEventMemory::Clear();
         RecordingLog::Clear();
         std::pair<int, char*> nothing(0, nullptr);
         tracing.Parse(nothing, store);

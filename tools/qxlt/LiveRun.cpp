@@ -218,7 +218,7 @@ void LiveRun::Load() {
         m_run.SetExplainer(m_explainer.emplace(m_common.format, m_output, root, m_run.Places(), m_explain.event));
     }
     m_tracker->SetObserver(&m_run.Observer());
-    m_tracker->SetCycleObserver(*this);
+    m_tracker->SetCycleObserver(this);
 }
 
 // The event that ends the run has come: no cycle follows this one.

@@ -139,8 +139,7 @@ void Replayer::EvaluateTheRest() {
 }
 
 void ForgetEvents() {
-    m_EventValues.clear();
-    m_DconditionValues.clear();
+    QxEventMemory::Clear();
 }
 
 }  // namespace qxlt

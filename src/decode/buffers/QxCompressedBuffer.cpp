@@ -1,6 +1,7 @@
 #include "QxCompressedBuffer.h"
 
 #include "QxData.h"
+#include "QxFrame.h"
 #include "QxParser.h"
 
 int QxCompressedBuffer::Parse(const char* data, unsigned int size, unsigned short prefixSize, QxParser* parser) {
@@ -56,9 +57,9 @@ bool QxCompressedBuffer::m_NextItem(unsigned int& offset, std::vector<char>& pay
                                     QxParser* parser) const {
     const auto bufferSize = static_cast<unsigned>(m_compressedBuffer.size());
     QxCursor cursor(m_compressedBuffer.data() + offset, bufferSize - offset, "QxCompressedBuffer::Extract",
-                    &parser->Log());
-    QxData::CommonHeader header;
-    if (!QxData::TryCommonHeader(cursor, header)) {
+                    parser->Log());
+    QxFrame header;
+    if (!QxFrame::TryRead(cursor, header)) {
         cursor.Print(Major, "[QxCompressedBuffer::Extract] Data ends inside an item header, offset: %u, size: %u",
                      offset, bufferSize);
         return false;

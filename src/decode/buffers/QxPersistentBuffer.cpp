@@ -2,6 +2,7 @@
 
 #include "QxData.h"
 #include "QxFormat.h"
+#include "QxFrame.h"
 #include "QxParser.h"
 
 int QxPersistentBuffer::Parse(const char* data, unsigned int size, unsigned short, QxParser* parser) {
@@ -13,7 +14,7 @@ int QxPersistentBuffer::Parse(const char* data, unsigned int size, unsigned shor
     // The tag that ends the run has no size: it may be the last byte.
     while (cursor.Offset() < size && cursor.Peek() != qxformat::kNoItem) {
         const std::size_t start = cursor.Offset();
-        const QxData::CommonHeader header = QxData::ParseCommonHeader(cursor);
+        const QxFrame header = QxFrame::Read(cursor);
         const std::size_t headerLength = cursor.Offset() - start;
         const char* const bytes = cursor.Bytes(header.size);
         payload.assign(bytes, bytes + header.size);

@@ -7,6 +7,7 @@
 
 #include "QxData.h"
 #include "QxFormat.h"
+#include "QxFrame.h"
 #include "QxParser.h"
 
 namespace {
@@ -25,14 +26,14 @@ Fragment ReadFragment(QxCursor& cursor) {
     return fragment;
 }
 
-bool IsDamaged(const QxData::CommonHeader& header) {
-    if (header.tag == qxformat::kTimeMarker) return false;
-    return header.tag == qxformat::kNoItem || header.tag > qxformat::kCompCallArg || header.size == 0;
+// Only time markers may be empty.
+bool IsDamaged(const QxFrame& header, const QxParser& parser) {
+    return !parser.KnowsItem(header.tag) || (header.size == 0 && header.tag != qxformat::kTimeMarker);
 }
 
 // Copies an item's payload. When its size took more than one byte, the writer had put the payload in place for a
 // one-byte size and moved it up: the last bytes then stand first.
-void CopyPayload(const char* bytes, const QxData::CommonHeader& header, std::vector<char>& payload) {
+void CopyPayload(const char* bytes, const QxFrame& header, std::vector<char>& payload) {
     const std::uint32_t moved = header.length > 2 ? header.length - 2u : 0;
     if (moved > header.size) throw std::length_error("[QxThreadBuffer::Extract] payload shorter than its size's bytes");
     const char* const split = bytes + (header.size - moved);
@@ -106,15 +107,15 @@ void QxThreadBuffer::m_ExtractStream(const Stream& stream, QxParser* parser) {
 // kNoItem. False when the rest of the stream is to be abandoned.
 bool QxThreadBuffer::m_NextItem(const Stream& stream, std::size_t& offset, std::vector<char>& payload,
                                 unsigned char& tag, QxParser* parser) {
-    QxCursor cursor(stream.data() + offset, stream.size() - offset, "QxThreadBuffer::Extract", &parser->Log());
-    QxData::CommonHeader header;
-    if (!QxData::TryCommonHeader(cursor, header)) {
+    QxCursor cursor(stream.data() + offset, stream.size() - offset, "QxThreadBuffer::Extract", parser->Log());
+    QxFrame header;
+    if (!QxFrame::TryRead(cursor, header)) {
         cursor.Print(Major, "[QxThreadBuffer::Extract] Stream ends inside an item header, offset: %u, size: %u",
                      static_cast<unsigned>(offset), static_cast<unsigned>(stream.size()));
         return false;
     }
     tag = qxformat::kNoItem;
-    if (IsDamaged(header)) return m_FindNextRun(stream, offset);
+    if (IsDamaged(header, *parser)) return m_FindNextRun(stream, offset);
     // The cursor stands behind the header, so this also refuses items that are short by no more than their header.
     const std::size_t left = stream.size() - offset - header.length;
     if (header.size > left) {

@@ -1,6 +1,7 @@
 #include "QxThreadProperties.h"
 
 #include "QxData.h"
+#include "QxFrame.h"
 #include "QxParser.h"
 
 int QxThreadProperties::Parse(const char* data, unsigned int size, unsigned short, QxParser* parser) {
@@ -12,7 +13,7 @@ int QxThreadProperties::Parse(const char* data, unsigned int size, unsigned shor
     std::vector<char> payload;
     do {
         const std::size_t start = cursor.Offset();
-        const QxData::CommonHeader header = QxData::ParseCommonHeader(cursor);
+        const QxFrame header = QxFrame::Read(cursor);
         const std::size_t headerLength = cursor.Offset() - start;
         const auto itemSize = static_cast<unsigned short>(header.size);
         if (itemSize > cursor.Left()) cursor.Refuse(Fatal, "QxThreadProperties::Parse excetpion");

@@ -2,11 +2,12 @@
 
 #include <utility>
 
+#include "IQxLogTracker.h"
 #include "QxCallCost.h"
-#include "QxCompCallArg.h"
 #include "QxCompCallParser.h"
+#include "QxDecodeContext.h"
 #include "QxFormat.h"
-#include "QxParser.h"
+#include "QxShiftedText.h"
 #include "QxStoreAccess.h"
 
 void QxArgReader::ReadPlan(const QxLocation& location, const QxArgPlan& plan, std::vector<IQxData::HSICallArg>& out) {
@@ -34,8 +35,8 @@ void QxArgReader::ReadValue(std::uint32_t size, const std::string& type, std::ve
     }
     // All bytes are passed over, though only as many as fit 16 bits are read.
     const auto textSize = static_cast<std::uint16_t>(size);
-    m_parser.Budget().TakePairs(1);
-    m_parser.Budget().TakeCallBytes(qxcost::kArgument + qxcost::OfPair(0, textSize));
+    m_context.Budget().TakePairs(1);
+    m_context.Budget().TakeCallBytes(qxcost::kArgument + qxcost::OfPair(0, textSize));
     std::string text;
     ReadStringArg(m_cursor.Bytes(size), textSize, text);
     out.emplace_back().emplace_back(std::string(), std::move(text));
@@ -44,11 +45,11 @@ void QxArgReader::ReadValue(std::uint32_t size, const std::string& type, std::ve
 void QxArgReader::ReadComposite(const std::string& type, std::vector<IQxData::HSICallArg>& out) {
     IQxData::_HSCompArgDesc scratch;
     IQxData::HSICallArg value;
-    m_parser.Budget().TakeNameBytes(type.size());
-    m_parser.Budget().TakeCallBytes(qxcost::kArgument);
-    QxCompCallParser::Parse(m_cursor, FetchDescriptor(m_parser.Store(), type, scratch), value, &m_parser);
+    m_context.Budget().TakeNameBytes(type.size());
+    m_context.Budget().TakeCallBytes(qxcost::kArgument);
+    QxCompCallParser::Parse(m_cursor, FetchDescriptor(m_context.Store(), type, scratch), value, m_context);
     // An argument without pairs takes memory all the same.
-    if (value.empty()) m_parser.Budget().TakePairs(1);
+    if (value.empty()) m_context.Budget().TakePairs(1);
     out.push_back(std::move(value));
 }
 
@@ -63,5 +64,5 @@ std::uint32_t QxArgReader::ReadLength() {
 
 void QxArgReader::SkipEmpties(std::uint32_t count) {
     if (m_texts.empty == nullptr) return;
-    m_parser.Log().Repeat(count, "Append", __LINE__, m_texts.emptyLevel, m_texts.empty);
+    m_context.Log().Repeat(count, "Append", __LINE__, m_texts.emptyLevel, m_texts.empty);
 }

@@ -10,7 +10,7 @@
 #include "QxCursor.h"
 #include "QxLocation.h"
 
-class QxParser;
+class QxDecodeContext;
 
 class QxArgReader final {
 public:
@@ -24,9 +24,9 @@ public:
 
     enum class Composites { Decoded, PlainBytes };
 
-    // Reads at `cursor`, which must outlive the reader, as must `texts` and `parser`.
-    QxArgReader(QxCursor& cursor, QxParser& parser, const Texts& texts, Composites composites)
-        : m_cursor(cursor), m_parser(parser), m_texts(texts), m_composites(composites) {}
+    // Reads at `cursor`, which must outlive the reader, as must `texts` and `context`.
+    QxArgReader(QxCursor& cursor, QxDecodeContext& context, const Texts& texts, Composites composites)
+        : m_cursor(cursor), m_context(context), m_texts(texts), m_composites(composites) {}
 
     // Appends the planned arguments of the location to `out`. Throws PERR_INVALID_SIZE.
     void ReadPlan(const QxLocation& location, const QxArgPlan& plan, std::vector<IQxData::HSICallArg>& out);
@@ -40,7 +40,7 @@ private:
     void SkipEmpties(std::uint32_t count);
 
     QxCursor& m_cursor;
-    QxParser& m_parser;
+    QxDecodeContext& m_context;
     const Texts& m_texts;
     const Composites m_composites;
 };

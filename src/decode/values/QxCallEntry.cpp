@@ -2,11 +2,12 @@
 
 #include "QxCallCost.h"
 #include "QxCursor.h"
-#include "QxParser.h"
+#include "QxDecodeContext.h"
 #include "QxStoreAccess.h"
 
-const QxLocation& ReadCallEntry(QxCursor& cursor, QxParser& parser, IQxData::HSCall& call, QxLocation& scratch) {
-    IQxData& store = parser.Store();
+const QxLocation& ReadCallEntry(QxCursor& cursor, QxDecodeContext& context, IQxData::HSCall& call,
+                                QxLocation& scratch) {
+    IQxData& store = context.Store();
     call.tid = store.GetCurrentThread();
     call.time = cursor.Varint64() + store.GetThreadTime();
     store.SetThreadTime(call.time);
@@ -16,9 +17,9 @@ const QxLocation& ReadCallEntry(QxCursor& cursor, QxParser& parser, IQxData::HSC
     return location;
 }
 
-void OpenCall(QxParser& parser, IQxData::HSCall& call) {
-    IQxData& store = parser.Store();
-    parser.Budget().TakeCall();
-    parser.Budget().TakeCallBytes(qxcost::kCall);
+void OpenCall(QxDecodeContext& context, IQxData::HSCall& call) {
+    IQxData& store = context.Store();
+    context.Budget().TakeCall();
+    context.Budget().TakeCallBytes(qxcost::kCall);
     store.SetLocationMarker(StoreCall(store, call));
 }

@@ -5,11 +5,11 @@
 #include "QxLocation.h"
 
 class QxCursor;
-class QxParser;
+class QxDecodeContext;
 
 // Reads the time delta, advances the current thread's time base by it, and reads the location. Sets the call's thread,
 // time, location number and process. Returns the location, which lives in the store or in `scratch`.
-const QxLocation& ReadCallEntry(QxCursor& cursor, QxParser& parser, IQxData::HSCall& call, QxLocation& scratch);
+const QxLocation& ReadCallEntry(QxCursor& cursor, QxDecodeContext& context, IQxData::HSCall& call, QxLocation& scratch);
 
 // Stores the call, which is used up, and puts its key on the stack of open calls.
-void OpenCall(QxParser& parser, IQxData::HSCall& call);
+void OpenCall(QxDecodeContext& context, IQxData::HSCall& call);

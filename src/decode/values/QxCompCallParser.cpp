@@ -3,10 +3,10 @@
 #include <string>
 
 #include "QxCallCost.h"
-#include "QxCompCallArg.h"
 #include "QxCursor.h"
 #include "QxFormat.h"
 #include "QxParser.h"
+#include "QxShiftedText.h"
 #include "QxStoreAccess.h"
 
 namespace {
@@ -14,8 +14,8 @@ namespace {
 // The decoding of one value.
 class Value final {
 public:
-    Value(QxCursor& cursor, IQxData::HSICallArg& out, QxParser& parser)
-        : m_cursor(cursor), m_out(out), m_parser(parser) {}
+    Value(QxCursor& cursor, IQxData::HSICallArg& out, QxDecodeContext& context)
+        : m_cursor(cursor), m_out(out), m_context(context) {}
 
     void ReadContainer(const IQxData::_HSCompArgDesc& desc);
     void ReadComposite(const IQxData::_HSCompArgDesc& desc, unsigned depth);
@@ -28,7 +28,7 @@ private:
 
     QxCursor& m_cursor;
     IQxData::HSICallArg& m_out;
-    QxParser& m_parser;
+    QxDecodeContext& m_context;
     std::uint64_t m_pairsLeft = qxformat::kMaxPairsOfValue;
 };
 
@@ -87,8 +87,8 @@ void Value::ReadVariable(const std::string& name, const std::string& type, unsig
 
 void Value::ReadNested(const std::string& type, unsigned depth) {
     IQxData::_HSCompArgDesc scratch;
-    m_parser.Budget().TakeNameBytes(type.size());
-    ReadComposite(FetchDescriptor(m_parser.Store(), type, scratch), depth + 1);
+    m_context.Budget().TakeNameBytes(type.size());
+    ReadComposite(FetchDescriptor(m_context.Store(), type, scratch), depth + 1);
 }
 
 // Reads the value, of whose size the low 16 bits count. Nothing is kept before it is allowed.
@@ -97,22 +97,22 @@ void Value::AddPair(const std::string& name, std::uint32_t valueSize) {
     const char* const bytes = m_cursor.Bytes(length);
     if (m_pairsLeft == 0) m_cursor.Refuse(Major, "[QxCompCallParser::Parse] One value holds too many argument pairs");
     --m_pairsLeft;
-    m_parser.Budget().TakePairs(1);
-    m_parser.Budget().TakeNameBytes(name.size());
-    m_parser.Budget().TakeCallBytes(qxcost::OfPair(name.size(), length));
+    m_context.Budget().TakePairs(1);
+    m_context.Budget().TakeNameBytes(name.size());
+    m_context.Budget().TakeCallBytes(qxcost::OfPair(name.size(), length));
     auto& pair = m_out.emplace_back(name, std::string());
     if (length > 0) ReadStringArg(bytes, length, pair.second);
 }
 
 QxCursor TrustedCursor(const char* bytes, QxParser* parser) {
-    return {bytes, QxCursor::kTrusted, "QxCompCallParser::Parse", &parser->Log()};
+    return {bytes, QxCursor::kTrusted, "QxCompCallParser::Parse", parser->Log()};
 }
 
 }  // namespace
 
 void QxCompCallParser::Parse(QxCursor& cursor, const IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out,
-                             QxParser* parser) {
-    Value value(cursor, out, *parser);
+                             QxDecodeContext& context) {
+    Value value(cursor, out, context);
     if (desc.isContainer == 0) {
         value.ReadComposite(desc, 1);
     } else {
@@ -122,7 +122,7 @@ void QxCompCallParser::Parse(QxCursor& cursor, const IQxData::_HSCompArgDesc& de
 
 int QxCompCallParser::Parse(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out, QxParser* parser) {
     QxCursor cursor = TrustedCursor(bytes, parser);
-    Parse(cursor, desc, out, parser);
+    Parse(cursor, desc, out, *parser);
     return static_cast<int>(cursor.Offset());
 }
 

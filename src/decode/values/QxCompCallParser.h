@@ -5,6 +5,7 @@
 #include "IQxData.h"
 
 class QxCursor;
+class QxDecodeContext;
 class QxParser;
 
 class QxCompCallParser final {
@@ -12,7 +13,7 @@ public:
     // Decodes one value at the cursor, a container or a composite as the descriptor says, and appends its pairs to
     // `out`. Throws PERR_INVALID_SIZE.
     static void Parse(QxCursor& cursor, const IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out,
-                      QxParser* parser);
+                      QxDecodeContext& context);
 
     // The same on bare bytes; each returns how many of them it took. Requires: all bytes that the value claims are
     // there. A container is a varint count and that many composites of the one layout.

@@ -142,8 +142,7 @@ public:
     }
 
     void Evaluate(const std::string& bytes) {
-        m_EventValues.clear();
-        m_DconditionValues.clear();
+        QxEventMemory::Clear();
         IQxData::HSCall call;
         for (auto* const list : {&call.args.in, &call.args.out, &call.args.ret}) {
             list->push_back({{"", dump::Stored(bytes)}});

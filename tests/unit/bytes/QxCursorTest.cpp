@@ -2,27 +2,44 @@
 
 #include <gtest/gtest.h>
 
-#include "Diagnostics.h"
+#include <cstdio>
+#include <vector>
+
 #include "DumpWriter.h"
 #include "ExactBytes.h"
-#include "QxData.h"
+#include "IQxLines.h"
+#include "IQxLogTracker.h"
+#include "QxError.h"
 
 namespace {
+
+// Keeps what is printed.
+class KeptLines final : public IQxLines {
+public:
+    void PrintV(const char*, int, int level, const char* format, va_list arguments) override {
+        char text[256] = "";
+        std::vsnprintf(text, sizeof text, format, arguments);
+        lines.emplace_back(text);
+        levels.push_back(level);
+    }
+
+    std::vector<std::string> lines;
+    std::vector<int> levels;
+};
 
 class QxCursorTest : public testing::Test {
 protected:
     QxCursor Over(const std::string& bytes) {
         m_bytes = std::make_unique<ExactBytes>(bytes);
-        return {m_bytes->Data(), m_bytes->Size(), "Reader::Reads", nullptr};
+        return {m_bytes->Data(), m_bytes->Size(), "Reader::Reads", m_printed};
     }
     // The one line that a refused read prints.
-    static std::string OnlyLine() {
-        const std::vector<std::string> lines = RecordingLog::Messages();
-        EXPECT_EQ(lines.size(), 1u);
-        return lines.empty() ? "" : lines.front();
+    std::string OnlyLine() const {
+        EXPECT_EQ(m_printed.levels, std::vector<int>{Major});
+        return m_printed.lines.empty() ? "" : m_printed.lines.front();
     }
 
-    Diagnostics m_diagnostics;
+    KeptLines m_printed;
     std::unique_ptr<ExactBytes> m_bytes;
 };
 
@@ -75,9 +92,9 @@ TEST_F(QxCursorTest, RefusesReadsPastTheEndWithOneLineAndStays) {
                         {"ab", [](QxCursor& c) { c.Range(SIZE_MAX, 2); }, "offset: 4294967295, bytes: 2, size: 2"}};
     for (const Row& row : rows) {
         SCOPED_TRACE(&row - rows);
-        RecordingLog::Clear();
+        m_printed = {};
         QxCursor cursor = Over(row.bytes);
-        EXPECT_THROW(row.read(cursor), QxData::_PERR_TYPE);
+        EXPECT_THROW(row.read(cursor), QxError);
         EXPECT_EQ(cursor.Offset(), 0u);
         EXPECT_EQ(OnlyLine(), std::string("[Reader::Reads] Read past the end, ") + row.where);
     }
@@ -89,7 +106,7 @@ TEST_F(QxCursorTest, TriesVarintsQuietly) {
     EXPECT_FALSE(cut.TryVarint(value));
     EXPECT_EQ(value, 5u);
     EXPECT_EQ(cut.Offset(), 0u);
-    EXPECT_TRUE(RecordingLog::Lines().empty());
+    EXPECT_TRUE(m_printed.lines.empty());
 }
 
 TEST_F(QxCursorTest, NoBytesAreAlwaysThere) {
@@ -110,7 +127,7 @@ TEST_F(QxCursorTest, PrintsTheTextOfATooLongText) {
     QxCursor cursor = Over(
         "\x05"
         "abc");
-    EXPECT_THROW(cursor.Text16("end %u of %u"), QxData::_PERR_TYPE);
+    EXPECT_THROW(cursor.Text16("end %u of %u"), QxError);
     EXPECT_EQ(OnlyLine(), "end 6 of 4");
 }
 

@@ -4,12 +4,10 @@
 
 #include <thread>
 
-#include "QxScriptScenario.h"
-
 namespace {
 
 TEST(QxEventMemory, TellsFirstSameAndDifferent) {
-    m_EventValues.clear();
+    QxEventMemory::Clear();
     EXPECT_EQ(QxEventMemory::Exchange("e", "1").change, QxEventMemory::Change::First);
     EXPECT_EQ(QxEventMemory::Exchange("e", "1").change, QxEventMemory::Change::Same);
     const QxEventMemory::Value different = QxEventMemory::Exchange("e", "2");
@@ -22,7 +20,7 @@ TEST(QxEventMemory, TellsFirstSameAndDifferent) {
 }
 
 TEST(QxEventMemory, GivesTheResultBefore) {
-    m_DconditionValues.clear();
+    QxEventMemory::Clear();
     EXPECT_FALSE(QxEventMemory::ExchangeResult("e", true).known);
     const QxEventMemory::Result before = QxEventMemory::ExchangeResult("e", false);
     EXPECT_TRUE(before.known);
@@ -30,8 +28,18 @@ TEST(QxEventMemory, GivesTheResultBefore) {
     EXPECT_FALSE(QxEventMemory::ExchangeResult("e", false).previous);
 }
 
+TEST(QxEventMemory, BeginsAnewWhenCleared) {
+    QxEventMemory::Exchange("e", "1");
+    QxEventMemory::ExchangeResult("e", true);
+    QxEventMemory::Clear();
+    EXPECT_TRUE(m_EventValues.empty());
+    EXPECT_TRUE(m_DconditionValues.empty());
+    EXPECT_EQ(QxEventMemory::Exchange("e", "1").change, QxEventMemory::Change::First);
+    EXPECT_FALSE(QxEventMemory::ExchangeResult("e", true).known);
+}
+
 TEST(QxEventMemory, MayBeUsedByTwoThreads) {
-    m_EventValues.clear();
+    QxEventMemory::Clear();
     const auto count = [](const char* event) {
         for (int i = 0; i < 1000; ++i) QxEventMemory::Exchange(event + std::to_string(i % 7), std::to_string(i));
     };

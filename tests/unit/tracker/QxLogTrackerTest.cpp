@@ -1063,7 +1063,7 @@ TEST_F(QxLogTrackerTest, TellsItsCyclesToAnObserver) {
     Observer observer;
     const std::string process = Watch().Name();
     AddDumps(*m_live[0], {Calls({1}), Packet(99, "?")});
-    m_tracker->SetCycleObserver(observer);
+    m_tracker->SetCycleObserver(&observer);
     Of(TrackerFirstCycle()) = true;
     for (int cycle = 0; cycle < 3; ++cycle) m_tracker->t_process();
     EXPECT_THAT(observer.steps,

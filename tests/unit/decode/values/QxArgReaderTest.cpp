@@ -19,7 +19,7 @@ protected:
     Values Read(std::uint32_t size, const std::string& bytes, const QxArgReader::Texts& texts = kTexts,
                 QxArgReader::Composites composites = QxArgReader::Composites::Decoded) {
         ExactBytes& exact = Hold(bytes);
-        QxCursor cursor(exact.Data(), exact.Size(), "Test::Reads", &parser.Log());
+        QxCursor cursor(exact.Data(), exact.Size(), "Test::Reads", parser.Log());
         Values values;
         QxArgReader(cursor, parser, texts, composites).ReadValue(size, "P", values);
         m_taken = cursor.Offset();
@@ -30,7 +30,7 @@ protected:
         EXPECT_GE(Item(kLocation, location), 0);
         const QxLocation described(store->locations.back());
         ExactBytes& exact = Hold(bytes);
-        QxCursor cursor(exact.Data(), exact.Size(), "Test::Reads", &parser.Log());
+        QxCursor cursor(exact.Data(), exact.Size(), "Test::Reads", parser.Log());
         Values values;
         QxArgReader(cursor, parser, kTexts, QxArgReader::Composites::Decoded)
             .ReadPlan(described, described.atEntry, values);

@@ -15,8 +15,8 @@ protected:
         IQxData::_HSCompArgDesc desc;
         store->GetCompArgDesc(desc, type);
         IQxData::HSICallArg pairs;
-        QxCursor cursor(exact.Data(), exact.Size(), "Test::Reads", &parser.Log());
-        QxCompCallParser::Parse(cursor, desc, pairs, &parser);
+        QxCursor cursor(exact.Data(), exact.Size(), "Test::Reads", parser.Log());
+        QxCompCallParser::Parse(cursor, desc, pairs, parser);
         m_taken = cursor.Offset();
         for (auto& pair : pairs) {
             for (char& byte : pair.second) byte = static_cast<char>(static_cast<unsigned char>(byte) - 1);
