@@ -1,7 +1,6 @@
 // A decoder of one kind of packet payload. To add a kind: derive from this class, give its tag a name in QxFormat.h,
-// and register it in QxParser's constructor.
-// Hand each item on with QxParser::DecodeItem, and tell with QxParser::UseAround what else of the payload was taken:
-// bytes that nobody takes count as not decoded.
+// and add a line to QxKinds.cpp. Hand each item on with QxParser::DecodeItem, and tell with UseAround what else of the
+// payload was taken: bytes that nobody takes count as not decoded.
 #pragma once
 
 class QxParser;

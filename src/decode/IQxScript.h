@@ -1,5 +1,5 @@
-// A kind of script, chosen by the name of the script's top element. To add a kind: derive from this class and register
-// it in QxParser's constructor.
+// A kind of script, chosen by the name of the script's top element. To add a kind: derive from this class, and add a
+// line to QxKinds.cpp.
 #pragma once
 
 class QxParser;

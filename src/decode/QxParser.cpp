@@ -54,14 +54,14 @@ int QxParser::Parse(std::pair<int, char*>& dump, std::shared_ptr<IQxData> data) 
     }
     m_dump = {dump.second, dump.second + dump.first};
     try {
-        return m_ParsePackets(dump);
+        return ParsePackets(dump);
     } catch (QxError error) {
         Log().Print("Parse", __LINE__, Major, "Exception : %d", static_cast<int>(error));
         return 0;
     }
 }
 
-int QxParser::m_ParsePackets(const std::pair<int, char*>& dump) {
+int QxParser::ParsePackets(const std::pair<int, char*>& dump) {
     const auto size = static_cast<std::uint64_t>(dump.first);
     std::uint64_t offset = 0;
     do {
@@ -156,13 +156,13 @@ void QxParser::ParseNested(std::vector<char>& dump) {
 bool QxParser::Trace() {
     Log().Begin();
     m_events.BeginPass(m_dumpBytes);
-    const bool done = m_Trace();
+    const bool done = RunScript();
     m_events.EndPass();
     Log().End();
     return done;
 }
 
-bool QxParser::m_Trace() {
+bool QxParser::RunScript() {
     try {
         IQxData::_HSScript* slot = nullptr;
         if (m_data == nullptr || m_data->GetScript(&slot) == nullptr || *slot == nullptr) return false;

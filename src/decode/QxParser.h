@@ -88,8 +88,8 @@ public:
     bool KnowsItem(unsigned char tag) const { return m_items[tag] != nullptr; }
 
 private:
-    int m_ParsePackets(const std::pair<int, char*>& dump);
-    bool m_Trace();
+    int ParsePackets(const std::pair<int, char*>& dump);
+    bool RunScript();
 
     std::array<std::unique_ptr<IQxBuffer>, 256> m_buffers;  // by tag, as are the items
     std::array<std::unique_ptr<IQxItem>, 256> m_items;

@@ -41,31 +41,31 @@ int QxScriptScenario::Trace(QxParser* parser) {
     qxscript::Subscribe(*root, m_Subscribers, [&](const IQxData::_HSScriptPtr& method, const std::string& actionName) {
         if (IsFirstReport(*store, method)) ReportNameless(actionName);
     });
-    for (Visited& visited : m_Snapshot(*store, parser->Observer())) m_Visit(visited, parser);
+    for (Visited& visited : Snapshot(*store, parser->Observer())) Visit(visited, parser);
     m_Key = 0;
     return 1;
 }
 
 // Copies the calls that something is subscribed to. Callbacks run later in the pass and may change the store: the pass
 // goes on over the calls that stood there when it began.
-std::vector<QxScriptScenario::Visited> QxScriptScenario::m_Snapshot(IQxData& store, IQxEventObserver* observer) const {
+std::vector<QxScriptScenario::Visited> QxScriptScenario::Snapshot(IQxData& store, IQxEventObserver* observer) const {
     std::vector<Visited> snapshot;
     QxLocation scratch;
     for (const auto& entry : *store.GetCallIMap()) {
         const std::string& method = CallerName(store, entry.second, scratch);
         if (observer != nullptr) observer->OnCall(entry.first, entry.second, method);
-        if (m_HasSubscriber(method)) snapshot.push_back({entry.first, entry.second});
+        if (HasSubscriber(method)) snapshot.push_back({entry.first, entry.second});
     }
     return snapshot;
 }
 
-bool QxScriptScenario::m_HasSubscriber(const std::string& method) const {
+bool QxScriptScenario::HasSubscriber(const std::string& method) const {
     const auto first = m_Subscribers.lower_bound(method);
     return first != m_Subscribers.end() && first->first.first == method;
 }
 
 // The location is looked up again: a callback that cleared the store ends the matches of the calls that follow.
-void QxScriptScenario::m_Visit(Visited& visited, QxParser* parser) {
+void QxScriptScenario::Visit(Visited& visited, QxParser* parser) {
     QxLocation scratch;
     const std::string method = CallerName(parser->Store(), visited.call, scratch);
     m_Key = visited.key;
@@ -87,14 +87,14 @@ void QxScriptScenario::MakeEvent(IQxData::_HSScriptPtr* action, IQxData::HSCall&
     const std::size_t count = action->children.size();
     for (std::size_t i = 0; i < count; ++i) {
         IQxData::_HSScriptPtr* const event = action->children[i];
-        if (qxscript::IsEvent(event)) m_PushGuarded(event, call, parser);
+        if (qxscript::IsEvent(event)) PushGuarded(event, call, parser);
     }
 }
 
-void QxScriptScenario::m_PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
+void QxScriptScenario::PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
     std::optional<QxEventEvaluation> evaluation;
     try {
-        m_Push(evaluation.emplace(*event, call, &parser->Log()), *event, call, *parser);
+        Push(evaluation.emplace(*event, call, &parser->Log()), *event, call, *parser);
     } catch (const std::exception& error) {
         parser->Log().Print("MakeEvent", __LINE__, Major,
                             "[QxScriptScenario::MakeEvent] Event in error, event: %s, error: %s",
@@ -107,11 +107,11 @@ void QxScriptScenario::m_PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCa
 
 void QxScriptScenario::PushEvent(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
     QxEventEvaluation evaluation(*event, call, &parser->Log());
-    m_Push(evaluation, *event, call, *parser);
+    Push(evaluation, *event, call, *parser);
 }
 
-void QxScriptScenario::m_Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event,
-                              const IQxData::HSCall& call, QxParser& parser) const {
+void QxScriptScenario::Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event,
+                            const IQxData::HSCall& call, QxParser& parser) const {
     const QxOutcome outcome = evaluation.Decide();
     if (parser.Observer() != nullptr) {
         parser.Observer()->OnEvent(event, m_Key, call, outcome, evaluation.Argument());

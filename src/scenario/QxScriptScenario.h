@@ -48,12 +48,12 @@ private:
         IQxData::HSCall call;
     };
 
-    bool m_HasSubscriber(const std::string& method) const;
-    std::vector<Visited> m_Snapshot(IQxData& store, IQxEventObserver* observer) const;
-    void m_Visit(Visited& visited, QxParser* parser);
-    void m_PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
-    void m_Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call,
-                QxParser& parser) const;
+    bool HasSubscriber(const std::string& method) const;
+    std::vector<Visited> Snapshot(IQxData& store, IQxEventObserver* observer) const;
+    void Visit(Visited& visited, QxParser* parser);
+    void PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
+    void Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call,
+              QxParser& parser) const;
 
     QxSubscriptions m_Subscribers;  // to actions of the store
     unsigned long long m_Key = 0;   // of the call that the pass has come to; for the observer

@@ -31,7 +31,7 @@ QxCycle::QxCycle(IQxLogTracker::Callback callback, void* context, std::shared_pt
 
 QxCycle::Decoded QxCycle::Decode(const std::string& process, std::vector<char>& dump) {
     const std::uint32_t before = m_parser.Dumps();
-    m_dumps.push_back(m_Decode(process, dump));
+    m_dumps.push_back(DecodeDump(process, dump));
     m_numbers.push_back(m_parser.Dumps() == before ? 0 : m_parser.Dumps());
     for (std::size_t i = 0; i < m_dumps.size(); ++i) {
         if (m_numbers[i] != 0) m_dumps[i].bytesNotDecoded = m_parser.NotDecoded(m_numbers[i]);
@@ -39,7 +39,7 @@ QxCycle::Decoded QxCycle::Decode(const std::string& process, std::vector<char>& 
     return m_dumps.back();
 }
 
-QxCycle::Decoded QxCycle::m_Decode(const std::string& process, std::vector<char>& dump) {
+QxCycle::Decoded QxCycle::DecodeDump(const std::string& process, std::vector<char>& dump) {
     m_store->AppendCurrentProcess(process);
     if (dump.empty()) return {};
     // All of the dump, unless the parser comes to know better.

@@ -43,7 +43,7 @@ public:
     void Finish(bool primes);
 
 private:
-    Decoded m_Decode(const std::string& process, std::vector<char>& dump);
+    Decoded DecodeDump(const std::string& process, std::vector<char>& dump);
 
     QxParser m_parser;
     std::shared_ptr<IQxData> m_store;

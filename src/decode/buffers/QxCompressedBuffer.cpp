@@ -28,7 +28,7 @@ void QxCompressedBuffer::Extract(QxParser* parser) {
     }
     m_extracting = true;
     try {
-        m_ExtractItems(parser);
+        ExtractItems(parser);
     } catch (...) {
         m_extracting = false;
         m_compressedBuffer.Stay();
@@ -38,12 +38,12 @@ void QxCompressedBuffer::Extract(QxParser* parser) {
     m_compressedBuffer.Clear();
 }
 
-void QxCompressedBuffer::m_ExtractItems(QxParser* parser) {
+void QxCompressedBuffer::ExtractItems(QxParser* parser) {
     std::vector<char> payload;
     unsigned char tag = 0;
     unsigned int offset = 0;
     unsigned int start = 0;
-    while (offset < m_compressedBuffer.size() && m_NextItem(offset, payload, tag, parser)) {
+    while (offset < m_compressedBuffer.size() && NextItem(offset, payload, tag, parser)) {
         // The dump inside the item must not find this buffer waiting.
         parser->ForgetLastBuffer();
         offset += static_cast<unsigned>(
@@ -53,8 +53,8 @@ void QxCompressedBuffer::m_ExtractItems(QxParser* parser) {
 }
 
 // Reads the item at `offset` and moves past its header; false when the run ends inside an item.
-bool QxCompressedBuffer::m_NextItem(unsigned int& offset, std::vector<char>& payload, unsigned char& tag,
-                                    QxParser* parser) const {
+bool QxCompressedBuffer::NextItem(unsigned int& offset, std::vector<char>& payload, unsigned char& tag,
+                                  QxParser* parser) const {
     const auto bufferSize = static_cast<unsigned>(m_compressedBuffer.size());
     QxCursor cursor(m_compressedBuffer.data() + offset, bufferSize - offset, "QxCompressedBuffer::Extract",
                     parser->Log());

@@ -18,8 +18,8 @@ public:
     void Extract(QxParser* parser) override;
 
 private:
-    void m_ExtractItems(QxParser* parser);
-    bool m_NextItem(unsigned int& offset, std::vector<char>& payload, unsigned char& tag, QxParser* parser) const;
+    void ExtractItems(QxParser* parser);
+    bool NextItem(unsigned int& offset, std::vector<char>& payload, unsigned char& tag, QxParser* parser) const;
 
     QxJoinedBytes m_compressedBuffer;
     bool m_extracting = false;

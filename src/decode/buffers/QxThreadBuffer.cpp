@@ -78,7 +78,7 @@ void QxThreadBuffer::Extract(QxParser* parser) {
         for (; thread != m_threads.end(); ++thread) {
             parser->Budget().TakeJoined(thread->second.DecodedBefore());
             parser->Store().SetCurrentThread(thread->first);
-            m_ExtractStream(thread->second, parser);
+            ExtractStream(thread->second, parser);
         }
     } catch (...) {
         const auto next = std::next(thread);
@@ -90,12 +90,12 @@ void QxThreadBuffer::Extract(QxParser* parser) {
 
 // A compressed item inside the stream may append to it, or replace it, while it is decoded: its length is looked at
 // anew for every item.
-void QxThreadBuffer::m_ExtractStream(const Stream& stream, QxParser* parser) {
+void QxThreadBuffer::ExtractStream(const Stream& stream, QxParser* parser) {
     std::vector<char> payload;
     unsigned char tag = qxformat::kNoItem;
     std::size_t offset = 0;
     std::size_t start = 0;
-    while (offset < stream.size() && m_NextItem(stream, offset, payload, tag, parser)) {
+    while (offset < stream.size() && NextItem(stream, offset, payload, tag, parser)) {
         if (tag != qxformat::kNoItem) {
             offset += static_cast<unsigned>(parser->DecodeItem(tag, payload, stream.Origins(), start, offset - start));
         }
@@ -105,8 +105,8 @@ void QxThreadBuffer::m_ExtractStream(const Stream& stream, QxParser* parser) {
 
 // Reads the item at `offset` and moves past its header. A damaged one is passed over up to the next marker, giving
 // kNoItem. False when the rest of the stream is to be abandoned.
-bool QxThreadBuffer::m_NextItem(const Stream& stream, std::size_t& offset, std::vector<char>& payload,
-                                unsigned char& tag, QxParser* parser) {
+bool QxThreadBuffer::NextItem(const Stream& stream, std::size_t& offset, std::vector<char>& payload, unsigned char& tag,
+                              QxParser* parser) {
     QxCursor cursor(stream.data() + offset, stream.size() - offset, "QxThreadBuffer::Extract", parser->Log());
     QxFrame header;
     if (!QxFrame::TryRead(cursor, header)) {
@@ -115,7 +115,7 @@ bool QxThreadBuffer::m_NextItem(const Stream& stream, std::size_t& offset, std::
         return false;
     }
     tag = qxformat::kNoItem;
-    if (IsDamaged(header, *parser)) return m_FindNextRun(stream, offset);
+    if (IsDamaged(header, *parser)) return FindNextRun(stream, offset);
     // The cursor stands behind the header, so this also refuses items that are short by no more than their header.
     const std::size_t left = stream.size() - offset - header.length;
     if (header.size > left) {
@@ -134,7 +134,7 @@ bool QxThreadBuffer::m_NextItem(const Stream& stream, std::size_t& offset, std::
     return true;
 }
 
-bool QxThreadBuffer::m_FindNextRun(const Stream& stream, std::size_t& offset) {
+bool QxThreadBuffer::FindNextRun(const Stream& stream, std::size_t& offset) {
     unsigned int skipped = 0;
     const auto left = static_cast<unsigned>(std::min<std::size_t>(stream.size() - offset, UINT_MAX));
     if (FindNextItem(stream.data() + offset, &skipped, left) == 0) return false;

@@ -26,10 +26,10 @@ public:
 private:
     using Stream = QxJoinedBytes;
 
-    static void m_ExtractStream(const Stream& stream, QxParser* parser);
-    static bool m_NextItem(const Stream& stream, std::size_t& offset, std::vector<char>& payload, unsigned char& tag,
-                           QxParser* parser);
-    static bool m_FindNextRun(const Stream& stream, std::size_t& offset);
+    static void ExtractStream(const Stream& stream, QxParser* parser);
+    static bool NextItem(const Stream& stream, std::size_t& offset, std::vector<char>& payload, unsigned char& tag,
+                         QxParser* parser);
+    static bool FindNextRun(const Stream& stream, std::size_t& offset);
 
     std::map<unsigned short, Stream> m_threads;  // by thread id
 };
