@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <ctime>
+#include <initializer_list>
 
 namespace qxhost {
 
