@@ -176,7 +176,7 @@ public:
     }
 
     void AddSamples() const {
-        for (const fs::path& script : Files(kSource / "tests/system/qxlt_check/samples", ".xml")) {
+        for (const fs::path& script : Files(kSource / "tests/system/qxlt/samples", ".xml")) {
             AddScript("sample-" + script.stem().string(), Read(script));
         }
     }

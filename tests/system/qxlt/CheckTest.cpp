@@ -33,7 +33,7 @@ void PrintTo(const Check& check, std::ostream* stream) {
 
 namespace {
 
-const std::string kSamples = QXLT_SOURCE_DIR "/tests/system/qxlt_check/samples";
+const std::string kSamples = QXLT_SOURCE_DIR "/tests/system/qxlt/samples";
 
 std::string ReadAll(const std::string& path) {
     std::ifstream file(path, std::ios::binary);

@@ -193,7 +193,7 @@ TEST(SchemaTest, RefusesMistakes) {
                                           "QX047", "QX048", "QX049", "QX051", "QX052", "QX054", "QX060", "QX061",
                                           "QX062", "QX070", "QX080", "QX081", "QX082", "QX083", "QX084"};
     std::size_t refused = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(QXLT_SOURCE_DIR "/tests/system/qxlt_check/samples")) {
+    for (const auto& entry : std::filesystem::directory_iterator(QXLT_SOURCE_DIR "/tests/system/qxlt/samples")) {
         const std::string code = entry.path().stem().string();
         if (entry.path().extension() != ".xml") continue;
         EXPECT_EQ(IsValid(entry.path().string()), beyond.count(code) != 0) << code;
