@@ -129,7 +129,7 @@ std::vector<JsonObject> Parsed(const std::vector<std::string>& lines) {
 std::string Shown(const std::vector<DiffLine>& diff) {
     std::string text;
     for (const DiffLine& line : diff) {
-        text += (line.kind == DiffLine::Kind::Missing ? "-" : "+") + line.line["e"].get<std::string>();
+        text += (line.kind == DiffLine::Kind::Missing ? "-" : "+") + line.line->at("e").get<std::string>();
     }
     return text;
 }

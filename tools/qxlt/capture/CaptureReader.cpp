@@ -91,7 +91,7 @@ void TellUnknown(const std::string& directory, const std::set<std::string>& know
         AddText(record, "stranger", name);
         std::string text = directory;
         text.append("/").append(name).append(": ").append(what).append("; it is not replayed");
-        sink({std::move(text), std::move(record), true});
+        sink({std::move(text), Shared(std::move(record)), true});
     }
 }
 
@@ -157,14 +157,14 @@ std::optional<LossCounts> CaptureReader::LossOf(const std::string& process, cons
     JsonObject record = JsonObject::object();
     AddText(record, "uncounted", process);
     return ReadBeside(LossName(process), ReadLoss,
-                      {"no counts of recorded calls; they are left out", std::move(record)}, sink);
+                      {"no counts of recorded calls; they are left out", Shared(std::move(record))}, sink);
 }
 
 std::vector<ProcessChange> CaptureReader::ChangesOf(const std::string& process, const FaultSink& sink) const {
     JsonObject record = JsonObject::object();
     AddText(record, "untold", process);
     return ReadBeside(ChangesName(process), ReadChanges,
-                      {"not what became of the process; it is left out", std::move(record)}, sink)
+                      {"not what became of the process; it is left out", Shared(std::move(record))}, sink)
         .value_or(std::vector<ProcessChange>());
 }
 

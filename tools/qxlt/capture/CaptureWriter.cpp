@@ -12,6 +12,7 @@
 
 #include "CaptureLayout.h"
 #include "Common.h"
+#include "Json.h"
 #include "Text.h"
 
 namespace qxlt {

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "Json.h"
+#include "JsonFwd.h"
 #include "Lifecycle.h"
 #include "LossCounts.h"
 #include "ProcessNames.h"

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "CallView.h"
+#include "Json.h"
 
 namespace qxlt {
 

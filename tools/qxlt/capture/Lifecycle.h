@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "Common.h"
-#include "Json.h"
+#include "JsonFwd.h"
 #include "Output.h"
 
 namespace qxlt {

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "Json.h"
+
 namespace qxlt {
 
 void LossCounts::LoseDump() {

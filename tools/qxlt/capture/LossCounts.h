@@ -5,7 +5,7 @@
 #include <optional>
 #include <string>
 
-#include "Json.h"
+#include "JsonFwd.h"
 
 namespace qxlt {
 

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <memory>
 
+#include "Json.h"
 #include "Output.h"
 #include "RecordingChoice.h"
 #include "RecordingList.h"

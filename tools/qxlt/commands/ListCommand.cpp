@@ -7,6 +7,7 @@
 #include <set>
 
 #include "CallView.h"
+#include "Json.h"
 #include "Output.h"
 #include "RecordLine.h"
 #include "Recording.h"

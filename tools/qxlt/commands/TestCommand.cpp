@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "JUnitReport.h"
+#include "Json.h"
 #include "TestFolder.h"
 #include "Text.h"
 
@@ -49,7 +50,7 @@ void PrintJson(Output& output, const TestResult& result) {
     line["missing"] = JsonObject::array();
     line["unexpected"] = JsonObject::array();
     for (const DiffLine& difference : result.diff) {
-        line[difference.kind == DiffLine::Kind::Missing ? "missing" : "unexpected"].push_back(difference.line);
+        line[difference.kind == DiffLine::Kind::Missing ? "missing" : "unexpected"].push_back(*difference.line);
     }
     AddText(line, "explanation", result.explanation);
     output.Line(line.dump());

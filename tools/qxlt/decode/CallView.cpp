@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "Json.h"
 #include "QxScriptScenario.h"
 #include "ResultType.h"
 #include "Text.h"

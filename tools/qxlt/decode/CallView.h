@@ -6,7 +6,7 @@
 #include <string>
 
 #include "IQxData.h"
-#include "Json.h"
+#include "JsonFwd.h"
 
 namespace qxlt {
 

@@ -1,6 +1,9 @@
 #include "Fault.h"
 
+#include <utility>
+
 #include "Common.h"
+#include "Json.h"
 
 namespace qxlt {
 
@@ -16,7 +19,7 @@ Fault DamageFault(const std::string& place, const std::string& name, const QxCyc
     record["offset"] = decoded.stoppedAt;
     return {Place(place, decoded.stoppedAt) + ": " + where +
                 "; what came before it is used, --level major tells what is wrong",
-            std::move(record)};
+            Shared(std::move(record))};
 }
 
 }  // namespace qxlt

@@ -4,14 +4,14 @@
 #include <functional>
 #include <string>
 
-#include "Json.h"
+#include "JsonFwd.h"
 #include "QxCycle.h"
 
 namespace qxlt {
 
 struct Fault {
     std::string text;         // for a person: the place, what is wrong, what to do
-    JsonObject record;        // for the expectations of a test: what is wrong, without the place on this machine
+    SharedJson record;        // for the expectations of a test: what is wrong, without the place on this machine
     bool isHarmless = false;  // told, and no reason for the run to have failed
 };
 

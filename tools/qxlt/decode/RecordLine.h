@@ -6,7 +6,7 @@
 #include "CallView.h"
 #include "Common.h"
 #include "IQxData.h"
-#include "Json.h"
+#include "JsonFwd.h"
 
 namespace qxlt {
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "Json.h"
 #include "RecordingChoice.h"
 #include "Text.h"
 #include "TimeAgo.h"

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "Common.h"
-#include "Json.h"
+#include "JsonFwd.h"
 #include "Output.h"
 #include "RecordingFiles.h"
 

@@ -1,6 +1,7 @@
 #include "Json.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "Common.h"
 #include "Text.h"
@@ -46,6 +47,10 @@ void AddTexts(JsonObject& object, const std::string& key, const std::vector<std:
     }
     object[key] = std::move(shown);
     if (!std::all_of(texts.begin(), texts.end(), IsUtf8)) object[key + "Hex"] = std::move(hex);
+}
+
+SharedJson Shared(JsonObject object) {
+    return std::make_shared<const JsonObject>(std::move(object));
 }
 
 }  // namespace qxlt

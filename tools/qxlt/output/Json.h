@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-namespace qxlt {
+#include "JsonFwd.h"
 
-using JsonObject = nlohmann::ordered_json;
+namespace qxlt {
 
 // Reads JSON text that stands at `place`. Throws a Failure (cannot start) that names the place for text that is none,
 // or is nested so deep that a copy of it, which is made level by level, would use up the stack.
@@ -19,5 +19,8 @@ void AddText(JsonObject& object, const std::string& key, const std::string& text
 
 // The same for a list of texts: when one of them is not UTF-8, a list of all of them in hex follows.
 void AddTexts(JsonObject& object, const std::string& key, const std::vector<std::string>& texts);
+
+// The object as one that is kept.
+SharedJson Shared(JsonObject object);
 
 }  // namespace qxlt

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "Json.h"
+
 namespace qxlt {
 
 EventRun::EventRun(std::shared_ptr<ProcessStore> store, const ProcessNames& processes, EventSink sink, FaultSink faults)
@@ -77,8 +79,8 @@ void EventRun::TraceCalls() {
 void EventRun::Tell(const Fault& fault) {
     if (!fault.isHarmless) m_whole = false;
     JsonObject record = {{"cycle", m_cycle}};
-    record.update(fault.record);
-    m_faults({fault.text, std::move(record), fault.isHarmless});
+    record.update(*fault.record);
+    m_faults({fault.text, Shared(std::move(record)), fault.isHarmless});
 }
 
 int EventRun::OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context) {

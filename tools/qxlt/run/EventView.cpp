@@ -1,5 +1,6 @@
 #include "EventView.h"
 
+#include "Json.h"
 #include "Text.h"
 
 namespace qxlt {

@@ -1,6 +1,9 @@
 #include "Observers.h"
 
+#include <utility>
+
 #include "EventRecord.h"
+#include "Json.h"
 
 namespace qxlt {
 
@@ -49,7 +52,7 @@ void ErrorReporter::OnError(const IQxData::_HSScriptPtr& event, unsigned long lo
     m_sink({m_places.Of(event).Text() + ": event \"" + name + "\" at time " + std::to_string(call.time) + ", " +
                 EventRecord(event).ErrorText(stage) + (stage == QxStage::Other ? ": " + error : "") +
                 "; mend the attribute, further errors of this event are not told",
-            std::move(record)});
+            Shared(std::move(record))});
 }
 
 }  // namespace qxlt

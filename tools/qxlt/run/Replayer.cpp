@@ -5,6 +5,7 @@
 
 #include "CaptureReader.h"
 #include "DumpInput.h"
+#include "Json.h"
 #include "QxCycle.h"
 #include "QxScriptScenario.h"
 
@@ -110,7 +111,7 @@ void Replayer::TellUnreadable(const Failure& failure, const std::string& name) {
     if (m_first) throw failure;
     JsonObject record = JsonObject::object();
     AddText(record, "unreadable", name);
-    Tell({failure.what(), std::move(record)});
+    Tell({failure.what(), Shared(std::move(record))});
 }
 
 void Replayer::Cycle(bool primes, const std::vector<Dump>& dumps) {

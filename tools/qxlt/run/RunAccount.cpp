@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Common.h"
+#include "Json.h"
 #include "Text.h"
 
 namespace qxlt {

@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "Common.h"
+#include "Json.h"
 #include "Text.h"
 #include "Xml.h"
 
@@ -40,7 +41,7 @@ void WriteCase(std::ostream& out, const TestResult& result) {
 std::vector<std::string> DiffText(const TestResult& result) {
     std::vector<std::string> lines;
     for (const DiffLine& difference : result.diff) {
-        lines.push_back((difference.kind == DiffLine::Kind::Missing ? "- " : "+ ") + difference.line.dump());
+        lines.push_back((difference.kind == DiffLine::Kind::Missing ? "- " : "+ ") + difference.line->dump());
     }
     return lines;
 }

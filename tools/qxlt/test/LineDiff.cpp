@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "Json.h"
+
 namespace qxlt {
 
 namespace {
@@ -35,9 +37,9 @@ public:
                 ++e;
                 ++a;
             } else if (e < m_expectedEnd && (a == m_actualEnd || !m_aligns || Length(e + 1, a) >= Length(e, a + 1))) {
-                diff.push_back({DiffLine::Kind::Missing, m_expected[e++]});
+                diff.push_back({DiffLine::Kind::Missing, Shared(m_expected[e++])});
             } else {
-                diff.push_back({DiffLine::Kind::Unexpected, m_actual[a++]});
+                diff.push_back({DiffLine::Kind::Unexpected, Shared(m_actual[a++])});
             }
         }
         return diff;

@@ -4,13 +4,13 @@
 #include <string>
 #include <vector>
 
-#include "Json.h"
+#include "JsonFwd.h"
 
 namespace qxlt {
 
 struct DiffLine {
     enum class Kind { Missing, Unexpected } kind;
-    JsonObject line;
+    SharedJson line;
 };
 
 // Whether the line that came is the expected one. An expected object may leave keys out; "key" does not count.

@@ -15,6 +15,7 @@
 #include "Common.h"
 #include "Explainer.h"
 #include "JoinedScripts.h"
+#include "Json.h"
 
 namespace qxlt {
 
@@ -52,8 +53,8 @@ bool IsTest(const fs::directory_entry& entry) {
 }
 
 std::string Explain(const Explainer& explainer, const DiffLine& first) {
-    const auto event = first.line.find("event");
-    if (event == first.line.end() || !event->is_string()) return std::string();
+    const auto event = first.line->find("event");
+    if (event == first.line->end() || !event->is_string()) return std::string();
     const std::string name = event->get<std::string>();
     return name + (first.kind == DiffLine::Kind::Missing ? " is missing, " : " is not expected, ") +
            explainer.ReasonOf(name);
@@ -98,7 +99,7 @@ void TestFolder::Compare(bool update, Output& output, Progress& progress, TestRe
         view.call.key.reset();
         actual.push_back(EventJson(view));
     };
-    const auto takeFault = [&actual](const Fault& fault) { actual.push_back(fault.record); };
+    const auto takeFault = [&actual](const Fault& fault) { actual.push_back(*fault.record); };
     Replayer replayer(scripts, input, takeEvent, takeFault, progress);
     Explainer explainer(Format::Text, output, replayer.Root(), replayer.Places(), "");
     replayer.SetExplainer(explainer);

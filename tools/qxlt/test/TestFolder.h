@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "Json.h"
+#include "JsonFwd.h"
 #include "LineDiff.h"
 #include "Output.h"
 #include "Replayer.h"
