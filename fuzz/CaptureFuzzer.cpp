@@ -4,13 +4,11 @@
 
 #include <system_error>
 
-#include "DecodeCommand.h"
+#include "CommandList.h"
 #include "FuzzFolder.h"
 #include "FuzzInput.h"
 #include "FuzzPlatform.h"
 #include "FuzzTool.h"
-#include "ListCommand.h"
-#include "ReplayCommand.h"
 
 namespace {
 

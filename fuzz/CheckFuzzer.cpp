@@ -3,12 +3,12 @@
 #include <cstdlib>
 #include <set>
 
-#include "CheckCommand.h"
+#include "CommandList.h"
 #include "FuzzFolder.h"
 #include "FuzzInput.h"
 #include "FuzzPlatform.h"
 #include "FuzzTool.h"
-#include "Recording.h"
+#include "Inventory.h"
 #include "Replayer.h"
 #include "StarterScript.h"
 
@@ -32,8 +32,8 @@ bool AllFire(const std::string& script, const std::string& dump) {
 
 void MakeStarter(const FuzzFolder& folder, const std::string& dump) {
     qxlt::Progress progress;
-    const qxlt::Recording recording = qxlt::Recording::Read({dump}, qxlt::PrintFault, progress);
-    const std::string text = qxlt::StarterScript(recording).Text();
+    const qxlt::Inventory inventory = qxlt::Inventory::Read({dump}, qxlt::PrintFault, progress);
+    const std::string text = qxlt::StarterScript(inventory).Text();
     if (!AllFire(folder.Write("starter.xml", {text.begin(), text.end()}), dump)) std::abort();
 }
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Commands.h"
+#include "Command.h"
 
 // Runs the one command with the arguments that follow its name. A command may end with a Failure; unlike the tool
 // itself, which makes an exit status of every exception, all others pass, so that the fuzzer stops at them.

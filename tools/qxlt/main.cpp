@@ -1,4 +1,4 @@
-#include "Commands.h"
+#include "Dispatcher.h"
 
 int main(int argc, char** argv) {
     return qxlt::RunTool({argv + 1, argv + argc});

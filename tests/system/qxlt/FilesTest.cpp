@@ -8,8 +8,8 @@
 #include <regex>
 #include <set>
 
+#include "CheckedEvent.h"
 #include "Child.h"
-#include "EventWords.h"
 #include "Workplace.h"
 
 using testing::Contains;

@@ -8,8 +8,8 @@
 
 #include "Child.h"
 #include "DumpWriter.h"
+#include "InventoryStore.h"
 #include "RecordedSample.h"
-#include "RecordingStore.h"
 #include "Workplace.h"
 
 using testing::ElementsAre;
@@ -166,7 +166,7 @@ TEST(ListTest, ShowsWhatProcessesOfOneIdRecordOnce) {
 }
 
 TEST(ListTest, NotesNothingThatTheStoreRefused) {
-    qxlt::RecordingStore store;
+    qxlt::InventoryStore store;
     IQxData::_HSCallLocation location;
     location.callerName = std::string(40 << 20, 'x');
     IQxData::HSIThread thread;

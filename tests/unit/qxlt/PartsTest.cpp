@@ -1,7 +1,7 @@
 // The tool's small parts.
 #include <gmock/gmock.h>
 
-#include "Common.h"
+#include "Failure.h"
 #include "Json.h"
 #include "LineDiff.h"
 #include "LossCounts.h"

@@ -7,9 +7,10 @@
 #include <utility>
 
 #include "CaptureLayout.h"
-#include "Common.h"
+#include "Failure.h"
 #include "Json.h"
 #include "QxData.h"
+#include "ReadFile.h"
 
 namespace qxlt {
 
@@ -81,12 +82,12 @@ std::vector<std::uint64_t> FindCycles(const std::string& directory) {
 // Tells of what lies in the directory under a name that is not known. That is somebody's own, and harmless.
 void TellUnknown(const std::string& directory, const std::set<std::string>& known, const std::string& what,
                  const FaultSink& sink) {
-    std::set<std::string> strangers;  // in the order of their names
+    std::set<std::string> unknown;  // in the order of their names
     for (const fs::directory_entry& entry : Open(directory)) {
         const std::string name = entry.path().filename().string();
-        if (known.count(name) == 0) strangers.insert(name);
+        if (known.count(name) == 0) unknown.insert(name);
     }
-    for (const std::string& name : strangers) {
+    for (const std::string& name : unknown) {
         JsonObject record = JsonObject::object();
         AddText(record, "stranger", name);
         std::string text = directory;
@@ -168,13 +169,13 @@ std::vector<ProcessChange> CaptureReader::ChangesOf(const std::string& process, 
         .value_or(std::vector<ProcessChange>());
 }
 
-void CaptureReader::TellStrangeFolders(const FaultSink& sink) const {
+void CaptureReader::TellUnknownFolders(const FaultSink& sink) const {
     std::set<std::string> known = {kCaptureFile};
     for (const std::uint64_t number : m_cycles) known.insert(CycleName(number));
     TellUnknown(m_directory, known, "belongs to no cycle", sink);
 }
 
-void CaptureReader::TellStrangers(const FaultSink& sink) const {
+void CaptureReader::TellUnknownFiles(const FaultSink& sink) const {
     std::set<std::string> known;
     for (const auto& process : Processes().Pids()) {
         for (const auto& nameOf : {DumpName, LossName, ChangesName}) known.insert(nameOf(process.first));

@@ -40,8 +40,8 @@ public:
     std::vector<ProcessChange> ChangesOf(const std::string& process, const FaultSink& sink) const;
 
     // Tells of what lies in the directory and belongs to no cycle, or in this cycle and to no process of the capture.
-    void TellStrangeFolders(const FaultSink& sink) const;
-    void TellStrangers(const FaultSink& sink) const;
+    void TellUnknownFolders(const FaultSink& sink) const;
+    void TellUnknownFiles(const FaultSink& sink) const;
 
 private:
     // What capture.json tells.

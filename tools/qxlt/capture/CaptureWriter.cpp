@@ -11,8 +11,10 @@
 #include <utility>
 
 #include "CaptureLayout.h"
-#include "Common.h"
+#include "Descriptor.h"
+#include "Failure.h"
 #include "Json.h"
+#include "Messages.h"
 #include "Text.h"
 
 namespace qxlt {

@@ -6,6 +6,7 @@
 
 #include "CallView.h"
 #include "Json.h"
+#include "Messages.h"
 
 namespace qxlt {
 

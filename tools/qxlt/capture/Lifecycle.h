@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "Common.h"
+#include "Format.h"
 #include "JsonFwd.h"
 #include "Output.h"
 

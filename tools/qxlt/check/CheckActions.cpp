@@ -1,6 +1,6 @@
 #include "Checks.h"
 #include "CommandName.h"
-#include "Common.h"
+#include "Messages.h"
 #include "Text.h"
 
 namespace qxlt {

@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "CheckedEvent.h"
 #include "Checks.h"
-#include "EventWords.h"
 #include "ScriptNumber.h"
 
 namespace qxlt {
@@ -179,7 +179,7 @@ private:
         return a && b && a->value != b->value;
     }
 
-    const EventWords m_event;
+    const CheckedEvent m_event;
     const ScriptElement& m_element;
     Findings& m_findings;
     const std::vector<std::string> m_operands;

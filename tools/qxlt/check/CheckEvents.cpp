@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "CheckedEvent.h"
 #include "Checks.h"
-#include "EventWords.h"
 #include "ScriptNumber.h"
 #include "Text.h"
 
@@ -34,20 +34,20 @@ void CheckWord(CheckId id, const ScriptElement& event, const char* attribute, co
 }
 
 // Of whole numbers, "at least 80" is "more than 79".
-std::string MeantBound(const EventWords& event, const char* condition, long long step) {
+std::string MeantBound(const CheckedEvent& event, const char* condition, long long step) {
     const std::optional<ScriptNumber> bound = ReadOperand(event["conditionValue"]);
     if (!bound) return std::string();
     return Written("condition", condition) + " " + Written("conditionValue", std::to_string(bound->value + step));
 }
 
-std::string MeantCondition(const EventWords& event) {
+std::string MeantCondition(const CheckedEvent& event) {
     if (event.Is("condition", ">=")) return MeantBound(event, ">", -1);
     if (event.Is("condition", "<=")) return MeantBound(event, "<", 1);
     if (event.Is("condition", "<>")) return "!=";
     return Meant(event["condition"], kConditions);
 }
 
-void CheckCondition(const EventWords& event, Findings& findings) {
+void CheckCondition(const CheckedEvent& event, Findings& findings) {
     const ScriptElement& element = event.Element();
     if (!event.IsConditional()) return;
     if (!IsKnown(event["condition"], kConditions)) {
@@ -58,7 +58,7 @@ void CheckCondition(const EventWords& event, Findings& findings) {
     }
 }
 
-void CheckIndex(const EventWords& event, Findings& findings) {
+void CheckIndex(const CheckedEvent& event, Findings& findings) {
     if (!event.HasSource()) return;
     const ScriptElement& element = event.Element();
     const TextPlace place = ValuePlace(element, "value");
@@ -84,7 +84,7 @@ void CheckIndex(const EventWords& event, Findings& findings) {
 }
 
 // A comparison of numbers without a tag is an error of its own.
-void CheckSource(const EventWords& event, Findings& findings) {
+void CheckSource(const CheckedEvent& event, Findings& findings) {
     const ScriptElement& element = event.Element();
     if (event.Has("tag") || (event.IsConditional() && event.ComparesNumbers())) return;
     if (!event.Has("value") && !event.Has("type")) return;
@@ -97,7 +97,7 @@ void CheckSource(const EventWords& event, Findings& findings) {
 void CheckEvents(const ScenarioOutline& outline, Findings& findings) {
     for (const ScenarioAction& action : outline.Actions()) {
         for (const ScriptElement* const element : action.events) {
-            const EventWords event(*element);
+            const CheckedEvent event(*element);
             if (!event.Has("name")) {
                 findings.Add(CheckId::EventWithoutName, *element, element->place,
                              "event without name: clients get it under an empty one");

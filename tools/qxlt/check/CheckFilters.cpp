@@ -1,5 +1,5 @@
+#include "CheckedEvent.h"
 #include "Checks.h"
-#include "EventWords.h"
 #include "ScriptNumber.h"
 
 namespace qxlt {
@@ -7,7 +7,7 @@ namespace qxlt {
 namespace {
 
 // The right part is searched from where the left one begins.
-void CheckRightPart(const EventWords& event, Findings& findings) {
+void CheckRightPart(const CheckedEvent& event, Findings& findings) {
     const auto [left, right] = event.Words().FieldMarkers();
     const std::size_t at = right.empty() ? std::string::npos : left.rfind(right);
     if (at == std::string::npos) return;
@@ -18,7 +18,7 @@ void CheckRightPart(const EventWords& event, Findings& findings) {
                  shorter.empty() ? std::string() : Written("datakey", shorter + "&" + right));
 }
 
-void CheckDatakey(const EventWords& event, Findings& findings) {
+void CheckDatakey(const CheckedEvent& event, Findings& findings) {
     const ScriptElement& element = event.Element();
     const std::string& datakey = event["datakey"];
     if (!event.Has("filter")) {
@@ -44,7 +44,7 @@ void CheckDatakey(const EventWords& event, Findings& findings) {
     }
 }
 
-void CheckKeyword(const EventWords& event, Findings& findings) {
+void CheckKeyword(const CheckedEvent& event, Findings& findings) {
     const ScriptElement& element = event.Element();
     const std::string& keyword = event["keyword"];
     if (keyword.empty()) return;
@@ -63,13 +63,13 @@ void CheckKeyword(const EventWords& event, Findings& findings) {
 }
 
 // The value of an event that takes none out of the call; null when it takes one, or when another check speaks of it.
-const char* ConstantOf(const EventWords& event) {
+const char* ConstantOf(const CheckedEvent& event) {
     if (event.Words().Tag() == qxscript::Tag::None) return qxscript::kNoValue;
     if (event.HasSource()) return event.Has("type") ? nullptr : qxscript::kNoValue;
     return event.Has("tag") || event.Has("value") || event.Has("type") ? nullptr : "";
 }
 
-void CheckConstant(const EventWords& event, Findings& findings) {
+void CheckConstant(const CheckedEvent& event, Findings& findings) {
     const char* const constant = ConstantOf(event);
     if (constant == nullptr) return;
     const std::string value = constant;
@@ -86,7 +86,7 @@ void CheckConstant(const EventWords& event, Findings& findings) {
 void CheckFilters(const ScenarioOutline& outline, Findings& findings) {
     for (const ScenarioAction& action : outline.Actions()) {
         for (const ScriptElement* const element : action.events) {
-            const EventWords event(*element);
+            const CheckedEvent event(*element);
             CheckDatakey(event, findings);
             CheckKeyword(event, findings);
             CheckConstant(event, findings);

@@ -1,7 +1,7 @@
 #include <algorithm>
 
+#include "CheckedEvent.h"
 #include "Checks.h"
-#include "EventWords.h"
 
 namespace qxlt {
 
@@ -24,7 +24,7 @@ std::string WithAmpersands(const std::string& text) {
 void CheckLists(const ScenarioOutline& outline, Findings& findings) {
     for (const ScenarioAction& action : outline.Actions()) {
         for (const ScriptElement* const element : action.events) {
-            const EventWords event(*element);
+            const CheckedEvent event(*element);
             if (!event.HasCommaList()) continue;
             const bool isAny = event.Words().Condition() == qxscript::Condition::Equal;
             std::string instead = Written("conditionValue", WithAmpersands(event["conditionValue"]));

@@ -3,7 +3,7 @@
 
 #include "Checks.h"
 #include "CommandName.h"
-#include "Common.h"
+#include "Messages.h"
 
 namespace qxlt {
 

@@ -5,8 +5,8 @@
 #include <optional>
 #include <set>
 
+#include "CheckedEvent.h"
 #include "CommandName.h"
-#include "EventWords.h"
 #include "ScriptNumber.h"
 #include "Text.h"
 
@@ -16,7 +16,7 @@ namespace {
 
 using Methods = std::vector<const RecordedMethod*>;
 
-const char* MomentOf(const EventWords& event) {
+const char* MomentOf(const CheckedEvent& event) {
     return event.Words().Tag() == qxscript::Tag::In ? "at entry" : "at exit";
 }
 
@@ -24,7 +24,7 @@ const char* MomentOf(const EventWords& event) {
 // of them has is there.
 class EventComparison final {
 public:
-    EventComparison(const EventWords& event, const std::string& method, const Methods& recorded, Findings& findings)
+    EventComparison(const CheckedEvent& event, const std::string& method, const Methods& recorded, Findings& findings)
         : m_event(event), m_method(method), m_recorded(recorded), m_findings(findings) {}
 
     void Compare() const {
@@ -97,7 +97,7 @@ private:
             instead);
     }
 
-    const EventWords& m_event;
+    const CheckedEvent& m_event;
     const std::string& m_method;
     const Methods& m_recorded;
     Findings& m_findings;
@@ -106,13 +106,13 @@ private:
 // What is recorded, in all processes, by the name of the method.
 class RecordedIndex final {
 public:
-    explicit RecordedIndex(const Recording& recording) {
-        for (const RecordedMethod& method : recording.Methods()) {
+    explicit RecordedIndex(const Inventory& inventory) {
+        for (const RecordedMethod& method : inventory.Methods()) {
             m_methods[method.Name()].push_back(&method);
             m_bareNames.emplace(method.location.packageName + "." + method.Name(), method.Name());
         }
         for (const auto& entry : m_methods) m_names.push_back(entry.first);
-        for (const RecordedProcess& process : recording.Processes()) {
+        for (const RecordedProcess& process : inventory.Processes()) {
             if (process.name.empty()) continue;
             m_processes.push_back(process.name);
             m_commands.insert(CommandName(process.name));
@@ -131,7 +131,7 @@ public:
         return found == m_bareNames.end() ? std::string() : found->second;
     }
 
-    // Whether a process of the name was recorded, as far as the recording knows names.
+    // Whether a process of the name was recorded, as far as the dumps tell names.
     bool HasProcess(const std::string& name) const {
         return m_commands.empty() || m_commands.count(CommandName(name)) != 0;
     }
@@ -162,7 +162,7 @@ private:
 void CompareEvents(const ScenarioAction& action, const std::string& method, const Methods& recorded,
                    Findings& findings) {
     for (const ScriptElement* const element : action.events) {
-        const EventWords event(*element);
+        const CheckedEvent event(*element);
         if (event.HasSource()) EventComparison(event, method, recorded, findings).Compare();
     }
 }
@@ -189,9 +189,9 @@ void AddUnknown(const ScriptElement& method, RecordedIndex& recorded, Findings& 
 
 }  // namespace
 
-std::vector<MethodCalls> CheckRecorded(const ScenarioOutline& outline, const Recording& recording, Findings& findings) {
+std::vector<MethodCalls> CheckRecorded(const ScenarioOutline& outline, const Inventory& inventory, Findings& findings) {
     std::vector<MethodCalls> calls;
-    RecordedIndex index(recording);
+    RecordedIndex index(inventory);
     for (const ScenarioAction& action : outline.Actions()) {
         CompareProcess(*action.element, index, findings);
         for (const ScriptElement* const method : action.methods) {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "Findings.h"
-#include "Recording.h"
+#include "Inventory.h"
 #include "ScenarioOutline.h"
 
 namespace qxlt {
@@ -18,7 +18,7 @@ struct MethodCalls {
     std::uint64_t calls;
 };
 
-// Checks the scenarios against the recording. Returns the calls of each method, in the order of the scripts.
-std::vector<MethodCalls> CheckRecorded(const ScenarioOutline& outline, const Recording& recording, Findings& findings);
+// Checks the scenarios against what is recorded. Returns the calls of each method, in the order of the scripts.
+std::vector<MethodCalls> CheckRecorded(const ScenarioOutline& outline, const Inventory& inventory, Findings& findings);
 
 }  // namespace qxlt

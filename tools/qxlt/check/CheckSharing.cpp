@@ -1,8 +1,8 @@
 #include <map>
 
+#include "CheckedEvent.h"
 #include "Checks.h"
-#include "Common.h"
-#include "EventWords.h"
+#include "Messages.h"
 
 namespace qxlt {
 
@@ -10,7 +10,7 @@ namespace {
 
 using qxscript::Watch;
 
-const char* WhatIsShared(const EventWords& one, const EventWords& other) {
+const char* WhatIsShared(const CheckedEvent& one, const CheckedEvent& other) {
     const Watch watch = one.Words().Watch();
     if (watch == other.Words().Watch() && watch == Watch::Changed) return "they share their last value";
     if (watch == other.Words().Watch() && watch == Watch::Rising) return "they share their last result";
@@ -21,20 +21,20 @@ const char* WhatIsShared(const EventWords& one, const EventWords& other) {
 using Earlier = std::map<Watch, const ScriptElement*>;
 
 // The one that shares most with the event: of the same watch mode if there is one.
-const ScriptElement& NearestOf(const Earlier& earlier, const EventWords& event) {
+const ScriptElement& NearestOf(const Earlier& earlier, const CheckedEvent& event) {
     const auto same = earlier.find(event.Words().Watch());
     return *(same == earlier.end() ? earlier.begin() : same)->second;
 }
 
 // The one whose first value the event takes for its last one, or gives as such; the end when there is none.
-Earlier::const_iterator PairOf(const Earlier& earlier, const EventWords& event) {
+Earlier::const_iterator PairOf(const Earlier& earlier, const CheckedEvent& event) {
     const Watch watch = event.Words().Watch();
     if (watch == Watch::Always) return earlier.find(Watch::Changed);
     return watch == Watch::Changed ? earlier.find(Watch::Always) : earlier.end();
 }
 
 void CheckEvent(const ScriptElement& element, const Earlier& earlier, Findings& findings) {
-    const EventWords event(element);
+    const CheckedEvent event(element);
     const auto pair = PairOf(earlier, event);
     const ScriptElement& other = pair == earlier.end() ? NearestOf(earlier, event) : *pair->second;
     const std::string where = " also stands in " + Place(other.script->File(), other.place.line) + ": ";
@@ -45,7 +45,7 @@ void CheckEvent(const ScriptElement& element, const Earlier& earlier, Findings& 
                          "the ALWAYS event's first value counts as the CHANGED event's last one");
     } else {
         findings.Add(CheckId::SharedName, element, place,
-                     "event " + Quoted(event["name"]) + where + WhatIsShared(event, EventWords(other)));
+                     "event " + Quoted(event["name"]) + where + WhatIsShared(event, CheckedEvent(other)));
     }
 }
 
@@ -58,7 +58,7 @@ void CheckSharing(const ScenarioOutline& outline, Findings& findings) {
             if (event->Value("name").empty()) continue;
             Earlier& earlier = byName[event->Value("name")];
             if (!earlier.empty()) CheckEvent(*event, earlier, findings);
-            earlier.emplace(EventWords(*event).Words().Watch(), event);
+            earlier.emplace(CheckedEvent(*event).Words().Watch(), event);
         }
     }
 }

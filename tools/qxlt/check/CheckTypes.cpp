@@ -1,5 +1,5 @@
+#include "CheckedEvent.h"
 #include "Checks.h"
-#include "EventWords.h"
 
 namespace qxlt {
 
@@ -7,7 +7,7 @@ namespace {
 
 // Whether a finding of another check says that the type is missing: an operator needs it, or a keyword or filter meets
 // nothing but the word NONE.
-bool IsSpokenOf(const EventWords& event) {
+bool IsSpokenOf(const CheckedEvent& event) {
     const bool needsType = event.ComparesEach() || event.ComparesOrder() || event.IsRange();
     return (event.IsConditional() && needsType) || event.IsHeldBack(qxscript::kNoValue);
 }
@@ -17,7 +17,7 @@ bool IsSpokenOf(const EventWords& event) {
 void CheckTypes(const ScenarioOutline& outline, Findings& findings) {
     for (const ScenarioAction& action : outline.Actions()) {
         for (const ScriptElement* const element : action.events) {
-            const EventWords event(*element);
+            const CheckedEvent event(*element);
             if (!event.HasSource() || event.Has("type") || IsSpokenOf(event)) continue;
             findings.Add(CheckId::MissingType, *element, element->place,
                          "type is missing, so that the value is the word NONE whatever was passed",

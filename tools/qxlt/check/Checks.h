@@ -7,7 +7,7 @@
 namespace qxlt {
 
 // The text itself, its top element, and the comments that silence checks.
-void CheckTexts(const ScenarioOutline& outline, Findings& findings);
+void CheckMarkup(const ScenarioOutline& outline, Findings& findings);
 
 // Elements and attributes that nothing reads.
 void CheckElements(const ScenarioOutline& outline, Findings& findings);
@@ -36,7 +36,7 @@ void CheckTypes(const ScenarioOutline& outline, Findings& findings);
 // Lists in conditions.
 void CheckLists(const ScenarioOutline& outline, Findings& findings);
 
-// Names of methods that look as if the package stood in front. For want of a recording, which knows.
+// Names of methods that look as if the package stood in front. For want of dumps, which tell.
 void CheckPackages(const ScenarioOutline& outline, Findings& findings);
 
 }  // namespace qxlt

@@ -1,4 +1,5 @@
-#include "CheckCommand.h"
+#include "CommandList.h"
+#include "Messages.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -36,7 +37,7 @@ public:
     int Perform() {
         for (const std::string& file : m_options.scripts) m_pointers.push_back(&m_scripts.emplace_back(file));
         const ScenarioOutline outline(m_pointers);
-        for (const auto check : {CheckTexts, CheckElements, CheckActions, CheckEvents, CheckFilters, CheckConditions,
+        for (const auto check : {CheckMarkup, CheckElements, CheckActions, CheckEvents, CheckFilters, CheckConditions,
                                  CheckSharing, CheckProcesses, CheckTypes, CheckLists}) {
             check(outline, m_findings);
         }
@@ -46,13 +47,13 @@ public:
     }
 
 private:
-    // Returns whether nothing was wrong in the recording.
+    // Returns whether nothing was wrong in what was recorded.
     bool Compare(const ScenarioOutline& outline) {
-        const Recording recording = Recording::Read(m_options.against, PrintFault, m_progress);
-        const bool nothing = !recording.Whole() && recording.Methods().empty();
-        if (!nothing) m_calls = CheckRecorded(outline, recording, m_findings);
-        if (!recording.Whole()) m_output.Failed();
-        return recording.Whole();
+        const Inventory inventory = Inventory::Read(m_options.against, PrintFault, m_progress);
+        const bool nothing = !inventory.Whole() && inventory.Methods().empty();
+        if (!nothing) m_calls = CheckRecorded(outline, inventory, m_findings);
+        if (!inventory.Whole()) m_output.Failed();
+        return inventory.Whole();
     }
 
     // Returns whether there is an error.

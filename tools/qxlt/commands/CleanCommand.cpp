@@ -1,4 +1,5 @@
-#include "CleanCommand.h"
+#include "CommandList.h"
+#include "Messages.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -1,16 +1,16 @@
-#include "DecodeCommand.h"
+#include "CommandList.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <memory>
 
+#include "DecodeLines.h"
 #include "DecodeStore.h"
 #include "DumpHeader.h"
 #include "DumpInput.h"
 #include "Fault.h"
 #include "ProcessNames.h"
 #include "QxCycle.h"
-#include "RecordLine.h"
 #include "RecordingChoice.h"
 #include "Text.h"
 

@@ -1,4 +1,5 @@
-#include "ListCommand.h"
+#include "CommandList.h"
+#include "Messages.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -7,10 +8,10 @@
 #include <set>
 
 #include "CallView.h"
+#include "DecodeLines.h"
+#include "Inventory.h"
 #include "Json.h"
 #include "Output.h"
-#include "RecordLine.h"
-#include "Recording.h"
 #include "RecordingChoice.h"
 #include "RecordingList.h"
 #include "StarterScript.h"
@@ -109,14 +110,14 @@ std::string ProcessJson(const RecordedProcess& process) {
 
 class Listing final {
 public:
-    Listing(const Recording& recording, Format format, Output& output)
-        : m_recording(recording), m_format(format), m_output(output) {}
+    Listing(const Inventory& inventory, Format format, Output& output)
+        : m_inventory(inventory), m_format(format), m_output(output) {}
 
     // Processes of one id share what is recorded: it stands once, below all their names.
     void Print() {
         std::map<unsigned short, std::vector<const RecordedProcess*>> byId;
-        for (const RecordedProcess& process : m_recording.Processes()) byId[process.pid].push_back(&process);
-        for (const RecordedProcess& first : m_recording.Processes()) {
+        for (const RecordedProcess& process : m_inventory.Processes()) byId[process.pid].push_back(&process);
+        for (const RecordedProcess& first : m_inventory.Processes()) {
             const std::vector<const RecordedProcess*>& same = byId[first.pid];
             if (same.front() != &first) continue;
             for (const RecordedProcess* const process : same) PrintProcess(*process);
@@ -135,17 +136,17 @@ private:
     }
 
     void PrintRecords(unsigned short pid) {
-        for (const RecordedThread& thread : m_recording.Threads()) {
+        for (const RecordedThread& thread : m_inventory.Threads()) {
             if (thread.thread.pid == pid) PrintThread(thread);
         }
-        for (const RecordedMethod& method : m_recording.Methods()) {
+        for (const RecordedMethod& method : m_inventory.Methods()) {
             if (method.pid == pid) PrintMethod(method);
         }
     }
 
     // Whether processes share the id in the store, so that each thread is to say which one's it is.
     bool AreSeveral(unsigned short pid) const {
-        const std::vector<RecordedProcess>& all = m_recording.Processes();
+        const std::vector<RecordedProcess>& all = m_inventory.Processes();
         return std::any_of(all.begin(), all.end(), [pid](const RecordedProcess& process) {
             return process.pid == pid && process.ids.size() > 1;
         });
@@ -196,7 +197,7 @@ private:
         return line.dump();
     }
 
-    const Recording& m_recording;
+    const Inventory& m_inventory;
     const Format m_format;
     Output& m_output;
 };
@@ -211,11 +212,11 @@ void RequireOneInput(const ListOptions& options) {
                   "--recordings");
 }
 
-Recording ReadInput(const ListOptions& options, Progress& progress) {
-    if (!options.processes.empty()) return Recording::Take(options.processes, PrintFault);
+Inventory ReadInput(const ListOptions& options, Progress& progress) {
+    if (!options.processes.empty()) return Inventory::Take(options.processes, PrintFault);
     std::vector<std::string> inputs = options.inputs;
     for (const std::string& recording : options.recordings) inputs.push_back(ChooseRecording(recording));
-    return Recording::Read(inputs, PrintFault, progress);
+    return Inventory::Read(inputs, PrintFault, progress);
 }
 
 int ListRecordings(Format format) {
@@ -231,16 +232,16 @@ int List(const ListOptions& options, Format format) {
     if (options.allRecordings) return ListRecordings(format);
     Progress progress;
     Output output(&progress);
-    const Recording recording = ReadInput(options, progress);
-    if (!recording.Whole()) output.Failed();
+    const Inventory inventory = ReadInput(options, progress);
+    if (!inventory.Whole()) output.Failed();
     if (options.asScript) {
-        std::string text = StarterScript(recording).Text();
+        std::string text = StarterScript(inventory).Text();
         text.pop_back();  // the line's end comes with the output
         output.Line(text);
     } else {
-        Listing(recording, format, output).Print();
+        Listing(inventory, format, output).Print();
     }
-    return recording.Whole() ? kDone : kInputWrong;
+    return inventory.Whole() ? kDone : kInputWrong;
 }
 
 }  // namespace

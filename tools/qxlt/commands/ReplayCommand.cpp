@@ -1,4 +1,5 @@
-#include "ReplayCommand.h"
+#include "CommandList.h"
+#include "Messages.h"
 
 #include <CLI/CLI.hpp>
 #include <filesystem>
@@ -116,6 +117,7 @@ void AddReplay(CLI::App& app, Invocation& invocation) {
     CLI::App& command =
         AddCommand(app, invocation, "replay", "Run a kept capture, or loose dumps, through scenarios", kExamples,
                    [options, &invocation] { return Replay(*options, invocation.common.format); });
+    invocation.rewritings[command.get_name()] = ExpandScripts;
     AddScriptOptions(command, options->scripts);
     command.add_option("-p,--process", options->process, "The process that loose dumps come from")
         ->option_text("NAME[=PID]");

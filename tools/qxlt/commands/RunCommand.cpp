@@ -1,4 +1,4 @@
-#include "RunCommand.h"
+#include "CommandList.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>

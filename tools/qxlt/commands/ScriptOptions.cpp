@@ -3,8 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
-#include "Commands.h"
-#include "Common.h"
+#include "Command.h"
+#include "Failure.h"
 #include "Nearest.h"
 
 namespace qxlt {

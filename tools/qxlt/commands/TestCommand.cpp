@@ -1,4 +1,4 @@
-#include "TestCommand.h"
+#include "CommandList.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "DecodeStore.h"
 
-#include "RecordLine.h"
+#include "DecodeLines.h"
 
 namespace qxlt {
 

@@ -4,7 +4,7 @@
 
 #include <string>
 
-#include "Common.h"
+#include "Format.h"
 #include "Output.h"
 #include "ProcessStore.h"
 

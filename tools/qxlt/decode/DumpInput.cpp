@@ -6,7 +6,8 @@
 #include <cerrno>
 #include <cstring>
 
-#include "Common.h"
+#include "Failure.h"
+#include "ReadFile.h"
 #include "RecordingFiles.h"
 
 namespace qxlt {

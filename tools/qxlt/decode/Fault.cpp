@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "Common.h"
 #include "Json.h"
+#include "Messages.h"
 
 namespace qxlt {
 

@@ -4,7 +4,8 @@
 #include <cstdint>
 #include <stdexcept>
 
-#include "Common.h"
+#include "Failure.h"
+#include "Messages.h"
 
 namespace qxlt {
 

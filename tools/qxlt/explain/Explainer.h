@@ -8,8 +8,8 @@
 #include <string>
 #include <unordered_map>
 
-#include "Common.h"
 #include "EventRecord.h"
+#include "Format.h"
 #include "IQxEventObserver.h"
 #include "Output.h"
 #include "QxSubscriptions.h"

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "Common.h"
+#include "Format.h"
 #include "JsonFwd.h"
 #include "Output.h"
 #include "RecordingFiles.h"

@@ -56,7 +56,7 @@ struct StarterScript::Action {
 std::string StarterScript::Text() {
     m_text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Scenario>\n";
     std::map<std::pair<std::string, std::string>, Action> actions;
-    for (const RecordedMethod& method : m_recording.Methods()) {
+    for (const RecordedMethod& method : m_inventory.Methods()) {
         if (method.calls == 0 || method.Name().empty() || !IsXmlText(method.Name())) continue;
         Action& action = actions[{method.process, method.Name()}];
         action.process = ProcessName(method.process);

@@ -1,19 +1,20 @@
-// A scenario to start from: an event for each value that a recording holds.
+// A scenario to start from: an event for each value that a program records.
 #pragma once
 
 #include <set>
 #include <string>
 
-#include "Recording.h"
+#include "Inventory.h"
 
 namespace qxlt {
 
 class StarterScript final {
 public:
     // `recording` must outlive this object.
-    explicit StarterScript(const Recording& recording) : m_recording(recording) {}
+    explicit StarterScript(const Inventory& inventory) : m_inventory(inventory) {}
 
-    // The script's text. Every event in it fires when the recording is replayed. What no XML text can name is left out.
+    // The script's text. Every event in it fires when the dumps that it comes from are replayed. What no XML text can
+    // name is left out.
     std::string Text();
 
 private:
@@ -24,7 +25,7 @@ private:
     void AddEvents(const Action& action, const std::string& tag);
     std::string UniqueName(const std::string& wanted);
 
-    const Recording& m_recording;
+    const Inventory& m_inventory;
     std::set<std::string> m_names;    // of actions and events so far
     std::set<std::string> m_methods;  // so far
     std::string m_text;

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "Common.h"
+#include "Failure.h"
+#include "Messages.h"
 #include "Text.h"
 
 namespace qxlt {

@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Messages.h"
+
 namespace qxlt {
 
 namespace {

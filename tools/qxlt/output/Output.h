@@ -6,7 +6,7 @@
 #include <string>
 
 #include "Colors.h"
-#include "Common.h"
+#include "Failure.h"
 #include "Progress.h"
 
 namespace qxlt {

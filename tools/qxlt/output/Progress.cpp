@@ -2,7 +2,7 @@
 
 #include <unistd.h>
 
-#include "Common.h"
+#include "Messages.h"
 #include "Text.h"
 
 namespace qxlt {

@@ -4,7 +4,7 @@
 
 namespace qxlt {
 
-std::optional<std::uint64_t> RecordingTime() {
+std::optional<std::uint64_t> CallClockNow() {
     return std::nullopt;
 }
 

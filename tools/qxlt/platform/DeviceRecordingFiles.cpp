@@ -1,5 +1,5 @@
 // A device's control gives out dumps and nothing else.
-#include "Common.h"
+#include "Failure.h"
 #include "QxDumpFile.h"
 #include "QxLogTracker.h"
 #include "RecordingFiles.h"

@@ -5,7 +5,7 @@
 
 namespace qxlt {
 
-std::optional<std::uint64_t> RecordingTime() {
+std::optional<std::uint64_t> CallClockNow() {
     return qx::host::GetRecordingTime();
 }
 

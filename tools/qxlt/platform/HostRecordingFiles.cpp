@@ -3,7 +3,9 @@
 
 #include <algorithm>
 
-#include "Common.h"
+#include "Failure.h"
+#include "IQxLogTracker.h"
+#include "Messages.h"
 #include "Nearest.h"
 #include "QxDebugPrint.h"
 #include "RecordingChoice.h"

@@ -10,7 +10,7 @@
 namespace qxlt {
 
 // Now, on the clock of calls' entry times; nothing where that clock is not known.
-std::optional<std::uint64_t> RecordingTime();
+std::optional<std::uint64_t> CallClockNow();
 
 // Has the recordings of that name watched: what a process recorded that ends from now on still reaches a dump.
 void WatchRecordings(const std::string& process);

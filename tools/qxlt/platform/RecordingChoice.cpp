@@ -4,7 +4,7 @@
 #include <filesystem>
 
 #include "CommandName.h"
-#include "Common.h"
+#include "Failure.h"
 #include "TimeAgo.h"
 
 namespace qxlt {

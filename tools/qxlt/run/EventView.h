@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "CallView.h"
+#include "Format.h"
 #include "Output.h"
 
 namespace qxlt {

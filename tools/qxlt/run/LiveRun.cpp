@@ -7,6 +7,7 @@
 #include <thread>
 #include <utility>
 
+#include "Messages.h"
 #include "Platform.h"
 #include "QxLogTracker.h"
 #include "RunningProcesses.h"
@@ -19,7 +20,7 @@ namespace {
 constexpr std::chrono::milliseconds kLookAgain(200);
 using Seconds = std::chrono::duration<double>;
 constexpr Seconds kLongestRun(100 * 365.0 * 24 * 3600);  // the clock counts to a little more
-constexpr std::chrono::milliseconds kOneWish(500);
+constexpr std::chrono::milliseconds kOneInterruption(500);
 constexpr int kShortPause = 1;
 constexpr int kLongPause = 0;
 
@@ -60,13 +61,13 @@ private:
 // While it lives, a signal ends the program at once: what is left to do takes as long as a reader of the output that
 // does not read. After a first signal a second one has to come later, since one wish to end may send several: to the
 // program, and to its group.
-class Impatience final {
+class EndOnSignal final {
 public:
-    Impatience(Interruption& interruption, bool interrupted)
+    EndOnSignal(Interruption& interruption, bool interrupted)
         : m_interruption(interruption), m_interrupted(interrupted), m_watcher([this] { Watch(); }) {}
-    Impatience(const Impatience&) = delete;
-    Impatience& operator=(const Impatience&) = delete;
-    ~Impatience() {
+    EndOnSignal(const EndOnSignal&) = delete;
+    EndOnSignal& operator=(const EndOnSignal&) = delete;
+    ~EndOnSignal() {
         m_over = true;
         m_interruption.Request();
         m_watcher.join();
@@ -76,7 +77,7 @@ private:
     using Clock = Interruption::Clock;
 
     void Watch() const {
-        const Clock::time_point counts = m_interrupted ? Clock::now() + kOneWish : Clock::now();
+        const Clock::time_point counts = m_interrupted ? Clock::now() + kOneInterruption : Clock::now();
         while (!m_over) {
             const bool signal = m_interruption.Wait(std::nullopt) == Interruption::Cause::Signal;
             if (signal && Clock::now() >= counts) std::_Exit(kInputWrong);
@@ -231,7 +232,7 @@ void LiveRun::Reach() {
 void LiveRun::Track() {
     m_tracker->Run(EventRun::OnEvent, &m_run, m_options.fast ? kShortPause : kLongPause);
     const Interruption::Cause cause = m_interruption.Wait(m_end);
-    const Impatience impatience(m_interruption, cause == Interruption::Cause::Signal);
+    const EndOnSignal endOnSignal(m_interruption, cause == Interruption::Cause::Signal);
     m_tracker->Stop();
     const bool isRegular = cause == Interruption::Cause::Signal || cause == Interruption::Cause::TimeOver;
     if (isRegular && !m_run.IsOver()) FetchTheRest();

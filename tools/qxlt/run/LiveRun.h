@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "CaptureWriter.h"
-#include "Common.h"
+#include "CommonOptions.h"
 #include "EventRun.h"
 #include "EventView.h"
 #include "Explainer.h"
@@ -78,7 +78,7 @@ private:
     void PrintCounts() const;
     bool HasFailed();
 
-    const std::optional<std::uint64_t> m_now = RecordingTime();  // when the run was started
+    const std::optional<std::uint64_t> m_now = CallClockNow();  // when the run was started
     const RunOptions& m_options;
     const CommonOptions& m_common;
     const JoinedScripts m_scripts;

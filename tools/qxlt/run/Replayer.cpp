@@ -49,7 +49,7 @@ void Replayer::RunCapture() {
     m_processes = capture.Processes();
     m_processes.Register(*m_store);
     if (capture.Since() && !m_input.history) m_run.SetSince(*capture.Since());
-    if (m_input.onlyCapture) capture.TellStrangeFolders([this](const Fault& fault) { Tell(fault); });
+    if (m_input.onlyCapture) capture.TellUnknownFolders([this](const Fault& fault) { Tell(fault); });
     while (!m_run.IsOver() && capture.Next()) {
         m_progress.Show("cycle " + std::to_string(capture.Cycle()));
         m_run.BeginCycle(capture.Cycle());
@@ -62,7 +62,7 @@ std::vector<Replayer::Dump> Replayer::DumpsOf(const CaptureReader& capture) {
     const auto tell = [this](const Fault& fault) { Tell(fault); };
     std::vector<Dump> dumps;
     try {
-        capture.TellStrangers(tell);
+        capture.TellUnknownFiles(tell);
     } catch (const Failure& failure) {
         TellUnreadable(failure, std::to_string(capture.Cycle()));
     }

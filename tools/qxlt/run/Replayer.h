@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "Common.h"
 #include "EventRun.h"
+#include "Failure.h"
 #include "ProcessNames.h"
 #include "ProcessStore.h"
 #include "Progress.h"

@@ -5,8 +5,8 @@
 #include <utility>
 #include <vector>
 
-#include "Common.h"
 #include "Json.h"
+#include "Messages.h"
 #include "Text.h"
 
 namespace qxlt {

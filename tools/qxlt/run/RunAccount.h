@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "Format.h"
 #include "IQxEventObserver.h"
 #include "LossCounts.h"
 #include "Output.h"

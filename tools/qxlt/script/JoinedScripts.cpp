@@ -4,7 +4,8 @@
 #include <climits>
 #include <utility>
 
-#include "Common.h"
+#include "Failure.h"
+#include "Messages.h"
 #include "QxScriptWords.h"
 #include "QxXMLLoader.h"
 #include "ScriptText.h"

@@ -1,6 +1,6 @@
 #include "ScriptPlaces.h"
 
-#include "Common.h"
+#include "Messages.h"
 #include "QxSubscriptions.h"
 
 namespace qxlt {

@@ -10,9 +10,9 @@
 #include <type_traits>
 #include <utility>
 
-#include "Common.h"
 #include "QxXMLDefaults.h"
 #include "RawMarkup.h"
+#include "ReadFile.h"
 #include "TagScanner.h"
 
 namespace qxlt {

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "Common.h"
+#include "Failure.h"
 #include "Json.h"
 #include "Text.h"
 #include "Xml.h"

@@ -12,10 +12,13 @@
 #include <utility>
 
 #include "CaptureLayout.h"
-#include "Common.h"
 #include "Explainer.h"
+#include "Failure.h"
+#include "Format.h"
 #include "JoinedScripts.h"
 #include "Json.h"
+#include "Messages.h"
+#include "ReadFile.h"
 
 namespace qxlt {
 

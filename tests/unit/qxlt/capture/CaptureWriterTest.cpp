@@ -1,5 +1,6 @@
 // Keeping dumps when the disk does not take them.
 #include "CaptureWriter.h"
+#include "Failure.h"
 
 #include <gmock/gmock.h>
 #include <signal.h>
@@ -9,7 +10,6 @@
 #include <optional>
 
 #include "CaptureLayout.h"
-#include "Common.h"
 #include "Workplace.h"
 
 namespace {

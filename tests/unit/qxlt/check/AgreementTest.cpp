@@ -10,12 +10,12 @@
 #include <set>
 
 #include "Checks.h"
-#include "Common.h"
 #include "ConditionDistance.h"
 #include "DumpWriter.h"
 #include "EventRecord.h"
 #include "Findings.h"
 #include "JoinedScripts.h"
+#include "Messages.h"
 #include "QxData.h"
 #include "QxParser.h"
 #include "QxScriptScenario.h"
@@ -57,7 +57,7 @@ std::vector<Found> FindingsIn(const std::vector<std::pair<std::string, std::stri
     const ScenarioOutline outline(pointers);
     Findings findings;
     for (const auto check :
-         {CheckTexts, CheckElements, CheckActions, CheckEvents, CheckFilters, CheckConditions, CheckSharing}) {
+         {CheckMarkup, CheckElements, CheckActions, CheckEvents, CheckFilters, CheckConditions, CheckSharing}) {
         check(outline, findings);
     }
     std::vector<Found> found;

@@ -1,25 +1,27 @@
-// The tool's commands. To add one: write `AddXxx` in a file pair of its own, which describes the options with
-// AddCommand and sets the invocation's work, declare it here, and add it to the table in Commands.cpp.
+// What a command of the tool is made of. Its options are described with AddCommand, in a file of its own; CommandList.h
+// says how a command is added.
 #pragma once
 
 #include <CLI/App.hpp>
 #include <functional>
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "Common.h"
+#include "CommonOptions.h"
+#include "Failure.h"
 
 namespace qxlt {
 
-// What the command line asks for.
+// What the command line asks for, and what commands ask of it.
 struct Invocation {
-    CommonOptions common;
-    std::function<int()> work;  // set by the command that was chosen; returns the exit status
-};
+    using Rewriting = std::function<std::vector<std::string>(const std::vector<std::string>& arguments)>;
 
-// Runs the tool with the arguments that follow its name; returns the exit status. Nothing is thrown.
-int RunTool(std::vector<std::string> arguments);
+    CommonOptions common;
+    std::function<int()> work;                    // set by the command that was chosen; returns the exit status
+    std::map<std::string, Rewriting> rewritings;  // by a command's name: of all arguments, before they are parsed
+};
 
 // Adds a subcommand with the options that all commands take. `examples` stands at the end of its help. `work` is called
 // after the command line was read, if this command was chosen. The result belongs to `app`.

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "CallView.h"
-#include "Common.h"
+#include "Format.h"
 #include "IQxData.h"
 #include "JsonFwd.h"
 

@@ -1,4 +1,4 @@
-#include "EventWords.h"
+#include "CheckedEvent.h"
 
 #include <algorithm>
 
@@ -22,25 +22,25 @@ bool HoldsNumbersOnly(std::string text) {
 
 }  // namespace
 
-EventWords::EventWords(const ScriptElement& event) : m_event(event) {
+CheckedEvent::CheckedEvent(const ScriptElement& event) : m_event(event) {
     for (const ScriptAttribute& attribute : event.attributes) m_words.Take(attribute.name, attribute.value);
 }
 
-bool EventWords::ComparesEach() const {
+bool CheckedEvent::ComparesEach() const {
     const qxscript::Condition condition = m_words.Condition();
     return condition == qxscript::Condition::Equal || condition == qxscript::Condition::NotEqual;
 }
 
-bool EventWords::ComparesOrder() const {
+bool CheckedEvent::ComparesOrder() const {
     const qxscript::Condition condition = m_words.Condition();
     return condition == qxscript::Condition::Greater || condition == qxscript::Condition::Less;
 }
 
-bool EventWords::IsHeldBack(const std::string& value) const {
+bool CheckedEvent::IsHeldBack(const std::string& value) const {
     return value.find((*this)["filter"]) == std::string::npos || (Has("keyword") && (*this)["keyword"] != value);
 }
 
-bool EventWords::HasCommaList() const {
+bool CheckedEvent::HasCommaList() const {
     const std::string& text = (*this)["conditionValue"];
     if (!IsConditional() || !ComparesEach() || text.find(',') == std::string::npos) return false;
     // Without a conditionType an ampersand does not separate either, which is another finding.

@@ -1,4 +1,4 @@
-#include "RecordingStore.h"
+#include "InventoryStore.h"
 
 #include <algorithm>
 #include <utility>
@@ -60,7 +60,7 @@ const std::string& NameOf(const std::vector<RecordedProcess>& processes, unsigne
 
 }  // namespace
 
-void RecordingStore::AppendHeader(unsigned short pid, std::string process, std::string qxVersion,
+void InventoryStore::AppendHeader(unsigned short pid, std::string process, std::string qxVersion,
                                   std::string swBuildString, std::string swVersionModel, std::string extraField1,
                                   std::string extraField2) {
     m_header = WholeProcessId(qxVersion, extraField1);
@@ -71,35 +71,35 @@ void RecordingStore::AppendHeader(unsigned short pid, std::string process, std::
     ++m_records;
 }
 
-void RecordingStore::AppendCurrentProcess(std::string name) {
+void InventoryStore::AppendCurrentProcess(std::string name) {
     m_header.reset();
     QxData::AppendCurrentProcess(std::move(name));
 }
 
-void RecordingStore::AppendThread(HSIThread& thread) {
+void InventoryStore::AppendThread(HSIThread& thread) {
     QxData::AppendThread(thread);
     ++m_records;
     m_threads[{thread.pid, thread.tid}] = {thread, m_header};
 }
 
-RecordingStore::SiteKey RecordingStore::KeyOf(unsigned short pid, const _HSCallLocation& location) {
+InventoryStore::SiteKey InventoryStore::KeyOf(unsigned short pid, const _HSCallLocation& location) {
     return {pid, location.packageName, location.callerName, location.locId};
 }
 
-void RecordingStore::AppendCallLocation(_HSCallLocation& location) {
+void InventoryStore::AppendCallLocation(_HSCallLocation& location) {
     QxData::AppendCallLocation(location);
     ++m_records;
     m_sites[KeyOf(GetCurrentPID(), location)].location = location;
 }
 
-void RecordingStore::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
+void InventoryStore::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
     QxData::AppendCompArgDesc(name, desc);
     ++m_records;
     m_layouts[std::move(name)] = std::move(desc);
 }
 
 // A call whose site was not described stands for no method.
-void RecordingStore::CountCalls() {
+void InventoryStore::CountCalls() {
     for (const auto& [key, call] : *GetCallIMap()) {
         const auto found = m_sites.find(KeyOf(call.pid, Location(call.locId, call.pid).site));
         if (found == m_sites.end()) continue;
@@ -111,18 +111,18 @@ void RecordingStore::CountCalls() {
     clearCalls();
 }
 
-std::vector<std::uint32_t> RecordingStore::ProcessIds(unsigned short pid) const {
+std::vector<std::uint32_t> InventoryStore::ProcessIds(unsigned short pid) const {
     const auto found = m_processIds.find(pid);
     return found == m_processIds.end() ? std::vector<std::uint32_t>() : found->second;
 }
 
-std::vector<RecordedThread> RecordingStore::Threads() const {
+std::vector<RecordedThread> InventoryStore::Threads() const {
     std::vector<RecordedThread> threads;
     for (const auto& [id, thread] : m_threads) threads.push_back(thread);
     return threads;
 }
 
-std::vector<RecordedMethod> RecordingStore::Methods(const std::vector<RecordedProcess>& processes) const {
+std::vector<RecordedMethod> InventoryStore::Methods(const std::vector<RecordedProcess>& processes) const {
     std::vector<RecordedMethod> methods;
     for (const auto& [key, site] : m_sites) {
         methods.push_back(MethodOf(key, site));
@@ -132,7 +132,7 @@ std::vector<RecordedMethod> RecordingStore::Methods(const std::vector<RecordedPr
 }
 
 // Calls that carry more at entry than their arguments' flags say are log records, which carry all arguments.
-RecordedMethod RecordingStore::MethodOf(const SiteKey& key, const Site& site) const {
+RecordedMethod InventoryStore::MethodOf(const SiteKey& key, const Site& site) const {
     RecordedMethod method;
     method.pid = std::get<0>(key);
     method.location = site.location;
@@ -154,7 +154,7 @@ RecordedMethod RecordingStore::MethodOf(const SiteKey& key, const Site& site) co
 }
 
 // The result as the program has it, though its calls may carry it as a list of one.
-void RecordingStore::AddResult(RecordedMethod& method) const {
+void InventoryStore::AddResult(RecordedMethod& method) const {
     _HSCallLocation::Args& args = method.location.args;
     method.ret.push_back(ValueOf(args.retType, 0, args.retSize));
     RecordedValue& result = method.ret.front();
@@ -165,7 +165,7 @@ void RecordingStore::AddResult(RecordedMethod& method) const {
 }
 
 // A script reads the first pair that a composite yields: its first member's, or that of the first member inside it.
-RecordedValue RecordingStore::ValueOf(const std::string& type, std::size_t argument, unsigned int size) const {
+RecordedValue InventoryStore::ValueOf(const std::string& type, std::size_t argument, unsigned int size) const {
     RecordedValue value{type, argument, type, size};
     for (unsigned depth = 0; value.coreSize == qxformat::kComposite && depth < qxformat::kMaxCompositeDepth; ++depth) {
         const auto layout = m_layouts.find(value.coreType);

@@ -1,4 +1,4 @@
-#include "RecordLine.h"
+#include "DecodeLines.h"
 
 #include <algorithm>
 

@@ -1,22 +1,21 @@
-#include "Recording.h"
+#include "Inventory.h"
 
 #include <algorithm>
 #include <filesystem>
 
 #include "CaptureReader.h"
-#include "Common.h"
 #include "DumpHeader.h"
 #include "DumpInput.h"
+#include "InventoryStore.h"
 #include "ProcessNames.h"
 #include "QxCycle.h"
 #include "QxFormat.h"
 #include "RecordingFiles.h"
-#include "RecordingStore.h"
 
 namespace qxlt {
 
 // Decodes as tracking does, and puts together what came.
-class Recording::Reader final {
+class Inventory::Reader final {
 public:
     explicit Reader(const FaultSink& faults) : m_faults(faults) {}
 
@@ -61,16 +60,16 @@ public:
         }
     }
 
-    Recording Finish() {
+    Inventory Finish() {
         m_store->CountCalls();
-        Recording recording;
+        Inventory inventory;
         for (const auto& [name, pid] : m_names.Pids()) {
-            recording.m_processes.push_back({name, pid, m_store->ProcessIds(pid), m_ended[name]});
+            inventory.m_processes.push_back({name, pid, m_store->ProcessIds(pid), m_ended[name]});
         }
-        recording.m_threads = m_store->Threads();
-        recording.m_methods = m_store->Methods(recording.m_processes);
-        recording.m_whole = m_whole;
-        return recording;
+        inventory.m_threads = m_store->Threads();
+        inventory.m_methods = m_store->Methods(inventory.m_processes);
+        inventory.m_whole = m_whole;
+        return inventory;
     }
 
 private:
@@ -108,7 +107,7 @@ private:
     }
 
     const FaultSink& m_faults;
-    const std::shared_ptr<RecordingStore> m_store = std::make_shared<RecordingStore>();
+    const std::shared_ptr<InventoryStore> m_store = std::make_shared<InventoryStore>();
     ProcessNames m_names;
     std::map<std::string, std::string> m_ended;  // by name, as CurrentDump has it
     bool m_whole = true;
@@ -149,7 +148,7 @@ bool IsLetters(const RecordedValue& value) {
 
 }  // namespace
 
-Recording Recording::Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress) {
+Inventory Inventory::Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress) {
     Reader reader(faults);
     if (paths.size() == 1 && IsDirectory(paths.front())) {
         reader.ReadCapture(paths.front(), progress);
@@ -159,7 +158,7 @@ Recording Recording::Read(const std::vector<std::string>& paths, const FaultSink
     return reader.Finish();
 }
 
-Recording Recording::Take(const std::vector<std::string>& processes, const FaultSink& faults) {
+Inventory Inventory::Take(const std::vector<std::string>& processes, const FaultSink& faults) {
     Reader reader(faults);
     reader.Take(processes);
     return reader.Finish();

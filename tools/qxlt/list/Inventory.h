@@ -56,15 +56,15 @@ struct RecordedThread {
     std::optional<std::uint32_t> processId;  // whole
 };
 
-class Recording final {
+class Inventory final {
 public:
     // A capture, or the dumps of one process, decoded in this order. What is wrong in them goes to `faults`. Throws a
     // Failure (cannot start) for what cannot be read.
-    static Recording Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress);
+    static Inventory Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress);
 
     // What is recorded under these names now, by those that run or, where none does, by the one that ended last. Throws
     // a Failure (cannot start) that says why when there is nothing.
-    static Recording Take(const std::vector<std::string>& processes, const FaultSink& faults);
+    static Inventory Take(const std::vector<std::string>& processes, const FaultSink& faults);
 
     // By pid, then by name.
     const std::vector<RecordedProcess>& Processes() const { return m_processes; }

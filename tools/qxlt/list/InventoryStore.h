@@ -7,12 +7,12 @@
 #include <string>
 #include <tuple>
 
+#include "Inventory.h"
 #include "QxObservedData.h"
-#include "Recording.h"
 
 namespace qxlt {
 
-class RecordingStore final : public QxObservedData {
+class InventoryStore final : public QxObservedData {
 public:
     void AppendHeader(unsigned short pid, std::string process, std::string qxVersion, std::string swBuildString,
                       std::string swVersionModel, std::string extraField1, std::string extraField2) override;

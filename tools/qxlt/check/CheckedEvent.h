@@ -9,10 +9,10 @@
 
 namespace qxlt {
 
-class EventWords final {
+class CheckedEvent final {
 public:
     // `event` must outlive this object.
-    explicit EventWords(const ScriptElement& event);
+    explicit CheckedEvent(const ScriptElement& event);
 
     const ScriptElement& Element() const { return m_event; }
 

@@ -30,7 +30,7 @@ void CheckIgnores(const ScriptText& script, Findings& findings) {
 
 }  // namespace
 
-void CheckTexts(const ScenarioOutline& outline, Findings& findings) {
+void CheckMarkup(const ScenarioOutline& outline, Findings& findings) {
     if (outline.Top() != nullptr) CheckTop(*outline.Top(), findings);
     for (const ScriptText* const script : outline.Scripts()) {
         CheckIgnores(*script, findings);

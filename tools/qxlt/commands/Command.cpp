@@ -1,0 +1,26 @@
+#include "Command.h"
+
+#include <CLI/CLI.hpp>
+
+namespace qxlt {
+
+namespace {
+
+const std::vector<std::pair<std::string, Format>> kFormats = {{"text", Format::Text}, {"json", Format::Json}};
+
+const std::vector<std::pair<std::string, EDebugLevel>> kLevels = {
+    {"silent", Silent}, {"fatal", Fatal}, {"major", Major}, {"warning", Warning}, {"debug", Debug}, {"info", Info}};
+
+}  // namespace
+
+CLI::App& AddCommand(CLI::App& app, Invocation& invocation, const std::string& name, const std::string& description,
+                     const std::string& examples, std::function<int()> work) {
+    CLI::App& command = *app.add_subcommand(name, description);
+    command.footer("\nExamples:\n" + examples);
+    AddChoice(command, "--format", invocation.common.format, kFormats, "How results are printed");
+    AddChoice(command, "--level", invocation.common.level, kLevels, "Diagnostics on standard error");
+    command.callback([&invocation, work = std::move(work)] { invocation.work = work; });
+    return command;
+}
+
+}  // namespace qxlt

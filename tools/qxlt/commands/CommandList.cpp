@@ -1,0 +1,11 @@
+#include "CommandList.h"
+
+namespace qxlt {
+
+const std::vector<AddFunction>& AllCommands() {
+    static const std::vector<AddFunction> commands = {AddRun,   AddReplay, AddDecode, AddList,
+                                                      AddClean, AddCheck,  AddTest};
+    return commands;
+}
+
+}  // namespace qxlt

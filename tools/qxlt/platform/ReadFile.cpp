@@ -1,0 +1,49 @@
+#include "ReadFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "Descriptor.h"
+#include "Failure.h"
+#include "Text.h"
+
+namespace qxlt {
+
+namespace {
+
+constexpr std::size_t kReadSize = 65536;
+
+// Appends up to one more piece than `most` bytes take. Returns why it stopped before the end; empty: it did not.
+std::string ReadInto(std::string& content, const std::string& path, std::size_t most) {
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.IsOpen()) return std::strerror(errno);
+    for (;;) {
+        const std::size_t filled = content.size();
+        content.resize(filled + kReadSize);
+        const ssize_t count = read(file.Get(), &content[filled], kReadSize);
+        const int error = errno;
+        content.resize(filled + static_cast<std::size_t>(count < 0 ? 0 : count));
+        if (count == 0) return std::string();
+        if (count < 0 && error != EINTR) return std::strerror(error);
+        if (content.size() > most) return "larger than " + Counted(most, "byte");
+    }
+}
+
+}  // namespace
+
+std::string ReadFile(const std::string& path, std::size_t most) {
+    std::string content;
+    const std::string problem = ReadInto(content, path, most);
+    if (!problem.empty()) throw Failure(kCannotStart, path + ": " + problem + "; name a file that can be read");
+    return content;
+}
+
+std::string ReadFileIfThere(const std::string& path) {
+    std::string content;
+    return ReadInto(content, path, kMaxFileSize).empty() ? content : std::string();
+}
+
+}  // namespace qxlt
