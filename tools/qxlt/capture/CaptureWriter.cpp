@@ -36,11 +36,11 @@ bool WriteAll(int fd, const char* bytes, std::size_t size) {
 }
 
 bool WriteFile(const std::string& path, const char* bytes, std::size_t size) {
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0) return false;
-    const bool written = WriteAll(fd, bytes, size);
+    Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (!file.IsOpen()) return false;
+    const bool written = WriteAll(file.Get(), bytes, size);
     const int error = errno;
-    const bool closed = close(fd) == 0;
+    const bool closed = file.Close();
     if (!written) errno = error;
     return written && closed;
 }

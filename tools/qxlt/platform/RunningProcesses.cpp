@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <set>
 #include <sstream>
@@ -10,6 +9,7 @@
 
 #include "CommandName.h"
 #include "Nearest.h"
+#include "ReadFile.h"
 
 namespace qxlt {
 
@@ -22,20 +22,15 @@ struct Process {
     std::string name;
 };
 
-std::string ReadWhole(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
 std::string ReadCommandName(const fs::path& process) {
-    std::string name = ReadWhole(process / "comm");
+    std::string name = ReadFileIfThere(process / "comm");
     if (!name.empty()) name.pop_back();  // the line's end
     return name;
 }
 
 // A first thread that has ended looks like a whole process that has, but for the threads that go on.
 bool HasEnded(const fs::path& process) {
-    const std::string line = ReadWhole(process / "stat");
+    const std::string line = ReadFileIfThere(process / "stat");
     const std::size_t nameEnd = line.rfind(')');  // the name may hold parentheses itself
     if (nameEnd == std::string::npos) return true;
     std::istringstream fields(line.substr(nameEnd + 1));

@@ -19,17 +19,23 @@ namespace {
 
 // A shell without job control starts background programs with SIGINT ignored; a run that can only be stopped by other
 // means would be a trap. An ignored SIGHUP, on the other hand, is asked for.
-sigset_t EndingSignals() {
+sigset_t TakeEndingSignals() {
     std::signal(SIGINT, SIG_DFL);
     sigset_t signals;
     sigemptyset(&signals);
     for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     return signals;
 }
 
 int Checked(int descriptor, const char* what) {
     if (descriptor < 0) throw std::system_error(errno, std::generic_category(), what);
     return descriptor;
+}
+
+int OpenSignals() {
+    const sigset_t signals = TakeEndingSignals();
+    return Checked(signalfd(-1, &signals, SFD_CLOEXEC), "signalfd");
 }
 
 int MillisecondsUntil(std::optional<Interruption::Clock::time_point> limit) {
@@ -46,28 +52,18 @@ bool Take(const pollfd& source) {
 
 }  // namespace
 
-Interruption::Interruption() {
-    const sigset_t signals = EndingSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    m_signals = Checked(signalfd(-1, &signals, SFD_CLOEXEC), "signalfd");
-    m_requests = Checked(eventfd(0, EFD_CLOEXEC), "eventfd");
-}
-
-Interruption::~Interruption() {
-    close(m_signals);
-    close(m_requests);
-}
+Interruption::Interruption() : m_signals(OpenSignals()), m_requests(Checked(eventfd(0, EFD_CLOEXEC), "eventfd")) {}
 
 void Interruption::Request() {
     const std::uint64_t one = 1;
-    [[maybe_unused]] const ssize_t written = write(m_requests, &one, sizeof one);
+    [[maybe_unused]] const ssize_t written = write(m_requests.Get(), &one, sizeof one);
 }
 
 // Nothing is asked of standard output, which makes poll tell of its other end only.
 Interruption::Cause Interruption::Wait(std::optional<Clock::time_point> limit) {
     for (;;) {
         pollfd sources[] = {
-            {m_signals, POLLIN, 0}, {m_requests, POLLIN, 0}, {m_readerWatched ? STDOUT_FILENO : -1, 0, 0}};
+            {m_signals.Get(), POLLIN, 0}, {m_requests.Get(), POLLIN, 0}, {m_readerWatched ? STDOUT_FILENO : -1, 0, 0}};
         const int ready = poll(sources, 3, MillisecondsUntil(limit));
         if (ready <= 0) {  // also when the time left is more than poll takes
             if (limit && Clock::now() >= *limit) return Cause::TimeOver;

@@ -5,6 +5,8 @@
 #include <chrono>
 #include <optional>
 
+#include "Descriptor.h"
+
 namespace qxlt {
 
 class Interruption final {
@@ -18,7 +20,7 @@ public:
     Interruption();
     Interruption(const Interruption&) = delete;
     Interruption& operator=(const Interruption&) = delete;
-    ~Interruption();
+    ~Interruption() = default;
 
     // Ends the next wait. Any thread may call it.
     void Request();
@@ -27,8 +29,8 @@ public:
     Cause Wait(std::optional<Clock::time_point> limit);
 
 private:
-    int m_signals;  // descriptors
-    int m_requests;
+    const Descriptor m_signals;
+    const Descriptor m_requests;
     bool m_readerWatched = true;  // until it has been seen to be gone
 };
 
