@@ -1,5 +1,11 @@
 // The words of the scenario language and what they mean, and the numbers in it. The evaluation reads events with them;
 // tools that check and explain scenarios ask them, so that both understand a script alike.
+//
+// To add an operator of conditions: one entry, in `Condition` and with its word in kConditions; one function, which
+// QxEventEvaluation::Compare calls for it, and for the tool its distance in ConditionDistance.cpp (the compiler names
+// both switches as long as they lack it); and its rows, which tests ask for: in tools/qxlt/scenario.rng,
+// docs/scenarios.md and fuzz/script.dict, and in the tables of the evaluation's own tests. Words of other attributes
+// are added in the same way.
 #pragma once
 
 #include <cstddef>
@@ -18,11 +24,16 @@ inline constexpr char kSession[] = "session";
 inline constexpr char kMethod[] = "method";
 inline constexpr char kEvent[] = "event";
 
-// The attribute of an action that its methods are subscribed under.
-inline constexpr char kActionName[] = "name";
+// What an action's element is usually called; any other name will do.
+inline constexpr char kUsualAction[] = "action";
 
-// The attribute of a method that is its name, whatever it is called.
+// The attribute of an action that its methods are subscribed under, and the one that names the process to watch.
+inline constexpr char kActionName[] = "name";
+inline constexpr char kActionProcess[] = "process";
+
+// The attribute of a method that is its name, whatever it is called, and what it usually is.
 inline constexpr std::size_t kMethodName = 0;
+inline constexpr char kUsualMethodName[] = "name";
 
 // What an event's attributes say, each with a meaning for all other words, the empty one included.
 enum class Tag { In, Out, Ret, None, Other };
@@ -58,6 +69,15 @@ Meaning MeaningOf(const std::string& text, const Word<Meaning> (&words)[count]) 
         if (text == word.text) return word.meaning;
     }
     return Meaning::Other;
+}
+
+// The word that stands for the meaning; empty for the meaning of all other words.
+template <typename Meaning, std::size_t count>
+constexpr std::string_view WordFor(Meaning meaning, const Word<Meaning> (&words)[count]) {
+    for (const Word<Meaning>& word : words) {
+        if (word.meaning == meaning) return word.text;
+    }
+    return {};
 }
 
 // The value of an event that takes none out of the call, or cannot read it.

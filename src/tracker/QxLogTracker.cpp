@@ -11,6 +11,7 @@
 #include "QxCycle.h"
 #include "QxDebugPrint.h"
 #include "QxDumpFile.h"
+#include "QxScriptWords.h"
 #include "QxTimer.h"
 #include "QxXMLLoader.h"
 #include "qx/api.h"
@@ -129,7 +130,7 @@ void QxLogTracker::m_RegisterProcesses(const IQxData::_HSScriptPtr& action) {
     QxDebugPrint* const print = QxDebugPrint::GetInstance();
     print->Print("ParseScript", __LINE__, Info, "Found Action with name as %s", action.name.c_str());
     for (const auto& attribute : action.attributes) {
-        if (attribute.first != "process") continue;
+        if (attribute.first != qxscript::kActionProcess) continue;
         std::string process = attribute.second;
         print->Print("ParseScript", __LINE__, Info, "Found Process as %s", process.c_str());
         while (SetQxProcess(process) == 0) sleep(1);

@@ -3,14 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <ostream>
 
 #include "CheckTable.h"
 #include "Child.h"
 #include "DumpWriter.h"
+#include "ReadFile.h"
 #include "RecordedSample.h"
 #include "Workplace.h"
 
@@ -34,11 +33,6 @@ void PrintTo(const Check& check, std::ostream* stream) {
 namespace {
 
 const std::string kSamples = QXLT_SOURCE_DIR "/tests/system/qxlt/samples";
-
-std::string ReadAll(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 ToolResult RunIn(const std::string& directory, std::vector<std::string> arguments) {
     Child::Setup setup;
@@ -79,7 +73,7 @@ TEST_P(SampleOf, FiresItsCheckAndNoOther) {
     std::vector<std::string> arguments = {"check", code + ".xml"};
     if (code >= "QX080") arguments.insert(arguments.end(), {"--against", place.Write("dump", RecordedDump())});
     const ToolResult result = RunIn(kSamples, arguments);
-    EXPECT_EQ(result.output, ReadAll(kSamples + "/" + code + ".txt"));
+    EXPECT_EQ(result.output, qxlt::ReadFile(kSamples + "/" + code + ".txt"));
     EXPECT_EQ(result.error, "");
     const bool isError = GetParam().severity == qxlt::Severity::Error;
     EXPECT_EQ(result.status, isError ? 1 : 0);
@@ -112,7 +106,7 @@ TEST_P(SampleOf, IsTheSameAsJson) {
         if (!word("instead").empty()) text += "; did you mean " + word("instead");
         text += " [" + word("id") + "]\n";
     }
-    EXPECT_EQ(text, ReadAll(kSamples + "/" + code + ".txt"));
+    EXPECT_EQ(text, qxlt::ReadFile(kSamples + "/" + code + ".txt"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Checks, SampleOf, testing::ValuesIn(AllChecks()),
@@ -705,7 +699,7 @@ TEST(CheckTest, ExplainsAsJson) {
 }
 
 TEST(CheckTest, ThePageOfTheChecksIsWhatTheToolPrints) {
-    EXPECT_EQ(RunTool({"check", "--explain", "all"}).output, ReadAll(QXLT_SOURCE_DIR "/docs/checks.md"));
+    EXPECT_EQ(RunTool({"check", "--explain", "all"}).output, qxlt::ReadFile(QXLT_SOURCE_DIR "/docs/checks.md"));
 }
 
 TEST(CheckTest, CodesAreStableAndInOrder) {

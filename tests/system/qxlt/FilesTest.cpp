@@ -3,13 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 
-#include "CheckedEvent.h"
 #include "Child.h"
+#include "ReadFile.h"
 #include "Workplace.h"
 
 using testing::Contains;
@@ -22,11 +20,6 @@ namespace {
 const std::string kFiles = QXLT_SOURCE_DIR "/tools/qxlt/";
 constexpr char kSchemaChecker[] = "/usr/bin/xmllint";
 constexpr char kManual[] = "/usr/bin/man";
-
-std::string ReadAll(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
 
 std::vector<std::string> Matches(const std::string& text, const std::string& pattern) {
     std::vector<std::string> found;
@@ -54,7 +47,7 @@ Child::Setup Program(std::vector<std::string> command) {
 
 // The manual page as plain text, with the lines of one command.
 std::string ManualOf(const std::string& command) {
-    std::string page = ReadAll(kFiles + "qxlt.1");
+    std::string page = qxlt::ReadFile(kFiles + "qxlt.1");
     page = std::regex_replace(page, std::regex("\\\\-"), "-");
     const std::size_t from = page.find("\n.SS \"qxlt " + command + " ");
     if (from == std::string::npos) return std::string();
@@ -107,7 +100,7 @@ TEST(ManualTest, TellsOfNoOptionThatIsNotThere) {
 
 // Each of these is a cause in the program.
 TEST(ManualTest, NamesTheCausesOfEachExitStatus) {
-    const std::string page = std::regex_replace(ReadAll(kFiles + "qxlt.1"), std::regex("\\\\-"), "-");
+    const std::string page = std::regex_replace(qxlt::ReadFile(kFiles + "qxlt.1"), std::regex("\\\\-"), "-");
     const std::size_t done = page.find("\n.SH EXIT STATUS\n.TP\n.B 0\n");
     const std::size_t wrong = page.find("\n.B 1\n", done);
     const std::size_t noStart = page.find("\n.B 2\n", wrong);
@@ -153,25 +146,6 @@ TEST(CompletionTest, KnowsTheWordsOfChoices) {
     EXPECT_THAT(Completions("list --level ''"), ElementsAre("silent", "fatal", "major", "warning", "debug", "info"));
     EXPECT_THAT(Completions("check --explain QX02"), Contains("QX021"));
     EXPECT_THAT(Completions("check volume"), ElementsAre(""));
-}
-
-// The words that the evaluation knows, and no others, stand in the schema and on the page about the language.
-TEST(SchemaTest, HasTheWordsOfTheLanguage) {
-    std::vector<std::string> words;
-    for (const std::vector<std::string>& texts :
-         {qxlt::TextsOf(qxscript::kTags), qxlt::TextsOf(qxscript::kTypes), qxlt::TextsOf(qxscript::kWatches),
-          qxlt::TextsOf(qxscript::kConditions), qxlt::TextsOf(qxscript::kConditionTypes)}) {
-        words.insert(words.end(), texts.begin(), texts.end());
-    }
-    std::string schema = ReadAll(kFiles + "scenario.rng");
-    schema = std::regex_replace(std::regex_replace(schema, std::regex("&lt;"), "<"), std::regex("&gt;"), ">");
-    EXPECT_THAT(Matches(schema, "<value>([^/]+)</value>"), testing::UnorderedElementsAreArray(words));
-    const std::string page = ReadAll(QXLT_SOURCE_DIR "/docs/scenarios.md");
-    for (const std::string& word : words) EXPECT_THAT(page, HasSubstr("`" + word + "`"));
-    for (const std::string_view name : QxEventWords::kNames) {
-        EXPECT_THAT(schema, HasSubstr("<attribute name=\"" + std::string(name) + "\""));
-        EXPECT_THAT(page, HasSubstr("`" + std::string(name) + "`"));
-    }
 }
 
 TEST(SchemaTest, TakesTheExamplesAndWhatTheToolMakes) {

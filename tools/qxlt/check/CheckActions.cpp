@@ -8,7 +8,7 @@ namespace qxlt {
 namespace {
 
 void CheckProcess(const ScriptElement& action, Findings& findings) {
-    const ScriptAttribute* const process = action.Find("process");
+    const ScriptAttribute* const process = action.Find(qxscript::kActionProcess);
     if (process == nullptr) return;
     if (process->value.empty()) {
         findings.Add(CheckId::EmptyProcessName, action, process->valuePlace,
@@ -48,15 +48,15 @@ void CheckParts(const ScenarioAction& action, Findings& findings) {
 void CheckMethod(const ScriptElement& method, Findings& findings) {
     if (method.attributes.empty()) {
         findings.Add(CheckId::MethodWithoutAttribute, method, method.place,
-                     "method without attribute, which matches no call", Written("name", "..."));
+                     "method without attribute, which matches no call", Written(qxscript::kUsualMethodName, "..."));
         return;
     }
     const ScriptAttribute& first = MethodName(method);
-    const ScriptAttribute* const name = method.Find("name");
+    const ScriptAttribute* const name = method.Find(qxscript::kUsualMethodName);
     if (name != nullptr && name != &first) {
         findings.Add(CheckId::MethodNameNotFirst, method, first.place,
                      "the first attribute is the method's name, and that is " + Quoted(first.value) + " here",
-                     Written("name", name->value) + " in front");
+                     Written(qxscript::kUsualMethodName, name->value) + " in front");
     } else if (first.value.empty()) {
         findings.Add(CheckId::EmptyMethodName, method, first.valuePlace,
                      "an empty method name matches only calls whose call site is unknown");

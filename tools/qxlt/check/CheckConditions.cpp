@@ -8,7 +8,8 @@ namespace qxlt {
 
 namespace {
 
-constexpr const char* kConditionAttributes[] = {"condition", "conditionValue", "conditionType"};
+constexpr QxEventWords::Attribute kConditionAttributes[] = {QxEventWords::kCondition, QxEventWords::kConditionValue,
+                                                            QxEventWords::kConditionType};
 
 std::string Joined(const std::vector<std::string>& pieces, const char* delimiter) {
     std::string text;
@@ -25,7 +26,7 @@ public:
     void Check() const {
         if (!m_event.IsConditional()) {
             CheckIgnored();
-        } else if (!m_event.Has("condition")) {
+        } else if (!m_event.Has(QxEventWords::kCondition)) {
             AddHere(CheckId::NoCondition, "condition is missing, so that the event never fires");
         } else {
             CheckType();
@@ -44,21 +45,21 @@ private:
         Add(id, m_element.place, text, instead);
     }
     void AddAtValue(CheckId id, const std::string& text, const std::string& instead = std::string()) const {
-        Add(id, ValuePlace(m_element, "conditionValue"), text, instead);
+        Add(id, ValuePlace(m_element, QxEventWords::kConditionValue), text, instead);
     }
-    std::string Condition() const { return m_event["condition"]; }
+    std::string Condition() const { return m_event[QxEventWords::kCondition]; }
     bool IsNowhere() const { return m_event.Words().Tag() == qxscript::Tag::None; }
 
     // An unknown watch has its own finding.
     void CheckIgnored() const {
-        const std::string& watch = m_event["watch"];
+        const std::string& watch = m_event[QxEventWords::kWatch];
         if (!watch.empty() && m_event.Words().Watch() == qxscript::Watch::Other) return;
-        for (const char* const attribute : kConditionAttributes) {
+        for (const QxEventWords::Attribute attribute : kConditionAttributes) {
             if (!m_event.Has(attribute)) continue;
             Add(CheckId::ConditionIgnored, NamePlace(m_element, attribute),
-                std::string(attribute) + " is ignored " +
+                TextOf(attribute) + " is ignored " +
                     (watch.empty() ? "without watch: the event fires with every call" : "with " + watch),
-                Written("watch", "CONDITIONAL"));
+                Written(QxEventWords::kWatch, TextOf(qxscript::Watch::Conditional)));
             return;
         }
     }
@@ -66,46 +67,47 @@ private:
     // A type that nothing knows has its own finding. No operand, no comparison.
     void CheckType() const {
         if (m_event.ComparesEach() && m_operands.empty()) return;
-        const std::string& type = m_event["type"];
+        const std::string& type = m_event[QxEventWords::kType];
         const bool known = type.empty() || m_event.Words().Type() != qxscript::Type::Other;
         if (!m_event.ReadsNumber() && known && (m_event.ComparesOrder() || m_event.IsRange())) {
-            Add(CheckId::OperatorNeedsInt, ValuePlace(m_element, "condition"),
+            Add(CheckId::OperatorNeedsInt, ValuePlace(m_element, QxEventWords::kCondition),
                 Quoted(Condition()) + " needs numbers, and type is " + (type.empty() ? "missing" : type),
-                Written("type", "INT"));
+                Written(QxEventWords::kType, TextOf(qxscript::Type::Int)));
         } else if (type.empty() && m_event.ComparesEach()) {
-            Add(CheckId::ComparisonWithoutType, ValuePlace(m_element, "condition"),
-                Quoted(Condition()) + " without type never holds", Written("type", LikelyType()));
-        } else if (m_event.ComparesNumbers() && (IsNowhere() || !m_event.Has("tag"))) {
-            Add(CheckId::NoNumberToCompare, ValuePlace(m_element, "condition"),
+            Add(CheckId::ComparisonWithoutType, ValuePlace(m_element, QxEventWords::kCondition),
+                Quoted(Condition()) + " without type never holds", Written(QxEventWords::kType, LikelyType()));
+        } else if (m_event.ComparesNumbers() && (IsNowhere() || !m_event.Has(QxEventWords::kTag))) {
+            Add(CheckId::NoNumberToCompare, ValuePlace(m_element, QxEventWords::kCondition),
                 Quoted(Condition()) + " compares numbers, and " +
-                    (m_event.Has("tag") ? "the tag NONE gives none" : "without tag there is none"),
-                Written("tag", "IN"));
+                    (m_event.Has(QxEventWords::kTag) ? "the tag NONE gives none" : "without tag there is none"),
+                Written(QxEventWords::kTag, TextOf(qxscript::Tag::In)));
         }
     }
 
-    const char* LikelyType() const {
+    std::string LikelyType() const {
         const auto isNumber = [](const std::string& text) {
             const std::optional<ScriptNumber> number = ReadOperand(text);
             return number && number->rest.empty();
         };
-        return std::all_of(m_operands.begin(), m_operands.end(), isNumber) ? "INT" : "STRING";
+        return std::all_of(m_operands.begin(), m_operands.end(), isNumber) ? TextOf(qxscript::Type::Int)
+                                                                           : TextOf(qxscript::Type::String);
     }
 
     void CheckList() const {
-        if (m_event.Has("conditionType")) {
+        if (m_event.Has(QxEventWords::kConditionType)) {
             if (!m_event.ComparesOrder() && !m_event.IsRange()) return;
-            Add(CheckId::TypeNotConsulted, NamePlace(m_element, "conditionType"),
+            Add(CheckId::TypeNotConsulted, NamePlace(m_element, QxEventWords::kConditionType),
                 "conditionType is not consulted by " + Quoted(Condition()));
         } else if (IsUnsplitList()) {
             AddAtValue(CheckId::ListWithoutType,
                        "without conditionType the & does not separate: all of it is one value",
-                       Written("conditionType", "OR"));
+                       Written(QxEventWords::kConditionType, TextOf(qxscript::Combination::Any)));
         }
     }
 
     bool IsUnsplitList() const {
-        return !m_event.Has("conditionType") && (m_event.ComparesEach() || m_event.ComparesOrder()) &&
-               m_event["conditionValue"].find('&') != std::string::npos;
+        return !m_event.Has(QxEventWords::kConditionType) && (m_event.ComparesEach() || m_event.ComparesOrder()) &&
+               m_event[QxEventWords::kConditionValue].find('&') != std::string::npos;
     }
 
     // An operand that an ampersand or a comma ends is spoken of already.
@@ -133,9 +135,9 @@ private:
     void CheckRange() const {
         if (m_operands.size() != 2) {
             AddAtValue(CheckId::RangeBounds,
-                       "range needs two bounds joined by a comma, and " + Quoted(m_event["conditionValue"]) + " has " +
-                           std::to_string(m_operands.size()),
-                       Written("conditionValue", "LOW,HIGH"));
+                       "range needs two bounds joined by a comma, and " +
+                           Quoted(m_event[QxEventWords::kConditionValue]) + " has " + std::to_string(m_operands.size()),
+                       Written(QxEventWords::kConditionValue, "LOW,HIGH"));
             return;
         }
         const std::optional<ScriptNumber> low = ReadOperand(m_operands[0]);
@@ -144,23 +146,23 @@ private:
         AddAtValue(CheckId::RangeOrder,
                    "nothing is between " + std::to_string(low->value) + " and " + std::to_string(high->value) +
                        ", the lower bound comes first",
-                   Written("conditionValue", Joined({m_operands[1], m_operands[0]}, ",")));
+                   Written(QxEventWords::kConditionValue, Joined({m_operands[1], m_operands[0]}, ",")));
     }
 
     void CheckCombination() const {
         const bool all = m_event.Words().Combination() == qxscript::Combination::All;
         const bool any = m_event.Words().Combination() == qxscript::Combination::Any;
         const bool equal = m_event.Words().Condition() == qxscript::Condition::Equal;
-        if (m_event.Has("conditionType") && m_operands.empty()) {
+        if (m_event.Has(QxEventWords::kConditionType) && m_operands.empty()) {
             AddAtValue(all ? CheckId::AllOfNothing : CheckId::NoneOfNothing,
                        all ? "AND with an empty conditionValue always holds"
                            : "conditionType with an empty conditionValue never holds");
         } else if (all && equal && HasDifferentOperands()) {
             AddAtValue(CheckId::NeverAllEqual, "no value equals all of " + Joined(m_operands, ", "),
-                       Written("conditionType", "OR"));
+                       Written(QxEventWords::kConditionType, TextOf(qxscript::Combination::Any)));
         } else if (any && !equal && HasDifferentOperands()) {
             AddAtValue(CheckId::AlwaysAnyDifferent, "every value differs from one of " + Joined(m_operands, ", "),
-                       Written("conditionType", "AND"));
+                       Written(QxEventWords::kConditionType, TextOf(qxscript::Combination::All)));
         }
     }
 

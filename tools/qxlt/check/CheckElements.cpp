@@ -8,7 +8,7 @@ namespace qxlt {
 namespace {
 
 const std::vector<std::string> kInAction = {qxscript::kMethod, qxscript::kEvent};
-const std::vector<std::string> kOfAction = {qxscript::kActionName, "process"};
+const std::vector<std::string> kOfAction = {qxscript::kActionName, qxscript::kActionProcess};
 const std::vector<std::string> kOfEvent(QxEventWords::kNames.begin(), QxEventWords::kNames.end());
 
 bool Holds(const std::vector<std::string>& words, const std::string& word) {
@@ -33,7 +33,8 @@ void CheckElement(const ScriptElement& element, Findings& findings) {
 std::vector<std::string> KnownAttributes(const ScriptElement& element) {
     if (element.name == qxscript::kEvent) return kOfEvent;
     if (element.name == qxscript::kMethod)
-        return {"name", element.attributes.empty() ? "name" : MethodName(element).name};
+        return {qxscript::kUsualMethodName,
+                element.attributes.empty() ? qxscript::kUsualMethodName : MethodName(element).name};
     return IsAction(element) ? kOfAction : std::vector<std::string>();
 }
 
@@ -46,7 +47,7 @@ void CheckAttributes(const ScriptElement& element, Findings& findings) {
     const std::vector<std::string> known = KnownAttributes(element);
     for (const ScriptAttribute& attribute : element.attributes) {
         if (Holds(known, attribute.name) || IsForeign(attribute.name)) continue;
-        if (attribute.name == kOfAction.back()) {
+        if (attribute.name == qxscript::kActionProcess) {
             if (element.depth == 1) continue;  // whatever the element is called
             findings.Add(CheckId::ProcessMisplaced, element, attribute.place,
                          "process has no effect here; only an action's is watched");

@@ -27,11 +27,13 @@ void CheckLists(const ScenarioOutline& outline, Findings& findings) {
             const CheckedEvent event(*element);
             if (!event.HasCommaList()) continue;
             const bool isAny = event.Words().Condition() == qxscript::Condition::Equal;
-            std::string instead = Written("conditionValue", WithAmpersands(event["conditionValue"]));
-            if (!event.Has("conditionType")) {
-                instead += " " + Written("conditionType", isAny ? "OR" : "AND");
+            std::string instead =
+                Written(QxEventWords::kConditionValue, WithAmpersands(event[QxEventWords::kConditionValue]));
+            if (!event.Has(QxEventWords::kConditionType)) {
+                instead += " " + Written(QxEventWords::kConditionType, isAny ? TextOf(qxscript::Combination::Any)
+                                                                             : TextOf(qxscript::Combination::All));
             }
-            findings.Add(CheckId::CommaList, *element, ValuePlace(*element, "conditionValue"),
+            findings.Add(CheckId::CommaList, *element, ValuePlace(*element, QxEventWords::kConditionValue),
                          "the comma does not separate, it is part of the value", instead);
         }
     }

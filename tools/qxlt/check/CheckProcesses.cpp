@@ -10,7 +10,7 @@ namespace qxlt {
 namespace {
 
 bool NamesProcess(const ScenarioAction& action) {
-    return action.element->Find("process") != nullptr;
+    return action.element->Find(qxscript::kActionProcess) != nullptr;
 }
 
 // What a script that is not well-formed goes on to say is not known.
@@ -22,7 +22,7 @@ void CheckAny(const ScenarioOutline& outline, Findings& findings) {
     const ScriptElement& top = *actions.front().element->parent;
     findings.Add(CheckId::NoProcess, top, top.place,
                  "no action names a process, so that run needs -p and a client watches nothing",
-                 Written("process", "NAME") + " in an action");
+                 Written(qxscript::kActionProcess, "NAME") + " in an action");
 }
 
 // The methods of all actions, with the processes that they are watched for.
@@ -31,12 +31,12 @@ public:
     WatchedMethods(const ScenarioOutline& outline, Findings& findings) : m_outline(outline), m_findings(findings) {}
 
     void Add(const ScenarioAction& action, const ScriptElement& method) {
-        const std::string& process = action.element->Value("process");
+        const std::string& process = action.element->Value(qxscript::kActionProcess);
         if (process.empty() || method.attributes.empty()) return;
         const ScriptAttribute& name = MethodName(method);
         const Watch watch{&action, &method};
         const Watch& first = m_first.emplace(name.value, watch).first->second;
-        const std::string& firstProcess = first.action->element->Value("process");
+        const std::string& firstProcess = first.action->element->Value(qxscript::kActionProcess);
         if (CommandName(firstProcess) == CommandName(process)) return;
         // A subscription that is dropped is another finding.
         if (&m_outline.Subscribed(name.value, action.name) != &method) return;

@@ -28,19 +28,19 @@ public:
         : m_event(event), m_method(method), m_recorded(recorded), m_findings(findings) {}
 
     void Compare() const {
-        const std::optional<ScriptNumber> index = ReadIndex(m_event["value"]);
+        const std::optional<ScriptNumber> index = ReadIndex(m_event[QxEventWords::kValue]);
         if (!index || (IsResult() && index->value != 0)) return;
         const auto at = static_cast<std::size_t>(index->value);
         const bool isThere = Any([&](const RecordedMethod& method) { return at < ValuesOf(method).size(); });
         if (isThere) {
             CompareType(at);
         } else if (IsResult()) {
-            Add(CheckId::NotRecordedThen, "tag",
+            Add(CheckId::NotRecordedThen, QxEventWords::kTag,
                 "no result of " + m_method + " is recorded, its type is " + Quoted(First().location.args.retType));
         } else if (Any([&](const RecordedMethod& method) { return at < method.location.args.argType.size(); })) {
             AddNotThen(at);
         } else {
-            Add(CheckId::NoSuchArgument, "value",
+            Add(CheckId::NoSuchArgument, QxEventWords::kValue,
                 m_method + " has " + Counted(First().location.args.argType.size(), "argument") + ": index " +
                     std::to_string(at) + " is never there");
         }
@@ -53,19 +53,19 @@ private:
                            [&](const RecordedMethod* method) { return condition(*method); });
     }
 
-    const std::string& Tag() const { return m_event["tag"]; }
-    bool IsResult() const { return m_event.Words().Tag() == qxscript::Tag::Ret; }
+    qxscript::Tag Tag() const { return m_event.Words().Tag(); }
+    bool IsResult() const { return Tag() == qxscript::Tag::Ret; }
     const RecordedMethod& First() const { return *m_recorded.front(); }
     const std::vector<RecordedValue>& ValuesOf(const RecordedMethod& method) const { return *method.Values(Tag()); }
 
-    void Add(CheckId id, const char* attribute, const std::string& text,
+    void Add(CheckId id, QxEventWords::Attribute attribute, const std::string& text,
              const std::string& instead = std::string()) const {
         m_findings.Add(id, m_event.Element(), ValuePlace(m_event.Element(), attribute), text, instead);
     }
 
     void CompareType(std::size_t at) const {
-        const std::string& type = m_event["type"];
-        if (m_event.Words().Type() == qxscript::Type::Other) return;
+        const qxscript::Type type = m_event.Words().Type();
+        if (type == qxscript::Type::Other) return;
         if (Any([&](const RecordedMethod& method) {
                 return at < ValuesOf(method).size() && Fits(type, ValuesOf(method)[at]);
             })) {
@@ -73,25 +73,26 @@ private:
         }
         const auto has = [&](const RecordedMethod* method) { return at < ValuesOf(*method).size(); };
         const RecordedValue& value = ValuesOf(**std::find_if(m_recorded.begin(), m_recorded.end(), has))[at];
-        const std::string fitting = FittingType(value);
-        Add(CheckId::UnfitType, "type",
-            type + " does not fit " + Quoted(value.type) + ", which is recorded " +
+        const std::string fitting = TextOf(FittingType(value));
+        Add(CheckId::UnfitType, QxEventWords::kType,
+            TextOf(type) + " does not fit " + Quoted(value.type) + ", which is recorded " +
                 (IsResult() ? "as the result" : MomentOf(m_event)) + " of " + m_method,
-            fitting.empty() ? std::string() : Written("type", fitting));
+            fitting.empty() ? std::string() : Written(QxEventWords::kType, fitting));
     }
 
     // The argument may be recorded at the other moment, or at this one under a smaller index.
     void AddNotThen(std::size_t argument) const {
         std::string instead;
-        for (const char* const tag : {"IN", "OUT"}) {
+        for (const qxscript::Tag tag : {qxscript::Tag::In, qxscript::Tag::Out}) {
             const std::vector<RecordedValue>& values = *First().Values(tag);
             const auto found = std::find_if(values.begin(), values.end(), [argument](const RecordedValue& value) {
                 return value.argument == argument;
             });
             if (found == values.end() || !instead.empty()) continue;
-            instead = Written("tag", tag) + " " + Written("value", std::to_string(found - values.begin()));
+            instead = Written(QxEventWords::kTag, TextOf(tag)) + " " +
+                      Written(QxEventWords::kValue, std::to_string(found - values.begin()));
         }
-        Add(CheckId::NotRecordedThen, "value",
+        Add(CheckId::NotRecordedThen, QxEventWords::kValue,
             m_method + " has " + Counted(ValuesOf(First()).size(), "argument") + " recorded " + MomentOf(m_event) +
                 ": index " + std::to_string(argument) + " is never there",
             instead);
@@ -168,9 +169,9 @@ void CompareEvents(const ScenarioAction& action, const std::string& method, cons
 }
 
 void CompareProcess(const ScriptElement& action, RecordedIndex& recorded, Findings& findings) {
-    const std::string& process = action.Value("process");
+    const std::string& process = action.Value(qxscript::kActionProcess);
     if (process.empty() || recorded.HasProcess(process)) return;
-    findings.Add(CheckId::ProcessNotRecorded, action, ValuePlace(action, "process"),
+    findings.Add(CheckId::ProcessNotRecorded, action, ValuePlace(action, qxscript::kActionProcess),
                  "no process " + Quoted(process) + " is recorded", recorded.MeantProcess(process));
 }
 

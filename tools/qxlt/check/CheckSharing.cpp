@@ -38,14 +38,14 @@ void CheckEvent(const ScriptElement& element, const Earlier& earlier, Findings& 
     const auto pair = PairOf(earlier, event);
     const ScriptElement& other = pair == earlier.end() ? NearestOf(earlier, event) : *pair->second;
     const std::string where = " also stands in " + Place(other.script->File(), other.place.line) + ": ";
-    const TextPlace place = ValuePlace(element, "name");
+    const TextPlace place = ValuePlace(element, QxEventWords::kName);
     if (pair != earlier.end()) {
         findings.Add(CheckId::SeededByAlways, element, place,
-                     "event " + Quoted(event["name"]) + where +
+                     "event " + Quoted(event[QxEventWords::kName]) + where +
                          "the ALWAYS event's first value counts as the CHANGED event's last one");
     } else {
         findings.Add(CheckId::SharedName, element, place,
-                     "event " + Quoted(event["name"]) + where + WhatIsShared(event, CheckedEvent(other)));
+                     "event " + Quoted(event[QxEventWords::kName]) + where + WhatIsShared(event, CheckedEvent(other)));
     }
 }
 
@@ -55,8 +55,8 @@ void CheckSharing(const ScenarioOutline& outline, Findings& findings) {
     std::map<std::string, Earlier> byName;
     for (const ScenarioAction& action : outline.Actions()) {
         for (const ScriptElement* const event : action.events) {
-            if (event->Value("name").empty()) continue;
-            Earlier& earlier = byName[event->Value("name")];
+            if (event->Value(TextOf(QxEventWords::kName)).empty()) continue;
+            Earlier& earlier = byName[event->Value(TextOf(QxEventWords::kName))];
             if (!earlier.empty()) CheckEvent(*event, earlier, findings);
             earlier.emplace(CheckedEvent(*event).Words().Watch(), event);
         }

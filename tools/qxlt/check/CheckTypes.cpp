@@ -18,10 +18,11 @@ void CheckTypes(const ScenarioOutline& outline, Findings& findings) {
     for (const ScenarioAction& action : outline.Actions()) {
         for (const ScriptElement* const element : action.events) {
             const CheckedEvent event(*element);
-            if (!event.HasSource() || event.Has("type") || IsSpokenOf(event)) continue;
+            if (!event.HasSource() || event.Has(QxEventWords::kType) || IsSpokenOf(event)) continue;
             findings.Add(CheckId::MissingType, *element, element->place,
                          "type is missing, so that the value is the word NONE whatever was passed",
-                         Written("type", "INT") + " or " + Written("type", "STRING"));
+                         Written(QxEventWords::kType, TextOf(qxscript::Type::Int)) + " or " +
+                             Written(QxEventWords::kType, TextOf(qxscript::Type::String)));
         }
     }
 }

@@ -37,15 +37,17 @@ bool CheckedEvent::ComparesOrder() const {
 }
 
 bool CheckedEvent::IsHeldBack(const std::string& value) const {
-    return value.find((*this)["filter"]) == std::string::npos || (Has("keyword") && (*this)["keyword"] != value);
+    return value.find((*this)[QxEventWords::kFilter]) == std::string::npos ||
+           (Has(QxEventWords::kKeyword) && (*this)[QxEventWords::kKeyword] != value);
 }
 
 bool CheckedEvent::HasCommaList() const {
-    const std::string& text = (*this)["conditionValue"];
+    const std::string& text = (*this)[QxEventWords::kConditionValue];
     if (!IsConditional() || !ComparesEach() || text.find(',') == std::string::npos) return false;
     // Without a conditionType an ampersand does not separate either, which is another finding.
-    if (!Has("conditionType") && text.find('&') != std::string::npos) return false;
-    return ReadsNumber() ? HoldsNumbersOnly(text) : Has("conditionType") || text.find(", ") == std::string::npos;
+    if (!Has(QxEventWords::kConditionType) && text.find('&') != std::string::npos) return false;
+    return ReadsNumber() ? HoldsNumbersOnly(text)
+                         : Has(QxEventWords::kConditionType) || text.find(", ") == std::string::npos;
 }
 
 }  // namespace qxlt

@@ -6,6 +6,7 @@
 
 #include "QxEventWords.h"
 #include "ScriptText.h"
+#include "Vocabulary.h"
 
 namespace qxlt {
 
@@ -20,9 +21,8 @@ public:
     const QxEventWords& Words() const { return m_words; }
 
     // The attribute's value; empty when it is missing.
-    const std::string& operator[](const char* attribute) const { return m_event.Value(attribute); }
-    bool Has(const char* attribute) const { return !m_event.Value(attribute).empty(); }
-    bool Is(const char* attribute, const char* value) const { return m_event.Value(attribute) == value; }
+    const std::string& operator[](QxEventWords::Attribute attribute) const { return m_event.Value(TextOf(attribute)); }
+    bool Has(QxEventWords::Attribute attribute) const { return !(*this)[attribute].empty(); }
 
     // Whether the value comes out of the call.
     bool HasSource() const { return m_words.HasSource(); }
@@ -55,13 +55,5 @@ private:
     const ScriptElement& m_event;
     QxEventWords m_words;
 };
-
-// The words that an attribute of the language takes.
-template <typename Meaning, std::size_t count>
-std::vector<std::string> TextsOf(const qxscript::Word<Meaning> (&words)[count]) {
-    std::vector<std::string> texts;
-    for (const qxscript::Word<Meaning>& word : words) texts.emplace_back(word.text);
-    return texts;
-}
 
 }  // namespace qxlt

@@ -4,6 +4,7 @@
 #include <tuple>
 
 #include "Text.h"
+#include "Vocabulary.h"
 #include "Xml.h"
 
 namespace qxlt {
@@ -51,12 +52,24 @@ TextPlace ValuePlace(const ScriptElement& element, const std::string& attribute)
     return found == nullptr ? element.place : found->valuePlace;
 }
 
+TextPlace NamePlace(const ScriptElement& event, QxEventWords::Attribute attribute) {
+    return NamePlace(event, TextOf(attribute));
+}
+
+TextPlace ValuePlace(const ScriptElement& event, QxEventWords::Attribute attribute) {
+    return ValuePlace(event, TextOf(attribute));
+}
+
 std::string Quoted(const std::string& text) {
     return '"' + text + '"';
 }
 
 std::string Written(const std::string& attribute, const std::string& value) {
     return attribute + "=\"" + XmlEscaped(value) + "\"";
+}
+
+std::string Written(QxEventWords::Attribute attribute, const std::string& value) {
+    return Written(TextOf(attribute), value);
 }
 
 }  // namespace qxlt

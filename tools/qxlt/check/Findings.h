@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "CheckTable.h"
+#include "QxEventWords.h"
 #include "ScriptText.h"
 
 namespace qxlt {
@@ -39,10 +40,14 @@ private:
 TextPlace NamePlace(const ScriptElement& element, const std::string& attribute);
 TextPlace ValuePlace(const ScriptElement& element, const std::string& attribute);
 
+TextPlace NamePlace(const ScriptElement& event, QxEventWords::Attribute attribute);
+TextPlace ValuePlace(const ScriptElement& event, QxEventWords::Attribute attribute);
+
 // The text in quotes.
 std::string Quoted(const std::string& text);
 
 // `NAME="VALUE"` as it is written in a script.
 std::string Written(const std::string& attribute, const std::string& value);
+std::string Written(QxEventWords::Attribute attribute, const std::string& value);
 
 }  // namespace qxlt

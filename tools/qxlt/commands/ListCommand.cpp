@@ -16,6 +16,7 @@
 #include "RecordingList.h"
 #include "StarterScript.h"
 #include "Text.h"
+#include "Vocabulary.h"
 
 namespace qxlt {
 
@@ -38,6 +39,7 @@ struct ListOptions {
 
 constexpr std::size_t kNumberWidth = 7;
 constexpr std::size_t kTagWidth = 4;
+constexpr std::size_t kTypeWidth = 7;  // the longest word for a type, and a blank
 
 // What is recorded of one method, a line for each value that a script can ask for.
 struct ValueRow {
@@ -48,10 +50,10 @@ struct ValueRow {
     std::string example;
 };
 
-std::string ExampleText(const RecordedMethod& method, const std::string& tag, std::size_t index) {
+std::string ExampleText(const RecordedMethod& method, qxscript::Tag tag, std::size_t index) {
     const IQxData::HSICallArg* const example = method.Example(tag, index);
     // A result without anything is none, or an empty list: neither is an example.
-    if (example == nullptr || (tag == "RET" && example->empty())) return "";
+    if (example == nullptr || (tag == qxscript::Tag::Ret && example->empty())) return "";
     return ArgumentText(*example);
 }
 
@@ -70,11 +72,11 @@ std::vector<std::string> UnrecordedTypes(const RecordedMethod& method) {
 
 std::vector<ValueRow> RowsOf(const RecordedMethod& method) {
     std::vector<ValueRow> rows;
-    for (const char* const tag : {"IN", "OUT", "RET"}) {
+    for (const qxscript::Tag tag : kRecordedTags) {
         const std::vector<RecordedValue>& values = *method.Values(tag);
         for (std::size_t i = 0; i < values.size(); ++i) {
-            const std::string readAs = FittingType(values[i]);
-            rows.push_back({tag, std::to_string(i), Printable(values[i].type), readAs.empty() ? "-" : readAs,
+            const std::string readAs = TextOf(FittingType(values[i]));
+            rows.push_back({TextOf(tag), std::to_string(i), Printable(values[i].type), readAs.empty() ? "-" : readAs,
                             ExampleText(method, tag, i)});
         }
     }
@@ -180,7 +182,7 @@ private:
         for (const ValueRow& row : rows) {
             const std::string example = row.example.empty() ? "" : "  " + m_output.Paint().Green(row.example);
             m_output.Line(std::string(kNumberWidth + 2, ' ') + Pad(row.tag, kTagWidth) + row.index + "  " +
-                          Pad(row.readAs, sizeof "STRING") + Pad(row.type, example.empty() ? 0 : typeWidth) + example);
+                          Pad(row.readAs, kTypeWidth) + Pad(row.type, example.empty() ? 0 : typeWidth) + example);
         }
     }
 

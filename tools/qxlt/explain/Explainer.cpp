@@ -44,7 +44,7 @@ Explainer::Explainer(Format format, Output& output, const IQxData::_HSScriptPtr&
 void Explainer::AddAction(const IQxData::_HSScriptPtr& action, const std::string& name) {
     for (const IQxData::_HSScriptPtr* const event : action.children) {
         if (!qxscript::IsEvent(event)) continue;
-        if (!m_onlyEvent.empty() && AttributeOf(*event, "name") != m_onlyEvent) continue;
+        if (!m_onlyEvent.empty() && EventNameOf(*event) != m_onlyEvent) continue;
         m_byEvent[event] = &m_events.emplace_back(*event, name).record;
     }
 }
@@ -83,7 +83,7 @@ void Explainer::OnError(const IQxData::_HSScriptPtr& event, unsigned long long, 
 void Explainer::PrintDecision(const EventRecord& record, const IQxData::HSCall& call, const std::string& value,
                               const std::string& decision) {
     if (m_quiet) return;
-    const std::string& name = AttributeOf(record.Event(), "name");
+    const std::string& name = EventNameOf(record.Event());
     if (m_format == Format::Text) {
         m_output.Line("cycle " + std::to_string(m_cycle) + ", time " + std::to_string(call.time) + ", " +
                       Printable(name) + " \"" + Printable(value) + "\": " + decision);
@@ -106,7 +106,7 @@ void Explainer::Print() {
 void Explainer::PrintTable() {
     std::size_t nameWidth = 5;
     for (const Explained& event : m_events) {
-        nameWidth = std::max(nameWidth, Printable(AttributeOf(event.record.Event(), "name")).size());
+        nameWidth = std::max(nameWidth, Printable(EventNameOf(event.record.Event())).size());
     }
     std::string head = Pad("event", nameWidth) + RightAligned("calls", 9);
     for (const Stage& stage : kStages) head += RightAligned(stage.title, WidthOf(stage));
@@ -114,7 +114,7 @@ void Explainer::PrintTable() {
     for (const Explained& event : m_events) {
         const IQxData::_HSScriptPtr& element = event.record.Event();
         const Funnel funnel = event.record.Stages();
-        std::string row = Pad(Printable(AttributeOf(element, "name")), nameWidth);
+        std::string row = Pad(Printable(EventNameOf(element)), nameWidth);
         row += RightAligned(std::to_string(m_calls), 9);
         for (const Stage& stage : kStages) row += RightAligned(std::to_string(funnel.*stage.count), WidthOf(stage));
         m_output.Line(row + "  " + Printable(m_places.Of(element).Text()));
@@ -129,7 +129,7 @@ void Explainer::PrintJson(const Explained& event) {
     const ScriptPlace& place = m_places.Of(element);
     const Reason reason = ReasonFor(event);
     JsonObject line = JsonObject::object();
-    AddText(line, "explained", AttributeOf(element, "name"));
+    AddText(line, "explained", EventNameOf(element));
     AddText(line, "file", place.file);
     line["line"] = place.line;
     line["calls"] = m_calls;
@@ -167,7 +167,7 @@ Reason Explainer::MethodReason(const Explained& event) const {
 std::string Explainer::ReasonOf(const std::string& name) const {
     for (const Explained& event : m_events) {
         const IQxData::_HSScriptPtr& element = event.record.Event();
-        if (AttributeOf(element, "name") != name) continue;
+        if (EventNameOf(element) != name) continue;
         const Funnel funnel = event.record.Stages();
         const std::string fired = std::to_string(funnel.fired) + " of " + Counted(funnel.method, "call") + " fired";
         const std::string reason = ReasonFor(event).Line();

@@ -164,29 +164,31 @@ Inventory Inventory::Take(const std::vector<std::string>& processes, const Fault
     return reader.Finish();
 }
 
-const std::vector<RecordedValue>* RecordedMethod::Values(const std::string& tag) const {
-    if (tag == "IN") return &in;
-    if (tag == "OUT") return &out;
-    return tag == "RET" ? &ret : nullptr;
+const std::vector<RecordedValue>* RecordedMethod::Values(qxscript::Tag tag) const {
+    if (tag == qxscript::Tag::In) return &in;
+    if (tag == qxscript::Tag::Out) return &out;
+    return tag == qxscript::Tag::Ret ? &ret : nullptr;
 }
 
-const IQxData::HSICallArg* RecordedMethod::Example(const std::string& tag, std::size_t index) const {
+const IQxData::HSICallArg* RecordedMethod::Example(qxscript::Tag tag, std::size_t index) const {
     if (!example) return nullptr;
     const IQxData::HSCall::Args& args = example->args;
-    const std::vector<IQxData::HSICallArg>& values = tag == "IN" ? args.in : tag == "OUT" ? args.out : args.ret;
+    const std::vector<IQxData::HSICallArg>& values = tag == qxscript::Tag::In    ? args.in
+                                                     : tag == qxscript::Tag::Out ? args.out
+                                                                                 : args.ret;
     return index < values.size() ? &values[index] : nullptr;
 }
 
-bool Fits(const std::string& type, const RecordedValue& value) {
+bool Fits(qxscript::Type type, const RecordedValue& value) {
     if (value.coreSize == qxformat::kComposite) return true;
-    if (type == "INT") return IsNumber(value);
+    if (type == qxscript::Type::Int) return IsNumber(value);
     return IsLetters(value) || (value.coreSize == 1 && HoldsAny(value.coreType, {"char"}));
 }
 
-std::string FittingType(const RecordedValue& value) {
-    if (value.coreSize == qxformat::kComposite) return std::string();
-    if (IsNumber(value)) return "INT";
-    return IsLetters(value) ? "STRING" : std::string();
+qxscript::Type FittingType(const RecordedValue& value) {
+    if (value.coreSize == qxformat::kComposite) return qxscript::Type::Other;
+    if (IsNumber(value)) return qxscript::Type::Int;
+    return IsLetters(value) ? qxscript::Type::String : qxscript::Type::Other;
 }
 
 }  // namespace qxlt

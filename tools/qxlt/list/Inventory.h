@@ -13,6 +13,7 @@
 #include "Fault.h"
 #include "IQxData.h"
 #include "Progress.h"
+#include "QxScriptWords.h"
 
 namespace qxlt {
 
@@ -38,10 +39,10 @@ struct RecordedMethod {
     const std::string& Name() const { return location.callerName; }
 
     // By the tag of a script; null for a tag that takes nothing out of a call.
-    const std::vector<RecordedValue>* Values(const std::string& tag) const;
+    const std::vector<RecordedValue>* Values(qxscript::Tag tag) const;
 
     // What the example holds there; null when it has no such value.
-    const IQxData::HSICallArg* Example(const std::string& tag, std::size_t index) const;
+    const IQxData::HSICallArg* Example(qxscript::Tag tag, std::size_t index) const;
 };
 
 struct RecordedProcess {
@@ -87,10 +88,13 @@ private:
     bool m_whole = true;
 };
 
-// Whether a script's type ("INT", "STRING") gives what was passed. True when that cannot be told.
-bool Fits(const std::string& type, const RecordedValue& value);
+// The tags of a script that take something out of a call.
+inline constexpr qxscript::Tag kRecordedTags[] = {qxscript::Tag::In, qxscript::Tag::Out, qxscript::Tag::Ret};
 
-// The type that reads the value in a script; empty when neither does.
-std::string FittingType(const RecordedValue& value);
+// Whether a script's type gives what was passed. True when that cannot be told. Requires: the type is no other word.
+bool Fits(qxscript::Type type, const RecordedValue& value);
+
+// The type that reads the value in a script; the other one when none does.
+qxscript::Type FittingType(const RecordedValue& value);
 
 }  // namespace qxlt

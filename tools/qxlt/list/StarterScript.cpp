@@ -10,6 +10,7 @@
 #include "Findings.h"
 #include "ScenarioOutline.h"
 #include "Text.h"
+#include "Vocabulary.h"
 #include "Xml.h"
 
 namespace qxlt {
@@ -40,6 +41,10 @@ std::string ProcessName(const std::string& name) {
     return IsXmlText(name) ? Front(name, kCommandName) : std::string();
 }
 
+std::string Begun(const std::string& element) {
+    return "<" + element;
+}
+
 std::string Shortened(const std::string& text) {
     return text.size() <= kShownExample ? text : Front(text, kShownExample) + "...";
 }
@@ -54,7 +59,7 @@ struct StarterScript::Action {
 };
 
 std::string StarterScript::Text() {
-    m_text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<Scenario>\n";
+    m_text = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" + Begun(qxscript::kScenario) + ">\n";
     std::map<std::pair<std::string, std::string>, Action> actions;
     for (const RecordedMethod& method : m_inventory.Methods()) {
         if (method.calls == 0 || method.Name().empty() || !IsXmlText(method.Name())) continue;
@@ -64,7 +69,7 @@ std::string StarterScript::Text() {
         action.sites.push_back(&method);
     }
     for (const auto& entry : actions) Add(entry.second);
-    return m_text + "</Scenario>\n";
+    return m_text + "</" + qxscript::kScenario + ">\n";
 }
 
 std::string StarterScript::UniqueName(const std::string& wanted) {
@@ -75,8 +80,8 @@ std::string StarterScript::UniqueName(const std::string& wanted) {
 
 void StarterScript::Add(const Action& action) {
     const std::string name = UniqueName(action.method);
-    m_text += "  <action " + Written("name", name);
-    if (!action.process.empty()) m_text += " " + Written("process", action.process);
+    m_text += "  " + Begun(qxscript::kUsualAction) + " " + Written(qxscript::kActionName, name);
+    if (!action.process.empty()) m_text += " " + Written(qxscript::kActionProcess, action.process);
     m_text += ">\n";
     for (const RecordedMethod* const site : action.sites) {
         const IQxData::_HSCallLocation& location = site->location;
@@ -85,12 +90,12 @@ void StarterScript::Add(const Action& action) {
     }
     AddMethod(action.method);
     const std::size_t before = m_text.size();
-    for (const char* const tag : {"IN", "OUT", "RET"}) AddEvents(action, tag);
+    for (const qxscript::Tag tag : kRecordedTags) AddEvents(action, tag);
     if (m_text.size() == before) {
-        m_text += "    <event " + Written("name", UniqueName(action.method + "_CALLED")) +
-                  " tag=\"NONE\" watch=\"ALWAYS\"/>\n";
+        AddEvent(action.method + "_CALLED", {{QxEventWords::kTag, TextOf(qxscript::Tag::None)},
+                                             {QxEventWords::kWatch, TextOf(qxscript::Watch::Always)}});
     }
-    m_text += "  </action>\n";
+    m_text += std::string("  </") + qxscript::kUsualAction + ">\n";
 }
 
 // What was recorded needs no check's doubts about it.
@@ -102,22 +107,31 @@ void StarterScript::AddMethod(const std::string& method) {
         ignored += std::string(" ") + CheckOf(CheckId::SeveralProcesses).code;
     }
     if (!ignored.empty()) m_text += Comment("    ", "qxlt:ignore" + ignored);
-    m_text += "    <method " + Written("name", method) + "/>\n";
+    m_text += "    " + Begun(qxscript::kMethod) + " " + Written(qxscript::kUsualMethodName, method) + "/>\n";
+}
+
+void StarterScript::AddEvent(const std::string& wantedName, const Attributes& attributes) {
+    m_text += "    " + Begun(qxscript::kEvent) + " " + Written(QxEventWords::kName, UniqueName(wantedName));
+    for (const auto& [attribute, value] : attributes) m_text += " " + Written(attribute, value);
+    m_text += "/>\n";
 }
 
 // An event for each value that the example of a call site holds.
-void StarterScript::AddEvents(const Action& action, const std::string& tag) {
+void StarterScript::AddEvents(const Action& action, qxscript::Tag tag) {
     std::set<std::size_t> done;
     for (const RecordedMethod* const site : action.sites) {
         const std::vector<RecordedValue>& values = *site->Values(tag);
         for (std::size_t i = 0; i < values.size(); ++i) {
             const IQxData::HSICallArg* const example = site->Example(tag, i);
-            const std::string type = FittingType(values[i]);
+            const std::string type = TextOf(FittingType(values[i]));
             if (example == nullptr || example->empty() || type.empty() || !done.insert(i).second) continue;
             m_text += Comment("    ", values[i].type + ", for example " + Shortened(ArgumentText(*example)));
-            m_text += "    <event " + Written("name", UniqueName(action.method + "_" + tag + std::to_string(i))) + " " +
-                      Written("tag", tag) + " " + Written("value", std::to_string(i)) + " " + Written("type", type) +
-                      " watch=\"CHANGED\"/>\n";
+            const std::string number = std::to_string(i);
+            AddEvent(action.method + "_" + TextOf(tag) + number,
+                     {{QxEventWords::kTag, TextOf(tag)},
+                      {QxEventWords::kValue, number},
+                      {QxEventWords::kType, type},
+                      {QxEventWords::kWatch, TextOf(qxscript::Watch::Changed)}});
         }
     }
 }

@@ -3,8 +3,11 @@
 
 #include <set>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "Inventory.h"
+#include "QxEventWords.h"
 
 namespace qxlt {
 
@@ -19,10 +22,12 @@ public:
 
 private:
     struct Action;
+    using Attributes = std::vector<std::pair<QxEventWords::Attribute, std::string>>;
 
     void Add(const Action& action);
     void AddMethod(const std::string& method);
-    void AddEvents(const Action& action, const std::string& tag);
+    void AddEvents(const Action& action, qxscript::Tag tag);
+    void AddEvent(const std::string& wantedName, const Attributes& attributes);
     std::string UniqueName(const std::string& wanted);
 
     const Inventory& m_inventory;

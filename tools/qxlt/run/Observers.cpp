@@ -45,7 +45,7 @@ void ObserverList::OnError(const IQxData::_HSScriptPtr& event, unsigned long lon
 void ErrorReporter::OnError(const IQxData::_HSScriptPtr& event, unsigned long long, const IQxData::HSCall& call,
                             QxStage stage, const std::string& error) {
     if (!m_reported.insert(&event).second) return;
-    const std::string& name = AttributeOf(event, "name");
+    const std::string& name = EventNameOf(event);
     JsonObject record = JsonObject::object();
     AddText(record, "error", name);
     AddText(record, "what", FailedStep(stage, error));

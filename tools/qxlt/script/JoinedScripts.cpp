@@ -6,10 +6,10 @@
 
 #include "Failure.h"
 #include "Messages.h"
-#include "QxScriptWords.h"
 #include "QxXMLLoader.h"
 #include "ScriptText.h"
 #include "Text.h"
+#include "Vocabulary.h"
 #include "Xml.h"
 
 namespace qxlt {
@@ -61,15 +61,16 @@ void JoinedScripts::AppendElement(const ScriptElement& element) {
     m_places.push_back({element.script->File(), element.place.line});
     Append("<" + element.name);
     for (const ScriptAttribute& attribute : element.attributes) {
-        const bool isProcess = element.depth == kActionDepth && attribute.name == "process";
+        const bool isProcess = element.depth == kActionDepth && attribute.name == qxscript::kActionProcess;
         const std::string text = " " + attribute.name + "=\"" + XmlEscaped(attribute.value) + "\"";
         m_text += text;
         if (!isProcess) m_textWithoutProcesses += text;
         if (isProcess) m_processes.push_back(attribute.value);
     }
     Append(">");
-    if (element.depth == kEventDepth && element.name == qxscript::kEvent && element.Find("name") != nullptr) {
-        m_events.push_back(element.Value("name"));
+    if (element.depth == kEventDepth && element.name == qxscript::kEvent &&
+        element.Find(TextOf(QxEventWords::kName)) != nullptr) {
+        m_events.push_back(element.Value(TextOf(QxEventWords::kName)));
     }
 }
 

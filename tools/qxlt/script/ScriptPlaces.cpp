@@ -2,6 +2,7 @@
 
 #include "Messages.h"
 #include "QxSubscriptions.h"
+#include "Vocabulary.h"
 
 namespace qxlt {
 
@@ -9,9 +10,9 @@ std::string ScriptPlace::Text() const {
     return Place(file, line);
 }
 
-const std::string& AttributeOf(const IQxData::_HSScriptPtr& element, const std::string& name) {
+const std::string& EventNameOf(const IQxData::_HSScriptPtr& event) {
     static const std::string none;
-    const std::string* const found = qxscript::FindAttribute(element, name);
+    const std::string* const found = qxscript::FindAttribute(event, TextOf(QxEventWords::kName));
     return found == nullptr ? none : *found;
 }
 

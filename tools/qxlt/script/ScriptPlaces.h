@@ -28,7 +28,7 @@ private:
     std::unordered_map<const IQxData::_HSScriptPtr*, ScriptPlace> m_places;
 };
 
-// The value of the element's last attribute of that name, which is the one that counts; empty when it has none.
-const std::string& AttributeOf(const IQxData::_HSScriptPtr& element, const std::string& name);
+// The name of an event; empty when it has none.
+const std::string& EventNameOf(const IQxData::_HSScriptPtr& event);
 
 }  // namespace qxlt

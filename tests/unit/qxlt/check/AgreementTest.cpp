@@ -329,7 +329,7 @@ public:
 
     void OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall&, QxOutcome,
                  const std::string&) override {
-        m_evaluated.emplace(AttributeOf(event, "name"), m_methods.at(key));
+        m_evaluated.emplace(EventNameOf(event), m_methods.at(key));
     }
 
     // An event is evaluated for a method when its action lists that method and no check says that this is dropped.
