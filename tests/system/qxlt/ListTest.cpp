@@ -8,7 +8,6 @@
 
 #include "Child.h"
 #include "DumpWriter.h"
-#include "InventoryStore.h"
 #include "RecordedSample.h"
 #include "Workplace.h"
 
@@ -163,21 +162,6 @@ TEST(ListTest, ShowsWhatProcessesOfOneIdRecordOnce) {
         methods += nlohmann::json::parse(line).at("record") == "method" ? 1u : 0u;
     }
     EXPECT_EQ(methods, 2u);
-}
-
-TEST(ListTest, NotesNothingThatTheStoreRefused) {
-    qxlt::InventoryStore store;
-    IQxData::_HSCallLocation location;
-    location.callerName = std::string(40 << 20, 'x');
-    IQxData::HSIThread thread;
-    thread.name = location.callerName;
-    store.AppendCallLocation(location);
-    location.locId = 1;
-    EXPECT_THROW(store.AppendCallLocation(location), QxData::_PERR_TYPE);
-    EXPECT_THROW(store.AppendThread(thread), QxData::_PERR_TYPE);
-    EXPECT_EQ(store.Methods({}).size(), 1u);
-    EXPECT_TRUE(store.Threads().empty());
-    EXPECT_EQ(store.Records(), 1u);
 }
 
 TEST(ListTest, TellsOfAFileThatIsNoDump) {

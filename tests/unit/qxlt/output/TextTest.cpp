@@ -1,0 +1,59 @@
+// Texts as they are shown.
+#include "Text.h"
+
+#include <gmock/gmock.h>
+
+namespace {
+
+using namespace qxlt;
+
+struct TextRow {
+    std::string text;
+    std::string repaired;
+};
+
+TEST(Text, RepairsEachOffendingByte) {
+    const std::string r = "\xEF\xBF\xBD";
+    const TextRow rows[] = {{"", ""},
+                            {"abc\n", "abc\n"},
+                            {std::string("\0", 1), std::string("\0", 1)},
+                            {"\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80", "\xC3\xA4\xE2\x82\xAC\xF0\x9F\x98\x80"},
+                            {"\xEF\xBF\xBF\xF4\x8F\xBF\xBF", "\xEF\xBF\xBF\xF4\x8F\xBF\xBF"},
+                            {"\x80", r},
+                            {"a\xFF"
+                             "b",
+                             "a" + r + "b"},
+                            {"\xC3", r},                  // cut
+                            {"\xE2\x82", r + r},          // cut
+                            {"\xE2\x82x", r + r + "x"},   // a missing continuation
+                            {"\xC0\xAF", r + r},          // longer than need be
+                            {"\xE0\x9F\xBF", r + r + r},  // longer than need be
+                            {"\xED\xA0\x80", r + r + r},  // a surrogate
+                            {"\xF0\x8F\xBF\xBF", r + r + r + r},
+                            {"\xF4\x90\x80\x80", r + r + r + r},  // past the last character
+                            {"\xF5\x80", r + r}};
+    for (const TextRow& row : rows) {
+        EXPECT_EQ(ReplaceInvalid(row.text), row.repaired) << Hex(row.text);
+        EXPECT_EQ(IsUtf8(row.text), row.text == row.repaired) << Hex(row.text);
+    }
+}
+
+TEST(Text, ShowsValuesAsPeopleReadThem) {
+    const std::vector<std::pair<std::string, std::string>> rows = {
+        {"", "\"\""},
+        {"on", "\"on\""},
+        {std::string("\x55\0\0\0", 4), "85"},
+        {"\xFF\xFF\xFF\xFF", "-1"},
+        {std::string("\1", 1), "1"},
+        {"\xFF\xFF", "65535"},
+        {std::string("\1\0\0\0\0\0\0\x80", 8), "9223372036854775809"},
+        {std::string("\1\2\3", 3), "0x010203"}};
+    for (const auto& [bytes, shown] : rows) EXPECT_EQ(ShownValue(bytes), shown);
+}
+
+TEST(Text, PadsByCharacters) {
+    EXPECT_EQ(Pad("\xC3\xA4", 3), "\xC3\xA4  ");
+    EXPECT_EQ(Pad("abcd", 3), "abcd");
+}
+
+}  // namespace

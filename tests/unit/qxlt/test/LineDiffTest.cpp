@@ -1,0 +1,61 @@
+// How lines that came are told from lines that were expected.
+#include "LineDiff.h"
+
+#include <gmock/gmock.h>
+
+#include "Json.h"
+
+namespace {
+
+using namespace qxlt;
+
+std::vector<JsonObject> Parsed(const std::vector<std::string>& lines) {
+    std::vector<JsonObject> parsed;
+    for (const std::string& line : lines) parsed.push_back(JsonObject::parse(line));
+    return parsed;
+}
+
+std::string Shown(const std::vector<DiffLine>& diff) {
+    std::string text;
+    for (const DiffLine& line : diff) {
+        text += (line.kind == DiffLine::Kind::Missing ? "-" : "+") + line.line->at("e").get<std::string>();
+    }
+    return text;
+}
+
+std::vector<JsonObject> Events(const std::string& names) {
+    std::vector<JsonObject> events;
+    for (const char name : names) events.push_back({{"e", std::string(1, name)}});
+    return events;
+}
+
+TEST(LineDiff, AlignsBothSides) {
+    const std::vector<std::vector<std::string>> rows = {
+        {"", "", ""},        {"abc", "abc", ""},     {"abc", "ac", "-b"},
+        {"ac", "abc", "+b"}, {"abc", "axc", "-b+x"}, {"abcd", "bcda", "-a+a"},
+        {"", "a", "+a"},     {"ab", "", "-a-b"},     {"aab", "ab", "-a"}};
+    for (const auto& row : rows)
+        EXPECT_EQ(Shown(Diff(Events(row[0]), Events(row[1]))), row[2]) << row[0] << " " << row[1];
+}
+
+TEST(LineDiff, DoesNotAlignWhatIsTooLarge) {
+    const std::string left(3000, 'a');
+    const std::string right(3000, 'b');
+    EXPECT_EQ(Diff(Events(left), Events(right)).size(), 6000u);
+}
+
+TEST(LineDiff, LetsExpectedObjectsLeaveKeysOut) {
+    const JsonObject actual = Parsed({R"({"a":1,"call":{"key":7,"pid":3,"in":[[{"name":""}]]}})"}).front();
+    const std::vector<std::pair<std::string, bool>> rows = {{R"({})", true},
+                                                            {R"({"call":{"pid":3}})", true},
+                                                            {R"({"call":{"pid":4}})", false},
+                                                            {R"({"call":{"key":8}})", true},
+                                                            {R"({"call":{"in":[[{"name":""}]]}})", true},
+                                                            {R"({"call":{"in":[]}})", false},
+                                                            {R"({"b":1})", false},
+                                                            {R"({"a":{"b":1}})", false}};
+    for (const auto& [expected, same] : rows)
+        EXPECT_EQ(IsExpected(Parsed({expected}).front(), actual), same) << expected;
+}
+
+}  // namespace
