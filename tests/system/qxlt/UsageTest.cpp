@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 
 #include "Child.h"
+#include "CommandNames.h"
 #include "Workplace.h"
 
 namespace {
@@ -12,14 +13,14 @@ using testing::StartsWith;
 TEST(Usage, HelpShowsTheCommands) {
     const ToolResult result = RunTool({"--help"});
     EXPECT_EQ(result.status, 0);
-    for (const char* const command : {"run", "replay", "decode", "test"}) {
+    for (const char* const command : {"run", "replay", "decode", "list", "clean", "check", "test"}) {
         EXPECT_THAT(result.output, HasSubstr(std::string("  ") + command + " ")) << command;
     }
     EXPECT_EQ(result.error, "");
 }
 
 TEST(Usage, HelpOfEachCommandHasExamples) {
-    for (const std::string command : {"run", "replay", "decode", "test"}) {
+    for (const std::string& command : CommandNames()) {
         const ToolResult result = RunTool({command, "--help"});
         EXPECT_EQ(result.status, 0) << command;
         EXPECT_THAT(result.output, HasSubstr("Examples:\n  qxlt " + command)) << command;

@@ -1,5 +1,5 @@
-// The one table of what `qxlt check` finds: `--explain` and docs/checks.md come from it. To add a check: add its name
-// here and its row in CheckTable.cpp, report it through Findings, and add a sample to tests/system/qxlt/samples.
+// The one table of what `qxlt check` finds: `--explain` and docs/checks.md come from it. docs/extending.md says how a
+// check is added.
 #pragma once
 
 #include <string>
