@@ -1,20 +1,12 @@
 #include "QxXMLLoader.h"
 
-#include <expat.h>
-
 #include <exception>
-#include <type_traits>
 
 #include "IQxLogTracker.h"
 #include "QxDebugPrint.h"
 #include "QxXMLDefaults.h"
 
 namespace {
-
-struct ParserDeleter {
-    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
-};
-using ParserHandle = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter>;
 
 // The state of one load. The store's root slot serves as the cursor: it points at the element that is open.
 struct Load {
@@ -67,7 +59,7 @@ void OnEnd(void* userData, const char*) {
 }  // namespace
 
 bool QxXMLLoader::Parse(std::pair<int, char*>& text, std::shared_ptr<IQxData> data) {
-    const ParserHandle parser(XML_ParserCreate(nullptr));
+    const QxXMLHandle parser(XML_ParserCreate(nullptr));
     if (parser == nullptr) return false;
     Load load{parser.get(), nullptr, QxXMLDefaults(text.first), nullptr, false};
     data->GetScript(&load.open);

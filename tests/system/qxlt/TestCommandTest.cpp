@@ -1,9 +1,9 @@
 // `qxlt test`, run as its user runs it.
-#include <expat.h>
 #include <gmock/gmock.h>
 
 #include "Child.h"
 #include "DumpWriter.h"
+#include "QxXMLDefaults.h"
 #include "Workplace.h"
 
 namespace {
@@ -182,9 +182,8 @@ TEST(TestCommand, WritesAJUnitReport) {
     EXPECT_THAT(report, HasSubstr("<failure message=\"HIGH is missing, "));
     EXPECT_THAT(report, HasSubstr("- {&quot;event&quot;:&quot;HIGH&quot;,&quot;value&quot;:&quot;5&quot;}"));
     EXPECT_THAT(report, HasSubstr("<error message=\""));
-    const XML_Parser parser = XML_ParserCreate(nullptr);
-    EXPECT_EQ(XML_Parse(parser, report.data(), static_cast<int>(report.size()), XML_TRUE), XML_STATUS_OK);
-    XML_ParserFree(parser);
+    const QxXMLHandle parser(XML_ParserCreate(nullptr));
+    EXPECT_EQ(XML_Parse(parser.get(), report.data(), static_cast<int>(report.size()), XML_TRUE), XML_STATUS_OK);
 }
 
 TEST(TestCommand, RefusesAnExpectationThatIsNestedTooDeep) {

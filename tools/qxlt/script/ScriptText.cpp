@@ -1,13 +1,9 @@
 #include "ScriptText.h"
 
-#include <expat.h>
-
 #include <algorithm>
 #include <exception>
-#include <memory>
 #include <new>
 #include <sstream>
-#include <type_traits>
 #include <utility>
 
 #include "QxXMLDefaults.h"
@@ -18,11 +14,6 @@
 namespace qxlt {
 
 namespace {
-
-struct ParserDeleter {
-    void operator()(XML_Parser parser) const { XML_ParserFree(parser); }
-};
-using ParserHandle = std::unique_ptr<std::remove_pointer_t<XML_Parser>, ParserDeleter>;
 
 constexpr char kIgnore[] = "qxlt:ignore";
 
@@ -170,7 +161,7 @@ private:
 
     ScriptText& m_script;
     const std::string& m_text;
-    const ParserHandle m_parser{XML_ParserCreate(nullptr)};
+    const QxXMLHandle m_parser{XML_ParserCreate(nullptr)};
     QxXMLDefaults m_defaults{static_cast<int>(m_text.size())};
     std::exception_ptr m_error;
     TextEncoding m_encoding = TextEncoding::Utf8;
