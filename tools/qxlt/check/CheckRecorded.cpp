@@ -56,7 +56,7 @@ private:
     qxscript::Tag Tag() const { return m_event.Words().Tag(); }
     bool IsResult() const { return Tag() == qxscript::Tag::Ret; }
     const RecordedMethod& First() const { return *m_recorded.front(); }
-    const std::vector<RecordedValue>& ValuesOf(const RecordedMethod& method) const { return *method.Values(Tag()); }
+    const std::vector<RecordedValue>& ValuesOf(const RecordedMethod& method) const { return method.Values(Tag()); }
 
     void Add(CheckId id, QxEventWords::Attribute attribute, const std::string& text,
              const std::string& instead = std::string()) const {
@@ -84,7 +84,7 @@ private:
     void AddNotThen(std::size_t argument) const {
         std::string instead;
         for (const qxscript::Tag tag : {qxscript::Tag::In, qxscript::Tag::Out}) {
-            const std::vector<RecordedValue>& values = *First().Values(tag);
+            const std::vector<RecordedValue>& values = First().Values(tag);
             const auto found = std::find_if(values.begin(), values.end(), [argument](const RecordedValue& value) {
                 return value.argument == argument;
             });

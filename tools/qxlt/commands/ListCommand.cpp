@@ -73,7 +73,7 @@ std::vector<std::string> UnrecordedTypes(const RecordedMethod& method) {
 std::vector<ValueRow> RowsOf(const RecordedMethod& method) {
     std::vector<ValueRow> rows;
     for (const qxscript::Tag tag : kRecordedTags) {
-        const std::vector<RecordedValue>& values = *method.Values(tag);
+        const std::vector<RecordedValue>& values = method.Values(tag);
         for (std::size_t i = 0; i < values.size(); ++i) {
             const std::string readAs = TextOf(FittingType(values[i]));
             rows.push_back({TextOf(tag), std::to_string(i), Printable(values[i].type), readAs.empty() ? "-" : readAs,

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "Json.h"
+#include "QxFormat.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -10,8 +11,6 @@ namespace qxlt {
 namespace {
 
 constexpr std::size_t kKindWidth = 11;  // the longest kind and a blank
-constexpr unsigned int kCompositeSize = 16382;
-constexpr unsigned int kCountedSize = 16383;
 
 JsonObject Record(const char* kind) {
     return {{"record", kind}};
@@ -39,8 +38,8 @@ JsonObject ArgumentsJson(const IQxData::_HSCallLocation::Args& args) {
 }
 
 std::string SizeText(unsigned int size) {
-    if (size == kCompositeSize) return "composite";
-    return size == kCountedSize ? "counted" : std::to_string(size);
+    if (size == qxformat::kComposite) return "composite";
+    return size == qxformat::kVariableLength ? "counted" : std::to_string(size);
 }
 
 std::string ArgumentText(const IQxData::_HSCallLocation::Args& args, std::size_t i) {

@@ -164,10 +164,9 @@ Inventory Inventory::Take(const std::vector<std::string>& processes, const Fault
     return reader.Finish();
 }
 
-const std::vector<RecordedValue>* RecordedMethod::Values(qxscript::Tag tag) const {
-    if (tag == qxscript::Tag::In) return &in;
-    if (tag == qxscript::Tag::Out) return &out;
-    return tag == qxscript::Tag::Ret ? &ret : nullptr;
+const std::vector<RecordedValue>& RecordedMethod::Values(qxscript::Tag tag) const {
+    if (tag == qxscript::Tag::In) return in;
+    return tag == qxscript::Tag::Out ? out : ret;
 }
 
 const IQxData::HSICallArg* RecordedMethod::Example(qxscript::Tag tag, std::size_t index) const {

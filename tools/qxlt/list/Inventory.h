@@ -17,6 +17,9 @@
 
 namespace qxlt {
 
+// The tags of a script that take something out of a call.
+inline constexpr qxscript::Tag kRecordedTags[] = {qxscript::Tag::In, qxscript::Tag::Out, qxscript::Tag::Ret};
+
 // One value that a method's calls carry, as a script asks for it.
 struct RecordedValue {
     std::string type;       // as the program has it
@@ -38,10 +41,10 @@ struct RecordedMethod {
 
     const std::string& Name() const { return location.callerName; }
 
-    // By the tag of a script; null for a tag that takes nothing out of a call.
-    const std::vector<RecordedValue>* Values(qxscript::Tag tag) const;
+    // What calls carry where a script's tag asks for it. Requires: the tag is one of kRecordedTags.
+    const std::vector<RecordedValue>& Values(qxscript::Tag tag) const;
 
-    // What the example holds there; null when it has no such value.
+    // What the example holds there; null when it has no such value. Requires: as above.
     const IQxData::HSICallArg* Example(qxscript::Tag tag, std::size_t index) const;
 };
 
@@ -87,9 +90,6 @@ private:
     std::vector<RecordedMethod> m_methods;
     bool m_whole = true;
 };
-
-// The tags of a script that take something out of a call.
-inline constexpr qxscript::Tag kRecordedTags[] = {qxscript::Tag::In, qxscript::Tag::Out, qxscript::Tag::Ret};
 
 // Whether a script's type gives what was passed. True when that cannot be told. Requires: the type is no other word.
 bool Fits(qxscript::Type type, const RecordedValue& value);

@@ -120,7 +120,7 @@ void StarterScript::AddEvent(const std::string& wantedName, const Attributes& at
 void StarterScript::AddEvents(const Action& action, qxscript::Tag tag) {
     std::set<std::size_t> done;
     for (const RecordedMethod* const site : action.sites) {
-        const std::vector<RecordedValue>& values = *site->Values(tag);
+        const std::vector<RecordedValue>& values = site->Values(tag);
         for (std::size_t i = 0; i < values.size(); ++i) {
             const IQxData::HSICallArg* const example = site->Example(tag, i);
             const std::string type = TextOf(FittingType(values[i]));
