@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "QxClock.h"
+#include "QxRecordingClock.h"
 #include "QxDirectory.h"
 #include "QxFd.h"
 #include "QxFileName.h"

@@ -1,6 +1,6 @@
 #include "QxRecordingReader.h"
 
-#include "QxClock.h"
+#include "QxRecordingClock.h"
 #include "QxDumpFormat.h"
 #include "QxLossMath.h"
 

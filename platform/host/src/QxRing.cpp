@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "QxClock.h"
+#include "QxRecordingClock.h"
 
 namespace qxhost {
 

@@ -2,7 +2,7 @@
 
 #include <qx/api.h>
 
-#include "QxClock.h"
+#include "QxRecordingClock.h"
 #include "QxControl.h"
 #include "QxRecordings.h"
 #include "QxRuntimeDir.h"

@@ -7,7 +7,7 @@
 #include <unistd.h>
 
 #include "HostTest.h"
-#include "QxClock.h"
+#include "QxRecordingClock.h"
 #include "QxFileName.h"
 #include "QxProcessInfo.h"
 #include "RecordingLog.h"
