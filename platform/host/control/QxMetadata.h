@@ -11,6 +11,7 @@
 
 #include "QxBytes.h"
 #include "QxRecordingFile.h"
+#include "qx/detail/format.h"
 
 namespace qxhost {
 
@@ -21,8 +22,8 @@ struct QxType {
     std::uint32_t size = 0;                    // bytes, or one of the marks below
     const QxDescriptor* descriptor = nullptr;  // of a composite; lives as long as the metadata
 
-    static constexpr std::uint32_t kComposite = 16382;
-    static constexpr std::uint32_t kVariable = 16383;
+    static constexpr std::uint32_t kComposite = qx::recorder::detail::kCompositeSize;
+    static constexpr std::uint32_t kVariable = qx::recorder::detail::kVariableSize;
 };
 
 struct QxMember {
@@ -41,8 +42,8 @@ struct QxArgument {
     unsigned flags = 0;
     QxType type;
 
-    static constexpr unsigned kAtEntry = 1;
-    static constexpr unsigned kAtExit = 2;
+    static constexpr unsigned kAtEntry = qx::recorder::detail::kAtEntry;
+    static constexpr unsigned kAtExit = qx::recorder::detail::kAtExit;
 };
 
 struct QxLocation {
