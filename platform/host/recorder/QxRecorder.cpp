@@ -7,13 +7,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdlib>
-#include <cstring>
 #include <exception>
 #include <new>
 #include <utility>
 
-#include "QxBytes.h"
 #include "QxRuntimeDir.h"
 #include "QxSignalGuard.h"
 
@@ -56,69 +53,6 @@ std::uint32_t NextAttachment(std::size_t slot) {
     return number * static_cast<std::uint32_t>(kSlotCount) + static_cast<std::uint32_t>(slot);
 }
 
-// Reads a number of the environment; keeps the default when there is none, and says so when it is out of range.
-bool ReadNumber(const char* variable, std::size_t& value) {
-    const char* text = std::getenv(variable);
-    if (text == nullptr) return true;
-    char* end = nullptr;
-    errno = 0;
-    const unsigned long long number = std::strtoull(text, &end, 10);
-    if (end == text || *end != '\0' || errno != 0 || number > Geometry::kMaxRingSize) return false;
-    value = static_cast<std::size_t>(number);
-    return true;
-}
-
-Geometry GeometryOf(const qx::recorder::Options& options) {
-    return {options.pageSize, options.pageCount, options.metadataSize};
-}
-
-// The environment's word is the last one, unless it makes no sense.
-qx::recorder::Options WithEnvironment(const qx::recorder::Options& options, std::string& error) {
-    qx::recorder::Options changed = options;
-    const bool areNumbers =
-        ReadNumber("QX_RING_PAGE_SIZE", changed.pageSize) && ReadNumber("QX_RING_PAGES", changed.pageCount);
-    const char* mode = std::getenv("QX_RING_MODE");
-    const std::string modeName = mode != nullptr ? mode : "";
-    if (modeName == "discard") changed.mode = qx::recorder::Mode::Discard;
-    if (modeName == "overwrite") changed.mode = qx::recorder::Mode::Overwrite;
-    const bool isMode = modeName.empty() || modeName == "discard" || modeName == "overwrite";
-    if (areNumbers && isMode && GeometryOf(changed).IsValid()) return changed;
-    error = "QX_RING_PAGE_SIZE, QX_RING_PAGES or QX_RING_MODE is out of range, all three are ignored";
-    return options;
-}
-
-std::string EncodeLocation(const detail::Site& site, const detail::Location& location, const char* package,
-                           const char* method) {
-    const char* slash = std::strrchr(site.file, '/');
-    std::string out;
-    AppendVarint(out, site.line);
-    AppendText(out, slash != nullptr ? slash + 1 : site.file);
-    AppendVarint(out, location.arguments.size());
-    for (const detail::Argument& argument : location.arguments) {
-        AppendVarint(out, argument.flags);
-        AppendVarint(out, argument.type.size);
-        AppendText(out, argument.type.name);
-    }
-    AppendVarint(out, location.result.size);
-    AppendText(out, location.result.name);
-    AppendText(out, method);
-    AppendText(out, package);
-    return out;
-}
-
-std::string EncodeDescriptor(const detail::Descriptor& descriptor) {
-    std::string out;
-    AppendText(out, descriptor.name);
-    AppendVarint(out, descriptor.isContainer ? 1 : 0);
-    AppendVarint(out, descriptor.members.size());
-    for (const detail::Member& member : descriptor.members) {
-        AppendVarint(out, member.type.size);
-        AppendText(out, member.type.name);
-        AppendText(out, member.name);
-    }
-    return out;
-}
-
 }  // namespace
 
 // Holds the recorder's mutex. What a program would notice is kept from it: a signal's handler that forks or traces runs
@@ -155,7 +89,8 @@ QxRecorder& QxRecorder::Instance() {
     return recorder;
 }
 
-QxRecorder::QxRecorder() {
+QxRecorder::QxRecorder()
+    : m_dictionary([this](MetaKind kind, const std::string& content) { return Append(kind, content); }) {
     m_isUsable =
         ::pthread_key_create(&g_threadEnd, &QxRecorder::OnThreadEnd) == 0 &&
         ::pthread_atfork(&QxRecorder::BeforeFork, &QxRecorder::AfterForkInParent, &QxRecorder::AfterForkInChild) == 0;
@@ -186,8 +121,9 @@ void QxRecorder::Leave() {
 
 bool QxRecorder::Configure(const Options& options) {
     const Section section(*this);
-    if (!section || m_recording != nullptr || !GeometryOf(options).IsValid()) return false;
-    m_options = options;
+    const QxOptions wanted(options);
+    if (!section || m_recording != nullptr || !wanted.IsValid()) return false;
+    m_options = wanted;
     return true;
 }
 
@@ -243,7 +179,7 @@ void QxRecorder::Attach() {
         Slot* slot = EnsureRecording() ? FreeSlot() : nullptr;
         if (slot == nullptr) return;
         slot->threadName = t_state.isNamed ? t_state.name : SystemThreadName();
-        const std::uint32_t name = NameNumber(slot->threadName);
+        const std::uint32_t name = m_dictionary.NumberName(slot->threadName);
         if (::pthread_setspecific(g_threadEnd, slot->ring.get()) != 0) return;
         slot->ring->Attach(m_nextSerial, name, NextAttachment(slot->ring->Slot()));
         if (++m_nextSerial == 0) m_nextSerial = 1;
@@ -262,21 +198,21 @@ bool QxRecorder::EnsureRecording() {
         ReportOnce("no thread-specific key is left to notice the end of threads, calls are refused");
         return false;
     }
-    const Options options = WithEnvironment(m_options, error);
-    // What a forked child's parent described takes no room from the child.
-    Geometry geometry = GeometryOf(options);
-    geometry.metaSize = std::min(geometry.metaSize + m_metadataSize, Geometry::kMaxMetaSize);
+    const QxOptions options = m_options.WithEnvironment(error);
     if (!error.empty()) ReportOnce(error);
     error.clear();
+    // What a forked child's parent described takes no room from the child.
+    Geometry geometry = options.Geometry();
+    geometry.metaSize = std::min(geometry.metaSize + m_dictionary.Size(), Geometry::kMaxMetaSize);
     std::unique_ptr<QxRecording> recording =
-        QxRecording::Create(QxRuntimeDir::DefaultPath(), geometry, options.mode == qx::recorder::Mode::Discard, error);
+        QxRecording::Create(QxRuntimeDir::DefaultPath(), geometry, options.RefusesWhenFull(), error);
     if (recording == nullptr) {
         ReportOnce(error);
         return false;
     }
     m_options = options;
     m_recording = std::move(recording);
-    for (const auto& [kind, content] : m_metadata) m_recording->AppendMetadata(kind, content);
+    m_dictionary.Repeat();
     m_sharedRefused.store(m_recording->Header() + kHeaderRefused, std::memory_order_release);
     ShareRefused();
     return true;
@@ -286,24 +222,26 @@ QxRecorder::Slot* QxRecorder::FreeSlot() {
     for (std::size_t number = 0; number < kSlotCount; ++number) {
         Slot& slot = m_slots[number];
         if (slot.isTaken) continue;
-        if (slot.ring == nullptr) {
-            std::string error;
-            QxMapping pages = m_recording->MapRing(number, error);
-            if (!pages) {
-                ReportOnce(error);
-                return nullptr;
-            }
-            // Processes that start one after the other use different lanes first, so that calls of two of them that
-            // are traced together rarely have the same time.
-            const std::size_t lane = (number + 16 * static_cast<std::size_t>(::getpid())) % kSlotCount;
-            slot.ring = std::make_unique<QxRing>(GeometryOf(m_options), m_recording->SlotWords(number),
-                                                 std::move(pages), number, static_cast<unsigned>(lane),
-                                                 m_options.mode == qx::recorder::Mode::Discard);
-            m_rings[number].store(slot.ring.get(), std::memory_order_release);
-        }
-        return &slot;
+        return (slot.ring != nullptr || MakeRing(number)) ? &slot : nullptr;
     }
     return nullptr;
+}
+
+bool QxRecorder::MakeRing(std::size_t number) {
+    std::string error;
+    QxMapping pages = m_recording->MapRing(number, error);
+    if (!pages) {
+        ReportOnce(error);
+        return false;
+    }
+    // Processes that start one after the other use different lanes first, so that calls of two of them that are traced
+    // together rarely have the same time.
+    const std::size_t lane = (number + 16 * static_cast<std::size_t>(::getpid())) % kSlotCount;
+    std::unique_ptr<QxRing>& ring = m_slots[number].ring;
+    ring = std::make_unique<QxRing>(m_options.Geometry(), m_recording->SlotWords(number), std::move(pages), number,
+                                    static_cast<unsigned>(lane), m_options.RefusesWhenFull());
+    m_rings[number].store(ring.get(), std::memory_order_release);
+    return true;
 }
 
 void QxRecorder::OnThreadEnd(void* ring) {
@@ -373,14 +311,8 @@ void QxRecorder::NameThread(const std::string& name) {
     t_state.isNamed = true;
     const Section section(*this);
     if (!section || t_state.ring == nullptr) return;
-    const std::uint32_t number = NameNumber(t_state.name);
-    t_state.ring->Rename(number);
+    t_state.ring->Rename(m_dictionary.NumberName(t_state.name));
     m_slots[t_state.ring->Slot()].threadName = t_state.name;
-}
-
-std::uint32_t QxRecorder::NameNumber(const std::string& name) {
-    std::uint32_t number = 0;
-    return Intern(kMetaName, name, 0, number) ? number : 0;
 }
 
 // A child that was forked within the recorder has still its parent's recording, where it writes nothing: it records all
@@ -389,38 +321,12 @@ bool QxRecorder::Append(MetaKind kind, const std::string& content) {
     return t_state.isForked || (m_recording != nullptr && m_recording->AppendMetadata(kind, content));
 }
 
-bool QxRecorder::Intern(MetaKind kind, const std::string& content, std::size_t parts, std::uint32_t& number) {
-    const auto key = std::make_pair(kind, content);
-    const auto found = m_numbers.find(key);
-    if (found != m_numbers.end()) {
-        number = found->second;
-        return true;
-    }
-    const bool isLocation = kind == kMetaLocation;
-    const bool isName = kind == kMetaName;
-    std::uint32_t& count = isLocation ? m_locationCount : isName ? m_nameCount : m_descriptorCount;
-    if (count >= (isLocation ? kMaxLocations : isName ? kMaxNames : kMaxDescriptors)) return false;
-    if (parts > kMaxParts - m_partCount) return false;
-    // What may run out of memory comes first.
-    Numbers added{{key, count + 1}};
-    m_metadata.push_back(key);
-    if (!Append(kind, content)) {
-        m_metadata.pop_back();
-        return false;
-    }
-    m_numbers.merge(added);
-    m_metadataSize += QxRecording::MetadataSize(content);
-    m_partCount += parts;
-    number = ++count;
-    return true;
-}
-
 std::uint32_t QxRecorder::Register(detail::Site& site, const char* package, const char* method,
                                    detail::Describe describe) {
     const Section section(*this);
     try {
-        std::uint32_t number = 0;
-        if (!InternSite(site, package, method, describe, number)) {
+        std::uint32_t number = m_dictionary.NumberSite(site, package, method, describe);
+        if (number == 0) {
             ReportOnce("no room to describe a call site, its calls are refused");
             number = kRefusedSite;
         }
@@ -429,18 +335,6 @@ std::uint32_t QxRecorder::Register(detail::Site& site, const char* package, cons
     } catch (const std::exception&) {
         return kRefusedSite;  // out of memory: the next call tries again
     }
-}
-
-bool QxRecorder::InternSite(const detail::Site& site, const char* package, const char* method,
-                            detail::Describe describe, std::uint32_t& number) {
-    detail::Location location;
-    describe(location);
-    for (const detail::Descriptor& descriptor : location.descriptors) {
-        const std::size_t parts = descriptor.members.size();
-        if (!Intern(kMetaDescriptor, EncodeDescriptor(descriptor), parts, number)) return false;
-    }
-    const std::string content = EncodeLocation(site, location, package, method);
-    return Intern(kMetaLocation, content, location.arguments.size(), number);
 }
 
 QxRecorder::Counters QxRecorder::GetCounters() {

@@ -1,4 +1,4 @@
-// The recorder of the calling process: hands rings to threads, numbers call sites and thread names, and makes the
+// The recorder of the calling process: hands rings to threads, has call sites and thread names numbered, and makes the
 // recording when the first thread records. One object serves the whole process.
 #pragma once
 
@@ -6,13 +6,14 @@
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
+#include "QxDictionary.h"
 #include "QxLayout.h"
+#include "QxOptions.h"
 #include "QxRecording.h"
 #include "QxRing.h"
 #include "qx/recorder.h"
@@ -55,8 +56,6 @@ public:
 private:
     class Section;
 
-    using Numbers = std::map<std::pair<qxlayout::MetaKind, std::string>, std::uint32_t>;
-
     // A ring and who has it.
     struct Slot {
         std::unique_ptr<QxRing> ring;
@@ -78,6 +77,7 @@ private:
     void Attach();
     bool EnsureRecording();
     Slot* FreeSlot();
+    bool MakeRing(std::size_t number);
     void Detach(QxRing* ring);
     void LeaveRecording();
     void FreeRecording();
@@ -86,28 +86,17 @@ private:
     void TakeRefusedInside();
     void ShareRefused();
     void ReportOnce(const std::string& error);
-    std::uint32_t NameNumber(const std::string& name);
     bool Append(qxlayout::MetaKind kind, const std::string& content);
-    bool InternSite(const qx::recorder::detail::Site& site, const char* package, const char* method,
-                    qx::recorder::detail::Describe describe, std::uint32_t& number);
-    bool Intern(qxlayout::MetaKind kind, const std::string& content, std::size_t parts, std::uint32_t& number);
 
     std::mutex m_mutex;       // guards all below but the atomics; taken by Enter
     bool m_isLeft = false;    // whether rings and recording are those of a parent, to be freed
     bool m_isUsable = false;  // whether the end of a thread and a fork will be noticed; constant
-    Options m_options;
+    QxOptions m_options;
     std::unique_ptr<QxRecording> m_recording;
     std::string m_reported;
     std::array<Slot, qxlayout::kSlotCount> m_slots;
     std::uint32_t m_nextSerial = 1;
-    // All metadata that was ever recorded, by kind and content, in order: a forked child records it anew.
-    std::vector<std::pair<qxlayout::MetaKind, std::string>> m_metadata;
-    Numbers m_numbers;
-    std::size_t m_metadataSize = 0;  // bytes that all metadata takes
-    std::uint32_t m_locationCount = 0;
-    std::uint32_t m_nameCount = 0;
-    std::uint32_t m_descriptorCount = 0;
-    std::size_t m_partCount = 0;  // arguments and members
+    QxDictionary m_dictionary;
 
     std::array<std::atomic<QxRing*>, qxlayout::kSlotCount> m_rings{};  // those of the slots
     std::atomic<std::uint64_t> m_refused{0};     // calls of threads without a ring, not in the recording's count yet
