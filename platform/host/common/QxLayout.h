@@ -160,8 +160,9 @@ struct Geometry {
     std::uint64_t FileSize() const { return RingOffset(kSlotCount); }
 };
 
-// Stores a value that a reader outside this process must see whole.
-inline void Publish(SharedWord* twice, Word value) {
+// Stores a value that a reader outside this process must see whole, into two shared words.
+template <class AnyWord>
+void Publish(AnyWord* twice, Word value) {
     twice[0].store(value, std::memory_order_release);
     twice[1].store(value, std::memory_order_release);
 }

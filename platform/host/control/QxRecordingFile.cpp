@@ -9,6 +9,7 @@
 #include <cstring>
 
 #include "QxBytes.h"
+#include "QxSettled.h"
 #include "QxSignalGuard.h"
 
 namespace qxhost {
@@ -16,9 +17,6 @@ namespace qxhost {
 using namespace qxlayout;
 
 namespace {
-
-// So often in a row a value is only caught in the middle of a store where somebody makes a game of it.
-constexpr int kMaxAttempts = 10000;
 
 // FIFOs must not block.
 constexpr int kOpenFlags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
@@ -103,29 +101,8 @@ std::uint64_t QxRecordingFile::ReadRefused() const {
     return refused;
 }
 
-// A copy may catch a value in the middle of a store, so it counts when it agrees with its second store. A writer that
-// was killed or stopped between the two leaves them different; then the value stands still, and a copy that is like the
-// one before was not caught in a store either. The first store is valid by itself.
-template <std::size_t Count>
-std::array<std::uint64_t, Count> QxRecordingFile::ReadSettled(std::uint64_t offset,
-                                                              std::initializer_list<std::size_t> pairs) const {
-    std::array<std::uint64_t, Count> words{};
-    std::array<std::uint64_t, Count> before{};
-    for (int attempt = 0; attempt < kMaxAttempts; ++attempt) {
-        Read(offset, words.data(), sizeof(words));
-        bool isSettled = true;
-        for (const std::size_t pair : pairs) {
-            const bool isStill = attempt > 0 && words[pair] == before[pair] && words[pair + 1] == before[pair + 1];
-            isSettled = isSettled && (words[pair] == words[pair + 1] || isStill);
-        }
-        if (isSettled) return words;
-        before = words;
-    }
-    throw QxDamage("a position does not settle");
-}
-
 std::size_t QxRecordingFile::ReadMetaUsed() const {
-    const auto used = ReadSettled<2>(kHeaderMetaUsed * sizeof(Word), {0});
+    const auto used = ReadSettled<2>(*this, kHeaderMetaUsed * sizeof(Word), {0});
     if (used[0] > m_geometry.metaSize) throw QxDamage("its metadata has no valid size");
     return static_cast<std::size_t>(used[0]);
 }
@@ -134,20 +111,6 @@ std::string QxRecordingFile::ReadMeta(std::size_t offset, std::size_t size) cons
     std::string bytes(size, '\0');
     if (size != 0) Read(Geometry::MetaOffset() + offset, &bytes[0], size);
     return bytes;
-}
-
-QxRecordingFile::Slot QxRecordingFile::ReadSlot(std::size_t slot) const {
-    return ReadSettled<kSlotWords>(Geometry::SlotOffset(slot), {kSlotCommitted, kSlotOpened});
-}
-
-void QxRecordingFile::ReadPages(std::size_t slot, std::uint64_t firstPage, std::size_t count,
-                                std::uint64_t* out) const {
-    const std::size_t place = static_cast<std::size_t>(firstPage % m_geometry.pageCount);
-    const std::size_t untilEnd = std::min(count, m_geometry.pageCount - place);
-    const std::uint64_t ring = m_geometry.RingOffset(slot);
-    Read(ring + place * m_geometry.pageSize, out, untilEnd * m_geometry.pageSize);
-    if (untilEnd == count) return;
-    Read(ring, out + untilEnd * m_geometry.PageWords(), (count - untilEnd) * m_geometry.pageSize);
 }
 
 void QxRecordingFile::WriteConsumed(std::size_t slot, std::uint64_t position) const {

@@ -8,13 +8,14 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <utility>
 
+#include "IQxByteSource.h"
 #include "QxFd.h"
 #include "QxFileName.h"
 #include "QxLayout.h"
+#include "QxRingView.h"
 
 namespace qxhost {
 
@@ -23,10 +24,8 @@ struct QxOpenFailure {
     int error;  // as errno has it
 };
 
-class QxRecordingFile {
+class QxRecordingFile final : public IQxByteSource {
 public:
-    using Slot = std::array<std::uint64_t, qxlayout::kSlotWords>;
-
     // Tells files apart, whatever their names. Of a file that is held open, as long as it is.
     using Id = std::pair<dev_t, ino_t>;
     static Id IdOf(const struct stat& status) { return {status.st_dev, status.st_ino}; }
@@ -49,6 +48,8 @@ public:
     // Whether the file is still in some directory.
     bool HasName() const;
 
+    void Read(std::uint64_t offset, void* out, std::size_t size) const override;
+
     // Calls of threads that had no slot.
     std::uint64_t ReadRefused() const;
 
@@ -56,22 +57,16 @@ public:
     std::size_t ReadMetaUsed() const;
     std::string ReadMeta(std::size_t offset, std::size_t size) const;
 
-    // The words of a slot. Of the values that are stored twice, the first one is whole.
-    Slot ReadSlot(std::size_t slot) const;
-
-    // Copies a run of pages of a slot's ring, by their places in it, to `out`. The run may go over the ring's end.
-    void ReadPages(std::size_t slot, std::uint64_t firstPage, std::size_t count, std::uint64_t* out) const;
+    // The ring of a slot. The file must outlive it.
+    QxRingView Ring(std::size_t slot) const { return {*this, m_geometry, slot}; }
 
     // Tells the recorder that it may use again what lies before the position. Best effort: a ring that overwrites does
     // not care, and one that refuses goes on refusing.
     void WriteConsumed(std::size_t slot, std::uint64_t position) const;
 
 private:
-    void Read(std::uint64_t offset, void* out, std::size_t size) const;
     void ReadStatus(struct stat& status);
     std::array<std::uint64_t, qxlayout::kHeaderWords> ReadHeader();
-    template <std::size_t Count>
-    std::array<std::uint64_t, Count> ReadSettled(std::uint64_t offset, std::initializer_list<std::size_t> pairs) const;
 
     QxFileName m_name;
     QxFd m_fd;

@@ -96,12 +96,13 @@ void QxRecordingReader::ReadSlot(std::size_t number, std::size_t& bytesToRetry, 
 // False when the ring was overrun meanwhile.
 bool QxRecordingReader::TryReadSlot(std::size_t number, const Target& target) {
     Slot& slot = (*m_state)[number];
-    const QxRecordingFile::Slot words = m_file.ReadSlot(number);
+    const QxRingView ring = m_file.Ring(number);
+    const QxRingView::Slot words = ring.ReadSlot();
     // Read after the slot: a call site is recorded before its first call.
     m_metadata.Update(m_file);
     target.catalog.Take(m_metadata, m_view);
     QxRingReader::Batch batch;
-    if (!slot.ring.Read(m_file, number, words, batch)) return false;
+    if (!slot.ring.Read(ring, words, batch)) return false;
     slot.loss.refused = words[kSlotRefused];
     slot.loss.exitsRefused = words[kSlotExitsRefused];
     TakeBatch(slot, batch, target);

@@ -37,8 +37,8 @@ struct Listed {
 std::uint64_t LastTime(const QxRecordingFile& file) {
     std::uint64_t last = 0;
     for (std::size_t slot = 0; slot < qxlayout::kSlotCount; ++slot) {
-        const QxRecordingFile::Slot words = file.ReadSlot(slot);
-        last = std::max(last, QxRingReader::LastTime(file, slot, words));
+        const QxRingView ring = file.Ring(slot);
+        last = std::max(last, QxRingReader::LastTime(ring, ring.ReadSlot()));
     }
     return last;
 }

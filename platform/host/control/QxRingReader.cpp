@@ -15,15 +15,14 @@ constexpr std::uint64_t kMaxPosition = std::uint64_t{1} << 56;
 
 }  // namespace
 
-bool QxRingReader::Read(const QxRecordingFile& file, std::size_t slotNumber, const QxRecordingFile::Slot& slot,
-                        Batch& batch) {
-    const std::uint64_t capacity = file.Geometry().PageCapacity();
+bool QxRingReader::Read(const QxRingView& ring, const QxRingView::Slot& slot, Batch& batch) {
+    const std::uint64_t capacity = ring.Geometry().PageCapacity();
     CheckSlot(slot, capacity);
     const std::uint64_t end = slot[kSlotCommitted];
     if (end == m_position) return true;
     Copy copy;
     std::uint64_t firstIntact = 0;
-    if (!CopyPages(file, slotNumber, slot, copy, firstIntact)) return false;
+    if (!CopyPages(ring, slot, copy, firstIntact)) return false;
     for (std::uint64_t page = firstIntact; page <= copy.lastPage; ++page) {
         if (copy.Page(page)[kPageNumber] != page) throw QxDamage("a page is not the one that belongs there");
     }
@@ -35,19 +34,18 @@ bool QxRingReader::Read(const QxRecordingFile& file, std::size_t slotNumber, con
 }
 
 // Reads no more than the pages that the last item, however large, may lie in.
-std::uint64_t QxRingReader::LastTime(const QxRecordingFile& file, std::size_t slotNumber,
-                                     const QxRecordingFile::Slot& slot) {
-    const std::uint64_t capacity = file.Geometry().PageCapacity();
+std::uint64_t QxRingReader::LastTime(const QxRingView& ring, const QxRingView::Slot& slot) {
+    const std::uint64_t capacity = ring.Geometry().PageCapacity();
     const std::uint64_t pages = (1 + WordsFor(kMaxPayload)) / capacity + 2;
     const std::uint64_t lastPage = slot[kSlotCommitted] / capacity;
     QxRingReader reader;
     reader.m_firstPage = lastPage > pages ? lastPage - pages : 0;
     Batch batch;
-    reader.Read(file, slotNumber, slot, batch);
+    reader.Read(ring, slot, batch);
     return reader.m_base;
 }
 
-void QxRingReader::CheckSlot(const QxRecordingFile::Slot& slot, std::uint64_t capacity) const {
+void QxRingReader::CheckSlot(const QxRingView::Slot& slot, std::uint64_t capacity) const {
     const bool isInRange = slot[kSlotOpened] < kMaxPosition / capacity && slot[kSlotCommitted] < kMaxPosition;
     if (!isInRange || slot[kSlotCommitted] > slot[kSlotOpened] * capacity || slot[kSlotCommitted] < m_position) {
         throw QxDamage("a ring's position makes no sense");
@@ -56,19 +54,19 @@ void QxRingReader::CheckSlot(const QxRecordingFile::Slot& slot, std::uint64_t ca
 
 // Copies all that is new, then looks how far the writer came meanwhile: pages that it began to use again are not
 // intact.
-bool QxRingReader::CopyPages(const QxRecordingFile& file, std::size_t slotNumber, const QxRecordingFile::Slot& slot,
-                             Copy& copy, std::uint64_t& firstIntact) const {
-    const std::uint64_t capacity = file.Geometry().PageCapacity();
-    const std::uint64_t pageCount = file.Geometry().pageCount;
+bool QxRingReader::CopyPages(const QxRingView& ring, const QxRingView::Slot& slot, Copy& copy,
+                             std::uint64_t& firstIntact) const {
+    const std::uint64_t capacity = ring.Geometry().PageCapacity();
+    const std::uint64_t pageCount = ring.Geometry().pageCount;
     const auto oldest = [pageCount](std::uint64_t opened) { return opened > pageCount ? opened - pageCount : 0; };
     copy.firstPage = std::max({m_firstPage, m_position / capacity, oldest(slot[kSlotOpened])});
     copy.lastPage = (slot[kSlotCommitted] - 1) / capacity;
-    copy.pageWords = file.Geometry().PageWords();
+    copy.pageWords = ring.Geometry().PageWords();
     if (copy.lastPage < copy.firstPage) return false;
     const std::size_t count = static_cast<std::size_t>(copy.lastPage - copy.firstPage + 1);
     copy.words.resize(count * copy.pageWords);
-    file.ReadPages(slotNumber, copy.firstPage, count, copy.words.data());
-    const QxRecordingFile::Slot after = file.ReadSlot(slotNumber);
+    ring.ReadPages(copy.firstPage, count, copy.words.data());
+    const QxRingView::Slot after = ring.ReadSlot();
     if (after[kSlotOpened] < slot[kSlotOpened]) throw QxDamage("a ring's position went back");
     firstIntact = std::max(copy.firstPage, oldest(after[kSlotOpened]));
     return firstIntact <= copy.lastPage;

@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "QxRecordingFile.h"
+#include "QxRingView.h"
 
 namespace qxhost {
 
@@ -39,11 +39,10 @@ public:
 
     // Reads on up to what the slot says is complete. False when the writer went through the whole ring meanwhile: then
     // nothing was read, and reading may be tried again with the slot as it is by then. Throws QxDamage.
-    bool Read(const QxRecordingFile& file, std::size_t slotNumber, const QxRecordingFile::Slot& slot, Batch& batch);
+    bool Read(const QxRingView& ring, const QxRingView::Slot& slot, Batch& batch);
 
     // The time of the last item in a ring, 0 for none or when it cannot be told. Throws QxDamage.
-    static std::uint64_t LastTime(const QxRecordingFile& file, std::size_t slotNumber,
-                                  const QxRecordingFile::Slot& slot);
+    static std::uint64_t LastTime(const QxRingView& ring, const QxRingView::Slot& slot);
 
 private:
     // A run of whole pages, headers included.
@@ -57,9 +56,8 @@ private:
         }
     };
 
-    void CheckSlot(const QxRecordingFile::Slot& slot, std::uint64_t capacity) const;
-    bool CopyPages(const QxRecordingFile& file, std::size_t slotNumber, const QxRecordingFile::Slot& slot, Copy& copy,
-                   std::uint64_t& firstIntact) const;
+    void CheckSlot(const QxRingView::Slot& slot, std::uint64_t capacity) const;
+    bool CopyPages(const QxRingView& ring, const QxRingView::Slot& slot, Copy& copy, std::uint64_t& firstIntact) const;
     void SkipTo(const Copy& copy, std::uint64_t page, std::uint64_t capacity, Batch& batch);
     void Flatten(const Copy& copy, std::uint64_t capacity, std::uint64_t end, Batch& batch) const;
     void CheckPages(const Copy& copy, std::uint64_t capacity, std::uint64_t& page) const;

@@ -237,10 +237,11 @@ bool QxRecorder::MakeRing(std::size_t number) {
     // Processes that start one after the other use different lanes first, so that calls of two of them that are traced
     // together rarely have the same time.
     const std::size_t lane = (number + 16 * static_cast<std::size_t>(::getpid())) % kSlotCount;
-    std::unique_ptr<QxRing>& ring = m_slots[number].ring;
-    ring = std::make_unique<QxRing>(m_options.Geometry(), m_recording->SlotWords(number), std::move(pages), number,
-                                    static_cast<unsigned>(lane), m_options.RefusesWhenFull());
-    m_rings[number].store(ring.get(), std::memory_order_release);
+    Slot& slot = m_slots[number];
+    slot.ring = std::make_unique<QxRing>(m_options.Geometry(), m_recording->SlotWords(number), pages.Words(0), number,
+                                         static_cast<unsigned>(lane), m_options.RefusesWhenFull());
+    slot.pages = std::move(pages);
+    m_rings[number].store(slot.ring.get(), std::memory_order_release);
     return true;
 }
 
@@ -288,6 +289,7 @@ void QxRecorder::LeaveRecording() {
 void QxRecorder::FreeRecording() {
     for (Slot& slot : m_slots) {
         slot.ring.reset();
+        slot.pages = QxMapping();
         slot.isTaken = false;
     }
     m_recording.reset();

@@ -13,6 +13,7 @@
 
 #include "QxDictionary.h"
 #include "QxLayout.h"
+#include "QxMapping.h"
 #include "QxOptions.h"
 #include "QxRecording.h"
 #include "QxRing.h"
@@ -58,7 +59,8 @@ private:
 
     // A ring and who has it.
     struct Slot {
-        std::unique_ptr<QxRing> ring;
+        QxMapping pages;
+        std::unique_ptr<QxRing> ring;  // writes into the pages
         bool isTaken = false;
         std::string threadName;
     };
