@@ -1,6 +1,7 @@
 // The recorder and the decoder share no code: what a program records comes out of the decoder as it went in, and what
 // is left of a dump that was cut or changed is still read.
 #include <qx/recorder.h>
+#include <time.h>
 
 #include <random>
 #include <stdexcept>
@@ -247,6 +248,16 @@ TEST_F(DamagedDumpTest, EveryChangedByteIsBorne) {
             ASSERT_LE(DecodeDamaged(changed).size(), m_bytes.size());
         }
     }
+}
+
+TEST_F(RoundTripTest, PausesLongerThanADeltaHoldsAreKept) {
+    // 4.3 s of pause are not waited for: the first item of a ring has the same form, its time is counted from boot.
+    Run("traced", [] { QX_LOG("p", "Log", 0u, 0u); });
+    struct timespec now {};
+    ::clock_gettime(CLOCK_MONOTONIC, &now);
+    const DecodedDump dump = Dump("traced", true);
+    const auto nowNs = static_cast<unsigned long long>(now.tv_sec) * 1000000000u;
+    EXPECT_GT(dump.calls.at(0).time + 60000000000u, nowNs);
 }
 
 }  // namespace
