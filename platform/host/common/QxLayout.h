@@ -72,7 +72,7 @@ enum PageWord : std::size_t {
     kPageBase,     // base time of the first item that starts here or later
     kPageEntries,  // entries before that item
     kPageExits,    // exits before that item
-    kPageThread,   // the thread that writes it: serial number << 32 | number of its name
+    kPageThread,   // the thread that writes it, see ThreadWord
     kPageTail,     // words from the page's start on that finish an item begun before; may exceed the page
     kPageHeaderWords
 };
@@ -121,6 +121,17 @@ constexpr Word DeltaOf(Word head) {
 }
 constexpr std::size_t WordsFor(std::size_t bytes) {
     return (bytes + sizeof(Word) - 1) / sizeof(Word);
+}
+
+// A thread as a ring tells of it: its serial number and the number of its name.
+constexpr Word ThreadWord(std::uint32_t serial, std::uint32_t name) {
+    return static_cast<Word>(serial) << 32 | name;
+}
+constexpr std::uint32_t SerialOf(Word thread) {
+    return static_cast<std::uint32_t>(thread >> 32);
+}
+constexpr std::uint32_t NameOf(Word thread) {
+    return static_cast<std::uint32_t>(thread);
 }
 
 // Records of the metadata region: length (32 bits) of what follows, kind (1 byte), content. Locations and names are

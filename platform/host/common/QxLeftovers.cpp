@@ -13,13 +13,13 @@
 #include <utility>
 #include <vector>
 
-#include "QxRecordingClock.h"
 #include "QxDirectory.h"
 #include "QxFd.h"
 #include "QxFileName.h"
 #include "QxLayout.h"
 #include "QxOwners.h"
 #include "QxProcessInfo.h"
+#include "QxRecordingClock.h"
 #include "QxSignalGuard.h"
 
 namespace qxhost {

@@ -2,8 +2,8 @@
 
 #include <qx/api.h>
 
-#include "QxRecordingClock.h"
 #include "QxControl.h"
+#include "QxRecordingClock.h"
 #include "QxRecordings.h"
 #include "QxRuntimeDir.h"
 

@@ -1,8 +1,8 @@
 #include "QxRecordingReader.h"
 
-#include "QxRecordingClock.h"
 #include "QxDumpFormat.h"
 #include "QxLossMath.h"
+#include "QxRecordingClock.h"
 
 namespace qxhost {
 
@@ -21,13 +21,6 @@ constexpr std::size_t kMaxOpenCost = 4 << 20;
 
 // Entry times may run a little ahead of the clock to stay apart; one that is further ahead is no time.
 constexpr std::uint64_t kClockSlackNs = 1000000000;
-
-std::uint32_t SerialOf(std::uint64_t thread) {
-    return static_cast<std::uint32_t>(thread >> 32);
-}
-std::uint32_t NameOf(std::uint64_t thread) {
-    return static_cast<std::uint32_t>(thread & 0xFFFFFFFF);
-}
 
 }  // namespace
 

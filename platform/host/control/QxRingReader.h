@@ -17,7 +17,7 @@ public:
         enum class Kind { Entry, Log, Exit, LostExit, Thread };
         Kind kind = Kind::Entry;
         std::uint64_t time = 0;
-        std::uint64_t thread = 0;    // serial number << 32 | number of the name
+        std::uint64_t thread = 0;    // see qxlayout::ThreadWord
         std::uint64_t ordinal = 0;   // of the entry that is made or that returns: the ring's first one is 1
         std::uint32_t location = 0;  // of an entry or log item
         const char* payload = nullptr;

@@ -28,7 +28,7 @@ QxBasicRing<Traits>::QxBasicRing(const Geometry& geometry, SharedWord* slotWords
 
 template <class Traits>
 void QxBasicRing<Traits>::Attach(std::uint32_t serial, std::uint32_t nameId, std::uint32_t attachment) {
-    m_nextThread = static_cast<std::uint64_t>(serial) << 32 | nameId;
+    m_nextThread = ThreadWord(serial, nameId);
     m_attachment = attachment;
     m_endedElsewhere.store(static_cast<std::uint64_t>(attachment) << 32, std::memory_order_relaxed);
     m_openCalls = 0;
@@ -50,7 +50,7 @@ std::uint64_t QxBasicRing<Traits>::OpenCalls() const {
 
 template <class Traits>
 void QxBasicRing<Traits>::Rename(std::uint32_t nameId) {
-    m_nextThread = (m_nextThread & ~std::uint64_t{0xFFFFFFFF}) | nameId;
+    m_nextThread = ThreadWord(SerialOf(m_nextThread), nameId);
 }
 
 template <class Traits>

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "QxBasicRing.h"
-#include "QxRecordingClock.h"
 #include "QxLayout.h"
+#include "QxRecordingClock.h"
 
 namespace qxhost {
 

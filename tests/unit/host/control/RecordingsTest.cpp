@@ -7,9 +7,9 @@
 #include <unistd.h>
 
 #include "HostTest.h"
-#include "QxRecordingClock.h"
 #include "QxFileName.h"
 #include "QxProcessInfo.h"
+#include "QxRecordingClock.h"
 #include "RecordingLog.h"
 
 namespace {

@@ -69,7 +69,7 @@ TEST_F(RecordedValuesTest, IntegersOfEverySize) {
               (std::vector<std::string>{"bool", "char", "short", "short", "unsigned int", longest, "unsigned char"}));
     EXPECT_EQ(location.args.argSize, (std::vector<unsigned>{1, 1, 2, 2, 4, 8, 1}));
     EXPECT_EQ(location.packageName, "p");
-    EXPECT_EQ(location.srcCodeFileRaw, "RecorderTest.cpp");
+    EXPECT_EQ(location.srcCodeFileRaw, "RecordedValuesTest.cpp");
     EXPECT_EQ(location.args.retType, "void");
     EXPECT_GT(call.time, 0u);
     EXPECT_GT(call.exitTime, 0u);
