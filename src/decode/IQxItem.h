@@ -1,6 +1,6 @@
 // A decoder of one kind of item. To add a kind: derive from this class, give its tag a name in QxFormat.h, and add a
-// line to QxKinds.cpp. A decoder that leaves its item out and goes on calls DropItem: the item's bytes then count as not
-// decoded.
+// line to QxKinds.cpp. A decoder that leaves its item out and goes on calls DropItem: the item's bytes then count as
+// not decoded.
 #pragma once
 
 #include <vector>

@@ -12,6 +12,11 @@ IQxData& QxDecodeContext::Store() const {
     throw QxError::PERR_INVALID_SIZE;
 }
 
+void QxDecodeContext::SetStore(std::shared_ptr<IQxData> data) {
+    m_access = QxStoreAccess(*data);
+    m_data = std::move(data);
+}
+
 void QxDecodeContext::BeginDump(std::size_t size) {
     m_log.Begin();
     m_budget.BeginDump(size);

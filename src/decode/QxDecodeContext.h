@@ -13,6 +13,7 @@
 #include "QxDecodeLog.h"
 #include "QxDumpBudget.h"
 #include "QxOrigins.h"
+#include "QxStoreAccess.h"
 #include "QxUsedBytes.h"
 
 class QxDecodeContext {
@@ -25,6 +26,11 @@ public:
     IQxData& Store() const;
     // The store, shared; null until a dump came with one.
     const std::shared_ptr<IQxData>& Data() const { return m_data; }
+    // The same without copies. Throws as Store does.
+    const QxStoreAccess& Access() const {
+        if (m_data == nullptr) Store();
+        return m_access;
+    }
 
     QxDecodeLog& Log() { return m_log; }
     QxDumpBudget& Budget() { return m_budget; }
@@ -72,7 +78,9 @@ protected:
     // The place of a dump that the item being decoded unpacks to. The item itself no longer counts.
     QxOrigin BeginUnpacked(std::size_t size);
 
-    std::shared_ptr<IQxData> m_data;
+    // Takes the store that decoders write to from now on.
+    void SetStore(std::shared_ptr<IQxData> data);
+
     Bytes m_dump{nullptr, nullptr};  // being parsed; null outside a dump
     QxOrigin m_origin;               // of its first byte
     Item m_item;
@@ -80,6 +88,8 @@ protected:
 private:
     bool IsInDump(const char* p) const;
 
+    std::shared_ptr<IQxData> m_data;
+    QxStoreAccess m_access;  // to m_data
     QxDecodeLog m_log;
     QxDumpBudget m_budget{m_log};
     QxUsedBytes m_used;

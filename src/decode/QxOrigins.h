@@ -37,6 +37,9 @@ public:
     Piece PieceAt(std::size_t offset, std::size_t size) const;
 
 private:
+    std::size_t IndexAt(std::size_t offset) const;
+
     std::vector<Piece> m_pieces;  // in order, without gaps
     std::size_t m_size = 0;
+    mutable std::size_t m_recent = 0;  // the piece that was asked for last
 };

@@ -43,7 +43,7 @@ void QxParser::DropJoined() {
 }
 
 int QxParser::Parse(std::pair<int, char*>& dump, std::shared_ptr<IQxData> data) {
-    if (data) m_data = std::move(data);
+    if (data) SetStore(std::move(data));
     if (dump.first <= 0) return dump.first == 0 ? 1 : 0;
     const Restore<Bytes> restoreDump(m_dump);
     if (m_nesting == 0) {
@@ -165,7 +165,7 @@ bool QxParser::Trace() {
 bool QxParser::RunScript() {
     try {
         IQxData::_HSScript* slot = nullptr;
-        if (m_data == nullptr || m_data->GetScript(&slot) == nullptr || *slot == nullptr) return false;
+        if (Data() == nullptr || Data()->GetScript(&slot) == nullptr || *slot == nullptr) return false;
         const auto script = m_scripts.find((*slot)->name);
         if (script == m_scripts.end()) return false;
         script->second->Trace(this);

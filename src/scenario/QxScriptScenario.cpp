@@ -18,8 +18,8 @@ IQxData::_HSScriptPtr* RootOf(IQxData& store) {
     return store.GetScript(&slot) == nullptr ? nullptr : *slot;
 }
 
-const std::string& CallerName(IQxData& store, const IQxData::HSCall& call, QxLocation& scratch) {
-    return FetchLocation(store, call.locId, call.pid, scratch).site.callerName;
+const std::string& CallerName(const QxStoreAccess& store, const IQxData::HSCall& call, QxLocation& scratch) {
+    return store.Location(call.locId, call.pid, scratch).site.callerName;
 }
 
 void ReportNameless(const std::string& actionName) {
@@ -39,21 +39,21 @@ int QxScriptScenario::Trace(QxParser* parser) {
     }
     // Each pass subscribes anew, and what is wrong with a script is told once.
     qxscript::Subscribe(*root, m_Subscribers, [&](const IQxData::_HSScriptPtr& method, const std::string& actionName) {
-        if (IsFirstReport(*store, method)) ReportNameless(actionName);
+        if (parser->Access().IsFirstReport(method)) ReportNameless(actionName);
     });
-    for (Visited& visited : Snapshot(*store, parser->Observer())) Visit(visited, parser);
+    for (Visited& visited : Snapshot(*parser)) Visit(visited, parser);
     m_Key = 0;
     return 1;
 }
 
 // Copies the calls that something is subscribed to. Callbacks run later in the pass and may change the store: the pass
 // goes on over the calls that stood there when it began.
-std::vector<QxScriptScenario::Visited> QxScriptScenario::Snapshot(IQxData& store, IQxEventObserver* observer) const {
+std::vector<QxScriptScenario::Visited> QxScriptScenario::Snapshot(const QxParser& parser) const {
     std::vector<Visited> snapshot;
     QxLocation scratch;
-    for (const auto& entry : *store.GetCallIMap()) {
-        const std::string& method = CallerName(store, entry.second, scratch);
-        if (observer != nullptr) observer->OnCall(entry.first, entry.second, method);
+    for (const auto& entry : *parser.Store().GetCallIMap()) {
+        const std::string& method = CallerName(parser.Access(), entry.second, scratch);
+        if (parser.Observer() != nullptr) parser.Observer()->OnCall(entry.first, entry.second, method);
         if (HasSubscriber(method)) snapshot.push_back({entry.first, entry.second});
     }
     return snapshot;
@@ -67,7 +67,7 @@ bool QxScriptScenario::HasSubscriber(const std::string& method) const {
 // The location is looked up again: a callback that cleared the store ends the matches of the calls that follow.
 void QxScriptScenario::Visit(Visited& visited, QxParser* parser) {
     QxLocation scratch;
-    const std::string method = CallerName(parser->Store(), visited.call, scratch);
+    const std::string method = CallerName(parser->Access(), visited.call, scratch);
     m_Key = visited.key;
     const auto end = m_Subscribers.end();
     for (auto entry = m_Subscribers.lower_bound(method); entry != end; ++entry) {

@@ -49,7 +49,7 @@ private:
     };
 
     bool HasSubscriber(const std::string& method) const;
-    std::vector<Visited> Snapshot(IQxData& store, IQxEventObserver* observer) const;
+    std::vector<Visited> Snapshot(const QxParser& parser) const;
     void Visit(Visited& visited, QxParser* parser);
     void PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
     void Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call,

@@ -1,5 +1,8 @@
 #include "QxData.h"
 
+#include <iterator>
+#include <utility>
+
 #include "QxCursor.h"
 #include "QxDebugPrint.h"
 #include "QxFormat.h"
@@ -33,6 +36,7 @@ void QxData::clear() {
     m_Events.clear();
     m_locations.clear();
     m_calls.clear();
+    m_spare.Clear();
     m_descriptors.clear();
     m_threads.clear();
     m_described.Clear();
@@ -40,11 +44,13 @@ void QxData::clear() {
     m_currentThread = 0;
     m_currentProcess.clear();
     m_threadTimes.clear();
+    m_currentTime = nullptr;
     m_currentPid = 0;
 }
 
 void QxData::clearCalls() {
     m_Events.clear();
+    m_spare.Refill(m_calls);
     m_calls.clear();
 }
 
@@ -131,15 +137,28 @@ void QxData::GetCompArgDesc(_HSCompArgDesc& out, std::string name) {
     out = CompArgDesc(name);
 }
 
-unsigned long long QxData::AddCall(HSCall&& call) {
+IQxData::HSCall& QxData::NewCall() {
+    if (m_newCall.empty()) m_newCall = m_spare.Take();
+    return m_newCall.mapped();
+}
+
+unsigned long long QxData::AddNewCall() {
     // The low digits keep calls of one time apart; a key that is taken all the same loses its call.
-    const unsigned long long key = call.time * kKeysPerTime + m_calls.size() % kKeysPerTime;
-    m_calls.insert_or_assign(key, std::move(call));
+    const unsigned long long key = m_newCall.mapped().time * kKeysPerTime + m_calls.size() % kKeysPerTime;
+    m_newCall.key() = key;
+    // Calls of one thread come in order, so that most stand behind all others. Where the key is taken nothing happens.
+    const auto place = m_calls.insert(m_calls.end(), std::move(m_newCall));
+    if (!m_newCall.empty()) {
+        place->second = std::move(m_newCall.mapped());
+        m_newCall = {};
+    }
     return key;
 }
 
 unsigned long long QxData::AppendBeforeCall(HSCall& call) {
-    return AddCall(HSCall(call));
+    HSCall copy(call);  // what may throw comes before what is filled in
+    NewCall() = std::move(copy);
+    return AddNewCall();
 }
 
 void QxData::AppendAfterCall(unsigned long long key, HSCall& call) {
@@ -147,8 +166,10 @@ void QxData::AppendAfterCall(unsigned long long key, HSCall& call) {
     if (found != m_calls.end()) found->second = call;
 }
 
+// A call that calls no other returns before another one is added.
 IQxData::HSCall& QxData::Call(unsigned long long key) {
-    const auto found = m_calls.find(key);
+    const bool isLast = !m_calls.empty() && std::prev(m_calls.end())->first == key;
+    const auto found = isLast ? std::prev(m_calls.end()) : m_calls.find(key);
     if (found == m_calls.end()) throw PERR_CALL_NOT_FOUND;
     return found->second;
 }
@@ -191,15 +212,22 @@ void QxData::ResetThreadTime() {
 }
 
 void QxData::SetThreadTime(unsigned long long time) {
-    m_threadTimes[m_currentThread] = time;
+    ThreadTime() = time;
 }
 
 unsigned long long QxData::GetThreadTime() {
-    return m_threadTimes[m_currentThread];
+    return ThreadTime();
+}
+
+// Looked up once for each change of the thread.
+unsigned long long& QxData::ThreadTime() {
+    if (m_currentTime == nullptr) m_currentTime = &m_threadTimes[m_currentThread];
+    return *m_currentTime;
 }
 
 void QxData::SetCurrentThread(unsigned short tid) {
     m_currentThread = tid;
+    m_currentTime = nullptr;
 }
 
 unsigned short QxData::GetCurrentThread() {

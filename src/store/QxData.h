@@ -7,12 +7,14 @@
 #include <map>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
 #include "IQxData.h"
 #include "QxDescriptionBudget.h"
 #include "QxLocation.h"
+#include "QxSpareCalls.h"
 
 class QxData : public IQxData {
 public:
@@ -60,8 +62,12 @@ public:
     const _HSCompArgDesc& CompArgDesc(const std::string& name);
     // Throws PERR_CALL_NOT_FOUND.
     HSCall& Call(unsigned long long key);
-    // As AppendBeforeCall, taking the call over.
-    unsigned long long AddCall(HSCall&& call);
+    // A call to fill in; its list `in` may hold values to write over. AddNewCall stores it, as AppendBeforeCall does,
+    // and comes before the next NewCall.
+    HSCall& NewCall();
+    unsigned long long AddNewCall();
+    // A list of arguments to fill, which may hold values to write over.
+    std::vector<HSICallArg> TakeList() { return m_spare.TakeList(); }
 
     // Whether something is told of this element of the script tree for the first time.
     bool IsFirstReport(const _HSScriptPtr& element) { return m_reported.insert(&element).second; }
@@ -83,6 +89,7 @@ private:
 
     static unsigned int LocationKey(unsigned int locId, unsigned short pid);
     void UpdateCurrentPID();
+    unsigned long long& ThreadTime();
 
     std::map<std::string, unsigned short> m_processes;
     std::string m_header[5];
@@ -90,13 +97,16 @@ private:
     std::set<const _HSScriptPtr*> m_reported;  // elements below it that something was told of
     std::string m_currentProcess;
     unsigned short m_currentPid = 0;  // of m_currentProcess in m_processes, looked up once per change
-    std::map<unsigned int, QxLocation> m_locations;
+    std::unordered_map<unsigned int, QxLocation> m_locations;
     std::map<unsigned long long, HSCall> m_calls;
+    QxSpareCalls m_spare;
+    QxSpareCalls::Map::node_type m_newCall;  // to fill in; empty when there is none
     std::map<std::string, Layout> m_descriptors;
     std::map<unsigned short, HSIThread> m_threads;
     QxDescriptionBudget m_described;  // what the three above hold
     std::map<unsigned short, unsigned long long> m_threadTimes;
     unsigned short m_currentThread = 0;
-    std::deque<unsigned long long> m_openCalls;  // the newest at the back
+    unsigned long long* m_currentTime = nullptr;  // among those above; null until it is asked for
+    std::deque<unsigned long long> m_openCalls;   // the newest at the back
     std::map<std::string, std::vector<std::pair<std::string, HSCall>>> m_Events;
 };

@@ -1,7 +1,6 @@
 #include "QxStoreAccess.h"
 
 #include <typeinfo>
-#include <utility>
 
 #include "QxData.h"
 #include "QxObservedData.h"
@@ -16,39 +15,48 @@ QxData* Own(IQxData& store) {
 
 }  // namespace
 
-const QxLocation& FetchLocation(IQxData& store, unsigned int locId, QxLocation& scratch) {
-    if (QxData* const own = Own(store)) return own->Location(locId, own->GetCurrentPID());
-    return scratch = QxLocation(store.GetCallLocation(locId));
+QxStoreAccess::QxStoreAccess(IQxData& store) : m_store(&store), m_own(Own(store)) {}
+
+const QxLocation& QxStoreAccess::Location(unsigned int locId, QxLocation& scratch) const {
+    if (m_own != nullptr) return m_own->Location(locId, m_own->GetCurrentPID());
+    return scratch = QxLocation(m_store->GetCallLocation(locId));
 }
 
-const QxLocation& FetchLocation(IQxData& store, unsigned int locId, unsigned short pid, QxLocation& scratch) {
-    if (QxData* const own = Own(store)) return own->Location(locId, pid);
-    return scratch = QxLocation(store.GetCallLocationWithPID(locId, pid));
+const QxLocation& QxStoreAccess::Location(unsigned int locId, unsigned short pid, QxLocation& scratch) const {
+    if (m_own != nullptr) return m_own->Location(locId, pid);
+    return scratch = QxLocation(m_store->GetCallLocationWithPID(locId, pid));
 }
 
-const IQxData::_HSCompArgDesc& FetchDescriptor(IQxData& store, const std::string& type,
-                                               IQxData::_HSCompArgDesc& scratch) {
-    if (QxData* const own = Own(store)) return own->CompArgDesc(type);
-    store.GetCompArgDesc(scratch, type);
+const IQxData::_HSCompArgDesc& QxStoreAccess::Descriptor(const std::string& type,
+                                                         IQxData::_HSCompArgDesc& scratch) const {
+    if (m_own != nullptr) return m_own->CompArgDesc(type);
+    m_store->GetCompArgDesc(scratch, type);
     return scratch;
 }
 
-bool IsFirstReport(IQxData& store, const IQxData::_HSScriptPtr& element) {
-    auto* const own = dynamic_cast<QxData*>(&store);
+bool QxStoreAccess::IsFirstReport(const IQxData::_HSScriptPtr& element) const {
+    auto* const own = dynamic_cast<QxData*>(m_store);
     return own == nullptr || own->IsFirstReport(element);
 }
 
-unsigned long long StoreCall(IQxData& store, IQxData::HSCall& call) {
-    if (QxData* const own = Own(store)) return own->AddCall(std::move(call));
-    return store.AppendBeforeCall(call);
+IQxData::HSCall& QxStoreAccess::NewCall(IQxData::HSCall& scratch) const {
+    return m_own != nullptr ? m_own->NewCall() : scratch;
 }
 
-IQxData::HSCall& FetchCall(IQxData& store, unsigned long long key, IQxData::HSCall& scratch) {
-    if (QxData* const own = Own(store)) return own->Call(key);
-    store.GetCall(key, scratch);
+unsigned long long QxStoreAccess::AddCall(IQxData::HSCall& call) const {
+    return m_own != nullptr ? m_own->AddNewCall() : m_store->AppendBeforeCall(call);
+}
+
+IQxData::HSCall& QxStoreAccess::Call(unsigned long long key, IQxData::HSCall& scratch) const {
+    if (m_own != nullptr) return m_own->Call(key);
+    m_store->GetCall(key, scratch);
     return scratch;
 }
 
-void StoreChanged(IQxData& store, unsigned long long key, IQxData::HSCall& call) {
-    if (Own(store) == nullptr) store.AppendAfterCall(key, call);
+void QxStoreAccess::StoreChanged(unsigned long long key, IQxData::HSCall& call) const {
+    if (m_own == nullptr) m_store->AppendAfterCall(key, call);
+}
+
+std::vector<IQxData::HSICallArg> QxStoreAccess::TakeList() const {
+    return m_own != nullptr ? m_own->TakeList() : std::vector<IQxData::HSICallArg>();
 }

@@ -19,7 +19,22 @@ const QxArgReader::Texts kReturnTexts = {
     "[QxAfterCall::Append] rsize:%u, payload.size():%u, count:%u"};
 
 void MoveAppend(std::vector<IQxData::HSICallArg>& from, std::vector<IQxData::HSICallArg>& to) {
+    if (to.empty()) {
+        to = std::move(from);
+        return;
+    }
     to.insert(to.end(), std::make_move_iterator(from.begin()), std::make_move_iterator(from.end()));
+}
+
+// A list as `read` fills it. Where nothing is recorded, what is read says so and fills in nothing.
+template <typename Read>
+std::vector<IQxData::HSICallArg> ReadList(const QxStoreAccess& access, bool isRecorded, const Read& read) {
+    std::vector<IQxData::HSICallArg> values;
+    if (isRecorded) values = access.TakeList();
+    QxArgList list(values);
+    read(list);
+    list.End();
+    return values;
 }
 
 unsigned long long ReadExitTime(QxCursor& cursor, IQxData& store) {
@@ -35,24 +50,29 @@ int QxAfterCall::Append(std::vector<char>& payload, QxParser* parser) {
     IQxData& store = parser->Store();
     const unsigned long long key = store.GetLocationMarker();
     IQxData::HSCall callScratch;
-    IQxData::HSCall& call = FetchCall(store, key, callScratch);
+    const QxStoreAccess& access = parser->Access();
+    IQxData::HSCall& call = access.Call(key, callScratch);
     const unsigned long long exitTime = ReadExitTime(cursor, store);
     QxLocation scratch;
-    const QxLocation& location = FetchLocation(store, call.locId, scratch);
+    const QxLocation& location = access.Location(call.locId, scratch);
     if (location.site.locId == 0) {
         cursor.Print(Info, "[QxAfterCall::Append] locData.locId returned 0.. skipping..");
         return static_cast<int>(payload.size());
     }
     // Everything is read before anything is stored.
-    IQxData::HSCall::Args read;
-    QxArgReader(cursor, *parser, kTexts, QxArgReader::Composites::Decoded)
-        .ReadPlan(location, location.atExit, read.out);
-    QxArgReader(cursor, *parser, kReturnTexts, QxArgReader::Composites::Decoded)
-        .ReadValue(location.site.args.retSize, location.site.args.retType, read.ret);
+    const auto& site = location.site;
+    std::vector<IQxData::HSICallArg> out = ReadList(access, !location.atExit.steps.empty(), [&](QxArgList& list) {
+        QxArgReader(cursor, *parser, kTexts, QxArgReader::Composites::Decoded)
+            .ReadPlan(location, location.atExit, list);
+    });
+    std::vector<IQxData::HSICallArg> ret = ReadList(access, site.args.retSize != 0, [&](QxArgList& list) {
+        QxArgReader(cursor, *parser, kReturnTexts, QxArgReader::Composites::Decoded)
+            .ReadValue(site.args.retSize, site.args.retType, list);
+    });
     call.exitTime = exitTime;
     call.pid = store.GetCurrentPID();
-    MoveAppend(read.out, call.args.out);
-    MoveAppend(read.ret, call.args.ret);
-    StoreChanged(store, key, call);
+    MoveAppend(out, call.args.out);
+    MoveAppend(ret, call.args.ret);
+    access.StoreChanged(key, call);
     return static_cast<int>(payload.size());
 }

@@ -13,11 +13,13 @@ const QxArgReader::Texts kTexts = {"[QxBeforeCall::Append] count not expected as
 // A call of an unknown location is stored too, without arguments.
 int QxBeforeCall::Append(std::vector<char>& payload, QxParser* parser) {
     QxCursor cursor = PayloadCursor(payload, "QxBeforeCall::Append", parser);
-    IQxData::HSCall call;
+    IQxData::HSCall callScratch;
+    IQxData::HSCall& call = parser->Access().NewCall(callScratch);
     QxLocation scratch;
     const QxLocation& location = ReadCallEntry(cursor, *parser, call, scratch);
-    QxArgReader(cursor, *parser, kTexts, QxArgReader::Composites::Decoded)
-        .ReadPlan(location, location.atEntry, call.args.in);
+    QxArgList in(call.args.in);
+    QxArgReader(cursor, *parser, kTexts, QxArgReader::Composites::Decoded).ReadPlan(location, location.atEntry, in);
+    in.End();
     OpenCall(*parser, call);
     return static_cast<int>(payload.size());
 }

@@ -12,15 +12,17 @@ const QxArgReader::Texts kTexts = {"[QxLogItem::Append] count not expected asize
 
 int QxLogItem::Append(std::vector<char>& payload, QxParser* parser) {
     QxCursor cursor = PayloadCursor(payload, "QxLogItem::Append", parser);
-    IQxData::HSCall call;
+    IQxData::HSCall callScratch;
+    IQxData::HSCall& call = parser->Access().NewCall(callScratch);
     QxLocation scratch;
     const QxLocation& location = ReadCallEntry(cursor, *parser, call, scratch);
     if (location.site.locId == 0) {
         cursor.Print(Info, "[QxLogItem::Append] locData.locId returned 0.. skipping..");
         return static_cast<int>(payload.size());
     }
-    QxArgReader(cursor, *parser, kTexts, QxArgReader::Composites::PlainBytes)
-        .ReadPlan(location, location.always, call.args.in);
+    QxArgList in(call.args.in);
+    QxArgReader(cursor, *parser, kTexts, QxArgReader::Composites::PlainBytes).ReadPlan(location, location.always, in);
+    in.End();
     OpenCall(*parser, call);
     return static_cast<int>(payload.size());
 }

@@ -1,6 +1,6 @@
 #include "QxArgReader.h"
 
-#include <utility>
+#include <algorithm>
 
 #include "IQxLogTracker.h"
 #include "QxCallCost.h"
@@ -8,10 +8,11 @@
 #include "QxDecodeContext.h"
 #include "QxFormat.h"
 #include "QxShiftedText.h"
-#include "QxStoreAccess.h"
 
-void QxArgReader::ReadPlan(const QxLocation& location, const QxArgPlan& plan, std::vector<IQxData::HSICallArg>& out) {
+void QxArgReader::ReadPlan(const QxLocation& location, const QxArgPlan& plan, QxArgList& out) {
     const auto& args = location.site.args;
+    // Most take a byte at least; a location may declare far more than a call carries.
+    out.Reserve(std::min(plan.steps.size(), m_cursor.Left()));
     for (const QxArgPlan::Step& step : plan.steps) {
         SkipEmpties(step.emptiesBefore);
         ReadValue(args.argSize[step.argument], args.argType[step.argument], out);
@@ -19,7 +20,7 @@ void QxArgReader::ReadPlan(const QxLocation& location, const QxArgPlan& plan, st
     SkipEmpties(plan.emptiesAfter);
 }
 
-void QxArgReader::ReadValue(std::uint32_t size, const std::string& type, std::vector<IQxData::HSICallArg>& out) {
+void QxArgReader::ReadValue(std::uint32_t size, const std::string& type, QxArgList& out) {
     if (size == qxformat::kComposite && m_composites == Composites::Decoded) {
         ReadComposite(type, out);
         return;
@@ -37,20 +38,18 @@ void QxArgReader::ReadValue(std::uint32_t size, const std::string& type, std::ve
     const auto textSize = static_cast<std::uint16_t>(size);
     m_context.Budget().TakePairs(1);
     m_context.Budget().TakeCallBytes(qxcost::kArgument + qxcost::OfPair(0, textSize));
-    std::string text;
-    ReadStringArg(m_cursor.Bytes(size), textSize, text);
-    out.emplace_back().emplace_back(std::string(), std::move(text));
+    const char* const bytes = m_cursor.Bytes(size);
+    ReadStringArg(bytes, textSize, out.AddPlain());
 }
 
-void QxArgReader::ReadComposite(const std::string& type, std::vector<IQxData::HSICallArg>& out) {
+void QxArgReader::ReadComposite(const std::string& type, QxArgList& out) {
     IQxData::_HSCompArgDesc scratch;
-    IQxData::HSICallArg value;
     m_context.Budget().TakeNameBytes(type.size());
     m_context.Budget().TakeCallBytes(qxcost::kArgument);
-    QxCompCallParser::Parse(m_cursor, FetchDescriptor(m_context.Store(), type, scratch), value, m_context);
+    IQxData::HSICallArg& value = out.Add();
+    QxCompCallParser::Parse(m_cursor, m_context.Access().Descriptor(type, scratch), value, m_context);
     // An argument without pairs takes memory all the same.
     if (value.empty()) m_context.Budget().TakePairs(1);
-    out.push_back(std::move(value));
 }
 
 std::uint32_t QxArgReader::ReadLength() {

@@ -4,9 +4,9 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "IQxData.h"
+#include "QxArgList.h"
 #include "QxCursor.h"
 #include "QxLocation.h"
 
@@ -29,13 +29,13 @@ public:
         : m_cursor(cursor), m_context(context), m_texts(texts), m_composites(composites) {}
 
     // Appends the planned arguments of the location to `out`. Throws PERR_INVALID_SIZE.
-    void ReadPlan(const QxLocation& location, const QxArgPlan& plan, std::vector<IQxData::HSICallArg>& out);
+    void ReadPlan(const QxLocation& location, const QxArgPlan& plan, QxArgList& out);
 
     // Appends one value of that size word and type to `out`; nothing for a size of 0. Throws PERR_INVALID_SIZE.
-    void ReadValue(std::uint32_t size, const std::string& type, std::vector<IQxData::HSICallArg>& out);
+    void ReadValue(std::uint32_t size, const std::string& type, QxArgList& out);
 
 private:
-    void ReadComposite(const std::string& type, std::vector<IQxData::HSICallArg>& out);
+    void ReadComposite(const std::string& type, QxArgList& out);
     std::uint32_t ReadLength();
     void SkipEmpties(std::uint32_t count);
 

@@ -3,7 +3,6 @@
 #include "QxCallCost.h"
 #include "QxCursor.h"
 #include "QxDecodeContext.h"
-#include "QxStoreAccess.h"
 
 const QxLocation& ReadCallEntry(QxCursor& cursor, QxDecodeContext& context, IQxData::HSCall& call,
                                 QxLocation& scratch) {
@@ -12,14 +11,13 @@ const QxLocation& ReadCallEntry(QxCursor& cursor, QxDecodeContext& context, IQxD
     call.time = cursor.Varint64() + store.GetThreadTime();
     store.SetThreadTime(call.time);
     call.locId = cursor.Varint();
-    const QxLocation& location = FetchLocation(store, call.locId, scratch);
+    const QxLocation& location = context.Access().Location(call.locId, scratch);
     call.pid = store.GetCurrentPID();
     return location;
 }
 
 void OpenCall(QxDecodeContext& context, IQxData::HSCall& call) {
-    IQxData& store = context.Store();
     context.Budget().TakeCall();
     context.Budget().TakeCallBytes(qxcost::kCall);
-    store.SetLocationMarker(StoreCall(store, call));
+    context.Store().SetLocationMarker(context.Access().AddCall(call));
 }

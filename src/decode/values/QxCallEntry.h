@@ -7,8 +7,8 @@
 class QxCursor;
 class QxDecodeContext;
 
-// Reads the time delta, advances the current thread's time base by it, and reads the location. Sets the call's thread,
-// time, location number and process. Returns the location, which lives in the store or in `scratch`.
+// Reads the time delta, advances the current thread's time base by it, and reads the location. Sets all of the call but
+// its arguments. Returns the location, which lives in the store or in `scratch`.
 const QxLocation& ReadCallEntry(QxCursor& cursor, QxDecodeContext& context, IQxData::HSCall& call, QxLocation& scratch);
 
 // Stores the call, which is used up, and puts its key on the stack of open calls.

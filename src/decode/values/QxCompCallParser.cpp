@@ -7,7 +7,6 @@
 #include "QxFormat.h"
 #include "QxParser.h"
 #include "QxShiftedText.h"
-#include "QxStoreAccess.h"
 
 namespace {
 
@@ -88,7 +87,7 @@ void Value::ReadVariable(const std::string& name, const std::string& type, unsig
 void Value::ReadNested(const std::string& type, unsigned depth) {
     IQxData::_HSCompArgDesc scratch;
     m_context.Budget().TakeNameBytes(type.size());
-    ReadComposite(FetchDescriptor(m_context.Store(), type, scratch), depth + 1);
+    ReadComposite(m_context.Access().Descriptor(type, scratch), depth + 1);
 }
 
 // Reads the value, of whose size the low 16 bits count. Nothing is kept before it is allowed.

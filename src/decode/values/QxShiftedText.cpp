@@ -1,5 +1,6 @@
 #include "QxShiftedText.h"
 
+#include <algorithm>
 #include <cstddef>
 
 #include "IQxLogTracker.h"
@@ -11,9 +12,8 @@ unsigned ReadStringArg(const char* pBuffer, unsigned size, std::string& out) {
         return size;
     }
     const std::size_t start = out.size();
-    out.append(pBuffer, size);
-    for (std::size_t i = start; i < out.size(); ++i) {
-        out[i] = static_cast<char>(static_cast<unsigned char>(out[i]) + 1);
-    }
+    out.resize(start + size);
+    std::transform(pBuffer, pBuffer + size, out.begin() + static_cast<std::ptrdiff_t>(start),
+                   [](char byte) { return static_cast<char>(static_cast<unsigned char>(byte) + 1); });
     return size;
 }

@@ -59,7 +59,7 @@ protected:
 
 TEST_P(QxStoreAccessTest, FetchesTheLocationOfTheCurrentProcess) {
     QxLocation scratch;
-    const QxLocation& location = FetchLocation(*m_store, 3, scratch);
+    const QxLocation& location = QxStoreAccess(*m_store).Location(3, scratch);
     EXPECT_EQ(location.site.callerName, "SetVolume");
     EXPECT_EQ(location.atEntry.steps.size(), 1u);
 }
@@ -67,15 +67,15 @@ TEST_P(QxStoreAccessTest, FetchesTheLocationOfTheCurrentProcess) {
 TEST_P(QxStoreAccessTest, FetchesTheLocationOfAnyProcess) {
     QxLocation scratch;
     m_store->AppendCurrentProcess("b");
-    EXPECT_EQ(FetchLocation(*m_store, 3, 7, scratch).site.callerName, "SetVolume");
-    EXPECT_EQ(FetchLocation(*m_store, 3, 9, scratch).site.locId, 0u);
-    EXPECT_EQ(FetchLocation(*m_store, 3, scratch).site.locId, 0u);
+    EXPECT_EQ(QxStoreAccess(*m_store).Location(3, 7, scratch).site.callerName, "SetVolume");
+    EXPECT_EQ(QxStoreAccess(*m_store).Location(3, 9, scratch).site.locId, 0u);
+    EXPECT_EQ(QxStoreAccess(*m_store).Location(3, scratch).site.locId, 0u);
 }
 
 TEST_P(QxStoreAccessTest, StoresAnEmptyLocationForAnUnknownOne) {
     QxLocation scratch;
-    EXPECT_EQ(FetchLocation(*m_store, 4, scratch).site.locId, 0u);
-    EXPECT_TRUE(FetchLocation(*m_store, 4, scratch).always.steps.empty());
+    EXPECT_EQ(QxStoreAccess(*m_store).Location(4, scratch).site.locId, 0u);
+    EXPECT_TRUE(QxStoreAccess(*m_store).Location(4, scratch).always.steps.empty());
 }
 
 TEST_P(QxStoreAccessTest, FetchesDescriptors) {
@@ -84,34 +84,36 @@ TEST_P(QxStoreAccessTest, FetchesDescriptors) {
     m_store->AppendCompArgDesc("Point", point);
     IQxData::_HSCompArgDesc scratch;
     scratch.memberNames = {"left over"};
-    EXPECT_EQ(FetchDescriptor(*m_store, "Point", scratch).memberNames, (std::vector<std::string>{"x", "y"}));
-    EXPECT_TRUE(FetchDescriptor(*m_store, "Unknown", scratch).memberNames.empty());
+    EXPECT_EQ(QxStoreAccess(*m_store).Descriptor("Point", scratch).memberNames, (std::vector<std::string>{"x", "y"}));
+    EXPECT_TRUE(QxStoreAccess(*m_store).Descriptor("Unknown", scratch).memberNames.empty());
 }
 
 TEST_P(QxStoreAccessTest, StoresCalls) {
-    IQxData::HSCall call;
+    const QxStoreAccess access(*m_store);
+    IQxData::HSCall scratch;
+    IQxData::HSCall& call = access.NewCall(scratch);
     call.time = 5;
     call.args.in = {{{"", "v"}}};
-    EXPECT_EQ(StoreCall(*m_store, call), 5000u);
+    EXPECT_EQ(access.AddCall(call), 5000u);
     EXPECT_EQ(m_store->GetCallIMap()->at(5000).args.in[0][0].second, "v");
 }
 
 TEST_P(QxStoreAccessTest, ChangesCalls) {
     IQxData::HSCall call;
     call.time = 5;
-    StoreCall(*m_store, call);
+    m_store->AppendBeforeCall(call);
     IQxData::HSCall scratch;
-    IQxData::HSCall& fetched = FetchCall(*m_store, 5000, scratch);
+    IQxData::HSCall& fetched = QxStoreAccess(*m_store).Call(5000, scratch);
     EXPECT_EQ(fetched.time, 5u);
     fetched.exitTime = 6;
-    StoreChanged(*m_store, 5000, fetched);
+    QxStoreAccess(*m_store).StoreChanged(5000, fetched);
     EXPECT_EQ(m_store->GetCallIMap()->at(5000).exitTime, 6u);
 }
 
 TEST_P(QxStoreAccessTest, ThrowsForAnUnknownCall) {
     IQxData::HSCall scratch;
     try {
-        FetchCall(*m_store, 1, scratch);
+        QxStoreAccess(*m_store).Call(1, scratch);
         ADD_FAILURE() << "an unknown call was found";
     } catch (QxData::_PERR_TYPE error) {
         EXPECT_EQ(static_cast<int>(error), 2);
@@ -126,11 +128,12 @@ TEST(QxStoreAccess, ReadsADerivedStoreThroughItsOperations) {
     QxLocation location;
     IQxData::_HSCompArgDesc desc;
     IQxData::HSCall call;
-    StoreCall(store, call);
-    FetchLocation(store, 1, location);
-    FetchLocation(store, 1, 2, location);
-    FetchDescriptor(store, "t", desc);
-    FetchCall(store, 0, call);
+    const QxStoreAccess access(store);
+    access.AddCall(access.NewCall(call));
+    access.Location(1, location);
+    access.Location(1, 2, location);
+    access.Descriptor("t", desc);
+    access.Call(0, call);
     EXPECT_EQ(store.reads,
               (std::vector<std::string>{"GetCallLocation", "GetCallLocationWithPID", "GetCompArgDesc", "GetCall"}));
 }
@@ -138,8 +141,9 @@ TEST(QxStoreAccess, ReadsADerivedStoreThroughItsOperations) {
 TEST(QxStoreAccess, WritesADerivedStoreThroughItsOperations) {
     ListingStore store;
     IQxData::HSCall call;
-    const unsigned long long key = StoreCall(store, call);
-    StoreChanged(store, key, call);
+    const QxStoreAccess access(store);
+    const unsigned long long key = access.AddCall(access.NewCall(call));
+    access.StoreChanged(key, call);
     EXPECT_EQ(store.operations, (std::vector<std::string>{"AppendBeforeCall", "AppendAfterCall"}));
 }
 
@@ -148,9 +152,11 @@ TEST(QxStoreAccess, HandsOutTheOwnStoresRecordsWithoutCopies) {
     QxLocation location;
     IQxData::_HSCompArgDesc desc;
     IQxData::HSCall call;
-    StoreCall(store, call);
-    EXPECT_NE(&FetchLocation(store, 1, location), &location);
-    EXPECT_NE(&FetchLocation(store, 1, 2, location), &location);
-    EXPECT_NE(&FetchDescriptor(store, "t", desc), &desc);
-    EXPECT_EQ(&FetchCall(store, 0, call), &store.GetCallIMap()->at(0));
+    const QxStoreAccess access(store);
+    EXPECT_NE(&access.NewCall(call), &call);
+    access.AddCall(access.NewCall(call));
+    EXPECT_NE(&access.Location(1, location), &location);
+    EXPECT_NE(&access.Location(1, 2, location), &location);
+    EXPECT_NE(&access.Descriptor("t", desc), &desc);
+    EXPECT_EQ(&access.Call(0, call), &store.GetCallIMap()->at(0));
 }

@@ -21,7 +21,9 @@ protected:
         ExactBytes& exact = Hold(bytes);
         QxCursor cursor(exact.Data(), exact.Size(), "Test::Reads", parser.Log());
         Values values;
-        QxArgReader(cursor, parser, texts, composites).ReadValue(size, "P", values);
+        QxArgList list(values);
+        QxArgReader(cursor, parser, texts, composites).ReadValue(size, "P", list);
+        list.End();
         m_taken = cursor.Offset();
         return values;
     }
@@ -32,8 +34,10 @@ protected:
         ExactBytes& exact = Hold(bytes);
         QxCursor cursor(exact.Data(), exact.Size(), "Test::Reads", parser.Log());
         Values values;
+        QxArgList list(values);
         QxArgReader(cursor, parser, kTexts, QxArgReader::Composites::Decoded)
-            .ReadPlan(described, described.atEntry, values);
+            .ReadPlan(described, described.atEntry, list);
+        list.End();
         m_taken = cursor.Offset();
         return values;
     }

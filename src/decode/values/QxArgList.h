@@ -1,0 +1,45 @@
+// A list of arguments that is being written over: what stands in it already gives its memory to what comes.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+#include "IQxData.h"
+
+class QxArgList final {
+public:
+    // Writes from the front of the list, which must outlive this. What lies behind the last argument that is added is
+    // removed by End.
+    explicit QxArgList(std::vector<IQxData::HSICallArg>& list) : m_list(list) {}
+
+    // The next argument, without pairs.
+    IQxData::HSICallArg& Add() {
+        IQxData::HSICallArg& argument = Next();
+        argument.clear();
+        return argument;
+    }
+
+    // The value of the next argument, which is empty, without a name.
+    std::string& AddPlain() {
+        IQxData::HSICallArg& argument = Next();
+        argument.resize(1);
+        argument.front().first.clear();
+        argument.front().second.clear();
+        return argument.front().second;
+    }
+
+    // Room for so many more, but for what stands there already.
+    void Reserve(std::size_t count) { m_list.reserve(m_used + count); }
+
+    void End() { m_list.resize(m_used); }
+
+private:
+    IQxData::HSICallArg& Next() {
+        if (m_used == m_list.size()) m_list.emplace_back();
+        return m_list[m_used++];
+    }
+
+    std::vector<IQxData::HSICallArg>& m_list;
+    std::size_t m_used = 0;
+};

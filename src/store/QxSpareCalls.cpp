@@ -1,0 +1,47 @@
+#include "QxSpareCalls.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "QxCallCost.h"
+
+void QxSpareCalls::Refill(Map& calls) {
+    Clear();
+    const std::size_t count = std::min(calls.size(), kMaxCalls);
+    m_calls.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) Keep(calls.extract(calls.begin()));
+}
+
+void QxSpareCalls::Clear() {
+    m_calls.clear();
+    m_lists.clear();
+}
+
+void QxSpareCalls::Keep(Map::node_type node) {
+    if (qxcost::Of(node.mapped()) > kMaxCallCost) return;
+    IQxData::HSCall::Args args = std::move(node.mapped().args);
+    for (Arguments* const list : {&args.out, &args.ret}) {
+        if (!list->empty()) m_lists.push_back(std::move(*list));
+    }
+    node.mapped() = {};
+    node.mapped().args.in = std::move(args.in);
+    m_calls.push_back(std::move(node));
+}
+
+QxSpareCalls::Map::node_type QxSpareCalls::Take() {
+    if (m_calls.empty()) {
+        Map one;
+        one.try_emplace(0);
+        return one.extract(one.begin());
+    }
+    Map::node_type node = std::move(m_calls.back());
+    m_calls.pop_back();
+    return node;
+}
+
+QxSpareCalls::Arguments QxSpareCalls::TakeList() {
+    if (m_lists.empty()) return {};
+    Arguments list = std::move(m_lists.back());
+    m_lists.pop_back();
+    return list;
+}
