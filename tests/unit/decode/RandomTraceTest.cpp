@@ -61,6 +61,16 @@ TEST_F(RandomTraceTest, DecodesToWhatWentIn) {
     EXPECT_GE(calls, 100000u);
 }
 
+// Records of calls that have left the store are filled anew with those of the next dump.
+TEST_F(RandomTraceTest, DecodesTheSameIntoAStoreThatHadOtherCalls) {
+    const auto store = std::make_shared<QxData>();
+    for (std::uint32_t seed = 1; seed <= 40; ++seed) {
+        SCOPED_TRACE(seed);
+        ExpectDecodes(RandomTrace(seed, static_cast<int>(20 + seed * 37 % 400)), store);
+        store->clearCalls();
+    }
+}
+
 // A class derived from the store is reached through the exported operations alone.
 class OtherStore final : public QxData {};
 
