@@ -151,13 +151,13 @@ int Ignore(std::string, std::string, IQxData::HSCall, void*) {
 }
 
 double TracePass(int calls, const std::string& script) {
-    const std::shared_ptr<IQxData> store = bench::MakeStore();
     std::string bytes = Calls(calls);
-    QxParser parser(Ignore, nullptr);
-    Decode(parser, store, bytes);
-    bench::LoadScript(store, script);
     std::vector<double> samples;
     for (int i = 0; i < kSamples; ++i) {
+        const std::shared_ptr<IQxData> store = bench::MakeStore();
+        QxParser parser(Ignore, nullptr);
+        Decode(parser, store, bytes);
+        bench::LoadScript(store, script);
         const Clock::time_point start = Clock::now();
         Check(parser.Trace(), "the pass does not run");
         samples.push_back(Nanoseconds(Clock::now() - start) / calls);

@@ -28,8 +28,9 @@ __attribute__((format(printf, 2, 3))) void Print(int level, const char* format, 
     va_end(arguments);
 }
 
-bool IsOfCondition(Words::Attribute attribute) {
-    return attribute == Words::kCondition || attribute == Words::kConditionValue || attribute == Words::kConditionType;
+bool IsOfCondition(const std::string& attribute) {
+    return attribute == Words::kNames[Words::kCondition] || attribute == Words::kNames[Words::kConditionValue] ||
+           attribute == Words::kNames[Words::kConditionType];
 }
 
 int ShownIndex(const std::string& text) {
@@ -44,11 +45,12 @@ std::uint32_t FindFrom(const std::string& text, const std::string& part, std::si
 
 }  // namespace
 
-QxEventEvaluation::QxEventEvaluation(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxDecodeLog* log)
-    : m_call(call), m_log(log) {
+QxEventEvaluation::QxEventEvaluation(const IQxData::_HSScriptPtr& event, const QxEventWords& words,
+                                     const IQxData::HSCall& call, QxDecodeLog* log)
+    : m_call(call), m_log(log), m_words(words) {
+    if (!QxDebugPrint::GetInstance()->Writes(Info)) return;
     for (const auto& [name, value] : event.attributes) {
-        const std::optional<Words::Attribute> taken = m_words.Take(name, value);
-        if (taken && IsOfCondition(*taken)) Print(Info, "keyword : %s, value : %s", name.c_str(), value.c_str());
+        if (IsOfCondition(name)) Print(Info, "keyword : %s, value : %s", name.c_str(), value.c_str());
     }
 }
 

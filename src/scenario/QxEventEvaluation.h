@@ -15,9 +15,10 @@ class QxDecodeLog;
 
 class QxEventEvaluation final {
 public:
-    // Reads the event's attributes; `event` and `call` must outlive the evaluation. What is wrong with the event goes
-    // to `log`, if there is one, which bounds how often it is said.
-    QxEventEvaluation(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call, QxDecodeLog* log = nullptr);
+    // Evaluates the event that the words were taken from; all of them must outlive the evaluation. What is wrong with
+    // the event goes to `log`, if there is one, which bounds how often it is said.
+    QxEventEvaluation(const IQxData::_HSScriptPtr& event, const QxEventWords& words, const IQxData::HSCall& call,
+                      QxDecodeLog* log = nullptr);
 
     // Decides. Remembers the value or result where the watch mode asks for it. Throws std::invalid_argument or
     // std::out_of_range for text that is no number, or a number or position out of range.
@@ -53,7 +54,7 @@ private:
 
     const IQxData::HSCall& m_call;
     QxDecodeLog* const m_log;
-    QxEventWords m_words;
+    const QxEventWords& m_words;
     std::string m_argument;
     QxStage m_stage = QxStage::Other;
 };

@@ -24,6 +24,22 @@ std::optional<QxEventWords::Attribute> QxEventWords::Take(const std::string& nam
     if (found == kNames.end()) return std::nullopt;
     const auto attribute = static_cast<Attribute>(found - kNames.begin());
     m_texts[attribute] = &value;
+    switch (attribute) {
+        case kTag:
+            m_tag = qxscript::MeaningOf(value, qxscript::kTags);
+            break;
+        case kType:
+            m_type = qxscript::MeaningOf(value, qxscript::kTypes);
+            break;
+        case kWatch:
+            m_watch = qxscript::MeaningOf(value, qxscript::kWatches);
+            break;
+        case kCondition:
+            m_condition = qxscript::MeaningOf(value, qxscript::kConditions);
+            break;
+        default:
+            break;
+    }
     return attribute;
 }
 

@@ -51,10 +51,10 @@ public:
     // The attribute's value, empty when it is missing.
     const std::string& operator[](Attribute attribute) const { return *m_texts[attribute]; }
 
-    qxscript::Tag Tag() const { return qxscript::MeaningOf((*this)[kTag], qxscript::kTags); }
-    qxscript::Type Type() const { return qxscript::MeaningOf((*this)[kType], qxscript::kTypes); }
-    qxscript::Watch Watch() const { return qxscript::MeaningOf((*this)[kWatch], qxscript::kWatches); }
-    qxscript::Condition Condition() const { return qxscript::MeaningOf((*this)[kCondition], qxscript::kConditions); }
+    qxscript::Tag Tag() const { return m_tag; }
+    qxscript::Type Type() const { return m_type; }
+    qxscript::Watch Watch() const { return m_watch; }
+    qxscript::Condition Condition() const { return m_condition; }
 
     // How the results for the operands make one. Of ">" and "<" one that holds is enough, whatever conditionType says.
     qxscript::Combination Combination() const;
@@ -74,4 +74,9 @@ public:
 
 private:
     std::array<const std::string*, kAttributes> m_texts;  // not owned, never null
+    // What four of them mean, worked out when they are taken.
+    qxscript::Tag m_tag = qxscript::Tag::Other;
+    qxscript::Type m_type = qxscript::Type::Other;
+    qxscript::Watch m_watch = qxscript::Watch::Other;
+    qxscript::Condition m_condition = qxscript::Condition::Other;
 };

@@ -41,7 +41,9 @@ int QxScriptScenario::Trace(QxParser* parser) {
     qxscript::Subscribe(*root, m_Subscribers, [&](const IQxData::_HSScriptPtr& method, const std::string& actionName) {
         if (parser->Access().IsFirstReport(method)) ReportNameless(actionName);
     });
+    m_Read.clear();
     for (Visited& visited : Snapshot(*parser)) Visit(visited, parser);
+    m_Read.clear();
     m_Key = 0;
     return 1;
 }
@@ -72,7 +74,7 @@ void QxScriptScenario::Visit(Visited& visited, QxParser* parser) {
     const auto end = m_Subscribers.end();
     for (auto entry = m_Subscribers.lower_bound(method); entry != end; ++entry) {
         if (entry->first.first != method) return;
-        MakeEvent(entry->second, visited.call, parser);
+        MakeEvents(*entry->second, visited.call, parser);
     }
 }
 
@@ -82,19 +84,35 @@ void QxScriptScenario::SetSubscriber(IQxData::_HSScriptPtr* root) {
     });
 }
 
-// A callback may load a script below this action: only the children that were there at the start are visited.
 void QxScriptScenario::MakeEvent(IQxData::_HSScriptPtr* action, IQxData::HSCall& call, QxParser* parser) {
-    const std::size_t count = action->children.size();
+    m_Read.clear();
+    MakeEvents(*action, call, parser);
+}
+
+// A callback may load a script below this action: only the children that were there at the start are visited.
+void QxScriptScenario::MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall& call, QxParser* parser) {
+    const std::size_t count = action.children.size();
     for (std::size_t i = 0; i < count; ++i) {
-        IQxData::_HSScriptPtr* const event = action->children[i];
+        IQxData::_HSScriptPtr* const event = action.children[i];
         if (qxscript::IsEvent(event)) PushGuarded(event, call, parser);
     }
+}
+
+// Taken once for all calls of a pass, and anew where a callback has added attributes.
+const QxEventWords& QxScriptScenario::WordsOf(const IQxData::_HSScriptPtr& event) {
+    const auto known = m_Read.find(&event);
+    const void* const attributes = event.attributes.data();
+    const std::size_t count = event.attributes.size();
+    if (known != m_Read.end() && known->second.attributes == attributes && known->second.count == count) {
+        return known->second.words;
+    }
+    return m_Read.insert_or_assign(&event, Read{attributes, count, QxEventWords(event)}).first->second.words;
 }
 
 void QxScriptScenario::PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
     std::optional<QxEventEvaluation> evaluation;
     try {
-        Push(evaluation.emplace(*event, call, &parser->Log()), *event, call, *parser);
+        Push(evaluation.emplace(*event, WordsOf(*event), call, &parser->Log()), *event, call, *parser);
     } catch (const std::exception& error) {
         parser->Log().Print("MakeEvent", __LINE__, Major,
                             "[QxScriptScenario::MakeEvent] Event in error, event: %s, error: %s",
@@ -106,7 +124,8 @@ void QxScriptScenario::PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall
 }
 
 void QxScriptScenario::PushEvent(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
-    QxEventEvaluation evaluation(*event, call, &parser->Log());
+    const QxEventWords words(*event);
+    QxEventEvaluation evaluation(*event, words, call, &parser->Log());
     Push(evaluation, *event, call, *parser);
 }
 
@@ -118,5 +137,5 @@ void QxScriptScenario::Push(QxEventEvaluation& evaluation, const IQxData::_HSScr
     }
     if (outcome != QxOutcome::Fires) return;
     parser.Events().Keep(parser.Store(), evaluation.Name(), evaluation.Argument(), call);
-    parser.SendEvent(evaluation.Name(), evaluation.Argument(), call);
+    parser.Events().Send(evaluation.Name(), evaluation.Argument(), call);
 }

@@ -5,7 +5,9 @@
 // tree, which must outlive this object.
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -13,6 +15,7 @@
 #include "IQxScript.h"
 #include "QxConversions.h"
 #include "QxEventMemory.h"
+#include "QxEventWords.h"
 #include "QxSubscriptions.h"
 
 class IQxEventObserver;
@@ -51,10 +54,20 @@ private:
     bool HasSubscriber(const std::string& method) const;
     std::vector<Visited> Snapshot(const QxParser& parser) const;
     void Visit(Visited& visited, QxParser* parser);
+    void MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall& call, QxParser* parser);
+    const QxEventWords& WordsOf(const IQxData::_HSScriptPtr& event);
     void PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
     void Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call,
               QxParser& parser) const;
 
-    QxSubscriptions m_Subscribers;  // to actions of the store
-    unsigned long long m_Key = 0;   // of the call that the pass has come to; for the observer
+    // An event's words, and what they were taken from.
+    struct Read {
+        const void* attributes;
+        std::size_t count;
+        QxEventWords words;
+    };
+
+    std::unordered_map<const IQxData::_HSScriptPtr*, Read> m_Read;  // for this pass
+    QxSubscriptions m_Subscribers;                                  // to actions of the store
+    unsigned long long m_Key = 0;  // of the call that the pass has come to; for the observer
 };

@@ -316,7 +316,9 @@ TEST_F(QxEventEvaluationTest, SaysWhatItWasReadingWhenItThrew) {
         {"type='INT' watch='D-CONDITIONAL' condition='range' conditionValue='1,2'", QxStage::Argument}};
     for (const Row& row : rows) {
         const IQxData::HSCall call = Text("x");
-        QxEventEvaluation evaluation(LoadEvent(row.attributes), call);
+        const IQxData::_HSScriptPtr& event = LoadEvent(row.attributes);
+        const QxEventWords words(event);
+        QxEventEvaluation evaluation(event, words, call);
         EXPECT_EQ(evaluation.Stage(), QxStage::Other);
         EXPECT_ANY_THROW(evaluation.Decide()) << row.attributes;
         EXPECT_EQ(evaluation.Stage(), row.stage) << row.attributes;
@@ -325,9 +327,10 @@ TEST_F(QxEventEvaluationTest, SaysWhatItWasReadingWhenItThrew) {
 
 TEST_F(QxEventEvaluationTest, HasNoStageOnceItHasDecided) {
     const IQxData::HSCall call = Number(75);
-    QxEventEvaluation evaluation(
-        LoadEvent(In("INT", "filter='7' datakey='7&amp;' watch='CONDITIONAL' condition='range' conditionValue='1,9'")),
-        call);
+    const IQxData::_HSScriptPtr& event =
+        LoadEvent(In("INT", "filter='7' datakey='7&amp;' watch='CONDITIONAL' condition='range' conditionValue='1,9'"));
+    const QxEventWords words(event);
+    QxEventEvaluation evaluation(event, words, call);
     EXPECT_EQ(evaluation.Decide(), QxOutcome::Fires);
     EXPECT_EQ(evaluation.Stage(), QxStage::Other);
 }

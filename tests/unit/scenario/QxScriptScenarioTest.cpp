@@ -2,6 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <utility>
+
 #include "Expose.h"
 #include "IQxEventObserver.h"
 #include "Scripting.h"
@@ -311,6 +314,25 @@ TEST_F(QxScriptScenarioTest, TheObserverIsToldTheKeyOfTheCall) {
                   "call 7000 N", "call 7001 M", "call 7002 M",                                                 //
                   "event E 7001 fires NONE", "callback", "error BAD 7001 index stoul", "event F 7001 rests ",  //
                   "event E 7002 fires NONE", "callback", "error BAD 7002 index stoul", "event F 7002 rests "}));
+}
+
+// Events are read once for a pass; a callback that adds to one is heeded from the next call on.
+TEST_F(QxScriptScenarioTest, AnAttributeThatACallbackAddsCounts) {
+    Load("<Scenario><x name='a'><method name='M'/><event name='E' tag='NONE'/></x></Scenario>");
+    IQxData::HSCall call = Call("M");
+    for (int i = 0; i < 3; ++i) store->AppendBeforeCall(call);
+    Notes notes;
+    tracing.SetObserver(&notes);
+    IQxData::_HSScript* slot = nullptr;
+    IQxData::_HSScriptPtr& event = *(*store->GetScript(&slot))->children[0]->children[1];
+    bool isFirst = true;
+    during = [&] {
+        if (std::exchange(isFirst, false)) event.attributes.emplace_back("tag", "IN");
+    };
+    EXPECT_TRUE(tracing.Trace());
+    EXPECT_EQ(std::count_if(notes.lines.begin(), notes.lines.end(),
+                            [](const std::string& line) { return line.find(" fires ") != std::string::npos; }),
+              1);
 }
 
 TEST_F(QxScriptScenarioTest, OutsideAPassThereIsNoKey) {

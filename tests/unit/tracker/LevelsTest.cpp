@@ -41,7 +41,7 @@ public:
         IQxData::_HSScriptPtr event;
         event.attributes = {{"tag", "RET"}, {"value", "0"}};
         const IQxData::HSCall call;
-        EXPECT_EQ(QxEventEvaluation(event, call, nullptr).Decide(), QxOutcome::NoArgument);
+        EXPECT_EQ(QxEventEvaluation(event, QxEventWords(event), call, nullptr).Decide(), QxOutcome::NoArgument);
     }
 };
 
