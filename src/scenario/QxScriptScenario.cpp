@@ -37,26 +37,67 @@ int QxScriptScenario::Trace(QxParser* parser) {
         QxDebugPrint::GetInstance()->Print("Trace", __LINE__, Info, "GetScript Failed");
         return 0;
     }
-    // Each pass subscribes anew, and what is wrong with a script is told once.
-    qxscript::Subscribe(*root, m_Subscribers, [&](const IQxData::_HSScriptPtr& method, const std::string& actionName) {
-        if (parser->Access().IsFirstReport(method)) ReportNameless(actionName);
-    });
     m_Read.clear();
-    for (Visited& visited : Snapshot(*parser)) Visit(visited, parser);
+    Methods methods;
+    const std::vector<Seen> calls = Look(*parser, methods);
+    SubscribePass(*root, methods, *parser);
+    for (Visited& visited : Snapshot(calls, parser->Observer())) Visit(visited, parser);
     m_Read.clear();
     m_Key = 0;
     return 1;
 }
 
+// Locations are looked up once for all of their calls. Calls of one location often come one after the other.
+std::vector<QxScriptScenario::Seen> QxScriptScenario::Look(const QxParser& parser, Methods& methods) {
+    const auto& calls = *parser.Store().GetCallIMap();
+    std::vector<Seen> seen;
+    seen.reserve(calls.size());
+    QxLocation scratch;
+    const Method* method = nullptr;
+    std::uint64_t last = 0;
+    for (const auto& [key, call] : calls) {
+        const std::uint64_t location = std::uint64_t{call.pid} << 32 | call.locId;
+        if (method == nullptr || location != last) {
+            const auto [entry, isNew] = methods.try_emplace(location);
+            if (isNew) entry->second.name = CallerName(parser.Access(), call, scratch);
+            method = &entry->second;
+            last = location;
+        }
+        seen.push_back({key, &call, method});
+    }
+    return seen;
+}
+
+// Each pass subscribes anew, to the methods that it has calls of, and what is wrong with a script is told once.
+void QxScriptScenario::SubscribePass(const IQxData::_HSScriptPtr& root, Methods& methods, const QxParser& parser) {
+    m_ActionCount = root.children.size();
+    m_Subscribed.clear();
+    for (const auto& method : methods) m_Subscribed.insert(method.second.name);
+    const auto nameless = [&](const IQxData::_HSScriptPtr& method, const std::string& actionName) {
+        if (parser.Access().IsFirstReport(method)) ReportNameless(actionName);
+    };
+    qxscript::Subscribe(root, m_Subscribers, nameless,
+                        [this](const std::string& name) { return m_Subscribed.count(name) != 0; });
+    for (auto& method : methods) method.second.isSubscribed = HasSubscriber(method.second.name);
+}
+
+// A callback has given a call's location another method: one that no call of the pass had.
+void QxScriptScenario::SubscribeLate(const std::string& method, QxParser& parser) {
+    m_Subscribed.insert(method);
+    if (const IQxData::_HSScriptPtr* const root = RootOf(parser.Store())) {
+        qxscript::Subscribe(
+            *root, m_Subscribers, nullptr, [&](const std::string& name) { return name == method; }, m_ActionCount);
+    }
+}
+
 // Copies the calls that something is subscribed to. Callbacks run later in the pass and may change the store: the pass
 // goes on over the calls that stood there when it began.
-std::vector<QxScriptScenario::Visited> QxScriptScenario::Snapshot(const QxParser& parser) const {
+std::vector<QxScriptScenario::Visited> QxScriptScenario::Snapshot(const std::vector<Seen>& calls,
+                                                                  IQxEventObserver* observer) {
     std::vector<Visited> snapshot;
-    QxLocation scratch;
-    for (const auto& entry : *parser.Store().GetCallIMap()) {
-        const std::string& method = CallerName(parser.Access(), entry.second, scratch);
-        if (parser.Observer() != nullptr) parser.Observer()->OnCall(entry.first, entry.second, method);
-        if (HasSubscriber(method)) snapshot.push_back({entry.first, entry.second});
+    for (const Seen& seen : calls) {
+        if (observer != nullptr) observer->OnCall(seen.key, *seen.call, seen.method->name);
+        if (seen.method->isSubscribed) snapshot.push_back({seen.key, *seen.call});
     }
     return snapshot;
 }
@@ -71,6 +112,7 @@ void QxScriptScenario::Visit(Visited& visited, QxParser* parser) {
     QxLocation scratch;
     const std::string method = CallerName(parser->Access(), visited.call, scratch);
     m_Key = visited.key;
+    if (m_Subscribed.count(method) == 0) SubscribeLate(method, *parser);
     const auto end = m_Subscribers.end();
     for (auto entry = m_Subscribers.lower_bound(method); entry != end; ++entry) {
         if (entry->first.first != method) return;

@@ -6,8 +6,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -51,8 +53,25 @@ private:
         IQxData::HSCall call;
     };
 
+    // A method that calls of the pass are of.
+    struct Method {
+        std::string name;
+        bool isSubscribed = false;
+    };
+    // A call of the pass, and its method.
+    struct Seen {
+        unsigned long long key;
+        const IQxData::HSCall* call;
+        const Method* method;
+    };
+    // The methods by location, which is the process's id and the location's number.
+    using Methods = std::unordered_map<std::uint64_t, Method>;
+
+    static std::vector<Seen> Look(const QxParser& parser, Methods& methods);
+    void SubscribePass(const IQxData::_HSScriptPtr& root, Methods& methods, const QxParser& parser);
+    void SubscribeLate(const std::string& method, QxParser& parser);
     bool HasSubscriber(const std::string& method) const;
-    std::vector<Visited> Snapshot(const QxParser& parser) const;
+    static std::vector<Visited> Snapshot(const std::vector<Seen>& calls, IQxEventObserver* observer);
     void Visit(Visited& visited, QxParser* parser);
     void MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall& call, QxParser* parser);
     const QxEventWords& WordsOf(const IQxData::_HSScriptPtr& event);
@@ -68,6 +87,8 @@ private:
     };
 
     std::unordered_map<const IQxData::_HSScriptPtr*, Read> m_Read;  // for this pass
+    std::unordered_set<std::string> m_Subscribed;                   // the methods of this pass that were subscribed
+    std::size_t m_ActionCount = 0;                                  // of the script when the pass began
     QxSubscriptions m_Subscribers;                                  // to actions of the store
     unsigned long long m_Key = 0;  // of the call that the pass has come to; for the observer
 };

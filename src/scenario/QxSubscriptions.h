@@ -2,6 +2,9 @@
 // method.
 #pragma once
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <string>
@@ -39,25 +42,32 @@ inline const std::string& MethodNameOf(const IQxData::_HSScriptPtr& method) {
     return method.attributes[kMethodName].second;
 }
 
-// Calls visit(action, name) for each action below `root`, in their order: each child is one, whatever it is called. One
-// without a name goes under that of the nearest before it.
+// Calls visit(action, name) for each action among the first `count` children of `root`, in their order: each child is
+// one, whatever it is called. One without a name goes under that of the nearest before it.
 template <typename Visit>
-void ForEachAction(const IQxData::_HSScriptPtr& root, const Visit& visit) {
-    std::string name;
-    for (IQxData::_HSScriptPtr* const action : root.children) {
+void ForEachAction(const IQxData::_HSScriptPtr& root, const Visit& visit, std::size_t count = SIZE_MAX) {
+    static const std::string& none = *new std::string;
+    const std::string* name = &none;
+    for (std::size_t i = 0; i < std::min(count, root.children.size()); ++i) {
+        IQxData::_HSScriptPtr* const action = root.children[i];
         if (action == nullptr) continue;
-        if (const std::string* const own = FindAttribute(*action, kActionName)) name = *own;
-        visit(*action, static_cast<const std::string&>(name));
+        if (const std::string* const own = FindAttribute(*action, kActionName)) name = own;
+        visit(*action, *name);
     }
 }
 
 // Takes a method without attribute, and the name of its action.
 using NamelessMethod = std::function<void(const IQxData::_HSScriptPtr& method, const std::string& actionName)>;
 
+// Says whether calls of the method may come.
+using WantedMethod = std::function<bool(const std::string& name)>;
+
 // Subscribes the actions below `root` to their methods, in addition to what is there. A method is subscribed once under
 // each action name, to the first action that has it. A method without attribute is passed over, and `nameless`, if
-// there is one, called with it and the action's name.
+// there is one, called with it and the action's name. With `wanted` only those methods are subscribed; `count` is that
+// of ForEachAction.
 void Subscribe(const IQxData::_HSScriptPtr& root, QxSubscriptions& subscriptions,
-               const NamelessMethod& nameless = nullptr);
+               const NamelessMethod& nameless = nullptr, const WantedMethod& wanted = nullptr,
+               std::size_t count = SIZE_MAX);
 
 }  // namespace qxscript

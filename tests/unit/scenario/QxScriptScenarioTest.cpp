@@ -316,6 +316,25 @@ TEST_F(QxScriptScenarioTest, TheObserverIsToldTheKeyOfTheCall) {
                   "event E 7002 fires NONE", "callback", "error BAD 7002 index stoul", "event F 7002 rests "}));
 }
 
+// The location of a call is looked up when the pass comes to it: what a callback makes of it counts.
+TEST_F(QxScriptScenarioTest, ALocationThatACallbackRenamesMatchesByItsNewName) {
+    Load(
+        "<Scenario><x name='a'><method name='M'/><event name='E' tag='NONE'/></x>"
+        "<x name='b'><method name='Renamed'/><event name='F' tag='NONE'/></x></Scenario>");
+    IQxData::HSCall call = Call("M");
+    for (int i = 0; i < 2; ++i) store->AppendBeforeCall(call);
+    Notes notes;
+    tracing.SetObserver(&notes);
+    during = [&] {
+        IQxData::_HSCallLocation site = store->GetCallLocation(call.locId);
+        site.callerName = "Renamed";
+        store->AppendCallLocation(site);
+    };
+    EXPECT_TRUE(tracing.Trace());
+    EXPECT_EQ(notes.lines.size(), 4u);
+    EXPECT_EQ(notes.lines.back().substr(0, 7), "event F");
+}
+
 // Events are read once for a pass; a callback that adds to one is heeded from the next call on.
 TEST_F(QxScriptScenarioTest, AnAttributeThatACallbackAddsCounts) {
     Load("<Scenario><x name='a'><method name='M'/><event name='E' tag='NONE'/></x></Scenario>");
