@@ -45,6 +45,15 @@ Ends MakeOutput(const Child::Setup& setup) {
     return setup.output.empty() ? MakePipe() : MakeFile(setup.output);
 }
 
+// Waits until the other process has closed its end as well, which running its program does.
+void WaitForEnd(const Ends& pipe) {
+    close(pipe.write);
+    char byte = 0;
+    while (read(pipe.read, &byte, 1) < 0 && errno == EINTR) {
+    }
+    close(pipe.read);
+}
+
 [[noreturn]] void Execute(const Child::Setup& setup, int output, int error) {
     if (setup.impatient && (fcntl(output, F_SETPIPE_SZ, 4096) < 0 || fcntl(output, F_SETFL, O_NONBLOCK) != 0))
         _exit(127);
@@ -64,9 +73,11 @@ Ends MakeOutput(const Child::Setup& setup) {
 Child::Child(const Setup& setup) {
     const Ends output = MakeOutput(setup);
     const Ends error = setup.terminal ? Ends{-1, dup(output.write)} : MakePipe();
+    const Ends started = MakePipe();
     m_pid = fork();
     if (m_pid < 0) throw std::runtime_error("fork");
     if (m_pid == 0) Execute(setup, output.write, error.write);
+    WaitForEnd(started);
     close(output.write);
     close(error.write);
     m_output.fd = output.read;

@@ -18,7 +18,7 @@ public:
         bool terminal = false;       // standard output and error are one terminal, read as output
     };
 
-    // Starts the child. Throws std::runtime_error.
+    // Starts the child, which goes by its program's name from here on. Throws std::runtime_error.
     explicit Child(const Setup& setup);
     Child(const Child&) = delete;
     Child& operator=(const Child&) = delete;

@@ -76,10 +76,8 @@ void ProcessWatch::NoteReading(Known& known, const ProcessStatus& status, std::v
 
 std::vector<std::uint32_t> ProcessWatch::Running(const std::string& process) const {
     std::vector<std::uint32_t> pids;
-    const auto known = m_known.find(process);
-    if (known == m_known.end()) return pids;
-    for (const auto& [pid, state] : known->second) {
-        if (state.isRunning) pids.push_back(pid);
+    for (const ProcessStatus& status : m_source(process)) {
+        if (status.isRunning) pids.push_back(status.pid);
     }
     return pids;
 }

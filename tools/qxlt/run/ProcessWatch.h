@@ -26,7 +26,7 @@ public:
     // anything: that it cannot be read is told when it is so at a second look.
     std::vector<ProcessChange> Look(const std::string& process);
 
-    // The ids of the processes of that name which ran when it was looked at last.
+    // The ids of the processes of that name that run now, whether they were told of or not.
     std::vector<std::uint32_t> Running(const std::string& process) const;
 
     // Whether processes ran and nothing could be read of any of them, so far: as it was told, and as it looks.

@@ -15,7 +15,8 @@ using testing::IsEmpty;
 class Processes {
 public:
     std::vector<ProcessStatus> now;
-    ProcessWatch watch{[this](const std::string&) { return now; }};
+    ProcessWatch watch{
+        [this](const std::string& process) { return process == "a" ? now : std::vector<ProcessStatus>(); }};
 
     // "12 started, 13 unreadable: why"
     std::string Look() {
@@ -36,6 +37,15 @@ TEST(ProcessWatch, KnowsWhatRunsAlready) {
     EXPECT_EQ(processes.Look(), "");
     EXPECT_THAT(processes.watch.Running("a"), ElementsAre(4));
     EXPECT_THAT(processes.watch.Running("b"), IsEmpty());
+}
+
+// Who starts a program and tracks it at once is told that it is tracked.
+TEST(ProcessWatch, KnowsWhatRunsBeforeItIsToldOf) {
+    Processes processes;
+    processes.watch.Begin("a");
+    processes.now = {{4, true, "", ""}, {5, false, "", ""}};
+    EXPECT_THAT(processes.watch.Running("a"), ElementsAre(4));
+    EXPECT_EQ(processes.Look(), "4 started, 5 started, 5 ended");
 }
 
 TEST(ProcessWatch, TellsOfStartsAndEnds) {
