@@ -13,6 +13,11 @@ namespace {
 // No ring gets there, and no sum of such numbers overflows.
 constexpr std::uint64_t kMaxPosition = std::uint64_t{1} << 56;
 
+// The page in which ends what is complete. Requires that something is.
+std::uint64_t LastPage(const QxRingView::Slot& slot, std::uint64_t capacity) {
+    return (slot[kSlotCommitted] - 1) / capacity;
+}
+
 }  // namespace
 
 bool QxRingReader::Read(const QxRingView& ring, const QxRingView::Slot& slot, Batch& batch) {
@@ -33,23 +38,19 @@ bool QxRingReader::Read(const QxRingView& ring, const QxRingView::Slot& slot, Ba
     return true;
 }
 
-// Reads no more than the pages that the last item, however large, may lie in.
+// The page in which the last item ends is enough: one that is opened within an item has the item's time.
 std::uint64_t QxRingReader::LastTime(const QxRingView& ring, const QxRingView::Slot& slot) {
-    const std::uint64_t capacity = ring.Geometry().PageCapacity();
-    const std::uint64_t pages = (1 + WordsFor(kMaxPayload)) / capacity + 2;
-    const std::uint64_t lastPage = slot[kSlotCommitted] / capacity;
     QxRingReader reader;
-    reader.m_firstPage = lastPage > pages ? lastPage - pages : 0;
+    if (slot[kSlotCommitted] != 0) reader.m_firstPage = LastPage(slot, ring.Geometry().PageCapacity());
     Batch batch;
     reader.Read(ring, slot, batch);
     return reader.m_base;
 }
 
 void QxRingReader::CheckSlot(const QxRingView::Slot& slot, std::uint64_t capacity) const {
-    const bool isInRange = slot[kSlotOpened] < kMaxPosition / capacity && slot[kSlotCommitted] < kMaxPosition;
-    if (!isInRange || slot[kSlotCommitted] > slot[kSlotOpened] * capacity || slot[kSlotCommitted] < m_position) {
-        throw QxDamage("a ring's position makes no sense");
-    }
+    const bool isInRange =
+        slot[kSlotOpened] < kMaxPosition / capacity && slot[kSlotCommitted] <= slot[kSlotOpened] * capacity;
+    if (!isInRange || slot[kSlotCommitted] < m_position) throw QxDamage("a ring's position makes no sense");
 }
 
 // Copies all that is new, then looks how far the writer came meanwhile: pages that it began to use again are not
@@ -60,7 +61,7 @@ bool QxRingReader::CopyPages(const QxRingView& ring, const QxRingView::Slot& slo
     const std::uint64_t pageCount = ring.Geometry().pageCount;
     const auto oldest = [pageCount](std::uint64_t opened) { return opened > pageCount ? opened - pageCount : 0; };
     copy.firstPage = std::max({m_firstPage, m_position / capacity, oldest(slot[kSlotOpened])});
-    copy.lastPage = (slot[kSlotCommitted] - 1) / capacity;
+    copy.lastPage = LastPage(slot, capacity);
     copy.pageWords = ring.Geometry().PageWords();
     if (copy.lastPage < copy.firstPage) return false;
     const std::size_t count = static_cast<std::size_t>(copy.lastPage - copy.firstPage + 1);

@@ -293,7 +293,6 @@ void QxRecorder::FreeRecording() {
         slot.isTaken = false;
     }
     m_recording.reset();
-    m_nextSerial = 1;
 }
 
 void QxRecorder::ReportOnce(const std::string& error) {

@@ -156,6 +156,14 @@ TEST_F(QxRingReaderTest, TellsWhatNoRecorderWrites) {
          }},
         {"a ring's position makes no sense", [](HandMadeRing& ring) { ring.SetCommitted(1); }},
         {"a ring's position makes no sense", [](HandMadeRing& ring) { ring.SetOpened(Word{1} << 56); }},
+        {"a ring's position makes no sense", [](HandMadeRing& ring) { ring.SetOpened((Word{1} << 56) / kCapacity); }},
+        {"none", [](HandMadeRing& ring) { ring.SetOpened((Word{1} << 56) / kCapacity - 1); }},
+        {"a ring's position makes no sense",
+         [](HandMadeRing& ring) {
+             ring.Write({kEntryOf8, 1});
+             ring.Read();
+             ring.SetCommitted(1);
+         }},
         {"a page is not the one that belongs there",
          [](HandMadeRing& ring) {
              ring.Write({kEntryOf8, 1});
@@ -165,6 +173,16 @@ TEST_F(QxRingReaderTest, TellsWhatNoRecorderWrites) {
          [](HandMadeRing& ring) {
              ring.Write({1, 2}, 7);
              ring.SetHeader(kPageTail, 7, 3);
+         }},
+        {"a page begins behind what is complete",
+         [](HandMadeRing& ring) {
+             ring.Write({1, 2}, 7);
+             ring.SetHeader(kPageTail, 7, Word{1} << 56);
+         }},
+        {"a page counts backwards",
+         [](HandMadeRing& ring) {
+             ring.Write({1, 2}, 7);
+             ring.SetHeader(kPageTail, 7, ~Word{0});
          }},
         {"a page counts backwards",
          [](HandMadeRing& ring) {
@@ -213,7 +231,17 @@ TEST_F(QxRingReaderTest, TellsWhatNoRecorderWrites) {
          }},
         {"time goes back",
          [](HandMadeRing& ring) {
-             ring.Write({kEntryOf8, 1, Head(kNote, kNoteTime, 8, 0), 99});
+             ring.Write({kEntryOf8, 1, Head(kNote, kNoteTime, 8, 0), 99, kEntryOf8, 1});
+             ring.SetHeader(kPageEntries, 1, 1);
+             ring.SetHeader(kPageBase, 1, 99);
+         }},
+        {"none",
+         [](HandMadeRing& ring) {
+             ring.Write({kEntryOf8, 1, Head(kNote, kNoteTime, 8, 0), 100});
+         }},
+        {"none",
+         [](HandMadeRing& ring) {
+             ring.Write({kEntryOf8, 1, Head(kExit, kFarDistance, 8, 0), 0});
          }},
     };
     for (const auto& row : rows) {

@@ -109,6 +109,31 @@ TEST_F(QxRingTest, APauseLongerThanADeltaIsNoted) {
     EXPECT_EQ(Read().items.back().time, FakeTraits::s_now);
 }
 
+TEST_F(QxRingTest, OnlyAPauseLongerThanADeltaTakesRoomOfItsOwn) {
+    Entry("");
+    FakeTraits::s_now = Read().items.back().time + kMaxDelta;
+    Exit(1, "");
+    const std::uint64_t before = m_reader.Position();
+    EXPECT_EQ(Read().items.back().time, FakeTraits::s_now);
+    EXPECT_EQ(m_reader.Position() - before, 1u);
+    Entry("");
+    FakeTraits::s_now = Read().items.back().time + kMaxDelta + 1;
+    Exit(2, "");
+    EXPECT_EQ(Read().items.back().time, FakeTraits::s_now);
+    EXPECT_EQ(m_reader.Position() - before, 1u + 1u + 3u);
+}
+
+// However an item lies across pages, and after pauses of any length.
+TEST_F(QxRingTest, TheTimeOfTheLastItemIsTold) {
+    for (std::size_t size = 0; size < 500; ++size) {
+        FakeTraits::s_now += size % 7 == 0 ? std::uint64_t{3} << 32 : 1000;
+        if (Entry(std::string(size, 'x'), 7, kLog) == 0) break;
+        const std::uint64_t last = QxRingReader::LastTime(m_memory.View(), m_memory.View().ReadSlot());
+        EXPECT_EQ(last, FakeTraits::s_now / kSlotCount * kSlotCount + kLane) << size;
+    }
+    EXPECT_GT(Count(kSlotOverwritten), 100u);
+}
+
 TEST_F(QxRingTest, ALogItemIsNoOpenCall) {
     Entry("log", 3, kLog);
     const QxRingReader::Batch batch = Read();
