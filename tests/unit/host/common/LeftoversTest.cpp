@@ -151,6 +151,16 @@ TEST_F(LeftoversTest, FilesThatAreNoRecordingsGoFirst) {
     EXPECT_TRUE(Files(".qxnew").empty());
 }
 
+TEST_F(LeftoversTest, FilesThatAreNoRecordingsTakeNoRecordingsPlaceAndStayAsTheyAre) {
+    const pid_t ended = Start("crashed");
+    const std::string path = m_directory + "/job-";
+    for (int number = 0; number < 20; ++number) WriteFile(path + std::to_string(number) + ".999999999.1.qxrec", "x");
+    for (int i = 0; i < 2; ++i) Start("traced");
+    EXPECT_TRUE(Has("crashed", ended));
+    for (const std::string& file : Files(".999999999.1.qxrec")) EXPECT_EQ(ReadFile(file), "x") << file;
+    EXPECT_FALSE(Files(".999999999.1.qxrec").empty());
+}
+
 // The program that a process ran before has ended, and what it runs now has started.
 TEST_F(LeftoversTest, AProgramThatRunsItselfAnewIsAStart) {
     const pid_t first = Start("traced");

@@ -51,4 +51,22 @@ TEST(QxFileName, LongNamesStayApartAndFitAFileSystem) {
     for (const std::string& file : files) EXPECT_LT(file.size(), 255u);
 }
 
+TEST(QxFileName, NamesOfUpTo180BytesStayWhole) {
+    const std::string longest(180, 'x');
+    QxFileName back;
+    ASSERT_TRUE(QxFileName::Parse(QxFileName{longest, 1, 2, QxFileName::kDump}.ToString(), back));
+    EXPECT_EQ(back.name, longest);
+    ASSERT_TRUE(QxFileName::Parse(QxFileName{longest + "x", 1, 2, QxFileName::kDump}.ToString(), back));
+    EXPECT_EQ(back.name.substr(0, 161), std::string(160, 'x') + "~");
+    EXPECT_EQ(back.name.size(), 161u + 16u);
+}
+
+TEST(QxFileName, NumbersHaveTheirLargestValues) {
+    QxFileName name;
+    ASSERT_TRUE(QxFileName::Parse("a.2147483647.9999999999999999999.qxrec", name));
+    EXPECT_EQ(name.pid, 2147483647);
+    EXPECT_EQ(name.startTime, 9999999999999999999u);
+    EXPECT_FALSE(QxFileName::Parse("a.2147483648.1.qxrec", name));
+}
+
 }  // namespace

@@ -4,6 +4,7 @@
 #include <sched.h>
 #include <signal.h>
 #include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -16,6 +17,7 @@
 #include "NotedCalls.h"
 #include "QxBytes.h"
 #include "QxFileName.h"
+#include "QxLayout.h"
 #include "QxProcessInfo.h"
 #include "RecordingLog.h"
 
@@ -162,6 +164,53 @@ TEST_F(ControlTest, DumpsReplaceEachOtherAndThoseOfDeadReadersGo) {
     struct stat status {};
     ASSERT_EQ(::stat(files[1].c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600u);
+}
+
+TEST_F(ControlTest, TheFirstDumpClearsThoseOfDeadReadersAndNoOther) {
+    const std::string dead = m_directory + "/dead.999999999.5.";
+    const auto leave = [&dead] {
+        for (const char* suffix : {"qxdump", "qxtmp"}) WriteFile(dead + suffix, "x");
+    };
+    leave();
+    EXPECT_FALSE(Dump("traced", true).exists);
+    EXPECT_TRUE(Files(".qxdump").empty());
+    EXPECT_TRUE(Files(".qxtmp").empty());
+    leave();
+    EXPECT_FALSE(Dump("traced", true).exists);
+    EXPECT_EQ(Files(".qxdump").size(), 1u) << "a control clears once";
+}
+
+// Too small for the place in the recording that tells how far it was read.
+TEST_F(ControlTest, ALimitOnTheSizeOfFilesEndsNoReader) {
+    Run("traced", [] { Note(1); });
+    Run("reader", [this] {
+        struct rlimit limit {};
+        EXPECT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
+        limit.rlim_cur = qxlayout::Geometry::SlotOffset(0);
+        EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+        EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    });
+}
+
+TEST_F(ControlTest, AnExitThatIsLostOfACallThatWasWrittenIsCounted) {
+    m_control->SetOpenCallLimit(0);
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
+        {
+            const std::vector<std::string> large(8, std::string(qx::recorder::kMaxText, 'x'));
+            QX_CALL(call, "p", "Open", qx::In(1), qx::Out(large));
+            pause();
+        }
+        Note(2);
+        pause();
+    });
+    EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    child.Continue();
+    EXPECT_EQ(Values(Dump("traced")), Numbers{2});
+    const qx::host::Loss loss = Total("traced");
+    ExpectBalanced(loss);
+    EXPECT_EQ(loss.delivered, 2u);
+    EXPECT_EQ(loss.exitsRefused, 1u);
+    child.Finish();
 }
 
 TEST_F(ControlTest, WhatADumpThatCannotBeWrittenHeldComesWithTheNextOne) {

@@ -69,6 +69,63 @@ TEST(QxMetadata, LayoutsNestSixtyDeepAndNoDeeper) {
     EXPECT_THROW(bad.Append(records + Layout("60", "59", 16382)), qxhost::QxDamage);
 }
 
+std::string Site(const std::string& method, std::size_t argumentCount, unsigned flags = 1) {
+    std::string content;
+    qxhost::AppendVarint(content, 7);
+    qxhost::AppendText(content, "file.cpp");
+    qxhost::AppendVarint(content, argumentCount);
+    for (std::size_t i = 0; i < argumentCount; ++i) {
+        qxhost::AppendVarint(content, flags);
+        qxhost::AppendVarint(content, 8);
+        qxhost::AppendText(content, "long");
+    }
+    qxhost::AppendVarint(content, 0);
+    qxhost::AppendText(content, "void");
+    qxhost::AppendText(content, method);
+    qxhost::AppendText(content, "p");
+    return Record(kMetaLocation, content);
+}
+
+// The reason for which records are refused; "none" when they are taken.
+std::string Refusal(const std::string& records) {
+    qxhost::QxMetadata metadata;
+    try {
+        metadata.Append(records);
+    } catch (const qxhost::QxDamage& damage) {
+        return damage.what();
+    }
+    return "none";
+}
+
+TEST(QxMetadata, EachPartHasItsLimit) {
+    EXPECT_EQ(Refusal(Site(std::string(4096, 'm'), 1)), "none");
+    EXPECT_EQ(Refusal(Site(std::string(4097, 'm'), 1)), "a name is too long");
+    EXPECT_EQ(Refusal(Site("m", 1024)), "none");
+    EXPECT_EQ(Refusal(Site("m", 1025)), "a call site or layout has too many parts");
+    EXPECT_EQ(Refusal(Site("m", 1, 3)), "none");
+    EXPECT_EQ(Refusal(Site("m", 1, 4)), "an argument has unknown flags");
+    EXPECT_EQ(Refusal(Layout("A", "int", 8)), "none");
+    EXPECT_EQ(Refusal(Layout("A", "int", 4, false, 1025)), "a call site or layout has too many parts");
+}
+
+TEST(QxMetadata, ACallSiteComesOutAsItWentIn) {
+    qxhost::QxMetadata metadata;
+    metadata.Append(Site("first", 2, 3) + Site("second", 0));
+    ASSERT_EQ(metadata.Locations().size(), 2u);
+    const qxhost::QxLocation& location = metadata.Locations()[0];
+    EXPECT_EQ(location.line, 7u);
+    EXPECT_EQ(location.file, "file.cpp");
+    ASSERT_EQ(location.arguments.size(), 2u);
+    EXPECT_EQ(location.arguments[1].flags, 3u);
+    EXPECT_EQ(location.arguments[1].type.size, 8u);
+    EXPECT_EQ(location.arguments[1].type.name, "long");
+    EXPECT_EQ(location.result.size, 0u);
+    EXPECT_EQ(location.result.name, "void");
+    EXPECT_EQ(location.method, "first");
+    EXPECT_EQ(location.package, "p");
+    EXPECT_EQ(metadata.Locations()[1].method, "second");
+}
+
 // Takes a layout of so many members, so often, and then refuses one with one member, for that reason.
 void ExpectFullAfter(std::size_t count, unsigned memberCount, const std::string& reason) {
     qxhost::QxMetadata metadata;
@@ -86,6 +143,27 @@ void ExpectFullAfter(std::size_t count, unsigned memberCount, const std::string&
 TEST(QxMetadata, WhatAProcessDescribesIsBounded) {
     ExpectFullAfter(kMaxDescriptors, 1, "it has too many layouts");
     ExpectFullAfter(kMaxParts / 1024, 1024, "it has too many arguments and members");
+}
+
+TEST(QxMetadata, ArgumentsCountLikeMembers) {
+    qxhost::QxMetadata metadata;
+    const std::string layout = Layout("A", "int", 4, false, 1024);
+    for (std::size_t i = 1; i < kMaxParts / 1024; ++i) metadata.Append(layout);
+    metadata.Append(Site("m", 1023));
+    EXPECT_THROW(metadata.Append(Layout("B", "int", 4, false, 2)), qxhost::QxDamage);
+    metadata.Append(Layout("B", "int", 4));
+    EXPECT_THROW(metadata.Append(Site("m", 1)), qxhost::QxDamage);
+}
+
+TEST(QxMetadata, CallSitesAreAsManyAsTheRecorderGives) {
+    qxhost::QxMetadata metadata;
+    for (std::size_t i = 0; i < kMaxLocations; ++i) metadata.Append(Site("m", 0));
+    try {
+        metadata.Append(Site("m", 0));
+        ADD_FAILURE() << "one more was taken";
+    } catch (const qxhost::QxDamage& damage) {
+        EXPECT_STREQ(damage.what(), "it has too many call sites");
+    }
 }
 
 TEST(QxMetadata, ValuesAreCheckedToTheByte) {

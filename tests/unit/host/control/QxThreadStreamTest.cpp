@@ -99,6 +99,43 @@ TEST_F(QxThreadStreamTest, ItemsOfEverySizeComeOutWhole) {
     }
 }
 
+// The sizes of a stream's fragments. Expects that none begins with the end of an item.
+std::vector<std::size_t> FragmentSizes(const std::string& packets) {
+    std::vector<std::size_t> sizes;
+    QxByteReader reader(packets.data(), packets.size());
+    while (reader.Left() > 0) {
+        EXPECT_EQ(reader.ReadByte(), static_cast<unsigned>(dumpformat::kThreadBuffer));
+        reader.ReadVarint();
+        EXPECT_EQ(reader.ReadInteger(2), 7u);
+        EXPECT_EQ(reader.ReadVarint(), 0u) << "of an item begun before";
+        sizes.push_back(reader.ReadVarint());
+        reader.Skip(sizes.back());
+    }
+    return sizes;
+}
+
+TEST_F(QxThreadStreamTest, EntriesLieWholeInFragmentsOfTheirLimit) {
+    constexpr std::size_t kFirstSize = 10 + 16384;  // of the item: tag, size, time, location and the text
+    constexpr std::size_t kMaxHead = 32;            // what an entry may take beside its values
+    for (std::size_t second = 16300; second < 16380; ++second) {
+        QxThreadStream stream(7);
+        const std::string values = Text(second, 'b');
+        stream.AddOpenCall(1, 1000, Text(16384, 'a'));
+        stream.AddOpenCall(1, 2000, values);
+        const std::vector<std::size_t> sizes = FragmentSizes(stream.Finish());
+        for (const std::size_t size : sizes) ASSERT_LT(size, dumpformat::kFragment);
+        EXPECT_EQ(sizes.size(), kFirstSize + kMaxHead + values.size() < dumpformat::kFragment ? 1u : 2u) << second;
+    }
+}
+
+TEST_F(QxThreadStreamTest, AnEntryThatIsLargerThanAFragmentHasOneOfItsOwn) {
+    QxThreadStream stream(7);
+    for (std::uint64_t time = 1; time < 4; ++time) stream.AddOpenCall(1, time, Text(59990, 'a'));
+    const std::vector<std::size_t> sizes = FragmentSizes(stream.Finish());
+    EXPECT_EQ(sizes.size(), 3u);
+    for (const std::size_t size : sizes) EXPECT_LE(size, dumpformat::kMaxFragment);
+}
+
 TEST_F(QxThreadStreamTest, OpenCallsAndLogItemsTakeNoExitFromOthers) {
     m_stream.AddOpenCall(1, 1000, Text(1, 'a'));
     m_stream.AddCall(1, 2000, Text(1, 'b'), 3000, Text(1, 'B'));

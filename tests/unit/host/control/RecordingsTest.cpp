@@ -134,6 +134,36 @@ TEST_F(RecordingsTest, ACopyIsRead) {
     EXPECT_EQ(Take({link}).calls.size(), 1u);
 }
 
+TEST_F(RecordingsTest, AreToldByHowTheyBegin) {
+    Child(m_directory, "traced", [] { NoteInSmallRings(1); }).Join();
+    const std::string path = Files(".qxrec").at(0);
+    const std::string magic = ReadFile(path).substr(0, 8);
+    const std::string link = m_directory + "/link";
+    ASSERT_EQ(::symlink(path.c_str(), link.c_str()), 0);
+    EXPECT_TRUE(QxRecordings::IsOne(path));
+    EXPECT_TRUE(QxRecordings::IsOne(link));
+    const std::string other = m_directory + "/other";
+    EXPECT_FALSE(QxRecordings::IsOne(other)) << "it is missing";
+    EXPECT_FALSE(QxRecordings::IsOne(m_directory));
+    for (const std::string& content : {std::string(), std::string(8, '\0'), magic.substr(0, 7), "x" + magic}) {
+        WriteFile(other, content);
+        EXPECT_FALSE(QxRecordings::IsOne(other)) << content;
+    }
+    WriteFile(other, magic);
+    EXPECT_TRUE(QxRecordings::IsOne(other));
+    ASSERT_EQ(::unlink(other.c_str()), 0);
+    ASSERT_EQ(::mkfifo(other.c_str(), 0600), 0);
+    EXPECT_FALSE(QxRecordings::IsOne(other));
+}
+
+TEST_F(RecordingsTest, ADumpSaysWhichProcessRecorded) {
+    Child child(m_directory, "traced", [] { NoteInSmallRings(1); });
+    const std::string pid = std::to_string(child.Pid());
+    child.Join();
+    const std::string digits = std::string(8 - pid.size(), '0') + pid;
+    EXPECT_NE(Take({Files(".qxrec").at(0)}).bytes.find(digits), std::string::npos);
+}
+
 TEST_F(RecordingsTest, SeveralMakeOneDumpAndTheBadOnesAreTold) {
     for (int i = 0; i < 2; ++i) Child(m_directory, "traced", [i] { Note(i); }).Join();
     std::vector<std::string> paths = Files(".qxrec");
