@@ -16,12 +16,6 @@ void AppendInteger(std::string& out, std::uint64_t value, std::size_t size) {
     for (std::size_t i = 0; i < size; ++i) out += static_cast<char>(value >> (8 * i) & 0xFF);
 }
 
-std::size_t VarintSize(std::uint64_t value) {
-    std::size_t size = 1;
-    for (; value > 0x7F; value >>= 7) ++size;
-    return size;
-}
-
 const char* QxByteReader::Take(std::size_t size) {
     if (size > m_left) throw QxDamage("a value runs past the end of its record");
     const char* data = m_data;

@@ -23,9 +23,6 @@ void AppendText(std::string& out, const std::string& text);
 // Least significant byte first.
 void AppendInteger(std::string& out, std::uint64_t value, std::size_t size);
 
-// How many bytes the varint takes.
-std::size_t VarintSize(std::uint64_t value);
-
 // Reads bytes front to back. Does not own them; throws QxDamage where a read would leave them.
 class QxByteReader {
 public:

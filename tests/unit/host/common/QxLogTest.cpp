@@ -2,10 +2,16 @@
 
 #include <dlog.h>
 #include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
+#include <sys/un.h>
+#include <syslog.h>
 #include <unistd.h>
 
 #include <cstdarg>
+#include <cstring>
 #include <sstream>
 #include <thread>
 
@@ -41,6 +47,51 @@ TEST_F(QxLogTest, KeepsOneMessageOnOneLine) {
     qxhost::QxLog log(m_path);
     Print(log, DLOG_INFO, "a\nE TAG: forged\t\033[2Jb\x7F\xC2\x9B\xC2\xA9\xC2\n\n");
     EXPECT_EQ(ReadFile(m_path), "I TAG: a E TAG: forged ?[2Jb???\xC2\xA9\xC2\n");
+}
+
+TEST_F(QxLogTest, ReplacesControlBytesAndNoOthers) {
+    qxhost::QxLog log(m_path);
+    Print(log, DLOG_INFO, "\x01\x1F\x20\x7E\x7F\r.");
+    Print(log, DLOG_INFO, "\xC2\x80\xC2\x9F\xC2\xA0\xC3\x80");
+    EXPECT_EQ(ReadFile(m_path), "I TAG: ??\x20\x7E? .\nI TAG: ????\xC2\xA0\xC3\x80\n");
+}
+
+TEST_F(QxLogTest, ALineThatJustFitsStaysWhole) {
+    qxhost::QxLog log(m_path);
+    const std::string text(qxhost::QxLog::kLineSize - std::string("I TAG: \n").size(), 'x');
+    Print(log, DLOG_INFO, "%s", text.c_str());
+    Print(log, DLOG_INFO, "%s", (text + "y").c_str());
+    EXPECT_EQ(ReadFile(m_path), "I TAG: " + text + "\nI TAG: " + text + "\n");
+}
+
+// What reaches the system's log, with the number that its priority has there.
+TEST_F(QxLogTest, TheSystemsLogGetsEachPriority) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can have a system log of its own";
+    Run("logging", [] {
+        ASSERT_EQ(::unshare(CLONE_NEWNS), 0);
+        ASSERT_EQ(::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr), 0);
+        ASSERT_EQ(::mount("none", "/dev", "tmpfs", 0, nullptr), 0);
+        const int socket = ::socket(AF_UNIX, SOCK_DGRAM, 0);
+        struct sockaddr_un address {};
+        address.sun_family = AF_UNIX;
+        std::strcpy(address.sun_path, "/dev/log");
+        ASSERT_EQ(::bind(socket, reinterpret_cast<struct sockaddr*>(&address), sizeof(address)), 0);
+        qxhost::QxLog log("syslog");
+        const struct {
+            int priority;
+            int expected;
+            const char* line;
+        } rows[] = {
+            {DLOG_DEBUG, LOG_DEBUG, "D TAG: a"}, {DLOG_INFO, LOG_INFO, "I TAG: a"}, {DLOG_ERROR, LOG_ERR, "E TAG: a"}};
+        for (const auto& row : rows) {
+            EXPECT_EQ(Print(log, row.priority, "a\n"), 8);
+            char received[1000] = {};
+            ASSERT_GT(::recv(socket, received, sizeof(received) - 1, 0), 0);
+            const std::string text = received;
+            EXPECT_EQ(text.find("<" + std::to_string(LOG_USER | row.expected) + ">"), 0u) << text;
+            EXPECT_NE(text.find(row.line), std::string::npos) << text;
+        }
+    });
 }
 
 TEST_F(QxLogTest, CutsALongLine) {

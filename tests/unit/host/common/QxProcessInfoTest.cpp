@@ -36,4 +36,23 @@ TEST_F(QxProcessInfoTest, WithoutDescriptorsAProcessIsTakenToRun) {
     EXPECT_TRUE(QxProcessInfo::IsAlive(::getpid(), start));
 }
 
+TEST_F(QxProcessInfoTest, ANameMayHoldWhatStandsAroundNames) {
+    PausingChild child(m_directory, "a) (b) Z 1", [](const PausingChild::Pause& pause) {
+        EXPECT_EQ(QxProcessInfo::OwnName(), "a) (b) Z 1");
+        pause();
+    });
+    EXPECT_EQ(QxProcessInfo::CommandName(child.Pid()), "a) (b) Z 1");
+    EXPECT_GE(QxProcessInfo::StartTime(child.Pid()), QxProcessInfo::StartTime(::getpid()));
+    EXPECT_EQ(QxProcessInfo::CommandName(999999999), "");
+    child.Finish();
+}
+
+TEST_F(QxProcessInfoTest, AllThatRunAreTold) {
+    const std::set<pid_t> all = QxProcessInfo::All();
+    EXPECT_EQ(all.count(::getpid()), 1u);
+    for (const pid_t pid : all) EXPECT_GT(pid, 0);
+    EXPECT_EQ(QxProcessInfo::InnerPid(::getpid()), ::getpid());
+    EXPECT_EQ(QxProcessInfo::InnerPid(999999999), 999999999) << "nobody tells";
+}
+
 }  // namespace

@@ -244,6 +244,41 @@ TEST_F(ProcessesTest, OneThatHasNotLoadedTheRecorderIsTold) {
     child.Kill();
 }
 
+// A program that has the recorder and has recorded nothing: its environment says where it will.
+TEST_F(ProcessesTest, OneThatHasRecordedNothingYetIsKnownByItsEnvironment) {
+    const std::string program = m_directory + "/" + kName;
+    ASSERT_EQ(::symlink("/bin/sleep", program.c_str()), 0);
+    const struct {
+        std::string directory;
+        Visibility visibility;
+        std::string advice;
+    } rows[] = {
+        {m_directory + "//", Visibility::NothingYet, "wait until it calls a traced function"},
+        {m_directory + "/it's other/", Visibility::OtherDirectory,
+         "run this with QX_RUNTIME_DIR='" + m_directory + "/it'\\''s other'"},
+        {"here", Visibility::OtherDirectory, "run this with QX_RUNTIME_DIR=" + m_directory + "/here"},
+        {"", Visibility::OtherDirectory, "run this with QX_RUNTIME_DIR=/dev/shm/qx-" + std::to_string(::geteuid())},
+    };
+    for (const auto& row : rows) {
+        Child child(row.directory, "x", [&] {
+            ::setenv("LD_PRELOAD", QX_TEST_PLUGIN, 1);
+            EXPECT_EQ(::chdir(m_directory.c_str()), 0);
+            ::execl(program.c_str(), "sleep", "1000", nullptr);
+            ::_exit(1);
+        });
+        const auto isLoaded = [&child] {
+            return qxhost::QxProcessInfo::CommandName(child.Pid()) == kName &&
+                   ReadFile("/proc/" + std::to_string(child.Pid()) + "/maps").find("libqxrecorder") !=
+                       std::string::npos;
+        };
+        while (!isLoaded()) std::this_thread::yield();
+        const ProcessState state = OnlyUnread(*m_control, kName);
+        EXPECT_EQ(state.visibility, row.visibility) << row.directory;
+        EXPECT_EQ(state.advice.find(row.advice), 0u) << state.advice;
+        child.Kill();
+    }
+}
+
 TEST_F(ProcessesTest, ARecordingThatIsDamagedOrRemovedIsTold) {
     PausingChild child(m_directory, kName, NoteAndPause);
     const std::string path = Files(".qxrec").at(0);

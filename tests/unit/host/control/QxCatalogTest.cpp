@@ -158,6 +158,23 @@ TEST(QxCatalogTest, ItemsFitIntoADump) {
     EXPECT_EQ(recording.Numbers()[21], 9u);
 }
 
+// To the byte: what is left is just enough for one, and not for the same with a longer name.
+TEST(QxCatalogTest, ItemsTakeAtMost32MiB) {
+    constexpr std::size_t kMax = 32 << 20;
+    QxCatalog catalog;
+    const std::string longName(4096, 'n');
+    for (unsigned i = 0; i < 8; ++i) Recording(Layout("Big" + std::to_string(i), kInt, longName, 1000)).In(catalog);
+    for (unsigned i = 0; kMax - catalog.Items().size() > 4000; ++i) {
+        const std::string name = "Small" + std::to_string(i);
+        EXPECT_EQ(Recording(Layout(name, kInt, std::string(3000, 'n'))).In(catalog).Names(), Names{name});
+    }
+    // Count, size, container and the sizes of names, and the names themselves.
+    const std::size_t left = kMax - catalog.Items().size() - (1 + 1 + 1 + 1 + 2 + 1) - 3 - 4;
+    ASSERT_GT(left, 128u);
+    EXPECT_EQ(Recording(Layout("Last", kInt, std::string(left + 1, 'n'))).In(catalog).Names(), Names{"-"});
+    EXPECT_EQ(Recording(Layout("Last", kInt, std::string(left, 'n'))).In(catalog).Names(), Names{"Last"});
+}
+
 TEST(QxCatalogTest, CallSitesHaveNumbersThatTheStoreTellsApart) {
     QxCatalog catalog;
     for (unsigned part = 0; part < 3; ++part) {

@@ -73,11 +73,23 @@ TEST_F(RecordingsTest, AreListedWithWhatIsKnownOfThem) {
     EXPECT_FALSE(all[1].isRunning);
     EXPECT_GT(all[1].lastTime, begin);
     EXPECT_LT(all[1].lastTime, end);
+    struct stat status {};
+    ASSERT_EQ(::stat(all[1].path.c_str(), &status), 0);
+    EXPECT_EQ(all[1].bytes, static_cast<std::uint64_t>(status.st_blocks) * 512) << "what it takes, not its size";
     EXPECT_GT(all[1].bytes, 1u << 18);
     EXPECT_LT(all[1].bytes, 1u << 22);
     EXPECT_EQ(all[1].problem, "");
     EXPECT_EQ(all[1].path, Files(".qxrec").at(1));
     running.Finish();
+}
+
+TEST_F(RecordingsTest, ThoseOfOneNameComeInTheOrderOfTheirProcesses) {
+    for (const char* file : {"b.7.2", "b.10.1", "a.9.3", "b.7.1"}) {
+        WriteFile(m_directory + "/" + file + ".qxrec", "x");
+    }
+    std::vector<std::string> files;
+    for (const RecordingInfo& info : List()) files.push_back(info.path.substr(m_directory.size() + 1));
+    EXPECT_EQ(files, (std::vector<std::string>{"a.9.3.qxrec", "b.7.1.qxrec", "b.7.2.qxrec", "b.10.1.qxrec"}));
 }
 
 TEST_F(RecordingsTest, ADirectoryThatIsMissingHoldsNoneAndOneThatIsRefusedIsTold) {

@@ -49,6 +49,65 @@ TEST_F(RecordedThreadsTest, ThreadsGoByTheirSystemNameOrTheOneTheyGive) {
     EXPECT_EQ(names, (std::set<std::string>{"traced", "given"}));
 }
 
+TEST_F(RecordedThreadsTest, OfAGivenName64BytesCount) {
+    const std::string longest(64, 'n');
+    Run("traced", [&longest] {
+        // Before its first call and after.
+        for (const std::string& name : {longest, longest + "x", std::string("short")}) {
+            qx::recorder::SetThreadName(name);
+            EXPECT_EQ(qx::recorder::GetThreadCounters().empty(), name == longest);
+            Note(1);
+            EXPECT_EQ(qx::recorder::GetThreadCounters().at(0).name, name.substr(0, 64));
+        }
+    });
+}
+
+TEST_F(RecordedThreadsTest, TheCountersOfAllThreadsAddUp) {
+    Run("traced", [] {
+        EXPECT_TRUE(qx::recorder::Configure({4096, 64, 1 << 20}));
+        Gate haveRecorded(3);
+        Gate mayEnd(3);
+        const auto record = [&](int calls) {
+            const std::string tooLong(qx::recorder::kMaxText + 1, 'x');
+            const std::vector<std::string> large(8, std::string(qx::recorder::kMaxText, 'x'));
+            for (int i = 0; i < calls; ++i) {
+                NoteText(tooLong);
+                QX_LOG("p", "Log", i);
+                { QX_CALL(call, "p", "LargeEntry", qx::In(large)); }
+                { QX_CALL(call, "p", "LargeExit", qx::Out(large)); }
+            }
+            haveRecorded.Pass();
+            mayEnd.Pass();
+        };
+        std::thread one(record, 1);
+        std::thread two(record, 100);
+        haveRecorded.Pass();
+        const std::vector<qx::recorder::ThreadCounters> threads = qx::recorder::GetThreadCounters();
+        EXPECT_EQ(threads.size(), 2u);
+        const std::size_t busy = threads[0].counters.recorded > threads[1].counters.recorded ? 0 : 1;
+        const qx::recorder::Counters& few = threads[1 - busy].counters;
+        EXPECT_EQ(few.recorded, 4u);
+        EXPECT_EQ(few.refused, 1u);
+        EXPECT_EQ(few.overwritten, 0u);
+        EXPECT_EQ(few.exits, 2u);
+        EXPECT_EQ(few.exitsRefused, 1u);
+        EXPECT_EQ(few.cut, 1u);
+        const qx::recorder::Counters& many = threads[busy].counters;
+        EXPECT_TRUE(threads[0].active && threads[1].active);
+        EXPECT_GT(many.overwritten, 100u);
+        const qx::recorder::Counters sum = qx::recorder::GetCounters();
+        EXPECT_EQ(sum.recorded, 404u);
+        EXPECT_EQ(sum.refused, 101u);
+        EXPECT_EQ(sum.overwritten, many.overwritten);
+        EXPECT_EQ(sum.exits, 202u);
+        EXPECT_EQ(sum.exitsRefused, 101u);
+        EXPECT_EQ(sum.cut, 101u);
+        mayEnd.Pass();
+        one.join();
+        two.join();
+    });
+}
+
 TEST_F(RecordedThreadsTest, MoreThreadsThanSlotsAreRefusedAndCounted) {
     constexpr int kThreads = 70;
     Run("traced", [] {

@@ -43,6 +43,22 @@ TEST_F(RecorderTest, WithoutARuntimeDirectoryCallsAreRefusedAndCounted) {
     }).Join();
 }
 
+// Looking for a place costs system calls, which a program that finds none must not make for each of its calls.
+TEST_F(RecorderTest, AThreadThatFoundNoPlaceLooksAgainNowAndThen) {
+    Run("traced", [this] {
+        ASSERT_EQ(::chmod(m_directory.c_str(), 0755), 0);
+        Note(0);
+        ASSERT_EQ(::chmod(m_directory.c_str(), 0700), 0);
+        for (int i = 1; i < 4096; ++i) Note(i);
+        EXPECT_EQ(qx::recorder::GetCounters().refused, 4096u);
+        for (int i = 0; i < 10; ++i) Note(i);
+        EXPECT_EQ(qx::recorder::GetCounters().refused, 4096u);
+        EXPECT_EQ(qx::recorder::GetCounters().recorded, 4106u);
+    });
+    EXPECT_EQ(Dump("traced", true).calls.size(), 10u);
+    EXPECT_EQ(Total("traced").refused, 4096u);
+}
+
 TEST_F(RecorderTest, OptionsAreCheckedAndFixedOnceRecordingBegan) {
     Run("traced", [] {
         EXPECT_FALSE(qx::recorder::Configure({4095, 64}));
