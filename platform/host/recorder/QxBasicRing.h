@@ -70,6 +70,7 @@ private:
     std::uint64_t OpenCalls() const;
     bool HasRoom(std::size_t words);
     bool HasBeenRead(std::uint64_t lastPage);
+    bool NeedsTimeNote(std::uint64_t time) const;
     std::size_t NoteWords(std::uint64_t time) const;
     void PutNotes(std::uint64_t time);
     void PutNote(qxlayout::Note note, std::uint64_t value, const State& after);

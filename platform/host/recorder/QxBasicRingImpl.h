@@ -146,10 +146,16 @@ bool QxBasicRing<Traits>::HasBeenRead(std::uint64_t lastPage) {
     return m_consumed >= needed;
 }
 
+// Whether the head of an item of that time cannot hold what it is later than the item before.
+template <class Traits>
+bool QxBasicRing<Traits>::NeedsTimeNote(std::uint64_t time) const {
+    return time - m_state.base > kMaxDelta;
+}
+
 template <class Traits>
 std::size_t QxBasicRing<Traits>::NoteWords(std::uint64_t time) const {
     std::size_t words = m_nextThread != m_state.thread ? kNoteWordCount : 0;
-    if (time - m_state.base > kMaxDelta) words += kNoteWordCount;
+    if (NeedsTimeNote(time)) words += kNoteWordCount;
     return words;
 }
 
@@ -160,7 +166,7 @@ void QxBasicRing<Traits>::PutNotes(std::uint64_t time) {
         after.thread = m_nextThread;
         PutNote(kNoteThread, m_nextThread, after);
     }
-    if (time - m_state.base > kMaxDelta) {
+    if (NeedsTimeNote(time)) {
         after.base = time;
         PutNote(kNoteTime, time, after);
     }
