@@ -10,11 +10,6 @@ using namespace qxlayout;
 
 namespace {
 
-// How often a ring is tried whose writer overruns the copy each time, and what may be copied in vain of all rings of
-// one recording. What is not read is overwritten by then, or comes the next time.
-constexpr int kMaxAttempts = 16;
-constexpr std::size_t kMaxRetriedBytes = 64 << 20;
-
 // What the open calls of one slot may take. A thread that has more goes deeper than any stack should, or passes
 // megabytes.
 constexpr std::size_t kMaxOpenCost = 4 << 20;
@@ -52,8 +47,8 @@ void QxRecordingReader::ReadSlots(std::uint64_t openCallLimitNs, bool isAlive, c
     for (const Slot& slot : *m_state) {
         if (!slot.open.empty()) NameThread(slot.ring.Thread(), target.builder);
     }
-    std::size_t bytesToRetry = kMaxRetriedBytes;
-    for (std::size_t number = 0; number < kSlotCount; ++number) ReadSlot(number, bytesToRetry, target);
+    QxRetries retries;
+    for (std::size_t number = 0; number < kSlotCount; ++number) ReadSlot(number, retries, target);
     for (Slot& slot : *m_state) {
         if (isAlive)
             WriteOverdue(slot, openCallLimitNs, target);
@@ -73,13 +68,11 @@ void QxRecordingReader::EndAtDamage(const Target& target) {
     }
 }
 
-void QxRecordingReader::ReadSlot(std::size_t number, std::size_t& bytesToRetry, const Target& target) {
+void QxRecordingReader::ReadSlot(std::size_t number, QxRetries& retries, const Target& target) {
     Slot& slot = (*m_state)[number];
     const std::uint64_t before = slot.ring.Position();
-    const std::size_t ringSize = m_file.Geometry().RingSize();
-    for (int attempt = 1; !TryReadSlot(number, target); ++attempt) {
-        if (attempt == kMaxAttempts || bytesToRetry < ringSize) break;
-        bytesToRetry -= ringSize;
+    for (int tries = 1; !TryReadSlot(number, target); ++tries) {
+        if (!retries.Take(tries, m_file.Geometry().RingSize())) break;
     }
     slot.isTouched = slot.ring.Position() != before;
     slot.loss.recorded = slot.ring.Entries() + slot.loss.refused;

@@ -14,6 +14,7 @@
 #include "QxDumpBuilder.h"
 #include "QxMetadata.h"
 #include "QxRecordingFile.h"
+#include "QxRetries.h"
 #include "QxRingReader.h"
 #include "QxTidPool.h"
 #include "qx/control.h"
@@ -81,7 +82,7 @@ private:
 
     std::string HeaderItem() const;
     void ReadSlots(std::uint64_t openCallLimitNs, bool isAlive, const Target& target);
-    void ReadSlot(std::size_t number, std::size_t& bytesToRetry, const Target& target);
+    void ReadSlot(std::size_t number, QxRetries& retries, const Target& target);
     bool TryReadSlot(std::size_t number, const Target& target);
     void EndAtDamage(const Target& target);
     void TakeBatch(Slot& slot, const QxRingReader::Batch& batch, const Target& target);
