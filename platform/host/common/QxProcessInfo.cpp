@@ -81,16 +81,18 @@ std::string QxProcessInfo::CommandName(pid_t pid) {
 }
 
 pid_t QxProcessInfo::InnerPid(pid_t pid) {
+    std::istringstream numbers(Status(pid, "NSpid:"));
+    pid_t inner = pid;
+    for (pid_t number = 0; numbers >> number;) inner = number;
+    return inner;
+}
+
+std::string QxProcessInfo::Status(pid_t pid, const std::string& label) {
     std::ifstream file("/proc/" + std::to_string(pid) + "/status");
-    const std::string label = "NSpid:";
     for (std::string line; std::getline(file, line);) {
-        if (line.compare(0, label.size(), label) != 0) continue;
-        std::istringstream numbers(line.substr(label.size()));
-        pid_t inner = pid;
-        for (pid_t number = 0; numbers >> number;) inner = number;
-        return inner;
+        if (line.compare(0, label.size(), label) == 0) return line.substr(label.size());
     }
-    return pid;
+    return {};
 }
 
 std::set<pid_t> QxProcessInfo::All() {

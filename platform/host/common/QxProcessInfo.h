@@ -23,6 +23,9 @@ public:
     // The id that it has in the innermost namespace that it is in: what it takes for its own.
     static pid_t InnerPid(pid_t pid);
 
+    // What stands behind that label in the system's account of it (/proc/PID/status); empty when there is none.
+    static std::string Status(pid_t pid, const std::string& label);
+
     // The ids of all processes that run, or wait for somebody to take note of their end.
     static std::set<pid_t> All();
 

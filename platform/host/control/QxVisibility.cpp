@@ -92,14 +92,9 @@ Traces TracesOf(pid_t pid) {
 
 // The user that it runs as, for files: what its runtime directory belongs to.
 bool EffectiveUser(pid_t pid, uid_t& user) {
-    std::ifstream file(ProcPath(pid, "status"));
-    for (std::string line; std::getline(file, line);) {
-        if (line.compare(0, 4, "Uid:") != 0) continue;
-        std::istringstream numbers(line.substr(4));
-        uid_t real = 0;
-        return static_cast<bool>(numbers >> real >> user);
-    }
-    return false;
+    std::istringstream numbers(QxProcessInfo::Status(pid, "Uid:"));
+    uid_t real = 0;
+    return static_cast<bool>(numbers >> real >> user);
 }
 
 std::string UserText(uid_t user) {

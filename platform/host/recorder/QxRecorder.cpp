@@ -181,8 +181,7 @@ void QxRecorder::Attach() {
         slot->threadName = t_state.isNamed ? t_state.name : SystemThreadName();
         const std::uint32_t name = m_dictionary.NumberName(slot->threadName);
         if (::pthread_setspecific(g_threadEnd, slot->ring.get()) != 0) return;
-        slot->ring->Attach(m_nextSerial, name, NextAttachment(slot->ring->Slot()));
-        if (++m_nextSerial == 0) m_nextSerial = 1;
+        slot->ring->Attach(m_nextSerial++, name, NextAttachment(slot->ring->Slot()));
         slot->isTaken = true;
         t_state.ring = slot->ring.get();
         t_state.hasFailed = false;

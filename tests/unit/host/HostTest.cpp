@@ -11,8 +11,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <map>
+#include <sstream>
 
 #include "QxData.h"
 #include "QxParser.h"
@@ -236,12 +236,21 @@ std::uint64_t Number(const IQxData::HSICallArg& argument, std::size_t pair) {
 std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     EXPECT_TRUE(file.good()) << path;
-    return std::string(std::istreambuf_iterator<char>(file), {});
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
 }
 
 void WriteFile(const std::string& path, const std::string& content) {
     std::ofstream file(path, std::ios::binary | std::ios::trunc);
     file << content;
+    EXPECT_TRUE(file.good()) << path;
+}
+
+void WriteWord(const std::string& path, std::size_t word, std::uint64_t value) {
+    std::fstream file(path, std::ios::binary | std::ios::in | std::ios::out);
+    file.seekp(static_cast<std::streamoff>(word * sizeof(value)));
+    file.write(reinterpret_cast<const char*>(&value), sizeof(value));
     EXPECT_TRUE(file.good()) << path;
 }
 

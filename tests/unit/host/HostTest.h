@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -124,6 +125,8 @@ std::uint64_t Number(const IQxData::HSICallArg& argument, std::size_t pair = 0);
 
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& content);
+// Replaces a 64-bit word of a file.
+void WriteWord(const std::string& path, std::size_t word, std::uint64_t value);
 
 // What was recorded is what was delivered and what was lost.
 void ExpectBalanced(const qx::host::Loss& loss);

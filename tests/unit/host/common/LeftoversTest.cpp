@@ -11,7 +11,9 @@
 
 #include "HostTest.h"
 #include "QxFileName.h"
+#include "QxLayout.h"
 #include "QxProcessInfo.h"
+#include "QxRecordingClock.h"
 
 namespace {
 
@@ -159,6 +161,16 @@ TEST_F(LeftoversTest, FilesThatAreNoRecordingsTakeNoRecordingsPlaceAndStayAsThey
     EXPECT_TRUE(Has("crashed", ended));
     for (const std::string& file : Files(".999999999.1.qxrec")) EXPECT_EQ(ReadFile(file), "x") << file;
     EXPECT_FALSE(Files(".999999999.1.qxrec").empty());
+}
+
+// The clock began anew with the system.
+TEST_F(LeftoversTest, AnEndThatLiesAheadIsOneOfAnEarlierRunOfTheSystem) {
+    const pid_t old = Start("old");
+    WriteWord(Files(".qxrec").at(0), qxlayout::kHeaderEndSeen, NowNs() + 1000000000000);
+    for (int number = 0; number < 16; ++number) Start("job-" + std::to_string(number));
+    EXPECT_TRUE(Has("old", old));
+    Start("traced");
+    EXPECT_FALSE(Has("old", old));
 }
 
 // The program that a process ran before has ended, and what it runs now has started.

@@ -39,6 +39,27 @@ TEST_F(QxRuntimeDirTest, AMissingOneIsNoErrorUnlessItIsToBeMade) {
               "runtime directory " + m_path + "/deeper is not usable: No such file or directory");
 }
 
+TEST_F(QxRuntimeDirTest, TheEnvironmentChoosesItOrTheUserHasOne) {
+    const std::string own = "/dev/shm/qx-" + std::to_string(::geteuid());
+    const struct {
+        const char* value;
+        std::string path;
+    } rows[] = {{"", own}, {"/", "/"}, {"/run/qx", "/run/qx"}, {"/run/qx//", "/run/qx"}, {"x/", "x"}};
+    for (const auto& row : rows) {
+        ::setenv("QX_RUNTIME_DIR", row.value, 1);
+        EXPECT_EQ(QxRuntimeDir::DefaultPath(), row.path);
+    }
+    ::unsetenv("QX_RUNTIME_DIR");
+    EXPECT_EQ(QxRuntimeDir::DefaultPath(), own);
+}
+
+TEST_F(QxRuntimeDirTest, WhyItCannotBeMadeIsTold) {
+    EXPECT_EQ(Refusal(m_directory, true), "") << "it is there";
+    const std::string refusal = Refusal("/sys/qx", true);
+    EXPECT_EQ(refusal.find("runtime directory /sys/qx is not usable: "), 0u) << refusal;
+    EXPECT_EQ(refusal.find("No such file"), std::string::npos) << refusal;
+}
+
 TEST_F(QxRuntimeDirTest, ALinkIsRefused) {
     ASSERT_EQ(::symlink(m_directory.c_str(), m_path.c_str()), 0);
     EXPECT_EQ(Refusal(m_path), "runtime directory " + m_path + " is not usable: it is a symbolic link");

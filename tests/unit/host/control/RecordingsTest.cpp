@@ -8,6 +8,7 @@
 
 #include "HostTest.h"
 #include "QxFileName.h"
+#include "QxLayout.h"
 #include "QxProcessInfo.h"
 #include "QxRecordingClock.h"
 #include "RecordingLog.h"
@@ -149,7 +150,7 @@ TEST_F(RecordingsTest, ACopyIsRead) {
 TEST_F(RecordingsTest, AreToldByHowTheyBegin) {
     Child(m_directory, "traced", [] { NoteInSmallRings(1); }).Join();
     const std::string path = Files(".qxrec").at(0);
-    const std::string magic = ReadFile(path).substr(0, 8);
+    const std::string magic = "QXCER002";
     const std::string link = m_directory + "/link";
     ASSERT_EQ(::symlink(path.c_str(), link.c_str()), 0);
     EXPECT_TRUE(QxRecordings::IsOne(path));
@@ -174,6 +175,14 @@ TEST_F(RecordingsTest, ADumpSaysWhichProcessRecorded) {
     child.Join();
     const std::string digits = std::string(8 - pid.size(), '0') + pid;
     EXPECT_NE(Take({Files(".qxrec").at(0)}).bytes.find(digits), std::string::npos);
+}
+
+TEST_F(RecordingsTest, AnyProcessIdFitsIntoADump) {
+    Child(m_directory, "traced", [] { NoteInSmallRings(1); }).Join();
+    const std::string path = Files(".qxrec").at(0);
+    WriteWord(path, qxlayout::kHeaderPid, 0xFFFFFFFF);
+    // 2147483647, as much of it as the field has place for.
+    EXPECT_NE(Take({path}).bytes.find("47483647"), std::string::npos);
 }
 
 TEST_F(RecordingsTest, SeveralMakeOneDumpAndTheBadOnesAreTold) {

@@ -59,7 +59,10 @@ TEST_F(QxRecordingTest, ItsHeaderSaysWhoRecordsAndHow) {
             0,      0,   0,  name.size()};
         for (std::size_t word = 0; word < std::size(expected); ++word) EXPECT_EQ(header[word], expected[word]) << word;
         EXPECT_EQ(std::string(reinterpret_cast<const char*>(header + kHeaderName), name.size()), name);
-        EXPECT_EQ(recording->SlotWords(kSlotCount - 1)[kSlotConsumedInverted], ~Word{0});
+        for (std::size_t slot = 0; slot < kSlotCount; ++slot) {
+            EXPECT_EQ(recording->SlotWords(slot)[kSlotConsumed], 0u);
+            EXPECT_EQ(recording->SlotWords(slot)[kSlotConsumedInverted], ~Word{0}) << "a pair fits together";
+        }
     }
 }
 
