@@ -298,17 +298,43 @@ TEST_F(ControlTest, ADumpThatIsNotMadeHasLostNothing) {
     EXPECT_EQ(Total("traced").delivered, 1u);
 }
 
-// The packets of a dump: compressed ones that describe, the process's header, thread names, then the calls.
-TEST_F(ControlTest, DumpsUseEveryBufferKindInOrder) {
-    Run("traced", [] { Note(1); });
-    const std::string bytes = Dump("traced", true).bytes;
+// The tags of a dump's packets.
+std::string Tags(const std::string& bytes) {
     std::string tags;
     qxhost::QxByteReader reader(bytes.data(), bytes.size());
     while (reader.Left() > 0) {
         tags += static_cast<char>('0' + reader.ReadByte());
         reader.Skip(reader.ReadVarint());
     }
-    EXPECT_EQ(tags, "5241");
+    return tags;
+}
+
+// The packets of a dump: compressed ones that describe, the process's header, thread names, then the calls.
+TEST_F(ControlTest, DumpsUseEveryBufferKindInOrder) {
+    Run("traced", [] { Note(1); });
+    EXPECT_EQ(Tags(Dump("traced", true).bytes), "5241");
+}
+
+TEST_F(ControlTest, ADumpWithoutCallsEndsWithWhatItDescribes) {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) {
+        QX_CALL(call, "p", "Open");
+        pause();
+    });
+    EXPECT_EQ(Tags(Dump("traced", true).bytes), "524");
+    child.Finish();
+}
+
+TEST_F(ControlTest, ARecordingWhoseDescriptionShrinksIsGivenUp) {
+    PausingChild child(m_directory, "traced", [](const Pause& pause) { NoteOneByOne(2, pause); });
+    EXPECT_EQ(Values(Dump("traced", true)), Numbers{1});
+    for (const auto word : {qxlayout::kHeaderMetaUsed, qxlayout::kHeaderMetaUsedAgain}) {
+        WriteWord(Files(".qxrec").at(0), word, 1);
+    }
+    child.Continue();
+    EXPECT_FALSE(Dump("traced").exists);
+    ASSERT_EQ(RecordingLog::Lines().size(), 1u);
+    EXPECT_NE(RecordingLog::Lines()[0].text.find("is given up: its metadata shrank"), std::string::npos);
+    child.Finish();
 }
 
 }  // namespace

@@ -69,7 +69,7 @@ TEST_F(RecordedThreadsTest, TheCountersOfAllThreadsAddUp) {
         Gate mayEnd(3);
         const auto record = [&](int calls) {
             const std::string tooLong(qx::recorder::kMaxText + 1, 'x');
-            const std::vector<std::string> large(8, std::string(qx::recorder::kMaxText, 'x'));
+            const std::vector<std::string> large(8, tooLong);  // what is refused is not counted as cut
             for (int i = 0; i < calls; ++i) {
                 NoteText(tooLong);
                 QX_LOG("p", "Log", i);

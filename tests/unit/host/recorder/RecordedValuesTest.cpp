@@ -331,6 +331,19 @@ TEST_F(RecordedValuesTest, LongTextsAndListsAreCutAndCounted) {
     EXPECT_EQ(Bytes(dump.Only("Run").args.in[0], 4).size(), qx::recorder::kMaxText);
 }
 
+TEST_F(RecordedValuesTest, WhatFindsNoRoomIsNotCut) {
+    Run("traced", [] {
+        EXPECT_TRUE(qx::recorder::Configure({256, 4}));
+        const std::string text(qx::recorder::kMaxText + 1, 't');
+        NoteText(text);
+        EXPECT_EQ(qx::recorder::GetCounters().refused, 1u);
+        EXPECT_EQ(qx::recorder::GetCounters().cut, 0u);
+        { QX_CALL(call, "p", "Exit", qx::Out(text)); }
+        EXPECT_EQ(qx::recorder::GetCounters().recorded, 2u);
+        EXPECT_EQ(qx::recorder::GetCounters().exitsRefused, 1u);
+    });
+}
+
 TEST_F(RecordedValuesTest, ACallThatIsTooLargeIsRefusedAndAnExitThatIsLeavesItsCall) {
     Run("traced", [] {
         const std::vector<std::string> large(8, std::string(qx::recorder::kMaxText, 'x'));
