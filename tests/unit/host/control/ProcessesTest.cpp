@@ -3,6 +3,7 @@
 #include <grp.h>
 #include <qx/recorder.h>
 #include <sched.h>
+#include <signal.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -142,6 +143,8 @@ TEST_F(ProcessesTest, AProcessOfAnotherUserIsTold) {
     PausingChild child(m_directory, kName, [](const Pause& pause) {
         EXPECT_EQ(::setgroups(0, nullptr), 0);
         EXPECT_EQ(::setresuid(65534, 65534, 65534), 0);
+        // A change of the user takes it back.
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
         pause();
     });
     const ProcessState state = OnlyUnread(*m_control, kName);
@@ -149,6 +152,33 @@ TEST_F(ProcessesTest, AProcessOfAnotherUserIsTold) {
     EXPECT_NE(state.problem.find("it runs as user nobody (65534), and this is user root (0)"), std::string::npos);
     EXPECT_NE(state.advice.find("as user nobody (65534)"), std::string::npos);
     child.Finish();
+}
+
+TEST_F(ProcessesTest, AUserWithoutNameIsToldByItsNumber) {
+    if (::geteuid() != 0) GTEST_SKIP() << "only root can be another user";
+    PausingChild child(m_directory, kName, [](const Pause& pause) {
+        // For files it is another user; what began it does not matter.
+        EXPECT_EQ(::setresuid(0, 54321, 0), 0);
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        pause();
+    });
+    const ProcessState state = OnlyUnread(*m_control, kName);
+    EXPECT_EQ(state.visibility, Visibility::OtherUser);
+    EXPECT_NE(state.problem.find("it runs as user 54321, and"), std::string::npos) << state.problem;
+    child.Finish();
+}
+
+TEST_F(ProcessesTest, OneThatEndedAndWasNotWaitedForIsTold) {
+    m_control->Watch(kName);
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::prctl(PR_SET_NAME, kName.c_str());
+        ::_exit(0);
+    }
+    siginfo_t info{};
+    ASSERT_EQ(::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT), 0);
+    EXPECT_TRUE(m_control->GetProcesses(kName).empty()) << "it recorded nothing, and does not run";
+    ::waitpid(pid, nullptr, 0);
 }
 
 TEST_F(ProcessesTest, AnotherDirectoryIsToldAndHelps) {
@@ -230,6 +260,7 @@ TEST_F(ProcessesTest, AProcessThatIsContainedIsKnownByTheIdThatItHasHere) {
     EXPECT_FALSE(m_control->GetProcesses(kName).at(0).isRunning);
 }
 
+// Whatever is wrong with the directory: it would record nothing there.
 TEST_F(ProcessesTest, OneThatHasNotLoadedTheRecorderIsTold) {
     const std::string program = m_directory + "/" + kName;
     ASSERT_EQ(::symlink("/bin/sleep", program.c_str()), 0);
@@ -238,9 +269,12 @@ TEST_F(ProcessesTest, OneThatHasNotLoadedTheRecorderIsTold) {
         ::_exit(1);
     });
     while (qxhost::QxProcessInfo::CommandName(child.Pid()) != kName) std::this_thread::yield();
-    const ProcessState state = OnlyUnread(*m_control, kName);
-    EXPECT_EQ(state.visibility, Visibility::NoRecorder);
-    EXPECT_EQ(state.problem, "it has not loaded the recorder (libqxrecorder)");
+    for (const mode_t mode : {0700u, 0755u}) {
+        ASSERT_EQ(::chmod(m_directory.c_str(), mode), 0);
+        const ProcessState state = OnlyUnread(*m_control, kName);
+        EXPECT_EQ(state.visibility, Visibility::NoRecorder);
+        EXPECT_EQ(state.problem, "it has not loaded the recorder (libqxrecorder)");
+    }
     child.Kill();
 }
 
@@ -254,6 +288,7 @@ TEST_F(ProcessesTest, OneThatHasRecordedNothingYetIsKnownByItsEnvironment) {
         std::string advice;
     } rows[] = {
         {m_directory + "//", Visibility::NothingYet, "wait until it calls a traced function"},
+        {m_directory + "/.", Visibility::NothingYet, "wait until it calls a traced function"},
         {m_directory + "/it's other/", Visibility::OtherDirectory,
          "run this with QX_RUNTIME_DIR='" + m_directory + "/it'\\''s other'"},
         {"here", Visibility::OtherDirectory, "run this with QX_RUNTIME_DIR=" + m_directory + "/here"},

@@ -64,6 +64,15 @@ TEST_F(QxRecordingReaderTest, AReadingThatNobodyEndedIsTakenBackByTheNextOne) {
     EXPECT_EQ(reader->GetLoss().delivered, 5u);
 }
 
+TEST_F(QxRecordingReaderTest, WhatIsDamagedIsNotReadToItsEnd) {
+    Child(m_directory, "traced", [] { Note(1); }).Join();
+    const auto reader = MakeReader();
+    WriteWord(Files(".qxrec").at(0), qxlayout::kHeaderMetaUsed, ~std::uint64_t{0});
+    Read(*reader, false);
+    EXPECT_EQ(reader->Damage(), "its metadata has no valid size");
+    EXPECT_FALSE(reader->IsDrained());
+}
+
 // Pauses at the deepest of so many levels, each of which passes the text.
 void Nest(unsigned levels, const std::string& text, const Pause& pause) {
     QX_CALL(call, "p", "Nest", qx::In(text));
