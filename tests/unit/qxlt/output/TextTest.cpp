@@ -56,4 +56,28 @@ TEST(Text, PadsByCharacters) {
     EXPECT_EQ(Pad("abcd", 3), "abcd");
 }
 
+TEST(Text, AlignsNumbersToTheRight) {
+    EXPECT_EQ(RightAligned("ab", 4), "  ab");
+    EXPECT_EQ(RightAligned("abcd", 4), "abcd");
+    EXPECT_EQ(RightAligned("abcde", 4), "abcde");
+}
+
+// What would move a terminal's cursor, or is no character, and its neighbours.
+TEST(Text, EscapesWhatATerminalWouldObey) {
+    const std::vector<std::pair<std::string, std::string>> rows = {{"", ""},
+                                                                   {"\x1F", "\\x1f"},
+                                                                   {" ", " "},
+                                                                   {"~", "~"},
+                                                                   {"\x7F", "\\x7f"},
+                                                                   {"a\nb\tc", "a\\nb\\tc"},
+                                                                   {"\xC2\x80", "\\xc2\\x80"},
+                                                                   {"\xC2\x9F", "\\xc2\\x9f"},
+                                                                   {"\xC2\xA0", "\xC2\xA0"},
+                                                                   {"\xC3\x80", "\xC3\x80"},
+                                                                   {"\xE2\x82\xAC", "\xE2\x82\xAC"},
+                                                                   {"a\xFF", "a\\xff"},
+                                                                   {"\xC3", "\\xc3"}};
+    for (const auto& [text, shown] : rows) EXPECT_EQ(Printable(text), shown);
+}
+
 }  // namespace
