@@ -1,6 +1,7 @@
 // What the tool shows and removes of the recordings of programs, of those that run and of those that have ended.
 #ifdef QXLT_MEDIA_SERVER
 #include <gmock/gmock.h>
+#include <pwd.h>
 #include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -128,10 +129,12 @@ TEST_F(RecordingFilesTest, AreListed) {
     const std::string running = WaitFor(server);
     const std::string output = Tool({"list", "--recordings"}).output;
     EXPECT_EQ(Lines(output).size(), 2u);
-    const auto line = [](const std::string& text, const std::string& state) {
+    const passwd* const entry = getpwuid(getuid());
+    const std::string user = entry == nullptr ? std::to_string(getuid()) : entry->pw_name;
+    const auto line = [&user](const std::string& text, const std::string& state) {
         const std::string name = text.substr(0, text.find('['));
         const std::string pid = text.substr(text.find('[') + 1, text.size() - name.size() - 2);
-        return name + "\\[" + pid + "\\] +[a-z0-9_-]+ +[0-9.]+ [KM]iB  " + state + "; recorded last [0-9.]+ s ago\n";
+        return name + "\\[" + pid + "\\] +" + user + " +[0-9.]+ [KM]iB  " + state + "; recorded last [0-9.]+ s ago\n";
     };
     EXPECT_THAT(output, ContainsRegex(line(crashed, "ended")));
     EXPECT_THAT(output, ContainsRegex(line(running, "runs")));
@@ -139,6 +142,7 @@ TEST_F(RecordingFilesTest, AreListed) {
         const nlohmann::ordered_json object = nlohmann::ordered_json::parse(json);
         EXPECT_EQ(object["record"], "recording");
         EXPECT_EQ(object["process"], m_name);
+        EXPECT_EQ(object["user"], user);
         EXPECT_EQ(object["state"] == "running", object["process_id"] == server.Pid());
         EXPECT_GT(object["bytes"], 100000u);
         EXPECT_GE(object["idleMs"], 0);
