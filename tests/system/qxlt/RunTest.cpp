@@ -238,6 +238,24 @@ TEST_F(Run, EndsQuietlyWhenTheReaderHasGone) {
     EXPECT_THAT(tool.Error(), Not(HasSubstr("error:")));
 }
 
+// No line that cannot be written tells it that the reader has gone.
+TEST_F(Run, EndsWhenTheReaderHasGoneThoughNothingIsToBeSaid) {
+    Child tool(Tool({"-p", "nobody"}));
+    EXPECT_TRUE(tool.WaitForError("waiting for "));
+    tool.CloseOutput();
+    EXPECT_EQ(tool.Finish(), 0);
+}
+
+// As a service may be started: the first file that is opened has the number of standard input then.
+TEST_F(Run, NeedsNoStandardInput) {
+    Child::Setup setup = Tool({"-p", "nobody"});
+    setup.command.insert(setup.command.begin(), {"/bin/sh", "-c", "exec \"$@\" <&-", "sh"});
+    Child tool(setup);
+    EXPECT_TRUE(tool.WaitForError("waiting for "));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0);
+}
+
 TEST_F(Run, KeepsItsStatusWhenTheReaderHasGone) {
     m_place.Write("v.xml",
                   VolumeScript(kEveryVolume + std::string("<event name=\"BAD\" tag=\"IN\" value=\"x\"/>"), m_name));
