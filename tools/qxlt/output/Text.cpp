@@ -127,7 +127,7 @@ std::string Pad(const std::string& text, std::size_t width) {
 }
 
 std::string RightAligned(const std::string& text, std::size_t width) {
-    return std::string(width > text.size() ? width - text.size() : 0, ' ') + text;
+    return std::string(width - std::min(width, text.size()), ' ') + text;
 }
 
 std::string CommaSeparated(const std::vector<std::string>& texts) {

@@ -1,8 +1,8 @@
 #include "RunningProcesses.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <iterator>
+#include <map>
 #include <set>
 #include <sstream>
 #include <system_error>
@@ -16,11 +16,6 @@ namespace qxlt {
 namespace {
 
 namespace fs = std::filesystem;
-
-struct Process {
-    unsigned long pid;
-    std::string name;
-};
 
 std::string ReadCommandName(const fs::path& process) {
     std::string name = ReadFileIfThere(process / "comm");
@@ -45,18 +40,16 @@ bool IsProcess(const std::string& entry) {
     return !entry.empty() && entry.find_first_not_of("0123456789") == std::string::npos;
 }
 
-// In the order of their ids.
-std::vector<Process> ListProcesses() {
-    std::vector<Process> processes;
+// Their names by their ids.
+std::map<unsigned long, std::string> ListProcesses() {
+    std::map<unsigned long, std::string> processes;
     std::error_code error;
     for (fs::directory_iterator entry("/proc", error), end; !error && entry != end; entry.increment(error)) {
         const std::string number = entry->path().filename().string();
         if (!IsProcess(number)) continue;
         const std::string name = ReadCommandName(entry->path());
-        if (!name.empty()) processes.push_back({std::stoul(number), name});
+        if (!name.empty()) processes.emplace(std::stoul(number), name);
     }
-    std::sort(processes.begin(), processes.end(),
-              [](const Process& left, const Process& right) { return left.pid < right.pid; });
     return processes;
 }
 
@@ -64,9 +57,9 @@ std::vector<Process> ListProcesses() {
 
 std::vector<unsigned long> FindRunning(const std::string& name) {
     std::vector<unsigned long> pids;
-    for (const Process& process : ListProcesses()) {
-        if (process.name != CommandName(name)) continue;
-        if (!HasEnded("/proc/" + std::to_string(process.pid))) pids.push_back(process.pid);
+    for (const auto& [pid, running] : ListProcesses()) {
+        if (running != CommandName(name)) continue;
+        if (!HasEnded("/proc/" + std::to_string(pid))) pids.push_back(pid);
     }
     return pids;
 }
@@ -74,7 +67,7 @@ std::vector<unsigned long> FindRunning(const std::string& name) {
 // Those that the name begins with, the longest first, or else the one that is written nearly so.
 std::string NearRunning(const std::string& name) {
     std::set<std::string> running;
-    for (const Process& process : ListProcesses()) running.insert(process.name);
+    for (const auto& process : ListProcesses()) running.insert(process.second);
     std::string near;
     for (auto other = running.rbegin(); other != running.rend(); ++other) {
         if (name.compare(0, other->size(), *other) == 0) near += (near.empty() ? "" : ", ") + *other;

@@ -18,11 +18,17 @@ namespace qxlt {
 namespace {
 
 constexpr std::chrono::milliseconds kLookAgain(200);
-using Seconds = std::chrono::duration<double>;
-constexpr Seconds kLongestRun(100 * 365.0 * 24 * 3600);  // the clock counts to a little more
 constexpr std::chrono::milliseconds kOneInterruption(500);
 constexpr int kShortPause = 1;
 constexpr int kLongPause = 0;
+
+// There is none behind all that the clock counts.
+std::optional<Interruption::Clock::time_point> EndOf(Interruption::Clock::time_point start,
+                                                     std::chrono::duration<double> time) {
+    using Time = Interruption::Clock::time_point;
+    if (time >= Time::max() - start) return std::nullopt;
+    return start + std::chrono::duration_cast<Time::duration>(time);
+}
 
 template <typename Names>
 std::string Listed(const Names& names) {
@@ -107,9 +113,7 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
     RequireKnownEnd(options.until, m_scripts.Events());
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
     if (!options.keep.empty()) m_capture.emplace(options.keep);
-    if (options.seconds > 0) {
-        m_end = m_start + std::chrono::duration_cast<Clock::duration>(std::min(Seconds(options.seconds), kLongestRun));
-    }
+    if (options.seconds > 0) m_end = EndOf(m_start, std::chrono::duration<double>(options.seconds));
     m_output.OnEnd([this](ExitStatus status) {
         if (status != kDone) m_failed = true;
         m_interruption.Request();
