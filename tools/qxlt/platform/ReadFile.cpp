@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -25,9 +26,9 @@ std::string ReadInto(std::string& content, const std::string& path, std::size_t 
         content.resize(filled + kReadSize);
         const ssize_t count = read(file.Get(), &content[filled], kReadSize);
         const int error = errno;
-        content.resize(filled + static_cast<std::size_t>(count < 0 ? 0 : count));
+        content.resize(filled + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
         if (count == 0) return std::string();
-        if (count < 0 && error != EINTR) return std::strerror(error);
+        if (count == -1 && error != EINTR) return std::strerror(error);
         if (content.size() > most) return "larger than " + Counted(most, "byte");
     }
 }
