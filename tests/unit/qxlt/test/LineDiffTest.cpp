@@ -3,6 +3,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+
 #include "Json.h"
 
 namespace {
@@ -36,6 +38,32 @@ TEST(LineDiff, AlignsBothSides) {
         {"", "a", "+a"},     {"ab", "", "-a-b"},     {"aab", "ab", "-a"}};
     for (const auto& row : rows)
         EXPECT_EQ(Shown(Diff(Events(row[0]), Events(row[1]))), row[2]) << row[0] << " " << row[1];
+}
+
+// The length of the longest text that both can be cut down to.
+std::size_t Common(const std::string& left, const std::string& right) {
+    if (left.empty() || right.empty()) return 0;
+    if (left[0] == right[0]) return 1 + Common(left.substr(1), right.substr(1));
+    return std::max(Common(left.substr(1), right), Common(left, right.substr(1)));
+}
+
+// All texts of at most that many letters out of three.
+std::vector<std::string> Texts(std::size_t most) {
+    std::vector<std::string> texts = {""};
+    for (std::size_t i = 0; texts[i].size() < most; ++i) {
+        for (const char letter : {'a', 'b', 'c'}) texts.push_back(texts[i] + letter);
+    }
+    return texts;
+}
+
+TEST(LineDiff, ShowsAsLittleAsCanBe) {
+    for (const std::string& left : Texts(4)) {
+        for (const std::string& right : Texts(4)) {
+            const std::size_t common = Common(left, right);
+            EXPECT_EQ(Diff(Events(left), Events(right)).size(), left.size() + right.size() - 2 * common)
+                << left << " " << right;
+        }
+    }
 }
 
 TEST(LineDiff, DoesNotAlignWhatIsTooLarge) {
