@@ -171,8 +171,7 @@ private:
             return;
         }
         const IQxData::_HSCallLocation& location = method.location;
-        const std::string number = std::to_string(method.calls);
-        m_output.Line(std::string(kNumberWidth - std::min(kNumberWidth, number.size()), ' ') + number +
+        m_output.Line(RightAligned(std::to_string(method.calls), kNumberWidth) +
                       (method.calls == 1 ? " call   " : " calls  ") +
                       m_output.Paint().Bold(Printable(location.packageName) + "." + Printable(location.callerName)) +
                       m_output.Paint().Dim("  " + Printable(location.srcCodeFileRaw)));

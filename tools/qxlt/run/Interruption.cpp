@@ -59,7 +59,8 @@ void Interruption::Request() {
     [[maybe_unused]] const ssize_t written = write(m_requests.Get(), &one, sizeof one);
 }
 
-// Nothing is asked of standard output, which makes poll tell of its other end only.
+// Nothing is asked of standard output, which makes poll tell of its other end only; and it does so when it tells of
+// neither of the others.
 Interruption::Cause Interruption::Wait(std::optional<Clock::time_point> limit) {
     for (;;) {
         pollfd sources[] = {
@@ -71,11 +72,8 @@ Interruption::Cause Interruption::Wait(std::optional<Clock::time_point> limit) {
         }
         if (Take<signalfd_siginfo>(sources[0])) return Cause::Signal;
         if (Take<std::uint64_t>(sources[1])) return Cause::Request;
-        if ((sources[2].revents & (POLLERR | POLLHUP)) != 0) {
-            m_readerWatched = false;
-            return Cause::ReaderGone;
-        }
-        m_readerWatched = false;  // closed by whoever started the program
+        m_readerWatched = false;
+        return Cause::ReaderGone;
     }
 }
 
