@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 
 namespace qxlt {
 
@@ -50,9 +49,7 @@ bool IsControl(const std::string& text, std::size_t at, std::size_t length) {
 std::string Escape(char byte) {
     if (byte == '\n') return "\\n";
     if (byte == '\t') return "\\t";
-    char text[8];
-    std::snprintf(text, sizeof text, "\\x%02x", static_cast<unsigned>(static_cast<unsigned char>(byte)));
-    return text;
+    return "\\x" + Hex(std::string(1, byte));
 }
 
 bool IsNumberSize(std::size_t size) {
