@@ -12,6 +12,7 @@
 #include "RecordingChoice.h"
 #include "Replayer.h"
 #include "ScriptOptions.h"
+#include "Text.h"
 
 namespace qxlt {
 
@@ -89,7 +90,7 @@ int Replay(const ReplayOptions& options, Format format) {
     RequireKnownEnd(options.until, scripts.Events());
     Progress progress;
     Output output(&progress);
-    EventPrinter printer(format, output, WidestOf(scripts.Events(), 0));
+    EventPrinter printer(format, output, WidestOf(scripts.Events()));
     const auto tell = [&output](const Fault& fault) {
         PrintFault(fault);
         if (!fault.isHarmless) output.Failed();

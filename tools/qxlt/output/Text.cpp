@@ -127,6 +127,12 @@ std::string RightAligned(const std::string& text, std::size_t width) {
     return std::string(width - std::min(width, text.size()), ' ') + text;
 }
 
+std::size_t WidestOf(const std::vector<std::string>& texts) {
+    std::size_t widest = 0;
+    for (const std::string& text : texts) widest = std::max(widest, Printable(text).size());
+    return widest;
+}
+
 std::string CommaSeparated(const std::vector<std::string>& texts) {
     std::string list;
     for (const std::string& text : texts) list += (&text == &texts.front() ? "" : ", ") + text;

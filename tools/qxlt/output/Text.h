@@ -29,6 +29,9 @@ std::string Pad(const std::string& text, std::size_t width);
 // A number's text with blanks before it up to `width` characters.
 std::string RightAligned(const std::string& text, std::size_t width);
 
+// How long the longest of the texts is for terminals.
+std::size_t WidestOf(const std::vector<std::string>& texts);
+
 // The texts with ", " between them.
 std::string CommaSeparated(const std::vector<std::string>& texts);
 

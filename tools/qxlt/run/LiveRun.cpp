@@ -103,7 +103,7 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_common(common),
       m_scripts(options.scripts.scripts),
       m_explain(ExplainOf(options.scripts, m_scripts.Events())),
-      m_printer(common.format, m_output, WidestOf(m_scripts.Events(), 0)),
+      m_printer(common.format, m_output, WidestOf(m_scripts.Events())),
       m_tracker(std::make_unique<QxLogTracker>(common.level, m_store)),
       m_waiting(Wanted()),
       m_account(common.format, m_output, m_processes),
@@ -311,7 +311,7 @@ void LiveRun::PrintCounts() const {
     PrintNote(Counted(total, "event") + " in " + Counted(m_cycle, "cycle"));
     std::vector<std::string> names;
     for (const auto& event : m_printer.Counts()) names.push_back(event.first);
-    const std::size_t width = WidestOf(names, 0);
+    const std::size_t width = WidestOf(names);
     for (const auto& [name, count] : m_printer.Counts()) {
         PrintNote("  " + Pad(Printable(name), width) + "  " + std::to_string(count));
     }

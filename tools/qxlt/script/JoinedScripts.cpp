@@ -1,6 +1,5 @@
 #include "JoinedScripts.h"
 
-#include <algorithm>
 #include <climits>
 #include <utility>
 
@@ -102,11 +101,6 @@ IQxData::_HSScriptPtr& LoadScripts(const JoinedScripts& scripts, const std::shar
 IQxData::_HSScriptPtr& RootOf(IQxData& store) {
     IQxData::_HSScript* slot = nullptr;
     return **store.GetScript(&slot);
-}
-
-std::size_t WidestOf(const std::vector<std::string>& names, std::size_t least) {
-    for (const std::string& name : names) least = std::max(least, Printable(name).size());
-    return least;
 }
 
 }  // namespace qxlt

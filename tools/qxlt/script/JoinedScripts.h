@@ -53,7 +53,4 @@ IQxData::_HSScriptPtr& LoadScripts(const JoinedScripts& scripts, const std::shar
 // The top element of the loaded scripts. Requires: a script is loaded.
 IQxData::_HSScriptPtr& RootOf(IQxData& store);
 
-// The width of the longest of the names, at least `least`.
-std::size_t WidestOf(const std::vector<std::string>& names, std::size_t least);
-
 }  // namespace qxlt

@@ -56,6 +56,12 @@ TEST(Text, PadsByCharacters) {
     EXPECT_EQ(Pad("abcd", 3), "abcd");
 }
 
+TEST(Text, MeasuresTextsAsTheyAreShown) {
+    EXPECT_EQ(WidestOf({}), 0u);
+    EXPECT_EQ(WidestOf({"a", "abc", "ab"}), 3u);
+    EXPECT_EQ(WidestOf({"abc", "\x01"}), 4u);
+}
+
 TEST(Text, AlignsNumbersToTheRight) {
     EXPECT_EQ(RightAligned("ab", 4), "  ab");
     EXPECT_EQ(RightAligned("abcd", 4), "abcd");
