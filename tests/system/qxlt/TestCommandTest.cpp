@@ -56,6 +56,23 @@ TEST(TestCommand, ShowsWhatIsNotExpected) {
     EXPECT_EQ(Lines(result.output).size(), 4u);
 }
 
+TEST(TestCommand, ShowsTheFirstOfManyDifferences) {
+    const Workplace place;
+    const std::string missing = "{\"event\":\"HIGH\",\"value\":\"5\"}\n";
+    std::string expected = kBoth;
+    for (int i = 0; i < 20; ++i) expected += missing;
+    MakeFolder(place, "high", expected);
+    std::vector<std::string> lines = Lines(RunTool({"test", place.At("high")}).output);
+    ASSERT_EQ(lines.size(), 23u);
+    EXPECT_THAT(lines[20], StartsWith("    - "));
+    EXPECT_THAT(lines[21], StartsWith("      HIGH is missing"));
+    place.Write("high/expected.jsonl", expected + missing + missing);
+    lines = Lines(RunTool({"test", place.At("high")}).output);
+    ASSERT_EQ(lines.size(), 24u);
+    EXPECT_THAT(lines[20], StartsWith("    - "));
+    EXPECT_EQ(lines[21], "    and 2 more");
+}
+
 TEST(TestCommand, LetsNoControlCharacterReachTheTerminal) {
     const Workplace place;
     MakeFolder(place, "high", "{\"event\":\"HIGH\",\"value\":\"\\u009b2J\\u007f\"}\n" + std::string(kBoth));
