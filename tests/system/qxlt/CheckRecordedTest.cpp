@@ -126,6 +126,10 @@ TEST(CheckTest, KnowsWhatIsRecordedOfEachArgument) {
         {"GetLevel", "tag=\"OUT\" value=\"1\" type=\"INT\"", "did you mean tag=\"OUT\" value=\"0\" [QX083]"},
         {"GetLevel", "tag=\"OUT\" value=\"2\" type=\"INT\"",
          "GetLevel has 2 arguments: index 2 is never there [QX081]"},
+        // Of what is no index nothing is said but that.
+        {"SetSource", "tag=\"IN\" value=\"x\" type=\"INT\"", "did you mean value=\"0\" [QX026]"},
+        {"GetLevel", "tag=\"RET\" value=\"1\" type=\"STRING\"",
+         "index 1 is never there; did you mean value=\"0\" [QX027]"},
         {"SetVolume", "tag=\"RET\" value=\"0\" type=\"INT\"",
          "no result of SetVolume is recorded, its type is \"void\" [QX083]"},
         {"SetSource", "tag=\"IN\" value=\"0\" type=\"STRING\"", ""},
