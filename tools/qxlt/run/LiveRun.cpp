@@ -292,7 +292,7 @@ void LiveRun::OnCycleEnd() {
 
 // That events come from now on, or why they do not.
 void LiveRun::NoteReading() {
-    if (m_cycle == 1 && m_account.History() > 0) PrintNote(HistoryText(m_account.History()));
+    if (m_cycle == 1) m_account.PrintHistory();
     if (m_cycle == 1 && m_watch.LooksBlind()) PrintWarning("not ready: nothing that is tracked can be read");
     if (m_ending || m_readingTold || m_watch.LooksBlind()) return;
     m_readingTold = true;

@@ -48,10 +48,6 @@ std::vector<std::string> Aligned(const std::vector<std::vector<std::string>>& ro
 
 }  // namespace
 
-std::string HistoryText(std::uint64_t calls) {
-    return Counted(calls, "call") + " from before the start raised no events; --history evaluates them";
-}
-
 void RunAccount::AddDump(const std::string& process, const std::optional<LossCounts>& counts,
                          std::uint64_t bytesNotDecoded, std::uint64_t history) {
     const bool lost = bytesNotDecoded > 0 || (counts && counts->Any());
@@ -93,14 +89,19 @@ std::uint64_t RunAccount::History() const {
                            [](std::uint64_t sum, const auto& row) { return sum + row.second.history; });
 }
 
+void RunAccount::PrintHistory() const {
+    const std::uint64_t calls = History();
+    if (calls == 0) return;
+    PrintNote(Counted(calls, "call") + " from before the start raised no events; --history evaluates them");
+}
+
 void RunAccount::Print() const {
-    const std::uint64_t history = History();
     if (m_format == Format::Json) {
-        if (m_known || history > 0) PrintJson();
+        if (m_known || History() > 0) PrintJson();
         return;
     }
     if (m_known) PrintTable();
-    if (history > 0) PrintNote(HistoryText(history));
+    PrintHistory();
 }
 
 void RunAccount::PrintTable() const {

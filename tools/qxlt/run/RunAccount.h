@@ -49,8 +49,8 @@ public:
     // Prints the table of all processes, if their counts are known, and how many calls were made before the run.
     void Print() const;
 
-    // How many calls of all processes were made before the run.
-    std::uint64_t History() const;
+    // Says how many calls of all processes were made before the run, if any were.
+    void PrintHistory() const;
 
 private:
     struct Row {
@@ -61,6 +61,7 @@ private:
         Clock::duration longestCallback{0};
     };
 
+    std::uint64_t History() const;
     void PrintLoss(const std::string& process, const LossCounts& counts, std::uint64_t bytesNotDecoded) const;
     void PrintTable() const;
     void PrintJson() const;
@@ -73,8 +74,5 @@ private:
     bool m_known = false;
     bool m_lost = false;
 };
-
-// What is said of that many calls which were made before the run.
-std::string HistoryText(std::uint64_t calls);
 
 }  // namespace qxlt
