@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <ostream>
+#include <tuple>
 
 #include "CheckTable.h"
 #include "Child.h"
@@ -110,6 +111,27 @@ TEST_P(SampleOf, IsTheSameAsJson) {
 
 INSTANTIATE_TEST_SUITE_P(Checks, SampleOf, testing::ValuesIn(AllChecks()),
                          [](const testing::TestParamInfo<Check>& sample) { return std::string(sample.param.code); });
+
+TEST(CheckTest, TellsWhatEventsOfOneNameShare) {
+    const Workplace place;
+    const std::tuple<const char*, const char*, const char*> rows[] = {
+        {"CHANGED", "CHANGED", "they share their last value"},
+        {"D-CONDITIONAL", "D-CONDITIONAL", "they share their last result"},
+        {"CONDITIONAL", "CONDITIONAL", "a client cannot tell them apart"},
+        {"CHANGED", "CONDITIONAL", "a client cannot tell them apart"},
+        {"CONDITIONAL", "CHANGED", "a client cannot tell them apart"},
+        {"D-CONDITIONAL", "CONDITIONAL", "a client cannot tell them apart"}};
+    for (const auto& [first, second, shared] : rows) {
+        std::string events;
+        for (const char* const watch : {first, second}) {
+            events += std::string(R"(<event name="E" tag="IN" value="0" type="INT" watch=")") + watch +
+                      R"(" condition="==" conditionValue="5"/>)";
+        }
+        EXPECT_THAT(RunTool({"check", place.Write("a.xml", VolumeScript(events))}).output,
+                    HasSubstr(std::string(": ") + shared + " [QX061]\n"))
+            << first << " " << second;
+    }
+}
 
 TEST(CheckTest, FindsNothingInTheExamples) {
     std::vector<std::string> arguments = {"check"};

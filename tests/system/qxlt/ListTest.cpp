@@ -148,6 +148,25 @@ TEST(ListTest, CountsAllCyclesOfACapture) {
     EXPECT_THAT(output, HasSubstr("process tuner[413]\n      3 calls  audio.SetVolume  volume.cpp\n"));
 }
 
+// As a platform may write it that does not hold back calls which are still open.
+TEST(ListTest, CountsACallThatReturnsInTheSecondCycle) {
+    using namespace dump;
+    const Workplace place;
+    const Bytes location =
+        Item(kLocation, Location(3).Name("SetVolume", "audio").Source("volume.cpp").Arg("int", kIn, 4));
+    place.Write("capture/capture.json", R"({"version":1,"processes":{"m":7}})");
+    place.Write("capture/000001/m.qxdump",
+                Persistent(location) + Thread(3, StreamItem(kBefore, Before(105, 3, Int(85, 4)))));
+    place.Write("capture/000002/m.qxdump",
+                Thread(3, {StreamItem(kAfter, After(2)), StreamItem(kBefore, Before(105, 3, Int(20, 4))),
+                           StreamItem(kAfter, After(2))}));
+    const ToolResult result = RunIn(place, {"list", "capture"});
+    EXPECT_EQ(result.error, "");
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.output,
+              "process m[7]\n      2 calls  audio.SetVolume  volume.cpp\n         IN  0  INT    int  85\n");
+}
+
 // Two names of one id: what is recorded stands once.
 TEST(ListTest, ShowsWhatProcessesOfOneIdRecordOnce) {
     const Workplace place;
