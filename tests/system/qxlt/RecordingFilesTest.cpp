@@ -109,7 +109,9 @@ TEST_F(RecordingFilesTest, TwoThatRunAreShownWithTheirThreads) {
     Child two(Server());
     const std::string first = WaitFor(one);
     const std::string second = WaitFor(two);
-    const std::string output = Tool({"list", "-p", m_name}).output;
+    const ToolResult result = Tool({"list", "-p", m_name});
+    EXPECT_EQ(result.error, "");
+    const std::string& output = result.output;
     EXPECT_EQ(Lines(output).front(),
               "process " + (one.Pid() < two.Pid() ? first + ", " + second : second + ", " + first));
     for (const Child* server : {&one, &two}) {
