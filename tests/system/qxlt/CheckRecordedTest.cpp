@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "CheckRuns.h"
 #include "Child.h"
 #include "DumpWriter.h"
 #include "RecordedSample.h"
@@ -12,16 +13,6 @@ using testing::EndsWith;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::StartsWith;
-
-namespace {
-
-ToolResult RunIn(const std::string& directory, std::vector<std::string> arguments) {
-    Child::Setup setup;
-    setup.directory = directory;
-    return RunTool(arguments, setup);
-}
-
-}  // namespace
 
 TEST(CheckTest, KnowsPackagesFromARecording) {
     const Workplace place;

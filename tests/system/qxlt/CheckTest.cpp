@@ -7,6 +7,7 @@
 #include <ostream>
 #include <tuple>
 
+#include "CheckRuns.h"
 #include "CheckTable.h"
 #include "Child.h"
 #include "ReadFile.h"
@@ -33,34 +34,6 @@ void PrintTo(const Check& check, std::ostream* stream) {
 namespace {
 
 const std::string kSamples = QXLT_SOURCE_DIR "/tests/system/qxlt/samples";
-
-ToolResult RunIn(const std::string& directory, std::vector<std::string> arguments) {
-    Child::Setup setup;
-    setup.directory = directory;
-    return RunTool(arguments, setup);
-}
-
-// The findings in a script, by place and code: "4:31 QX021".
-std::vector<std::string> FindingsIn(const std::string& script) {
-    const Workplace place;
-    place.Write("a.xml", script);
-    std::vector<std::string> findings;
-    for (const std::string& line : Lines(RunIn(place.Path(), {"check", "a.xml"}).output)) {
-        const std::size_t from = line.find(':') + 1;
-        findings.push_back(line.substr(from, line.find(": ") - from) + " " + line.substr(line.rfind('[') + 1, 5));
-    }
-    return findings;
-}
-
-std::string Event(const std::string& attributes) {
-    return VolumeScript("<event name=\"E\" " + attributes + "/>");
-}
-
-std::vector<std::string> Codes(const std::string& script) {
-    std::vector<std::string> codes;
-    for (const std::string& finding : FindingsIn(script)) codes.push_back(finding.substr(finding.find(' ') + 1));
-    return codes;
-}
 
 }  // namespace
 

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "Captures.h"
 #include "Child.h"
 #include "DumpWriter.h"
 #include "Workplace.h"
@@ -14,24 +15,6 @@ using testing::HasSubstr;
 using testing::MatchesRegex;
 using testing::Not;
 using testing::StartsWith;
-
-std::string CaptureFile(const std::string& processes) {
-    return "{\"version\":1,\"processes\":{" + processes + "}}\n";
-}
-
-// A capture whose second cycle lost something.
-std::string LossyCapture(const Workplace& place) {
-    place.Write("capture/capture.json", CaptureFile("\"m\":7,\"n\":8"));
-    place.Write("capture/000001/m.qxdump", VolumeDump({1}));
-    place.Write("capture/000001/m.qxloss",
-                R"({"recorded":3,"delivered":1,"open":2,"overwritten":0,"refused":0,"dropped":0,"exitsDropped":0})");
-    place.Write("capture/000002/m.qxdump", VolumeDump({2}) + dump::Packet(9, "x"));
-    place.Write("capture/000002/m.qxloss",
-                R"({"recorded":9,"delivered":4,"open":1,"overwritten":3,"refused":2,"dropped":1,"exitsDropped":6})");
-    place.Write("capture/000002/n.qxloss",
-                R"({"recorded":5,"delivered":0,"open":0,"overwritten":0,"refused":5,"dropped":0,"exitsDropped":0})");
-    return place.At("capture");
-}
 
 TEST(Replay, ShowsAgainWhatWasLost) {
     const Workplace place;

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 
+#include "Captures.h"
 #include "Child.h"
 #include "DumpWriter.h"
 #include "Workplace.h"
@@ -20,30 +21,6 @@ using testing::StartsWith;
 const char* const kInputScript =
     "<Scenario>\n<action name=\"input\">\n<method name=\"SetVolume\"/>\n"
     "<event name=\"AGAIN\" tag=\"IN\" value=\"0\" type=\"INT\"/>\n</action>\n</Scenario>\n";
-
-std::string CaptureFile(const std::string& processes) {
-    return "{\"version\":1,\"processes\":{" + processes + "}}\n";
-}
-
-// Of a run that began at that time.
-std::string CaptureFile(const std::string& processes, const std::string& since) {
-    return "{\"version\":1,\"processes\":{" + processes + "},\"since\":" + since + "}\n";
-}
-
-// A call of location 3, which was described in an earlier dump.
-std::string LaterCall(int volume) {
-    return dump::Thread(3, dump::StreamItem(dump::kBefore, dump::Before(105, 3, dump::Int(volume, 4))) +
-                               dump::StreamItem(dump::kAfter, dump::After(2)));
-}
-
-std::vector<std::string> Values(const std::string& jsonLines) {
-    std::vector<std::string> values;
-    for (const std::string& line : Lines(jsonLines)) {
-        const std::size_t at = line.find("\"value\":\"") + 9;
-        values.push_back(line.substr(at, line.find('"', at) - at));
-    }
-    return values;
-}
 
 TEST(Replay, PrintsAnEventAsJson) {
     const Workplace place;
