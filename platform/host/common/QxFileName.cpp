@@ -26,16 +26,20 @@ std::uint64_t Checksum(const std::string& text) {
     return sum;
 }
 
+// Of a name that is too long the beginning, in whole characters, and what tells it from others.
 std::string Escape(const std::string& name) {
+    constexpr std::size_t kMaxBeginning = kMaxEscapedSize - 20;
     std::string escaped;
+    std::size_t beginning = 0;
     for (const char c : name) {
         if (IsPlain(c, escaped.empty()))
             escaped += c;
         else
             escaped += "%" + Hex(static_cast<unsigned char>(c), 2);
+        if (escaped.size() <= kMaxBeginning) beginning = escaped.size();
     }
     if (escaped.size() <= kMaxEscapedSize) return escaped;
-    return escaped.substr(0, kMaxEscapedSize - 20) + "~" + Hex(Checksum(name), 16);
+    return escaped.substr(0, beginning) + "~" + Hex(Checksum(name), 16);
 }
 
 bool Unescape(const std::string& escaped, std::string& name) {

@@ -48,7 +48,12 @@ TEST(QxFileName, LongNamesStayApartAndFitAFileSystem) {
         files.insert(QxFileName{std::string(5000, '/') + c, 1, 2, QxFileName::kDump}.ToString());
     }
     EXPECT_EQ(files.size(), 4u);
-    for (const std::string& file : files) EXPECT_LT(file.size(), 255u);
+    for (const std::string& file : files) {
+        EXPECT_LT(file.size(), 255u);
+        QxFileName back;
+        ASSERT_TRUE(QxFileName::Parse(file, back)) << "a character was cut: " << file;
+        EXPECT_EQ(back.name.substr(0, 54), std::string(53, '/') + "~");
+    }
 }
 
 TEST(QxFileName, NamesOfUpTo180BytesStayWhole) {
