@@ -70,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     IQxData::HSICallArg pairs;
     try {
         QxCursor cursor(value.data(), value.size(), "CompositeFuzzer", parser.Log());
-        QxCompCallParser::Parse(cursor, top, pairs, &parser);
+        QxCompCallParser::Parse(cursor, top, pairs, parser);
         ReadTrusted(value, top, parser, {static_cast<int>(cursor.Offset()), std::move(pairs)});
     } catch (QxData::_PERR_TYPE) {
     }

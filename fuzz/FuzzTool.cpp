@@ -1,5 +1,6 @@
 #include "FuzzTool.h"
 
+#include "Messages.h"
 #include "QxDebugPrint.h"
 #include "Replayer.h"
 
