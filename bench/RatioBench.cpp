@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <fstream>
 #include <functional>
+#include <iterator>
 #include <map>
 #include <string>
 #include <vector>
@@ -102,13 +103,21 @@ IQxData::HSCall ReadyCall(int number) {
     return call;
 }
 
-double BuildMap(int calls) {
+// The map of the calls, built in the order in which the streams of so many threads have them: one thread after the
+// other.
+double BuildMap(int calls, int threads = 1) {
     std::vector<IQxData::HSCall> ready;
     ready.reserve(static_cast<std::size_t>(calls));
-    for (int i = 0; i < calls; ++i) ready.push_back(ReadyCall(i));
+    for (int thread = 0; thread < threads; ++thread) {
+        for (int i = thread; i < calls; i += threads) ready.push_back(ReadyCall(i));
+    }
     auto& map = *new std::map<unsigned long long, IQxData::HSCall>;
+    auto last = map.end();
     const Clock::time_point start = Clock::now();
-    for (const IQxData::HSCall& call : ready) map.try_emplace(map.end(), call.time * 1000 + map.size() % 1000, call);
+    for (const IQxData::HSCall& call : ready) {
+        const auto hint = last == map.end() ? last : std::next(last);
+        last = map.try_emplace(hint, call.time * 1000 + map.size() % 1000, call);
+    }
     return Nanoseconds(Clock::now() - start) / calls;
 }
 
@@ -316,6 +325,7 @@ int main(int argc, char** argv) {
         {"size", [&] { return static_cast<double>(Calls(count).size()) / count; }},
         {"threads-10", [&] { return DecodeFresh(count, 10, 1); }},
         {"threads-100", [&] { return DecodeFresh(count, 100, 1); }},
+        {"build-100", [&] { return BuildMap(count, 100); }},
         {"locations-100000", [&] { return DecodeFresh(count, 1, 100000); }},
     };
     const auto found = sides.find(side);

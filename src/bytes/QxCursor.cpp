@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdarg>
-#include <limits>
 
 #include "IQxLines.h"
 #include "IQxLogTracker.h"
@@ -42,53 +41,11 @@ std::uint8_t QxCursor::Peek() const {
     return static_cast<std::uint8_t>(m_data[m_offset]);
 }
 
-std::uint8_t QxCursor::Byte() {
-    return static_cast<std::uint8_t>(*Bytes(1));
-}
-
 std::uint16_t QxCursor::Fixed16() {
     const char* const bytes = Bytes(2);
     const unsigned low = static_cast<std::uint8_t>(bytes[0]);
     const unsigned high = static_cast<std::uint8_t>(bytes[1]);
     return static_cast<std::uint16_t>(low | high << 8);
-}
-
-template <typename Value>
-bool QxCursor::ReadGroups(Value& value) {
-    value = 0;
-    unsigned shift = 0;
-    for (std::size_t at = m_offset; at < m_size; ++at, shift += 7) {
-        const auto byte = static_cast<std::uint8_t>(m_data[at]);
-        if (shift < std::numeric_limits<Value>::digits) value |= static_cast<Value>(byte & 0x7Fu) << shift;
-        if ((byte & 0x80u) == 0) {
-            m_offset = at + 1;
-            return true;
-        }
-    }
-    return false;
-}
-
-bool QxCursor::TryVarint(std::uint32_t& value) {
-    return ReadGroups(value);
-}
-
-std::uint32_t QxCursor::Varint() {
-    std::uint32_t value = 0;
-    if (!ReadGroups(value)) RefuseRead(m_offset, Left() + 1);
-    return value;
-}
-
-std::uint64_t QxCursor::Varint64() {
-    std::uint64_t value = 0;
-    if (!ReadGroups(value)) RefuseRead(m_offset, Left() + 1);
-    return value;
-}
-
-const char* QxCursor::Bytes(std::size_t count) {
-    Need(count);
-    const char* const bytes = m_data + m_offset;
-    m_offset += count;
-    return bytes;
 }
 
 const char* QxCursor::Range(std::size_t skip, std::size_t count) const {

@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <string>
 
 class IQxLines;
@@ -26,23 +27,28 @@ public:
     // The next byte, without moving. Throws at the end.
     std::uint8_t Peek() const;
 
-    std::uint8_t Byte();
+    std::uint8_t Byte() { return static_cast<std::uint8_t>(*Bytes(1)); }
 
     // 16 bits, little-endian.
     std::uint16_t Fixed16();
 
     // A variable-length integer: groups of 7 bits, least significant first, the high bit set on all bytes but the last.
     // Groups beyond the result's width are read and dropped.
-    std::uint32_t Varint();
+    std::uint32_t Varint() { return ReadVarint<std::uint32_t>(); }
     std::uint16_t Varint16() { return static_cast<std::uint16_t>(Varint()); }
-    std::uint64_t Varint64();
+    std::uint64_t Varint64() { return ReadVarint<std::uint64_t>(); }
 
     // As Varint; when the end comes first: returns false, leaves the position, sets `value` to the groups that are
     // there, and prints nothing.
-    bool TryVarint(std::uint32_t& value);
+    bool TryVarint(std::uint32_t& value) { return ReadGroups(value); }
 
     // Moves past `count` bytes and returns them; valid as long as the cursor's bytes.
-    const char* Bytes(std::size_t count);
+    const char* Bytes(std::size_t count) {
+        Need(count);
+        const char* const bytes = m_data + m_offset;
+        m_offset += count;
+        return bytes;
+    }
 
     // `count` bytes that begin `skip` bytes after the position; moves nothing. No bytes are always there.
     const char* Range(std::size_t skip, std::size_t count) const;
@@ -69,8 +75,28 @@ private:
         if (count > Left()) RefuseRead(m_offset, count);
     }
     [[noreturn]] void RefuseRead(std::size_t offset, std::size_t count) const;
+
     template <typename Value>
-    bool ReadGroups(Value& value);
+    Value ReadVarint() {
+        Value value = 0;
+        if (!ReadGroups(value)) RefuseRead(m_offset, Left() + 1);
+        return value;
+    }
+
+    template <typename Value>
+    bool ReadGroups(Value& value) {
+        value = 0;
+        unsigned shift = 0;
+        for (std::size_t at = m_offset; at < m_size; ++at, shift += 7) {
+            const auto byte = static_cast<std::uint8_t>(m_data[at]);
+            if (shift < std::numeric_limits<Value>::digits) value |= static_cast<Value>(byte & 0x7Fu) << shift;
+            if ((byte & 0x80u) == 0) {
+                m_offset = at + 1;
+                return true;
+            }
+        }
+        return false;
+    }
 
     const char* m_data;
     std::size_t m_size;

@@ -49,21 +49,10 @@ void QxDecodeContext::Use(const char* p, std::uint64_t size) {
     if (origin.dump != 0) m_used.Use(origin, std::min(size, static_cast<std::uint64_t>(m_dump.second - p)));
 }
 
-void QxDecodeContext::UseItem() {
-    if (m_item.origins != nullptr) m_used.Use(*m_item.origins, m_item.offset, m_item.size);
-    DropItem();
-}
-
 QxOrigin QxDecodeContext::BeginUnpacked(std::size_t size) {
     const QxOrigin origin =
         m_item.origins == nullptr ? QxOrigin() : m_used.AddUnpacked(m_item.origins->At(m_item.offset), size);
     // From here on the item counts with what it unpacked to.
     UseItem();
     return origin;
-}
-
-QxCursor PayloadCursor(const std::vector<char>& payload, const char* reader, QxDecodeContext* context) {
-    IQxLines* lines = QxDebugPrint::GetInstance();
-    if (context != nullptr) lines = &context->Log();
-    return {payload.data(), payload.size(), reader, *lines};
 }

@@ -10,6 +10,7 @@
 
 #include "IQxData.h"
 #include "QxCursor.h"
+#include "QxDebugPrint.h"
 #include "QxDecodeLog.h"
 #include "QxDumpBudget.h"
 #include "QxOrigins.h"
@@ -53,10 +54,10 @@ public:
     // with its own bytes when it cannot be unpacked, and with those that it unpacks to when it can. Dumps from outside
     // are numbered from 1 on. What stayed joined may be decoded with a later dump: the number then falls. Requires: the
     // joined streams were extracted.
-    std::uint64_t NotDecoded(std::uint32_t dump) const { return m_used.Left(dump); }
+    std::uint64_t NotDecoded(std::uint32_t dump) { return m_used.Left(dump); }
     std::uint32_t Dumps() const { return m_used.Dumps(); }
     // The same for the last dump.
-    std::uint64_t NotDecoded() const { return Dumps() == 0 ? 0 : NotDecoded(Dumps()); }
+    std::uint64_t NotDecoded() { return Dumps() == 0 ? 0 : NotDecoded(Dumps()); }
 
 protected:
     using Bytes = std::pair<const char*, const char*>;  // begin, end
@@ -74,7 +75,10 @@ protected:
     void BeginDump(std::size_t size);
     // Counts bytes of the dump that is being parsed, and of the item that is being decoded, as decoded.
     void Use(const char* p, std::uint64_t size);
-    void UseItem();
+    void UseItem() {
+        if (m_item.origins != nullptr) m_used.Use(*m_item.origins, m_item.offset, m_item.size);
+        DropItem();
+    }
     // The place of a dump that the item being decoded unpacks to. The item itself no longer counts.
     QxOrigin BeginUnpacked(std::size_t size);
 
@@ -96,4 +100,7 @@ private:
 };
 
 // A cursor over an item's payload. `context` may be null: messages then go straight to the diagnostic printer.
-QxCursor PayloadCursor(const std::vector<char>& payload, const char* reader, QxDecodeContext* context);
+inline QxCursor PayloadCursor(const std::vector<char>& payload, const char* reader, QxDecodeContext* context) {
+    if (context == nullptr) return {payload.data(), payload.size(), reader, *QxDebugPrint::GetInstance()};
+    return {payload.data(), payload.size(), reader, context->Log()};
+}

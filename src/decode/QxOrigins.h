@@ -2,6 +2,7 @@
 // processes, and what becomes of a byte is counted for the dump that brought it.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -34,10 +35,22 @@ public:
     QxOrigin At(std::size_t offset) const { return PieceAt(offset, 1).origin; }
 
     // As many of the `size` bytes at `offset` as lie one behind the other in one dump; none when no byte stands there.
-    Piece PieceAt(std::size_t offset, std::size_t size) const;
+    Piece PieceAt(std::size_t offset, std::size_t size) const {
+        if (m_recent < m_pieces.size()) {
+            const Piece& piece = m_pieces[m_recent];
+            const std::size_t skipped = offset - piece.offset;
+            if (offset >= piece.offset && skipped < piece.size) return PartOf(piece, skipped, size);
+        }
+        return FindPiece(offset, size);
+    }
 
 private:
-    std::size_t IndexAt(std::size_t offset) const;
+    static Piece PartOf(const Piece& piece, std::size_t skipped, std::size_t size) {
+        return {piece.offset + skipped,
+                std::min(size, piece.size - skipped),
+                {piece.origin.at + skipped, piece.origin.dump}};
+    }
+    Piece FindPiece(std::size_t offset, std::size_t size) const;
 
     std::vector<Piece> m_pieces;  // in order, without gaps
     std::size_t m_size = 0;

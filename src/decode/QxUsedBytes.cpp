@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bitset>
+#include <utility>
 
 namespace {
 
@@ -39,11 +40,11 @@ QxOrigin QxUsedBytes::AddUnpacked(const QxOrigin& item, std::size_t size) {
     return {at, item.dump};
 }
 
-void QxUsedBytes::Use(const QxOrigin& origin, std::uint64_t size) {
-    if (origin.dump == 0) return;
-    Dump& dump = m_dumps[origin.dump - 1];
-    const std::uint64_t end = origin.at + size;
-    for (std::uint64_t at = origin.at; at < end;) {
+void QxUsedBytes::EndRun() {
+    const std::uint64_t end = m_run.at + std::exchange(m_runSize, 0);
+    if (m_run.dump == 0) return;
+    Dump& dump = m_dumps[m_run.dump - 1];
+    for (std::uint64_t at = m_run.at; at < end;) {
         const std::uint64_t bit = at % kBitsPerWord;
         const std::uint64_t count = std::min(end - at, kBitsPerWord - bit);
         const std::uint64_t mask = Mask(bit, count);
@@ -51,15 +52,5 @@ void QxUsedBytes::Use(const QxOrigin& origin, std::uint64_t size) {
         dump.left -= std::bitset<kBitsPerWord>(mask & ~word).count();
         word |= mask;
         at += count;
-    }
-}
-
-void QxUsedBytes::Use(const QxOrigins& origins, std::size_t offset, std::size_t size) {
-    while (size > 0) {
-        const QxOrigins::Piece piece = origins.PieceAt(offset, size);
-        if (piece.size == 0) return;
-        Use(piece.origin, piece.size);
-        offset += piece.size;
-        size -= piece.size;
     }
 }

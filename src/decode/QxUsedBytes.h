@@ -22,14 +22,33 @@ public:
     QxOrigin AddUnpacked(const QxOrigin& item, std::size_t size);
 
     // Requires: the bytes belong to one dump.
-    void Use(const QxOrigin& origin, std::uint64_t size);
-    void Use(const QxOrigins& origins, std::size_t offset, std::size_t size);
+    void Use(const QxOrigin& origin, std::uint64_t size) {
+        if (origin.dump == m_run.dump && origin.at == m_run.at + m_runSize) {
+            m_runSize += size;
+        } else {
+            EndRun();
+            m_run = origin;
+            m_runSize = size;
+        }
+    }
+    void Use(const QxOrigins& origins, std::size_t offset, std::size_t size) {
+        while (size > 0) {
+            const QxOrigins::Piece piece = origins.PieceAt(offset, size);
+            if (piece.size == 0) return;
+            Use(piece.origin, piece.size);
+            offset += piece.size;
+            size -= piece.size;
+        }
+    }
 
     // The number of dumps that began.
     std::uint32_t Dumps() const { return static_cast<std::uint32_t>(m_dumps.size()); }
 
     // How many bytes of a dump, and of those unpacked from it, are not used.
-    std::uint64_t Left(std::uint32_t dump) const { return m_dumps[dump - 1].left; }
+    std::uint64_t Left(std::uint32_t dump) {
+        EndRun();
+        return m_dumps[dump - 1].left;
+    }
 
 private:
     using Unpacked = std::pair<std::uint64_t, std::size_t>;  // where the item begins, and the size that it unpacks to
@@ -42,6 +61,9 @@ private:
     };
 
     static void Extend(Dump& dump, std::size_t size);
+    void EndRun();
 
     std::vector<Dump> m_dumps;
+    QxOrigin m_run;  // of bytes that were used one behind the other, and are not marked yet
+    std::uint64_t m_runSize = 0;
 };

@@ -1,7 +1,10 @@
 #include "QxScriptScenario.h"
 
+#include <algorithm>
 #include <exception>
+#include <iterator>
 #include <optional>
+#include <utility>
 
 #include "IQxLogTracker.h"
 #include "QxData.h"
@@ -18,7 +21,8 @@ IQxData::_HSScriptPtr* RootOf(IQxData& store) {
     return store.GetScript(&slot) == nullptr ? nullptr : *slot;
 }
 
-const std::string& CallerName(const QxStoreAccess& store, const IQxData::HSCall& call, QxLocation& scratch) {
+const std::string& CallerName(const QxStoreAccess& store, const IQxData::HSCall& call,
+                              std::optional<QxLocation>& scratch) {
     return store.Location(call.locId, call.pid, scratch).site.callerName;
 }
 
@@ -52,7 +56,7 @@ std::vector<QxScriptScenario::Seen> QxScriptScenario::Look(const QxParser& parse
     const auto& calls = *parser.Store().GetCallIMap();
     std::vector<Seen> seen;
     seen.reserve(calls.size());
-    QxLocation scratch;
+    std::optional<QxLocation> scratch;
     const Method* method = nullptr;
     std::uint64_t last = 0;
     for (const auto& [key, call] : calls) {
@@ -95,6 +99,8 @@ void QxScriptScenario::SubscribeLate(const std::string& method, QxParser& parser
 std::vector<QxScriptScenario::Visited> QxScriptScenario::Snapshot(const std::vector<Seen>& calls,
                                                                   IQxEventObserver* observer) {
     std::vector<Visited> snapshot;
+    snapshot.reserve(static_cast<std::size_t>(
+        std::count_if(calls.begin(), calls.end(), [](const Seen& seen) { return seen.method->isSubscribed; })));
     for (const Seen& seen : calls) {
         if (observer != nullptr) observer->OnCall(seen.key, *seen.call, seen.method->name);
         if (seen.method->isSubscribed) snapshot.push_back({seen.key, *seen.call});
@@ -109,14 +115,15 @@ bool QxScriptScenario::HasSubscriber(const std::string& method) const {
 
 // The location is looked up again: a callback that cleared the store ends the matches of the calls that follow.
 void QxScriptScenario::Visit(Visited& visited, QxParser* parser) {
-    QxLocation scratch;
+    std::optional<QxLocation> scratch;
     const std::string method = CallerName(parser->Access(), visited.call, scratch);
     m_Key = visited.key;
     if (m_Subscribed.count(method) == 0) SubscribeLate(method, *parser);
     const auto end = m_Subscribers.end();
-    for (auto entry = m_Subscribers.lower_bound(method); entry != end; ++entry) {
-        if (entry->first.first != method) return;
-        MakeEvents(*entry->second, visited.call, parser);
+    const auto isOfMethod = [&](const auto& entry) { return entry != end && entry->first.first == method; };
+    for (auto entry = m_Subscribers.lower_bound(method); isOfMethod(entry); ++entry) {
+        const Call use = isOfMethod(std::next(entry)) ? Call::Kept : Call::UsedUp;
+        MakeEvents(*entry->second, visited.call, use, parser);
     }
 }
 
@@ -128,15 +135,18 @@ void QxScriptScenario::SetSubscriber(IQxData::_HSScriptPtr* root) {
 
 void QxScriptScenario::MakeEvent(IQxData::_HSScriptPtr* action, IQxData::HSCall& call, QxParser* parser) {
     m_Read.clear();
-    MakeEvents(*action, call, parser);
+    MakeEvents(*action, call, Call::Kept, parser);
 }
 
-// A callback may load a script below this action: only the children that were there at the start are visited.
-void QxScriptScenario::MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall& call, QxParser* parser) {
-    const std::size_t count = action.children.size();
+// A callback may load a script below this action: only the children that were there at the start are visited. Of these
+// the last one may use up the call.
+void QxScriptScenario::MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall& call, Call use,
+                                  QxParser* parser) {
+    std::size_t count = action.children.size();
+    while (count > 0 && !qxscript::IsEvent(action.children[count - 1])) --count;
     for (std::size_t i = 0; i < count; ++i) {
         IQxData::_HSScriptPtr* const event = action.children[i];
-        if (qxscript::IsEvent(event)) PushGuarded(event, call, parser);
+        if (qxscript::IsEvent(event)) PushGuarded(event, call, i + 1 == count ? use : Call::Kept, parser);
     }
 }
 
@@ -151,10 +161,10 @@ const QxEventWords& QxScriptScenario::WordsOf(const IQxData::_HSScriptPtr& event
     return m_Read.insert_or_assign(&event, Read{attributes, count, QxEventWords(event)}).first->second.words;
 }
 
-void QxScriptScenario::PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
+void QxScriptScenario::PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, Call use, QxParser* parser) {
     std::optional<QxEventEvaluation> evaluation;
     try {
-        Push(evaluation.emplace(*event, WordsOf(*event), call, &parser->Log()), *event, call, *parser);
+        Push(evaluation.emplace(*event, WordsOf(*event), call, &parser->Log()), *event, call, use, *parser);
     } catch (const std::exception& error) {
         parser->Log().Print("MakeEvent", __LINE__, Major,
                             "[QxScriptScenario::MakeEvent] Event in error, event: %s, error: %s",
@@ -168,16 +178,16 @@ void QxScriptScenario::PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall
 void QxScriptScenario::PushEvent(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
     const QxEventWords words(*event);
     QxEventEvaluation evaluation(*event, words, call, &parser->Log());
-    Push(evaluation, *event, call, *parser);
+    Push(evaluation, *event, call, Call::Kept, *parser);
 }
 
-void QxScriptScenario::Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event,
-                            const IQxData::HSCall& call, QxParser& parser) const {
+void QxScriptScenario::Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, IQxData::HSCall& call,
+                            Call use, QxParser& parser) const {
     const QxOutcome outcome = evaluation.Decide();
     if (parser.Observer() != nullptr) {
         parser.Observer()->OnEvent(event, m_Key, call, outcome, evaluation.Argument());
     }
     if (outcome != QxOutcome::Fires) return;
     parser.Events().Keep(parser.Store(), evaluation.Name(), evaluation.Argument(), call);
-    parser.Events().Send(evaluation.Name(), evaluation.Argument(), call);
+    parser.Events().Send(evaluation.Name(), evaluation.Argument(), use == Call::UsedUp ? std::move(call) : call);
 }

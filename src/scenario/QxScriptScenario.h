@@ -47,6 +47,9 @@ public:
     static std::string ConverIntArg(std::string raw) { return qxconversions::ToNumber(raw); }
 
 private:
+    // Whether a call is needed after an event, or may be handed to the callback instead of a copy.
+    enum class Call { Kept, UsedUp };
+
     // A call of the pass, copied, and its key in the store.
     struct Visited {
         unsigned long long key;
@@ -73,10 +76,10 @@ private:
     bool HasSubscriber(const std::string& method) const;
     static std::vector<Visited> Snapshot(const std::vector<Seen>& calls, IQxEventObserver* observer);
     void Visit(Visited& visited, QxParser* parser);
-    void MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall& call, QxParser* parser);
+    void MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall& call, Call use, QxParser* parser);
     const QxEventWords& WordsOf(const IQxData::_HSScriptPtr& event);
-    void PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser);
-    void Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call,
+    void PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, Call use, QxParser* parser);
+    void Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, IQxData::HSCall& call, Call use,
               QxParser& parser) const;
 
     // An event's words, and what they were taken from.

@@ -1,14 +1,6 @@
 #include "QxSubscriptions.h"
 
-#include <algorithm>
-
 namespace qxscript {
-
-const std::string* FindAttribute(const IQxData::_HSScriptPtr& element, const std::string& name) {
-    const auto last = std::find_if(element.attributes.rbegin(), element.attributes.rend(),
-                                   [&](const auto& attribute) { return attribute.first == name; });
-    return last == element.attributes.rend() ? nullptr : &last->second;
-}
 
 void Subscribe(const IQxData::_HSScriptPtr& root, QxSubscriptions& subscriptions, const NamelessMethod& nameless,
                const WantedMethod& wanted, std::size_t count) {

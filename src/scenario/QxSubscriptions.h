@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 
 #include "IQxData.h"
@@ -27,14 +28,18 @@ using QxSubscriptions = std::map<std::pair<std::string, std::string>, IQxData::_
 namespace qxscript {
 
 // The value of the element's last attribute of that name, which is the one that counts; null when it has none.
-const std::string* FindAttribute(const IQxData::_HSScriptPtr& element, const std::string& name);
+inline const std::string* FindAttribute(const IQxData::_HSScriptPtr& element, std::string_view name) {
+    const auto last = std::find_if(element.attributes.rbegin(), element.attributes.rend(),
+                                   [&](const auto& attribute) { return attribute.first == name; });
+    return last == element.attributes.rend() ? nullptr : &last->second;
+}
 
 // Whether a child of an action is a method, or an event.
 inline bool IsMethod(const IQxData::_HSScriptPtr* child) {
-    return child != nullptr && child->name == kMethod;
+    return child != nullptr && child->name == std::string_view(kMethod);
 }
 inline bool IsEvent(const IQxData::_HSScriptPtr* child) {
-    return child != nullptr && child->name == kEvent;
+    return child != nullptr && child->name == std::string_view(kEvent);
 }
 
 // The name that calls are matched with. Requires: the method has an attribute.

@@ -4,14 +4,7 @@ namespace qxcost {
 
 namespace {
 
-constexpr std::uint64_t kPair = 128;
-constexpr std::size_t kShortText = 15;  // the longest that takes no block of its own
-constexpr std::uint64_t kBlock = 32;    // what a block takes besides its bytes
 constexpr std::uint64_t kEvent = 96;
-
-std::uint64_t OfText(std::size_t size) {
-    return size <= kShortText ? 0 : size + kBlock;
-}
 
 std::uint64_t OfArguments(const std::vector<IQxData::HSICallArg>& arguments) {
     std::uint64_t cost = 0;
@@ -23,10 +16,6 @@ std::uint64_t OfArguments(const std::vector<IQxData::HSICallArg>& arguments) {
 }
 
 }  // namespace
-
-std::uint64_t OfPair(std::size_t nameSize, std::size_t valueSize) {
-    return kPair + OfText(nameSize) + OfText(valueSize);
-}
 
 std::uint64_t Of(const IQxData::HSCall& call) {
     return kCall + OfArguments(call.args.in) + OfArguments(call.args.out) + OfArguments(call.args.ret);

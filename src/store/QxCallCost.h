@@ -15,8 +15,19 @@ constexpr std::uint64_t kCall = 192;
 // An argument without its pairs.
 constexpr std::uint64_t kArgument = 64;
 
+constexpr std::uint64_t kPair = 128;
+constexpr std::size_t kShortText = 15;  // the longest that takes no block of its own
+constexpr std::uint64_t kBlock = 32;    // what a block takes besides its bytes
+
+// A text besides the object that it stands in.
+constexpr std::uint64_t OfText(std::size_t size) {
+    return size <= kShortText ? 0 : size + kBlock;
+}
+
 // A pair of texts of those lengths. Short texts stand in the pair itself.
-std::uint64_t OfPair(std::size_t nameSize, std::size_t valueSize);
+constexpr std::uint64_t OfPair(std::size_t nameSize, std::size_t valueSize) {
+    return kPair + OfText(nameSize) + OfText(valueSize);
+}
 
 // A whole call, and an event that keeps a copy of it.
 std::uint64_t Of(const IQxData::HSCall& call);

@@ -35,7 +35,9 @@ void QxData::clear() {
     for (std::string& field : m_header) field.clear();
     m_Events.clear();
     m_locations.clear();
+    m_recent = nullptr;
     m_calls.clear();
+    m_last = m_calls.end();
     m_spare.Clear();
     m_descriptors.clear();
     m_threads.clear();
@@ -50,6 +52,7 @@ void QxData::clear() {
 
 void QxData::clearCalls() {
     m_Events.clear();
+    m_last = m_calls.end();
     m_spare.Refill(m_calls);
     m_calls.clear();
 }
@@ -83,11 +86,6 @@ IQxData::_HSScript* QxData::GetScript(_HSScript** out) {
     return *out = &m_script;
 }
 
-// The key is unsigned 32-bit arithmetic: large location numbers wrap.
-unsigned int QxData::LocationKey(unsigned int locId, unsigned short pid) {
-    return locId + 10000u * pid;
-}
-
 void QxData::AppendCallLocation(_HSCallLocation& location) {
     const unsigned int key = LocationKey(location.locId, m_currentPid);
     const auto known = m_locations.find(key);
@@ -97,10 +95,9 @@ void QxData::AppendCallLocation(_HSCallLocation& location) {
     stored.share = share;
 }
 
-const QxLocation& QxData::Location(unsigned int locId, unsigned short pid) {
-    const unsigned int key = LocationKey(locId, pid);
+const QxLocation& QxData::FindLocation(unsigned int key, unsigned short pid) {
     const auto known = m_locations.find(key);
-    if (known != m_locations.end()) return known->second;
+    if (known != m_locations.end()) return Recent(key, known->second);
     static const QxLocation& unknown = *new QxLocation;
     const Share share = ShareOf(pid, unknown.site);
     if (!m_described.TryTake(share)) return unknown;
@@ -109,8 +106,14 @@ const QxLocation& QxData::Location(unsigned int locId, unsigned short pid) {
     return stored;
 }
 
+// Calls of one location come one after the other, and a call's exit after its entry.
+const QxLocation& QxData::Recent(unsigned int key, const QxLocation& location) {
+    m_recentKey = key;
+    return *(m_recent = &location);
+}
+
 IQxData::_HSCallLocation QxData::GetCallLocation(unsigned int locId) {
-    return Location(locId, m_currentPid).site;
+    return Location(locId).site;
 }
 
 IQxData::_HSCallLocation QxData::GetCallLocationWithPID(unsigned int locId, unsigned short pid) {
@@ -137,19 +140,16 @@ void QxData::GetCompArgDesc(_HSCompArgDesc& out, std::string name) {
     out = CompArgDesc(name);
 }
 
-IQxData::HSCall& QxData::NewCall() {
-    if (m_newCall.empty()) m_newCall = m_spare.Take();
-    return m_newCall.mapped();
-}
-
 unsigned long long QxData::AddNewCall() {
     // The low digits keep calls of one time apart; a key that is taken all the same loses its call.
     const unsigned long long key = m_newCall.mapped().time * kKeysPerTime + m_calls.size() % kKeysPerTime;
     m_newCall.key() = key;
-    // Calls of one thread come in order, so that most stand behind all others. Where the key is taken nothing happens.
-    const auto place = m_calls.insert(m_calls.end(), std::move(m_newCall));
+    // Calls of one thread come one after the other and in order: a call's place is behind the one before, unless other
+    // threads have called in between. Where the key is taken nothing is inserted.
+    const auto hint = m_last == m_calls.end() ? m_last : std::next(m_last);
+    m_last = m_calls.insert(hint, std::move(m_newCall));
     if (!m_newCall.empty()) {
-        place->second = std::move(m_newCall.mapped());
+        m_last->second = std::move(m_newCall.mapped());
         m_newCall = {};
     }
     return key;
@@ -158,7 +158,9 @@ unsigned long long QxData::AddNewCall() {
 unsigned long long QxData::AppendBeforeCall(HSCall& call) {
     HSCall copy(call);  // what may throw comes before what is filled in
     NewCall() = std::move(copy);
-    return AddNewCall();
+    const unsigned long long key = AddNewCall();
+    m_last = m_calls.end();  // a client may have the map already
+    return key;
 }
 
 void QxData::AppendAfterCall(unsigned long long key, HSCall& call) {
@@ -168,8 +170,8 @@ void QxData::AppendAfterCall(unsigned long long key, HSCall& call) {
 
 // A call that calls no other returns before another one is added.
 IQxData::HSCall& QxData::Call(unsigned long long key) {
-    const bool isLast = !m_calls.empty() && std::prev(m_calls.end())->first == key;
-    const auto found = isLast ? std::prev(m_calls.end()) : m_calls.find(key);
+    const bool isLast = m_last != m_calls.end() && m_last->first == key;
+    const auto found = isLast ? m_last : m_calls.find(key);
     if (found == m_calls.end()) throw PERR_CALL_NOT_FOUND;
     return found->second;
 }
@@ -179,6 +181,8 @@ void QxData::GetCall(unsigned long long key, HSCall& out) {
 }
 
 std::map<unsigned long long, IQxData::HSCall>* QxData::GetCallIMap() {
+    // Whoever has the map may take calls out of it.
+    m_last = m_calls.end();
     return &m_calls;
 }
 

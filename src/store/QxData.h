@@ -58,13 +58,20 @@ public:
     // The same records without copies, for the library's own reading; valid until the store changes them. An unknown
     // location or descriptor is stored as an empty record, as in the operations above, while its process may still
     // describe anything.
-    const QxLocation& Location(unsigned int locId, unsigned short pid);
+    const QxLocation& Location(unsigned int locId, unsigned short pid) {
+        const unsigned int key = LocationKey(locId, pid);
+        return m_recent != nullptr && key == m_recentKey ? *m_recent : FindLocation(key, pid);
+    }
+    const QxLocation& Location(unsigned int locId) { return Location(locId, m_currentPid); }
     const _HSCompArgDesc& CompArgDesc(const std::string& name);
     // Throws PERR_CALL_NOT_FOUND.
     HSCall& Call(unsigned long long key);
     // A call to fill in; its list `in` may hold values to write over. AddNewCall stores it, as AppendBeforeCall does,
     // and comes before the next NewCall.
-    HSCall& NewCall();
+    HSCall& NewCall() {
+        if (m_newCall.empty()) m_newCall = m_spare.Take();
+        return m_newCall.mapped();
+    }
     unsigned long long AddNewCall();
     // A list of arguments to fill, which may hold values to write over.
     std::vector<HSICallArg> TakeList() { return m_spare.TakeList(); }
@@ -87,7 +94,10 @@ private:
         QxDescriptionBudget::Share share;
     };
 
-    static unsigned int LocationKey(unsigned int locId, unsigned short pid);
+    // The key is unsigned 32-bit arithmetic: large location numbers wrap.
+    static unsigned int LocationKey(unsigned int locId, unsigned short pid) { return locId + 10000u * pid; }
+    const QxLocation& FindLocation(unsigned int key, unsigned short pid);
+    const QxLocation& Recent(unsigned int key, const QxLocation& location);
     void UpdateCurrentPID();
     unsigned long long& ThreadTime();
 
@@ -98,7 +108,10 @@ private:
     std::string m_currentProcess;
     unsigned short m_currentPid = 0;  // of m_currentProcess in m_processes, looked up once per change
     std::unordered_map<unsigned int, QxLocation> m_locations;
+    unsigned int m_recentKey = 0;  // of the location that was asked for last
+    const QxLocation* m_recent = nullptr;
     std::map<unsigned long long, HSCall> m_calls;
+    std::map<unsigned long long, HSCall>::iterator m_last = m_calls.end();  // the call that was added last
     QxSpareCalls m_spare;
     QxSpareCalls::Map::node_type m_newCall;  // to fill in; empty when there is none
     std::map<std::string, Layout> m_descriptors;

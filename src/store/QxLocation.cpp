@@ -12,7 +12,7 @@ void AddToPlan(QxArgPlan& plan, std::size_t argument, std::uint32_t size) {
         ++plan.emptiesAfter;
         return;
     }
-    plan.steps.push_back({static_cast<std::uint32_t>(argument), plan.emptiesAfter});
+    plan.steps.push_back({static_cast<std::uint32_t>(argument), size, plan.emptiesAfter});
     plan.emptiesAfter = 0;
 }
 

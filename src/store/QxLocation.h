@@ -14,6 +14,7 @@
 struct QxArgPlan {
     struct Step {
         std::uint32_t argument;       // index into the location's lists
+        std::uint32_t size;           // its size word
         std::uint32_t emptiesBefore;  // recorded arguments of size 0 between the step before and this one
     };
     std::vector<Step> steps;

@@ -2,13 +2,13 @@
 // it is another implementation or a class derived from it. What the store holds afterwards is the same.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "IQxData.h"
+#include "QxData.h"
 #include "QxLocation.h"
-
-class QxData;
 
 class QxStoreAccess final {
 public:
@@ -18,29 +18,47 @@ public:
     explicit QxStoreAccess(IQxData& store);
 
     // The location of the current process, or of the process `pid`. The result lives in the store or in `scratch`, and
-    // is valid until either changes.
-    const QxLocation& Location(unsigned int locId, QxLocation& scratch) const;
-    const QxLocation& Location(unsigned int locId, unsigned short pid, QxLocation& scratch) const;
+    // is valid until either changes. So do all results below; a scratch of the library's own store stays empty.
+    const QxLocation& Location(unsigned int locId, std::optional<QxLocation>& scratch) const {
+        if (m_own != nullptr) return m_own->Location(locId);
+        return scratch.emplace(m_store->GetCallLocation(locId));
+    }
+    const QxLocation& Location(unsigned int locId, unsigned short pid, std::optional<QxLocation>& scratch) const {
+        if (m_own != nullptr) return m_own->Location(locId, pid);
+        return scratch.emplace(m_store->GetCallLocationWithPID(locId, pid));
+    }
 
-    // The layout of the type; lives in the store or in `scratch`.
-    const IQxData::_HSCompArgDesc& Descriptor(const std::string& type, IQxData::_HSCompArgDesc& scratch) const;
+    // The layout of the type.
+    const IQxData::_HSCompArgDesc& Descriptor(const std::string& type,
+                                              std::optional<IQxData::_HSCompArgDesc>& scratch) const;
 
     // Whether something is told of this element of the store's script tree for the first time. Other implementations do
     // not remember: there it is always the first time.
     bool IsFirstReport(const IQxData::_HSScriptPtr& element) const;
 
-    // A new call to fill in, in the store or in `scratch`; its list `in` may hold values to write over. It is stored,
-    // used up by it, and its key returned by AddCall, which comes before the next NewCall.
-    IQxData::HSCall& NewCall(IQxData::HSCall& scratch) const;
-    unsigned long long AddCall(IQxData::HSCall& call) const;
+    // A new call to fill in; its list `in` may hold values to write over. It is stored, used up by it, and its key
+    // returned by AddCall, which comes before the next NewCall.
+    IQxData::HSCall& NewCall(std::optional<IQxData::HSCall>& scratch) const {
+        return m_own != nullptr ? m_own->NewCall() : scratch.emplace();
+    }
+    unsigned long long AddCall(IQxData::HSCall& call) const {
+        return m_own != nullptr ? m_own->AddNewCall() : m_store->AppendBeforeCall(call);
+    }
 
-    // The call under the key, in the store or in `scratch`; throws PERR_CALL_NOT_FOUND. Once it has been changed,
-    // StoreChanged puts it back.
-    IQxData::HSCall& Call(unsigned long long key, IQxData::HSCall& scratch) const;
-    void StoreChanged(unsigned long long key, IQxData::HSCall& call) const;
+    // The call under the key; throws PERR_CALL_NOT_FOUND. Once it has been changed, StoreChanged puts it back.
+    IQxData::HSCall& Call(unsigned long long key, std::optional<IQxData::HSCall>& scratch) const {
+        if (m_own != nullptr) return m_own->Call(key);
+        m_store->GetCall(key, scratch.emplace());
+        return *scratch;
+    }
+    void StoreChanged(unsigned long long key, IQxData::HSCall& call) const {
+        if (m_own == nullptr) m_store->AppendAfterCall(key, call);
+    }
 
     // A list of arguments to fill, which may hold values to write over.
-    std::vector<IQxData::HSICallArg> TakeList() const;
+    std::vector<IQxData::HSICallArg> TakeList() const {
+        return m_own != nullptr ? m_own->TakeList() : std::vector<IQxData::HSICallArg>();
+    }
 
 private:
     IQxData* m_store = nullptr;

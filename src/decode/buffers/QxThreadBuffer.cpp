@@ -37,8 +37,9 @@ void CopyPayload(const char* bytes, const QxFrame& header, std::vector<char>& pa
     const std::uint32_t moved = header.length > 2 ? header.length - 2u : 0;
     if (moved > header.size) throw std::length_error("[QxThreadBuffer::Extract] payload shorter than its size's bytes");
     const char* const split = bytes + (header.size - moved);
-    payload.assign(split, split + moved);
-    payload.insert(payload.end(), bytes, split);
+    payload.resize(header.size);
+    std::copy(split, split + moved, payload.begin());
+    std::copy(bytes, split, payload.begin() + moved);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "QxAfterCall.h"
 
 #include <iterator>
+#include <optional>
 #include <utility>
 
 #include "QxArgReader.h"
@@ -49,11 +50,11 @@ int QxAfterCall::Append(std::vector<char>& payload, QxParser* parser) {
     QxCursor cursor = PayloadCursor(payload, "QxAfterCall::Append", parser);
     IQxData& store = parser->Store();
     const unsigned long long key = store.GetLocationMarker();
-    IQxData::HSCall callScratch;
+    std::optional<IQxData::HSCall> callScratch;
     const QxStoreAccess& access = parser->Access();
     IQxData::HSCall& call = access.Call(key, callScratch);
     const unsigned long long exitTime = ReadExitTime(cursor, store);
-    QxLocation scratch;
+    std::optional<QxLocation> scratch;
     const QxLocation& location = access.Location(call.locId, scratch);
     if (location.site.locId == 0) {
         cursor.Print(Info, "[QxAfterCall::Append] locData.locId returned 0.. skipping..");

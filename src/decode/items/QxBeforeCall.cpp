@@ -1,5 +1,7 @@
 #include "QxBeforeCall.h"
 
+#include <optional>
+
 #include "QxArgReader.h"
 #include "QxCallEntry.h"
 #include "QxParser.h"
@@ -13,9 +15,9 @@ const QxArgReader::Texts kTexts = {"[QxBeforeCall::Append] count not expected as
 // A call of an unknown location is stored too, without arguments.
 int QxBeforeCall::Append(std::vector<char>& payload, QxParser* parser) {
     QxCursor cursor = PayloadCursor(payload, "QxBeforeCall::Append", parser);
-    IQxData::HSCall callScratch;
+    std::optional<IQxData::HSCall> callScratch;
     IQxData::HSCall& call = parser->Access().NewCall(callScratch);
-    QxLocation scratch;
+    std::optional<QxLocation> scratch;
     const QxLocation& location = ReadCallEntry(cursor, *parser, call, scratch);
     QxArgList in(call.args.in);
     QxArgReader(cursor, *parser, kTexts, QxArgReader::Composites::Decoded).ReadPlan(location, location.atEntry, in);

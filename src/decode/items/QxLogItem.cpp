@@ -1,5 +1,7 @@
 #include "QxLogItem.h"
 
+#include <optional>
+
 #include "QxArgReader.h"
 #include "QxCallEntry.h"
 #include "QxParser.h"
@@ -12,9 +14,9 @@ const QxArgReader::Texts kTexts = {"[QxLogItem::Append] count not expected asize
 
 int QxLogItem::Append(std::vector<char>& payload, QxParser* parser) {
     QxCursor cursor = PayloadCursor(payload, "QxLogItem::Append", parser);
-    IQxData::HSCall callScratch;
+    std::optional<IQxData::HSCall> callScratch;
     IQxData::HSCall& call = parser->Access().NewCall(callScratch);
-    QxLocation scratch;
+    std::optional<QxLocation> scratch;
     const QxLocation& location = ReadCallEntry(cursor, *parser, call, scratch);
     if (location.site.locId == 0) {
         cursor.Print(Info, "[QxLogItem::Append] locData.locId returned 0.. skipping..");

@@ -20,12 +20,14 @@ public:
         return argument;
     }
 
-    // The value of the next argument, which is empty, without a name.
+    // The value of the next argument, without a name; it is to be written over.
     std::string& AddPlain() {
         IQxData::HSICallArg& argument = Next();
-        argument.resize(1);
-        argument.front().first.clear();
-        argument.front().second.clear();
+        if (argument.size() == 1) {
+            argument.front().first.clear();
+        } else {
+            argument = IQxData::HSICallArg(1);
+        }
         return argument.front().second;
     }
 

@@ -1,6 +1,7 @@
 #include "QxArgReader.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "IQxLogTracker.h"
 #include "QxCallCost.h"
@@ -15,7 +16,7 @@ void QxArgReader::ReadPlan(const QxLocation& location, const QxArgPlan& plan, Qx
     out.Reserve(std::min(plan.steps.size(), m_cursor.Left()));
     for (const QxArgPlan::Step& step : plan.steps) {
         SkipEmpties(step.emptiesBefore);
-        ReadValue(args.argSize[step.argument], args.argType[step.argument], out);
+        ReadValue(step.size, args.argType[step.argument], out);
     }
     SkipEmpties(plan.emptiesAfter);
 }
@@ -39,11 +40,11 @@ void QxArgReader::ReadValue(std::uint32_t size, const std::string& type, QxArgLi
     m_context.Budget().TakePairs(1);
     m_context.Budget().TakeCallBytes(qxcost::kArgument + qxcost::OfPair(0, textSize));
     const char* const bytes = m_cursor.Bytes(size);
-    ReadStringArg(bytes, textSize, out.AddPlain());
+    AssignShifted(bytes, textSize, out.AddPlain());
 }
 
 void QxArgReader::ReadComposite(const std::string& type, QxArgList& out) {
-    IQxData::_HSCompArgDesc scratch;
+    std::optional<IQxData::_HSCompArgDesc> scratch;
     m_context.Budget().TakeNameBytes(type.size());
     m_context.Budget().TakeCallBytes(qxcost::kArgument);
     IQxData::HSICallArg& value = out.Add();
@@ -62,6 +63,6 @@ std::uint32_t QxArgReader::ReadLength() {
 }
 
 void QxArgReader::SkipEmpties(std::uint32_t count) {
-    if (m_texts.empty == nullptr) return;
+    if (count == 0 || m_texts.empty == nullptr) return;
     m_context.Log().Repeat(count, "Append", __LINE__, m_texts.emptyLevel, m_texts.empty);
 }

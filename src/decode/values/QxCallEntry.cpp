@@ -5,7 +5,7 @@
 #include "QxDecodeContext.h"
 
 const QxLocation& ReadCallEntry(QxCursor& cursor, QxDecodeContext& context, IQxData::HSCall& call,
-                                QxLocation& scratch) {
+                                std::optional<QxLocation>& scratch) {
     IQxData& store = context.Store();
     call.tid = store.GetCurrentThread();
     call.time = cursor.Varint64() + store.GetThreadTime();

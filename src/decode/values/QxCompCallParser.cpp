@@ -1,5 +1,6 @@
 #include "QxCompCallParser.h"
 
+#include <optional>
 #include <string>
 
 #include "QxCallCost.h"
@@ -85,7 +86,7 @@ void Value::ReadVariable(const std::string& name, const std::string& type, unsig
 }
 
 void Value::ReadNested(const std::string& type, unsigned depth) {
-    IQxData::_HSCompArgDesc scratch;
+    std::optional<IQxData::_HSCompArgDesc> scratch;
     m_context.Budget().TakeNameBytes(type.size());
     ReadComposite(m_context.Access().Descriptor(type, scratch), depth + 1);
 }

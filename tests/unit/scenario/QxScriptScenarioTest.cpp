@@ -165,6 +165,24 @@ TEST_F(QxScriptScenarioTest, CallsThatACallbackAddsAreNotVisited) {
     EXPECT_EQ(Calls().size(), 2u);
 }
 
+TEST_F(QxScriptScenarioTest, EachEventOfACallHasAllOfIt) {
+    Load(
+        "<Scenario><x name='a'><method name='M'/><event name='E'/><event name='F'/><method name='N'/></x>"
+        "<x name='b'><method name='M'/><event name='G'/></x></Scenario>");
+    for (int i = 0; i < 2; ++i) {
+        IQxData::HSCall call = Call("M");
+        call.args.in = {{{"", "a text that is longer than short ones"}}};
+        store->AppendBeforeCall(call);
+    }
+    tracing.Trace();
+    EXPECT_EQ(FiredNames(), (std::vector<std::string>{"E", "F", "G", "E", "F", "G"}));
+    for (const auto& one : fired) {
+        ASSERT_EQ(one.call.args.in.size(), 1u) << one.name;
+        EXPECT_EQ(one.call.args.in[0][0].second, "a text that is longer than short ones");
+    }
+    for (const auto& entry : Calls()) EXPECT_EQ(entry.second.args.in.size(), 1u) << "the stored call stays whole";
+}
+
 TEST_F(QxScriptScenarioTest, ACallbackMayClearTheStore) {
     Load("<Scenario><x name='a'><method name='M'/><event name='E'/><event name='F'/></x></Scenario>");
     for (int i = 0; i < 3; ++i) {

@@ -72,6 +72,46 @@ TEST_F(QxDataTest, CallIMapIsTheStoresOwn) {
     EXPECT_EQ(out.time, 9u);
 }
 
+TEST_F(QxDataTest, ACallThatAClientTakesOutOfTheMapIsGone) {
+    auto* const calls = m_store.GetCallIMap();
+    Call call = CallAt(5);
+    Call out;
+    const unsigned long long key = m_store.AppendBeforeCall(call);
+    calls->clear();
+    EXPECT_EQ(Thrown([&] { m_store.GetCall(key, out); }), 2);
+    m_store.NewCall().time = 7;
+    const unsigned long long own = m_store.AddNewCall();
+    EXPECT_EQ(m_store.Call(own).time, 7u);
+    m_store.GetCallIMap()->clear();
+    EXPECT_EQ(Thrown([&] { m_store.Call(own); }), 2);
+}
+
+TEST_F(QxDataTest, CallsStandInOrderHoweverTheirThreadsInterleave) {
+    std::vector<unsigned long long> keys;
+    for (const unsigned long long time : {1u, 4u, 7u, 2u, 5u, 8u, 3u, 6u, 9u}) {
+        m_store.NewCall().time = time;
+        EXPECT_EQ(m_store.Call(m_store.AddNewCall()).time, time);
+    }
+    for (const auto& entry : *m_store.GetCallIMap()) keys.push_back(entry.first / 1000);
+    EXPECT_THAT(keys, ElementsAre(1, 2, 3, 4, 5, 6, 7, 8, 9));
+}
+
+TEST_F(QxDataTest, ALocationIsFoundAsItIsNow) {
+    m_store.clear();
+    IQxData::_HSCallLocation location;
+    location.locId = 3;
+    location.callerName = "Old";
+    m_store.AppendCallLocation(location);
+    EXPECT_EQ(m_store.GetCallLocation(3).callerName, "Old");
+    location.callerName = "New";
+    m_store.AppendCallLocation(location);
+    EXPECT_EQ(m_store.GetCallLocation(3).callerName, "New");
+    EXPECT_EQ(m_store.GetCallLocation(4).callerName, "");
+    EXPECT_EQ(m_store.GetCallLocation(3).callerName, "New");
+    m_store.clear();
+    EXPECT_EQ(m_store.GetCallLocation(3).callerName, "");
+}
+
 TEST_F(QxDataTest, ThreadsBelongToTheCurrentProcess) {
     m_store.AppendProcessName(7, "a");
     m_store.AppendCurrentProcess("a");

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -58,14 +59,14 @@ protected:
 }  // namespace
 
 TEST_P(QxStoreAccessTest, FetchesTheLocationOfTheCurrentProcess) {
-    QxLocation scratch;
+    std::optional<QxLocation> scratch;
     const QxLocation& location = QxStoreAccess(*m_store).Location(3, scratch);
     EXPECT_EQ(location.site.callerName, "SetVolume");
     EXPECT_EQ(location.atEntry.steps.size(), 1u);
 }
 
 TEST_P(QxStoreAccessTest, FetchesTheLocationOfAnyProcess) {
-    QxLocation scratch;
+    std::optional<QxLocation> scratch;
     m_store->AppendCurrentProcess("b");
     EXPECT_EQ(QxStoreAccess(*m_store).Location(3, 7, scratch).site.callerName, "SetVolume");
     EXPECT_EQ(QxStoreAccess(*m_store).Location(3, 9, scratch).site.locId, 0u);
@@ -73,7 +74,7 @@ TEST_P(QxStoreAccessTest, FetchesTheLocationOfAnyProcess) {
 }
 
 TEST_P(QxStoreAccessTest, StoresAnEmptyLocationForAnUnknownOne) {
-    QxLocation scratch;
+    std::optional<QxLocation> scratch;
     EXPECT_EQ(QxStoreAccess(*m_store).Location(4, scratch).site.locId, 0u);
     EXPECT_TRUE(QxStoreAccess(*m_store).Location(4, scratch).always.steps.empty());
 }
@@ -82,15 +83,15 @@ TEST_P(QxStoreAccessTest, FetchesDescriptors) {
     IQxData::_HSCompArgDesc point;
     point.memberNames = {"x", "y"};
     m_store->AppendCompArgDesc("Point", point);
-    IQxData::_HSCompArgDesc scratch;
-    scratch.memberNames = {"left over"};
+    std::optional<IQxData::_HSCompArgDesc> scratch;
+    scratch.emplace().memberNames = {"left over"};
     EXPECT_EQ(QxStoreAccess(*m_store).Descriptor("Point", scratch).memberNames, (std::vector<std::string>{"x", "y"}));
     EXPECT_TRUE(QxStoreAccess(*m_store).Descriptor("Unknown", scratch).memberNames.empty());
 }
 
 TEST_P(QxStoreAccessTest, StoresCalls) {
     const QxStoreAccess access(*m_store);
-    IQxData::HSCall scratch;
+    std::optional<IQxData::HSCall> scratch;
     IQxData::HSCall& call = access.NewCall(scratch);
     call.time = 5;
     call.args.in = {{{"", "v"}}};
@@ -102,7 +103,7 @@ TEST_P(QxStoreAccessTest, ChangesCalls) {
     IQxData::HSCall call;
     call.time = 5;
     m_store->AppendBeforeCall(call);
-    IQxData::HSCall scratch;
+    std::optional<IQxData::HSCall> scratch;
     IQxData::HSCall& fetched = QxStoreAccess(*m_store).Call(5000, scratch);
     EXPECT_EQ(fetched.time, 5u);
     fetched.exitTime = 6;
@@ -111,7 +112,7 @@ TEST_P(QxStoreAccessTest, ChangesCalls) {
 }
 
 TEST_P(QxStoreAccessTest, ThrowsForAnUnknownCall) {
-    IQxData::HSCall scratch;
+    std::optional<IQxData::HSCall> scratch;
     try {
         QxStoreAccess(*m_store).Call(1, scratch);
         ADD_FAILURE() << "an unknown call was found";
@@ -125,9 +126,9 @@ INSTANTIATE_TEST_SUITE_P(Stores, QxStoreAccessTest, testing::Bool(),
 
 TEST(QxStoreAccess, ReadsADerivedStoreThroughItsOperations) {
     CountingStore store;
-    QxLocation location;
-    IQxData::_HSCompArgDesc desc;
-    IQxData::HSCall call;
+    std::optional<QxLocation> location;
+    std::optional<IQxData::_HSCompArgDesc> desc;
+    std::optional<IQxData::HSCall> call;
     const QxStoreAccess access(store);
     access.AddCall(access.NewCall(call));
     access.Location(1, location);
@@ -140,23 +141,23 @@ TEST(QxStoreAccess, ReadsADerivedStoreThroughItsOperations) {
 
 TEST(QxStoreAccess, WritesADerivedStoreThroughItsOperations) {
     ListingStore store;
-    IQxData::HSCall call;
+    std::optional<IQxData::HSCall> call;
     const QxStoreAccess access(store);
     const unsigned long long key = access.AddCall(access.NewCall(call));
-    access.StoreChanged(key, call);
+    access.StoreChanged(key, *call);
     EXPECT_EQ(store.operations, (std::vector<std::string>{"AppendBeforeCall", "AppendAfterCall"}));
 }
 
 TEST(QxStoreAccess, HandsOutTheOwnStoresRecordsWithoutCopies) {
     QxData store;
-    QxLocation location;
-    IQxData::_HSCompArgDesc desc;
-    IQxData::HSCall call;
+    std::optional<QxLocation> location;
+    std::optional<IQxData::_HSCompArgDesc> desc;
+    std::optional<IQxData::HSCall> call;
     const QxStoreAccess access(store);
-    EXPECT_NE(&access.NewCall(call), &call);
     access.AddCall(access.NewCall(call));
-    EXPECT_NE(&access.Location(1, location), &location);
-    EXPECT_NE(&access.Location(1, 2, location), &location);
-    EXPECT_NE(&access.Descriptor("t", desc), &desc);
+    access.Location(1, location);
+    access.Location(1, 2, location);
+    access.Descriptor("t", desc);
     EXPECT_EQ(&access.Call(0, call), &store.GetCallIMap()->at(0));
+    EXPECT_FALSE(call || location || desc);
 }
