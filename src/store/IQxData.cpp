@@ -1,5 +1,7 @@
 #include "IQxData.h"
 
+#include <cstddef>
+
 #include "QxData.h"
 
 std::shared_ptr<IQxData> IQxData::Instance() {
@@ -8,6 +10,9 @@ std::shared_ptr<IQxData> IQxData::Instance() {
 
 void IQxData::_HSScriptPtr::Append(const char* elementName, const char** attrs) {
     name = elementName;
+    std::size_t count = 0;
+    while (attrs[2 * count] != nullptr) ++count;
+    attributes.reserve(attributes.size() + count);
     for (; attrs[0] != nullptr; attrs += 2) attributes.emplace_back(attrs[0], attrs[1]);
 }
 
