@@ -144,10 +144,10 @@ unsigned long long QxData::AddNewCall() {
     // The low digits keep calls of one time apart; a key that is taken all the same loses its call.
     const unsigned long long key = m_newCall.mapped().time * kKeysPerTime + m_calls.size() % kKeysPerTime;
     m_newCall.key() = key;
-    // Calls of one thread come one after the other and in order: a call's place is behind the one before, unless other
-    // threads have called in between. Where the key is taken nothing is inserted.
-    const auto hint = m_last == m_calls.end() ? m_last : std::next(m_last);
-    m_last = m_calls.insert(hint, std::move(m_newCall));
+    // Calls of one thread come one after the other and in order: a call's place is behind all others, or behind the one
+    // before. Where the key is taken nothing is inserted.
+    const bool isNewest = m_last == m_calls.end() || std::prev(m_calls.end())->first < key;
+    m_last = m_calls.insert(isNewest ? m_calls.end() : std::next(m_last), std::move(m_newCall));
     if (!m_newCall.empty()) {
         m_last->second = std::move(m_newCall.mapped());
         m_newCall = {};
