@@ -38,9 +38,12 @@ std::uint64_t ParseStartTime(const std::string& text) {
     return hasEnded ? 0 : startTime;
 }
 
-// What stands in /proc/PID/stat. Nothing when it cannot be read; errno says why.
+// The system's account of the process's first thread, which tells its name, its start time and how many threads there
+// are as /proc/PID/stat does. That one an emulator answers by itself when a process asks for its own, with another
+// start time than everyone else is told. Nothing when it cannot be read; errno says why.
 std::optional<std::string> ReadStat(pid_t pid) {
-    const std::string path = "/proc/" + std::to_string(pid) + "/stat";
+    const std::string number = std::to_string(pid);
+    const std::string path = "/proc/" + number + "/task/" + number + "/stat";
     const QxFd file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
     std::string line(kMaxStatSize, '\0');
     const ssize_t size = file ? ::read(file.Get(), &line[0], line.size()) : -1;

@@ -20,6 +20,23 @@ TEST_F(QxProcessInfoTest, AProcessIsKnownByItsIdAndStartTime) {
     EXPECT_FALSE(QxProcessInfo::IsAlive(999999999, start));
 }
 
+// Emulators and the like answer what a process asks about itself, and not what others ask about it.
+TEST_F(QxProcessInfoTest, AProcessIsToldOfItselfWhatOthersAreTold) {
+    const pid_t own = ::getpid();
+    const std::uint64_t start = QxProcessInfo::StartTime(own);
+    const std::string name = QxProcessInfo::CommandName(own);
+    EXPECT_EQ(name, QxProcessInfo::OwnName());
+    const pid_t other = ::fork();
+    if (other == 0) {
+        const int differences =
+            (QxProcessInfo::StartTime(own) == start ? 0 : 1) + (QxProcessInfo::CommandName(own) == name ? 0 : 2);
+        ::_exit(differences);
+    }
+    int status = -1;
+    ASSERT_EQ(::waitpid(other, &status, 0), other);
+    EXPECT_EQ(status, 0) << "1 in the upper byte: another start time, 2: another name";
+}
+
 TEST_F(QxProcessInfoTest, OneThatEndedAndWasNotWaitedForDoesNotRun) {
     const pid_t pid = ::fork();
     if (pid == 0) ::_exit(0);
