@@ -146,7 +146,7 @@ TEST(RingModelTest, AWriterThatGoesOnAllTheTime) {
 
 // A ring that refuses is read in the midst of any store, and told so between any two: nothing is lost that was taken.
 TEST(RingModelTest, ARefusingWriterReadAtAnyStore) {
-    std::size_t refused = 0;
+    Word refused = 0;
     std::size_t taken = 0;
     for (const auto& row : kGeometries) {
         const Geometry geometry = SmallGeometry(row.pageCapacity, row.pageCount);

@@ -19,10 +19,10 @@ constexpr std::uint64_t kLimit = qxformat::kMaxDescriptionBytes;
 constexpr unsigned kHost = 7;
 constexpr unsigned kOther = 9;
 
-IQxData::_HSCallLocation Site(unsigned locId, std::size_t nameSize) {
+IQxData::_HSCallLocation Site(unsigned locId, std::uint64_t nameSize) {
     IQxData::_HSCallLocation site;
     site.locId = locId;
-    site.callerName.assign(nameSize, 'n');
+    site.callerName.assign(static_cast<std::size_t>(nameSize), 'n');
     return site;
 }
 
