@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <string_view>
 
 namespace qxhost {
 
@@ -20,6 +21,13 @@ bool ReadNumber(const char* variable, std::size_t& value) {
 }
 
 }  // namespace
+
+QxOptions::Switch QxOptions::ReadSwitch() {
+    const char* text = std::getenv("QX_RECORDER");
+    const std::string_view word = text != nullptr ? text : "";
+    if (word == "off") return Switch::Off;
+    return word.empty() || word == "on" ? Switch::On : Switch::Unknown;
+}
 
 QxOptions QxOptions::WithEnvironment(std::string& error) const {
     QxOptions changed = *this;

@@ -13,6 +13,10 @@ public:
     QxOptions() = default;
     explicit QxOptions(const qx::recorder::Options& options) : m_options(options) {}
 
+    // What QX_RECORDER says of how recording begins. Allocates nothing.
+    enum class Switch { On, Off, Unknown };
+    static Switch ReadSwitch();
+
     // Whether a recording can be made so.
     bool IsValid() const { return Geometry().IsValid(); }
 

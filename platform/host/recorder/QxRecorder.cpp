@@ -14,6 +14,9 @@
 #include "QxRuntimeDir.h"
 #include "QxSignalGuard.h"
 
+// Constant-initialised: call sites may be passed before the recorder is made.
+std::atomic<bool> qx::recorder::detail::g_isEnabled{true};
+
 namespace qxhost {
 
 using namespace qxlayout;
@@ -99,6 +102,7 @@ QxRecorder::QxRecorder()
 // As early as possible: fork handlers that the program adds later find the recorder ready, in the child as well.
 __attribute__((constructor)) static void MakeRecorder() {
     QxRecorder::Instance();
+    if (QxOptions::ReadSwitch() == QxOptions::Switch::Off) qx::recorder::SetEnabled(false);
 }
 
 bool QxRecorder::IsInside() {
@@ -199,6 +203,9 @@ bool QxRecorder::EnsureRecording() {
     }
     const QxOptions options = m_options.WithEnvironment(error);
     if (!error.empty()) ReportOnce(error);
+    if (QxOptions::ReadSwitch() == QxOptions::Switch::Unknown) {
+        ReportOnce("QX_RECORDER is neither on nor off, recording is on");
+    }
     error.clear();
     // What a forked child's parent described takes no room from the child.
     Geometry geometry = options.Geometry();

@@ -12,6 +12,14 @@ bool Configure(const Options& options) {
     return QxRecorder::Instance().Configure(options);
 }
 
+void SetEnabled(bool isEnabled) noexcept {
+    detail::g_isEnabled.store(isEnabled, std::memory_order_relaxed);
+}
+
+bool IsEnabled() noexcept {
+    return detail::IsEnabled();
+}
+
 void SetThreadName(const std::string& name) {
     QxRecorder::Instance().NameThread(name);
 }

@@ -7,7 +7,7 @@
 
 #include <stdexcept>
 
-TracedProgram::TracedProgram(const std::string& name, int threads, int calls, int pauseUs) {
+TracedProgram::TracedProgram(const std::string& name, int threads, int calls, int pauseUs, const std::string& program) {
     int input[2];
     int output[2];
     if (pipe2(input, O_CLOEXEC) != 0 || pipe2(output, O_CLOEXEC) != 0) throw std::runtime_error("pipe failed");
@@ -16,8 +16,8 @@ TracedProgram::TracedProgram(const std::string& name, int threads, int calls, in
     if (m_pid == 0) {
         dup2(input[0], STDIN_FILENO);
         dup2(output[1], STDOUT_FILENO);
-        execl(QX_TRACED, QX_TRACED, name.c_str(), numbers[0].c_str(), numbers[1].c_str(), numbers[2].c_str(),
-              static_cast<char*>(nullptr));
+        execl(program.c_str(), program.c_str(), name.c_str(), numbers[0].c_str(), numbers[1].c_str(),
+              numbers[2].c_str(), static_cast<char*>(nullptr));
         _exit(127);
     }
     close(input[0]);

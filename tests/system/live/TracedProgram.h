@@ -7,8 +7,9 @@
 
 class TracedProgram final {
 public:
-    // Starts the program and waits until it has its command name. Environment variables are inherited.
-    TracedProgram(const std::string& name, int threads, int calls, int pauseUs);
+    // Starts qx_traced, or the program given, and waits until it has its command name. Environment variables are
+    // inherited.
+    TracedProgram(const std::string& name, int threads, int calls, int pauseUs, const std::string& program = QX_TRACED);
     TracedProgram(const TracedProgram&) = delete;
     TracedProgram& operator=(const TracedProgram&) = delete;
     // Lets it end, and waits for that.

@@ -28,6 +28,11 @@
 // its first record, and stays there when the process crashes, until the program was run again more than once. A forked
 // child makes a recording of its own.
 //
+// Recording is on unless QX_RECORDER=off stands in the environment or SetEnabled(false) was called: then a call site
+// costs a load and a branch, and nothing is made, recorded or counted. A source file that is compiled with
+// QX_RECORDER_DISABLED defined has no call sites at all; the whole of a program should agree on it, since functions in
+// headers that contain call sites must not differ between its files.
+//
 // Values: integers of 1 to 8 bytes, bool, enumerations; texts (std::string, std::string_view, const char*, at most
 // kMaxText (8,192) bytes, the rest is cut); structs made known by QX_TRACE_STRUCT, also nested; vectors of all these
 // (at most kMaxElements (1,000) elements, the rest is cut). The trace format knows no list inside a value: a vector
@@ -67,6 +72,12 @@ struct Options {
 // Sets the options of this process's recording. Returns false, and changes nothing, when a value is out of its range or
 // the process records already. Any thread may call it.
 QX_RECORDER_API bool Configure(const Options& options);
+
+// Switches recording on or off for the whole process, at once, from any thread; how it begins is said by QX_RECORDER
+// (on, off), and on without it. A forked child begins as its parent was. What is called while it is off is neither
+// recorded nor counted, not even as refused; a call that began while it was on still has its exit recorded.
+QX_RECORDER_API void SetEnabled(bool isEnabled) noexcept;
+QX_RECORDER_API bool IsEnabled() noexcept;
 
 // Names the calling thread in the trace; without it the thread goes by its system name. At most 64 bytes count. A
 // process uses at most 4,096 different names; the threads that come with further ones are recorded without name.
@@ -126,6 +137,8 @@ recorder::detail::Marked<T, recorder::detail::kAtEntry | recorder::detail::kAtEx
 
 }  // namespace qx
 
+#ifndef QX_RECORDER_DISABLED
+
 // Traces the enclosing scope as a call without result: QX_CALL(variable, "package", "method", arguments...).
 #define QX_CALL(variable, ...)                                                         \
     static ::qx::recorder::detail::Site variable##Site{__FILE__, __LINE__, {0}};       \
@@ -144,6 +157,26 @@ recorder::detail::Marked<T, recorder::detail::kAtEntry | recorder::detail::kAtEx
         static ::qx::recorder::detail::Site qxLogSite{__FILE__, __LINE__, {0}}; \
         ::qx::recorder::detail::LogItem(qxLogSite, __VA_ARGS__);                \
     } while (false)
+
+#else  // The sites are compiled out: their arguments are checked, and never evaluated.
+
+#define QX_DETAIL_IGNORE(...)                                   \
+    do {                                                        \
+        if (false) ::qx::recorder::detail::Ignore(__VA_ARGS__); \
+    } while (false)
+
+#define QX_CALL(variable, ...)                     \
+    QX_DETAIL_IGNORE(__VA_ARGS__);                 \
+    const ::qx::recorder::NoCall<void> variable{}; \
+    static_cast<void>(variable)
+
+#define QX_CALL_RETURNS(variable, Type, ...) \
+    QX_DETAIL_IGNORE(__VA_ARGS__);           \
+    const ::qx::recorder::NoCall<Type> variable {}
+
+#define QX_LOG(...) QX_DETAIL_IGNORE(__VA_ARGS__)
+
+#endif
 
 // Makes a struct known, with the members to record (1 to 16): QX_TRACE_STRUCT(Type, member...). Stands at global
 // namespace scope, before the first use of the struct in a traced call. The type goes by the name that is given here.

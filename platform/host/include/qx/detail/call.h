@@ -56,6 +56,7 @@ using Stored = std::conditional_t<std::is_array_v<T>, std::string_view, T>;
 
 template <class... Values>
 void LogItem(Site& site, const char* package, const char* method, const Values&... values) noexcept {
+    if (!IsEnabled()) return;
     Encoder encoder;
     const Describe describe = [](Location& location) { (DescribeLogValue<Stored<Values>>(location), ...); };
     if (!BeginEntry(site, package, method, describe, encoder)) return;
@@ -71,6 +72,7 @@ class Call {
 public:
     Call(detail::Site& site, const char* package, const char* method, const Arguments&... arguments) noexcept
         : m_arguments(arguments...) {
+        if (!detail::IsEnabled()) return;
         detail::Encoder encoder;
         if (!detail::BeginEntry(site, package, method, &Call::DescribeSite, encoder)) return;
         (detail::EncodeIf<detail::kAtEntry>(encoder, arguments), ...);
@@ -118,5 +120,22 @@ Call<Result, Arguments...> MakeCall(detail::Site& site, const char* package, con
     return Call<Result, Arguments...>(site, package, method, arguments...);
 }
 
+// What QX_CALL and QX_CALL_RETURNS make where call sites are compiled out.
+template <class Result>
+class NoCall {
+public:
+    template <class R = Result>
+    R Return(std::enable_if_t<true, R> result) const noexcept {
+        return result;
+    }
+};
+
+namespace detail {
+
+// Takes what a call site that is compiled out names, so that it is still checked and nothing of it goes unused.
+template <class... Arguments>
+void Ignore(const char*, const char*, const Arguments&...) noexcept {}
+
+}  // namespace detail
 }  // namespace recorder
 }  // namespace qx

@@ -53,6 +53,12 @@ struct Ticket {
 
 using Describe = void (*)(Location&);
 
+// Whether call sites record. Each of them looks at it in line: where recording is switched off, that is all it does.
+extern QX_RECORDER_API std::atomic<bool> g_isEnabled;
+inline bool IsEnabled() noexcept {
+    return g_isEnabled.load(std::memory_order_relaxed);
+}
+
 // Start a record of the calling thread: false when it is refused (and counted). Each Begin that gave true must be
 // followed by its End on the same thread.
 QX_RECORDER_API bool BeginEntry(Site& site, const char* package, const char* method, Describe describe,
