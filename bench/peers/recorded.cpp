@@ -1,0 +1,101 @@
+// Makes the same calls under each recorder: recorded CALLS WARM. Each of 8 threads makes CALLS calls, one thread after
+// the other so that none waits for another's core; before, each makes WARM calls with negative numbers, which bring its
+// buffers to where they overwrite. Prints the nanoseconds of one call, those of warming up left out.
+//
+// Compiled with RECORDED_BY_QX, RECORDED_BY_LTTNG, or neither: for `uftrace record`, to be compiled with -pg, and for
+// what the calls cost by themselves.
+#include <chrono>
+#include <condition_variable>
+#include <cstdio>
+#include <cstdlib>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#if defined(RECORDED_BY_QX)
+#include <qx/recorder.h>
+#elif defined(RECORDED_BY_LTTNG)
+#define TRACEPOINT_CREATE_PROBES
+#define TRACEPOINT_DEFINE
+#include "lttng_call.h"
+#endif
+
+#define UNRECORDED __attribute__((no_instrument_function))
+
+// SetTitle is what is measured, WarmUp the same under another name.
+#if defined(RECORDED_BY_QX)
+#define RECORD(name)                                                                           \
+    QX_CALL_RETURNS(call, int, "bench", name, qx::In(number), qx::In(negative), qx::In(text)); \
+    return call.Return(number)
+#elif defined(RECORDED_BY_LTTNG)
+#define RECORD(name)                                     \
+    tracepoint(qx_bench, entry, number, negative, text); \
+    tracepoint(qx_bench, exit, number);                  \
+    return number
+#else
+#define RECORD(name)                               \
+    asm volatile("" : : "r"(negative), "r"(text)); \
+    return number
+#endif
+
+__attribute__((noinline)) int SetTitle(int number, int negative, const char* text) {
+    RECORD("SetTitle");
+}
+
+__attribute__((noinline)) int WarmUp(int number, int negative, const char* text) {
+    RECORD("WarmUp");
+}
+
+namespace {
+
+constexpr int kThreads = 8;
+
+// Lets threads go on in the order of their numbers.
+class Turn {
+public:
+    UNRECORDED void Take(int number) {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this, number]() UNRECORDED { return m_next == number; });
+    }
+    UNRECORDED void Pass() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        ++m_next;
+        m_changed.notify_all();
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    int m_next = 0;
+};
+
+UNRECORDED double MakeCalls(int thread, int calls) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point start = Clock::now();
+    for (int i = thread * calls; i < (thread + 1) * calls; ++i) SetTitle(i, -i, "sixteen bytes ok");
+    return std::chrono::duration<double, std::nano>(Clock::now() - start).count();
+}
+
+}  // namespace
+
+UNRECORDED int main(int argc, char** argv) {
+    const int calls = argc > 1 ? std::atoi(argv[1]) : 125000;
+    const int warm = argc > 2 ? std::atoi(argv[2]) : 0;
+    Turn turn;
+    double time = 0;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < kThreads; ++thread) {
+        threads.emplace_back([&, thread]() UNRECORDED {
+            turn.Take(thread);
+            for (int i = -warm; i < 0; ++i) WarmUp(i, i, "sixteen bytes ok");
+            turn.Pass();
+            turn.Take(kThreads + thread);
+            time += MakeCalls(thread, calls);
+            turn.Pass();
+            turn.Take(2 * kThreads);  // so that each has a ring of its own
+        });
+    }
+    for (std::thread& thread : threads) thread.join();
+    std::printf("%.1f\n", time / calls / kThreads);
+    return 0;
+}
