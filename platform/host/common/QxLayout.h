@@ -19,6 +19,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "qx/detail/format.h"
+
 namespace qxlayout {
 
 using Word = std::uint64_t;
@@ -97,8 +99,8 @@ constexpr unsigned kKindShift = 62;
 constexpr Word kMaxDelta = 0xFFFFFFFF;
 constexpr Word kMaxId = 0x3FFF;
 constexpr Word kFarDistance = kMaxId;
-constexpr std::size_t kMaxPayload = 60000;   // with its head it fits into one fragment of a dump
-constexpr std::size_t kMaxLocations = 9999;  // the store tells locations apart below 10000
+constexpr std::size_t kMaxPayload = qx::recorder::detail::kMaxPayload;  // with its head it fits into one fragment
+constexpr std::size_t kMaxLocations = 9999;                             // the store tells locations apart below 10000
 constexpr std::size_t kMaxNames = 4096;
 constexpr std::size_t kMaxDescriptors = 10000;  // as many as call sites
 constexpr std::size_t kMaxParts = 262144;  // arguments and members of all of them: in memory, each takes some 80 bytes

@@ -14,19 +14,20 @@ namespace qxhost {
 // What the ring is written into and the clock come from Traits, so that a reader can be put between any two stores:
 //
 //     using SharedWord = ...;       // std::atomic<std::uint64_t>, or what has its load and store
-//     static std::uint64_t Now();   // nanoseconds
+//     using Clock = ...;            // std::uint64_t Now() gives nanoseconds
 //
 // The functions are defined in QxBasicRingImpl.h, for the one file that instantiates it.
 template <class Traits>
 class QxBasicRing {
 public:
     using SharedWord = typename Traits::SharedWord;
+    using Clock = typename Traits::Clock;
 
     // `slotWords` is the slot's place in the shared header and `pages` are the words of the ring's pages; both must
     // outlive the ring. `slot` is its number and `lane` what the low bits of its entry times are; `refuseWhenFull`
     // chooses what a full ring does.
     QxBasicRing(const qxlayout::Geometry& geometry, SharedWord* slotWords, SharedWord* pages, std::size_t slot,
-                unsigned lane, bool refuseWhenFull);
+                unsigned lane, bool refuseWhenFull, const Clock& clock = Clock());
 
     std::size_t Slot() const { return m_slot; }
 
@@ -39,12 +40,8 @@ public:
     // call it.
     void CountEndedElsewhere(std::uint32_t attachment);
 
-    // While a record is being made, a further one (of a signal handler) is refused.
-    bool IsBusy() const { return m_isBusy; }
-    void SetBusy(bool isBusy) { m_isBusy = isBusy; }
-
     // Where the payload of the next item is prepared: qxlayout::kMaxPayload bytes.
-    unsigned char* Staging();
+    unsigned char* Staging() const { return reinterpret_cast<unsigned char*>(m_staging.get() + kStagingHead); }
 
     // Appends the prepared payload as an entry or a log item of the location. Returns how many entries the ring took,
     // this one included, or 0 when it did not take it (which it counts).
@@ -54,10 +51,12 @@ public:
     // (`isWhole` false) or finds no room leaves a note that the exit is lost.
     void AppendExit(std::uint64_t ordinal, std::size_t payloadSize, bool isWhole);
 
-    void CountRefused();
-    void CountCut();
+    void CountRefused() { Store(qxlayout::kSlotRefused, ++m_refused); }
+    void CountCut() { Store(qxlayout::kSlotCut, ++m_cut); }
 
 private:
+    static constexpr std::size_t kStagingHead = 2;  // words ahead of a payload: the head, and a far distance
+
     // What the header of a page says of the first item that starts in it.
     struct State {
         std::uint64_t base = 0;
@@ -66,7 +65,8 @@ private:
         std::uint64_t thread = 0;
     };
 
-    std::uint64_t EntryTime() const;
+    std::uint64_t Now();
+    std::uint64_t EntryTime();
     std::uint64_t OpenCalls() const;
     bool HasRoom(std::size_t words);
     bool HasBeenRead(std::uint64_t lastPage);
@@ -77,8 +77,10 @@ private:
     void Put(const std::uint64_t* words, std::size_t count, const State& after);
     void OpenPage(std::uint64_t tail);
     void Commit();
-    std::uint64_t Position() const;
-    void Store(qxlayout::SlotWord word, std::uint64_t value);
+    std::uint64_t Position() const { return m_pageStart + m_offset; }
+    void Store(qxlayout::SlotWord word, std::uint64_t value) {
+        m_slotWords[word].store(value, std::memory_order_relaxed);
+    }
 
     const std::size_t m_slot;
     const unsigned m_lane;
@@ -86,6 +88,7 @@ private:
     const std::size_t m_pageWords;
     const std::size_t m_pageCapacity;
     const std::uint64_t m_pageCount;
+    const std::size_t m_maxWords;   // of an item
     SharedWord* const m_slotWords;  // not owned
     SharedWord* const m_words;      // of the pages, not owned
     const std::unique_ptr<std::uint64_t[]> m_staging;
@@ -93,9 +96,12 @@ private:
     std::atomic<std::uint64_t> m_endedElsewhere{0};  // attachment << 32 | its calls that ended on other threads
 
     // All below is touched by the attached thread alone.
+    Clock m_clock;
     State m_state;
     std::uint64_t m_openedPages = 0;
-    std::size_t m_offset;  // in the newest page, in stream words
+    SharedWord* m_page = nullptr;  // the stream words of the newest page
+    std::uint64_t m_pageStart;     // their position in the stream; that of the page before the first one at first
+    std::size_t m_offset;          // in the newest page, in stream words
     std::uint64_t m_consumed = 0;
     std::uint64_t m_openCalls = 0;
     std::uint64_t m_refused = 0;
@@ -103,7 +109,6 @@ private:
     std::uint64_t m_cut = 0;
     std::uint64_t m_nextThread = 0;  // to be noted ahead of the next item
     std::uint32_t m_attachment = 0;
-    bool m_isBusy = false;
 };
 
 }  // namespace qxhost

@@ -10,20 +10,22 @@ namespace qxhost {
 using namespace qxlayout;
 
 inline constexpr std::size_t kNoteWordCount = 2;
-inline constexpr std::size_t kStagingHead = 2;  // the head, and a far distance
 
 template <class Traits>
 QxBasicRing<Traits>::QxBasicRing(const Geometry& geometry, SharedWord* slotWords, SharedWord* pages, std::size_t slot,
-                                 unsigned lane, bool refuseWhenFull)
+                                 unsigned lane, bool refuseWhenFull, const Clock& clock)
     : m_slot(slot),
       m_lane(lane),
       m_refuseWhenFull(refuseWhenFull),
       m_pageWords(geometry.PageWords()),
       m_pageCapacity(geometry.PageCapacity()),
       m_pageCount(geometry.pageCount),
+      m_maxWords((geometry.pageCount - 1) * geometry.PageCapacity()),
       m_slotWords(slotWords),
       m_words(pages),
       m_staging(new std::uint64_t[kStagingHead + WordsFor(kMaxPayload)]),
+      m_clock(clock),
+      m_pageStart(std::uint64_t{0} - m_pageCapacity),
       m_offset(m_pageCapacity) {}
 
 template <class Traits>
@@ -32,7 +34,6 @@ void QxBasicRing<Traits>::Attach(std::uint32_t serial, std::uint32_t nameId, std
     m_attachment = attachment;
     m_endedElsewhere.store(static_cast<std::uint64_t>(attachment) << 32, std::memory_order_relaxed);
     m_openCalls = 0;
-    m_isBusy = false;
 }
 
 template <class Traits>
@@ -53,16 +54,17 @@ void QxBasicRing<Traits>::Rename(std::uint32_t nameId) {
     m_nextThread = ThreadWord(SerialOf(m_nextThread), nameId);
 }
 
+// Within a ring, time does not go back.
 template <class Traits>
-unsigned char* QxBasicRing<Traits>::Staging() {
-    return reinterpret_cast<unsigned char*>(m_staging.get() + kStagingHead);
+inline std::uint64_t QxBasicRing<Traits>::Now() {
+    return std::max(m_clock.Now(), m_state.base);
 }
 
 // Entry times tell calls apart: in the low bits no two rings of a process agree, and within a ring they only grow.
 template <class Traits>
-std::uint64_t QxBasicRing<Traits>::EntryTime() const {
+inline std::uint64_t QxBasicRing<Traits>::EntryTime() {
     constexpr std::uint64_t kStep = kSlotCount;
-    const std::uint64_t time = std::max(Traits::Now(), m_state.base) / kStep * kStep + m_lane;
+    const std::uint64_t time = Now() / kStep * kStep + m_lane;
     return time > m_state.base ? time : time + kStep;
 }
 
@@ -70,12 +72,13 @@ template <class Traits>
 std::uint64_t QxBasicRing<Traits>::AppendEntry(Kind kind, std::uint32_t location, std::size_t payloadSize) {
     const std::uint64_t time = EntryTime();
     const std::size_t words = 1 + WordsFor(payloadSize);
+    const std::size_t noteWords = NoteWords(time);
     const std::size_t reserved = kind == kEntry ? kNoteWordCount : 0;
-    if (!HasRoom(NoteWords(time) + words + reserved)) {
+    if (!HasRoom(noteWords + words + reserved)) {
         CountRefused();
         return 0;
     }
-    PutNotes(time);
+    if (noteWords != 0) PutNotes(time);
     std::uint64_t* item = m_staging.get() + kStagingHead - 1;
     item[0] = Head(kind, location, payloadSize, time - m_state.base);
     State after = m_state;
@@ -93,16 +96,17 @@ void QxBasicRing<Traits>::AppendExit(std::uint64_t ordinal, std::size_t payloadS
     --m_openCalls;
     const std::uint64_t distance = m_state.entries - ordinal;
     const bool isFar = distance >= kFarDistance;
-    const std::uint64_t time = std::max(Traits::Now(), m_state.base);
+    const std::uint64_t time = Now();
     const std::size_t size = payloadSize + (isFar ? sizeof(Word) : 0);
     const std::size_t words = 1 + WordsFor(size);
-    if (!isWhole || size > kMaxPayload || !HasRoom(NoteWords(time) + words)) {
+    const std::size_t noteWords = NoteWords(time);
+    if (!isWhole || size > kMaxPayload || !HasRoom(noteWords + words)) {
         Store(kSlotExitsRefused, ++m_exitsRefused);
         PutNote(kNoteLostExit, distance, m_state);
         Commit();
         return;
     }
-    PutNotes(time);
+    if (noteWords != 0) PutNotes(time);
     std::uint64_t* item = m_staging.get() + kStagingHead - (isFar ? 2 : 1);
     item[0] = Head(kExit, isFar ? kFarDistance : distance, size, time - m_state.base);
     if (isFar) item[1] = distance;
@@ -114,21 +118,11 @@ void QxBasicRing<Traits>::AppendExit(std::uint64_t ordinal, std::size_t payloadS
     Commit();
 }
 
-template <class Traits>
-void QxBasicRing<Traits>::CountRefused() {
-    Store(kSlotRefused, ++m_refused);
-}
-
-template <class Traits>
-void QxBasicRing<Traits>::CountCut() {
-    Store(kSlotCut, ++m_cut);
-}
-
 // Room for the words, and for a note of the lost exit of each call that is open: such a note must never be refused,
 // since it is what the reader learns of an exit that was.
 template <class Traits>
-bool QxBasicRing<Traits>::HasRoom(std::size_t words) {
-    if (words > (m_pageCount - 1) * m_pageCapacity) return false;
+inline bool QxBasicRing<Traits>::HasRoom(std::size_t words) {
+    if (words > m_maxWords) return false;
     if (!m_refuseWhenFull) return true;
     const std::uint64_t last = Position() + words + OpenCalls() * kNoteWordCount - 1;
     return HasBeenRead(last / m_pageCapacity);
@@ -148,12 +142,12 @@ bool QxBasicRing<Traits>::HasBeenRead(std::uint64_t lastPage) {
 
 // Whether the head of an item of that time cannot hold what it is later than the item before.
 template <class Traits>
-bool QxBasicRing<Traits>::NeedsTimeNote(std::uint64_t time) const {
+inline bool QxBasicRing<Traits>::NeedsTimeNote(std::uint64_t time) const {
     return time - m_state.base > kMaxDelta;
 }
 
 template <class Traits>
-std::size_t QxBasicRing<Traits>::NoteWords(std::uint64_t time) const {
+inline std::size_t QxBasicRing<Traits>::NoteWords(std::uint64_t time) const {
     std::size_t words = m_nextThread != m_state.thread ? kNoteWordCount : 0;
     if (NeedsTimeNote(time)) words += kNoteWordCount;
     return words;
@@ -181,11 +175,11 @@ void QxBasicRing<Traits>::PutNote(Note note, std::uint64_t value, const State& a
 // A page that is opened at an item's start is described by the state before the item, one that is opened within it by
 // the state after.
 template <class Traits>
-void QxBasicRing<Traits>::Put(const std::uint64_t* words, std::size_t count, const State& after) {
+inline void QxBasicRing<Traits>::Put(const std::uint64_t* words, std::size_t count, const State& after) {
     if (m_offset == m_pageCapacity) OpenPage(0);
     m_state = after;
     while (true) {
-        SharedWord* page = m_words + (m_openedPages - 1) % m_pageCount * m_pageWords + kPageHeaderWords + m_offset;
+        SharedWord* page = m_page + m_offset;
         const std::size_t part = std::min(count, m_pageCapacity - m_offset);
         for (std::size_t i = 0; i < part; ++i) page[i].store(words[i], std::memory_order_relaxed);
         m_offset += part;
@@ -213,22 +207,14 @@ void QxBasicRing<Traits>::OpenPage(std::uint64_t tail) {
     page[kPageExits].store(m_state.exits, std::memory_order_relaxed);
     page[kPageThread].store(m_state.thread, std::memory_order_relaxed);
     page[kPageTail].store(tail, std::memory_order_relaxed);
+    m_page = page + kPageHeaderWords;
+    m_pageStart = number * m_pageCapacity;
     m_offset = 0;
 }
 
 template <class Traits>
-std::uint64_t QxBasicRing<Traits>::Position() const {
-    return m_openedPages == 0 ? 0 : (m_openedPages - 1) * m_pageCapacity + m_offset;
-}
-
-template <class Traits>
-void QxBasicRing<Traits>::Commit() {
+inline void QxBasicRing<Traits>::Commit() {
     Publish(m_slotWords + kSlotCommitted, Position());
-}
-
-template <class Traits>
-void QxBasicRing<Traits>::Store(SlotWord word, std::uint64_t value) {
-    m_slotWords[word].store(value, std::memory_order_relaxed);
 }
 
 }  // namespace qxhost

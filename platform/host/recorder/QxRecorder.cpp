@@ -16,6 +16,7 @@
 
 // Constant-initialised: call sites may be passed before the recorder is made.
 std::atomic<bool> qx::recorder::detail::g_isEnabled{true};
+__thread qx::recorder::detail::Place qx::recorder::detail::t_place;
 
 namespace qxhost {
 
@@ -26,7 +27,7 @@ namespace {
 
 // What a thread knows of itself. Initial-exec: the dynamic model may allocate at a thread's first access.
 struct ThreadState {
-    QxRing* ring;
+    unsigned char* memory;        // of its place, while it is inside
     unsigned depth;               // how often it entered the recorder; it holds the mutex when that is not 0
     bool isForked;                // it came out of a fork as the child, and has not left the recorder since
     pid_t insider;                // the process that the next one counts for
@@ -110,7 +111,10 @@ bool QxRecorder::IsInside() {
 }
 
 void QxRecorder::Enter() {
-    if (t_state.depth == 0) m_mutex.lock();
+    if (t_state.depth == 0) {
+        m_mutex.lock();
+        t_state.memory = std::exchange(detail::t_place.memory, nullptr);
+    }
     ++t_state.depth;
 }
 
@@ -118,6 +122,7 @@ void QxRecorder::Leave() {
     if (t_state.depth == 1) {
         if (std::exchange(t_state.isForked, false)) LeaveRecording();
         TakeRefusedInside();
+        detail::t_place.memory = t_state.memory;
         m_mutex.unlock();
     }
     --t_state.depth;
@@ -132,7 +137,7 @@ bool QxRecorder::Configure(const Options& options) {
 }
 
 QxRing* QxRecorder::CurrentRing() {
-    return t_state.ring;
+    return static_cast<QxRing*>(detail::t_place.ring);
 }
 
 QxRing* QxRecorder::RingForRecord() {
@@ -140,13 +145,13 @@ QxRing* QxRecorder::RingForRecord() {
         CountRefusedInside();
         return nullptr;
     }
-    if (t_state.ring != nullptr) return t_state.ring;
+    if (CurrentRing() != nullptr) return CurrentRing();
     // A thread that got no ring tries again when one was given back, and now and then.
     const bool isWaiting = t_state.hasFailed && t_state.slotsFreed == m_slotsFreed.load(std::memory_order_relaxed) &&
                            ++t_state.callsSince < kCallsBetweenAttempts;
     if (!isWaiting) Attach();
-    if (t_state.ring == nullptr) CountRefused();
-    return t_state.ring;
+    if (CurrentRing() == nullptr) CountRefused();
+    return CurrentRing();
 }
 
 // In a forked child, what was counted before belongs to the parent.
@@ -187,7 +192,8 @@ void QxRecorder::Attach() {
         if (::pthread_setspecific(g_threadEnd, slot->ring.get()) != 0) return;
         slot->ring->Attach(m_nextSerial++, name, NextAttachment(slot->ring->Slot()));
         slot->isTaken = true;
-        t_state.ring = slot->ring.get();
+        t_state.memory = slot->ring->Staging();
+        detail::t_place = {nullptr, slot->ring.get(), slot->ring->Attachment()};
         t_state.hasFailed = false;
     } catch (const std::exception&) {
         // Out of memory, which the program may bear: its call is refused.
@@ -217,6 +223,7 @@ bool QxRecorder::EnsureRecording() {
         return false;
     }
     m_options = options;
+    m_isCounterTrusted = QxTickCounter::IsTrusted();
     m_recording = std::move(recording);
     m_dictionary.Repeat();
     m_sharedRefused.store(m_recording->Header() + kHeaderRefused, std::memory_order_release);
@@ -245,14 +252,15 @@ bool QxRecorder::MakeRing(std::size_t number) {
     const std::size_t lane = (number + 16 * static_cast<std::size_t>(::getpid())) % kSlotCount;
     Slot& slot = m_slots[number];
     slot.ring = std::make_unique<QxRing>(m_options.Geometry(), m_recording->SlotWords(number), pages.Words(0), number,
-                                         static_cast<unsigned>(lane), m_options.RefusesWhenFull());
+                                         static_cast<unsigned>(lane), m_options.RefusesWhenFull(),
+                                         QxRingTraits::Clock(m_isCounterTrusted));
     slot.pages = std::move(pages);
     m_rings[number].store(slot.ring.get(), std::memory_order_release);
     return true;
 }
 
 void QxRecorder::OnThreadEnd(void* ring) {
-    t_state.ring = nullptr;
+    detail::t_place = {};
     Instance().Detach(static_cast<QxRing*>(ring));
 }
 
@@ -283,7 +291,8 @@ void QxRecorder::AfterForkInChild() {
 // The child's one thread is the one that forked; all rings and the recording are its parent's. They are freed later: a
 // signal's handler may have forked, which frees nothing, and it may have come into a record that goes on here.
 void QxRecorder::LeaveRecording() {
-    t_state.ring = nullptr;
+    detail::t_place = {};
+    t_state.memory = nullptr;
     t_state.hasFailed = false;
     ::pthread_setspecific(g_threadEnd, nullptr);
     m_sharedRefused.store(nullptr, std::memory_order_relaxed);
@@ -317,9 +326,9 @@ void QxRecorder::NameThread(const std::string& name) {
     t_state.name[size] = '\0';
     t_state.isNamed = true;
     const Section section(*this);
-    if (!section || t_state.ring == nullptr) return;
-    t_state.ring->Rename(m_dictionary.NumberName(t_state.name));
-    m_slots[t_state.ring->Slot()].threadName = t_state.name;
+    if (!section || CurrentRing() == nullptr) return;
+    CurrentRing()->Rename(m_dictionary.NumberName(t_state.name));
+    m_slots[CurrentRing()->Slot()].threadName = t_state.name;
 }
 
 // A child that was forked within the recorder has still its parent's recording, where it writes nothing: it records all
@@ -335,12 +344,12 @@ std::uint32_t QxRecorder::Register(detail::Site& site, const char* package, cons
         std::uint32_t number = m_dictionary.NumberSite(site, package, method, describe);
         if (number == 0) {
             ReportOnce("no room to describe a call site, its calls are refused");
-            number = kRefusedSite;
+            number = detail::kRefusedSite;
         }
         site.id.store(number, std::memory_order_release);
         return number;
     } catch (const std::exception&) {
-        return kRefusedSite;  // out of memory: the next call tries again
+        return detail::kRefusedSite;  // out of memory: the next call tries again
     }
 }
 

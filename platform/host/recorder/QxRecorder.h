@@ -27,9 +27,6 @@ public:
     using Options = qx::recorder::Options;
     using ThreadCounters = qx::recorder::ThreadCounters;
 
-    // The number of a call site that is not recorded.
-    static constexpr std::uint32_t kRefusedSite = 0xFFFFFFFF;
-
     // The process's recorder. Never destroyed: threads may record while the process ends. Making it allocates nothing,
     // since the program's allocation may be traced.
     static QxRecorder& Instance();
@@ -49,8 +46,8 @@ public:
 
     void NameThread(const std::string& name);
 
-    // Numbers a call site and keeps the number in it. Returns the number, or kRefusedSite. The ring that the thread had
-    // may be gone afterwards.
+    // Numbers a call site and keeps the number in it. Returns the number, or qx::recorder::detail::kRefusedSite. The
+    // ring that the thread had may be gone afterwards.
     std::uint32_t Register(qx::recorder::detail::Site& site, const char* package, const char* method,
                            qx::recorder::detail::Describe describe);
 
@@ -90,9 +87,10 @@ private:
     void ReportOnce(const std::string& error);
     bool Append(qxlayout::MetaKind kind, const std::string& content);
 
-    std::mutex m_mutex;       // guards all below but the atomics; taken by Enter
-    bool m_isLeft = false;    // whether rings and recording are those of a parent, to be freed
-    bool m_isUsable = false;  // whether the end of a thread and a fork will be noticed; constant
+    std::mutex m_mutex;               // guards all below but the atomics; taken by Enter
+    bool m_isLeft = false;            // whether rings and recording are those of a parent, to be freed
+    bool m_isUsable = false;          // whether the end of a thread and a fork will be noticed; constant
+    bool m_isCounterTrusted = false;  // whether rings take their time from it
     QxOptions m_options;
     std::unique_ptr<QxRecording> m_recording;
     std::string m_reported;

@@ -2,14 +2,15 @@
 #pragma once
 
 #include "QxBasicRing.h"
+#include "QxBasicThreadClock.h"
 #include "QxLayout.h"
-#include "QxRecordingClock.h"
+#include "QxTickCounter.h"
 
 namespace qxhost {
 
 struct QxRingTraits {
     using SharedWord = qxlayout::SharedWord;
-    static std::uint64_t Now() { return NowNs(); }
+    using Clock = QxBasicThreadClock<QxTickCounter>;
 };
 
 extern template class QxBasicRing<QxRingTraits>;

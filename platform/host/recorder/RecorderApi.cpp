@@ -36,73 +36,76 @@ namespace detail {
 
 namespace {
 
-// Hands out the ring's staging memory, unless a record is being made already: then this one comes from a signal
-// handler, and is refused.
-bool Stage(QxRing* ring, Encoder& encoder) {
-    if (ring->IsBusy()) return false;
-    ring->SetBusy(true);
-    encoder = Encoder(ring->Staging(), qxlayout::kMaxPayload);
-    return true;
+QxRing* CurrentRing() {
+    return static_cast<QxRing*>(t_place.ring);
 }
 
-std::uint64_t Append(const Site& site, const Encoder& encoder, qxlayout::Kind kind) {
-    QxRing* ring = QxRecorder::CurrentRing();
-    // A signal's handler forked meanwhile, and this is the child.
-    if (ring == nullptr) return 0;
-    std::uint64_t ordinal = 0;
-    if (encoder.Overflow()) {
-        ring->CountRefused();
-    } else {
-        ordinal = ring->AppendEntry(kind, site.id.load(std::memory_order_relaxed), encoder.Size());
-        if (encoder.Cut() && ordinal != 0) ring->CountCut();
+// Ends a record: the memory is free for the next one, unless the ring is no longer the thread's, in the child of a fork
+// that a signal's handler made.
+void HandBack(QxRing* ring) {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    if (t_place.ring == ring) t_place.memory = ring->Staging();
+}
+
+// How many entries the ring took, this one included, or 0 when it did not take it.
+std::uint64_t Append(QxRing& ring, std::uint32_t site, Written values, qxlayout::Kind kind) {
+    if (values.isOverflow) {
+        ring.CountRefused();
+        return 0;
     }
-    ring->SetBusy(false);
+    const std::uint64_t ordinal = ring.AppendEntry(kind, site, values.size);
+    if (values.isCut && ordinal != 0) ring.CountCut();
     return ordinal;
 }
 
 }  // namespace
 
-bool BeginEntry(Site& site, const char* package, const char* method, Describe describe, Encoder& encoder) noexcept {
+unsigned char* AskForEntry(Site& site, const char* package, const char* method, Describe describe) noexcept {
     QxRecorder& recorder = QxRecorder::Instance();
     QxRing* ring = recorder.RingForRecord();
-    if (ring == nullptr) return false;
+    if (ring == nullptr) return nullptr;
     std::uint32_t id = site.id.load(std::memory_order_acquire);
     if (id == 0) {
         id = recorder.Register(site, package, method, describe);
         ring = recorder.RingForRecord();
-        if (ring == nullptr) return false;
+        if (ring == nullptr) return nullptr;
     }
-    if (id == QxRecorder::kRefusedSite || !Stage(ring, encoder)) {
+    if (id == kRefusedSite || t_place.memory == nullptr) {
         ring->CountRefused();
-        return false;
+        return nullptr;
     }
-    return true;
+    return TakeMemory();
 }
 
-Ticket EndEntry(const Site& site, const Encoder& encoder) noexcept {
-    const std::uint64_t ordinal = Append(site, encoder, qxlayout::kEntry);
+// A signal's handler may have forked while the record was prepared: in the child there is no ring.
+Ticket EndEntry(std::uint32_t site, Written values) noexcept {
+    QxRing* ring = CurrentRing();
+    if (ring == nullptr) return {};
+    const std::uint64_t ordinal = Append(*ring, site, values, qxlayout::kEntry);
+    HandBack(ring);
     if (ordinal == 0) return {};
-    return {ordinal, QxRecorder::CurrentRing()->Attachment()};
+    return {ordinal, ring->Attachment()};
 }
 
-void EndLog(const Site& site, const Encoder& encoder) noexcept {
-    Append(site, encoder, qxlayout::kLog);
-}
-
-bool BeginExit(const Ticket& ticket, Encoder& encoder) noexcept {
-    if (ticket.attachment == 0) return false;
-    QxRing* ring = QxRecorder::CurrentRing();
-    if (ring != nullptr && ring->Attachment() == ticket.attachment) return Stage(ring, encoder);
-    QxRecorder::Instance().EndElsewhere(ticket.attachment);
-    return false;
-}
-
-void EndExit(const Ticket& ticket, const Encoder& encoder) noexcept {
-    QxRing* ring = QxRecorder::CurrentRing();
+void EndLog(std::uint32_t site, Written values) noexcept {
+    QxRing* ring = CurrentRing();
     if (ring == nullptr) return;
-    ring->AppendExit(ticket.ordinal, encoder.Size(), !encoder.Overflow());
-    if (encoder.Cut() && !encoder.Overflow()) ring->CountCut();
-    ring->SetBusy(false);
+    Append(*ring, site, values, qxlayout::kLog);
+    HandBack(ring);
+}
+
+unsigned char* AskForExit(const Ticket& ticket) noexcept {
+    if (t_place.attachment == ticket.attachment) return TakeMemory();
+    QxRecorder::Instance().EndElsewhere(ticket.attachment);
+    return nullptr;
+}
+
+void EndExit(std::uint64_t ordinal, Written values) noexcept {
+    QxRing* ring = CurrentRing();
+    if (ring == nullptr) return;
+    ring->AppendExit(ordinal, values.size, !values.isOverflow);
+    if (values.isCut && !values.isOverflow) ring->CountCut();
+    HandBack(ring);
 }
 
 }  // namespace detail

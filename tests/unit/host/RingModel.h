@@ -39,7 +39,9 @@ private:
 struct ModelTraits {
     using SharedWord = ModelWord;
     static inline Word s_now;
-    static Word Now() { return s_now; }
+    struct Clock {
+        Word Now() const { return s_now; }
+    };
 };
 using Memory = PlainRing<ModelWord>;
 using ModelRing = qxhost::QxBasicRing<ModelTraits>;

@@ -21,7 +21,9 @@ using Kind = QxRingReader::Item::Kind;
 struct FakeTraits {
     using SharedWord = qxlayout::SharedWord;
     static inline std::uint64_t s_now;
-    static std::uint64_t Now() { return s_now; }
+    struct Clock {
+        std::uint64_t Now() const { return s_now; }
+    };
 };
 using FakeRing = qxhost::QxBasicRing<FakeTraits>;
 
@@ -182,14 +184,6 @@ TEST_F(QxRingTest, AnOverwrittenPageIsCountedByItsEntries) {
     EXPECT_EQ(Count(kSlotEntries), 1000u);
     EXPECT_EQ(Count(kSlotOverwritten), batch.lostEntries);
     EXPECT_EQ(batch.lostEntries + batch.items.size() - 1, 1000u) << "one item tells the thread";
-}
-
-TEST_F(QxRingTest, ASignalHandlersRecordFindsItBusy) {
-    EXPECT_FALSE(m_ring.IsBusy());
-    m_ring.SetBusy(true);
-    EXPECT_TRUE(m_ring.IsBusy());
-    m_ring.Attach(2, 2, 2);
-    EXPECT_FALSE(m_ring.IsBusy());
 }
 
 TEST_F(LargeRingTest, AnExitFarFromItsEntryFindsIt) {

@@ -116,6 +116,58 @@ void ForkAndWait(int) {
     ExpectEndedWell(pid);
 }
 
+// A text whose reading does something, like a signal's handler that comes while a record is made.
+struct Interrupting {
+    std::function<void()> interruption;
+    operator std::string_view() const {
+        interruption();
+        return "text";
+    }
+};
+
+void NoteInterrupted(const std::function<void()>& interruption) {
+    const Interrupting text{interruption};
+    QX_CALL(call, "p", "NoteInterrupted", qx::In(text));
+}
+
+TEST_F(RecorderTroubleTest, ARecordWithinARecordIsRefusedAndCounted) {
+    Run("traced", [] {
+        Note(1);
+        NoteInterrupted([] {
+            Note(2);
+            qx::recorder::SetThreadName("renamed");
+            Note(3);
+        });
+        Note(4);
+        EXPECT_EQ(qx::recorder::GetCounters().recorded, 5u);
+        EXPECT_EQ(qx::recorder::GetCounters().refused, 2u);
+    });
+    const DecodedDump dump = Dump("traced", true);
+    ASSERT_EQ(dump.calls.size(), 3u);
+    EXPECT_EQ(Bytes(dump.Only("NoteInterrupted").args.in[0]), "text");
+    EXPECT_EQ(Number(dump.Of("Note")[1].args.in[0]), 4u);
+    ExpectBalanced(Total("traced"));
+}
+
+TEST_F(RecorderTroubleTest, AForkWithinARecordLeavesItToTheParent) {
+    Run("traced", [] {
+        Note(1);
+        pid_t child = -1;
+        NoteInterrupted([&child] { child = ::fork(); });
+        if (child == 0) {
+            const bool isFresh = qx::recorder::GetCounters().recorded == 0;
+            Note(2);
+            ::_exit(isFresh && qx::recorder::GetCounters().recorded == 1 ? 0 : 1);
+        }
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+        Note(3);
+        EXPECT_EQ(qx::recorder::GetCounters().recorded, 3u);
+    });
+    EXPECT_EQ(Dump("traced", true).Of("NoteInterrupted").size(), 1u);
+}
+
 TEST_F(RecorderTroubleTest, ASignalWhoseHandlerForksComesAfterwards) {
     Run("traced", [] {
         ::signal(SIGUSR1, ForkAndWait);

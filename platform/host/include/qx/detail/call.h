@@ -57,11 +57,12 @@ using Stored = std::conditional_t<std::is_array_v<T>, std::string_view, T>;
 template <class... Values>
 void LogItem(Site& site, const char* package, const char* method, const Values&... values) noexcept {
     if (!IsEnabled()) return;
-    Encoder encoder;
     const Describe describe = [](Location& location) { (DescribeLogValue<Stored<Values>>(location), ...); };
-    if (!BeginEntry(site, package, method, describe, encoder)) return;
+    unsigned char* memory = BeginEntry(site, package, method, describe);
+    if (memory == nullptr) return;
+    Encoder encoder(memory);
     (EncodeLogValue<Stored<Values>>(encoder, values), ...);
-    EndLog(site, encoder);
+    EndLog(site.id.load(std::memory_order_relaxed), encoder.Result());
 }
 
 }  // namespace detail
@@ -70,13 +71,11 @@ void LogItem(Site& site, const char* package, const char* method, const Values&.
 template <class Result, class... Arguments>
 class Call {
 public:
+    // In line stands what a call costs whose recording is off.
+    __attribute__((always_inline))
     Call(detail::Site& site, const char* package, const char* method, const Arguments&... arguments) noexcept
         : m_arguments(arguments...) {
-        if (!detail::IsEnabled()) return;
-        detail::Encoder encoder;
-        if (!detail::BeginEntry(site, package, method, &Call::DescribeSite, encoder)) return;
-        (detail::EncodeIf<detail::kAtEntry>(encoder, arguments), ...);
-        m_ticket = detail::EndEntry(site, encoder);
+        if (detail::IsEnabled()) Enter(site, package, method);
     }
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
@@ -89,7 +88,9 @@ public:
     // Records the exit with the result, which it hands back. Later ones record nothing.
     template <class R = Result>
     R Return(std::enable_if_t<true, R> result) noexcept {
-        Exit([&result](detail::Encoder& encoder) { detail::Value<R>::Encode(encoder, result); });
+        if (m_ticket.attachment != 0) {
+            Exit([&result](detail::Encoder& encoder) { detail::Value<R>::Encode(encoder, result); });
+        }
         return result;
     }
 
@@ -99,15 +100,29 @@ private:
         if constexpr (!std::is_void_v<Result>) location.result = detail::Value<Result>::AsArgument(location);
     }
 
+    __attribute__((noinline)) void Enter(detail::Site& site, const char* package, const char* method) noexcept {
+        unsigned char* memory = detail::BeginEntry(site, package, method, &Call::DescribeSite);
+        if (memory == nullptr) return;
+        detail::Encoder encoder(memory);
+        EncodeArguments<detail::kAtEntry>(encoder);
+        m_ticket = detail::EndEntry(site.id.load(std::memory_order_relaxed), encoder.Result());
+    }
+
     template <class EncodeResult>
-    void Exit(EncodeResult encodeResult) noexcept {
-        detail::Encoder encoder;
-        if (detail::BeginExit(m_ticket, encoder)) {
-            std::apply([&](const auto&... a) { (detail::EncodeIf<detail::kAtExit>(encoder, a), ...); }, m_arguments);
+    __attribute__((noinline)) void Exit(EncodeResult encodeResult) noexcept {
+        unsigned char* memory = detail::BeginExit(m_ticket);
+        if (memory != nullptr) {
+            detail::Encoder encoder(memory);
+            EncodeArguments<detail::kAtExit>(encoder);
             encodeResult(encoder);
-            detail::EndExit(m_ticket, encoder);
+            detail::EndExit(m_ticket.ordinal, encoder.Result());
         }
         m_ticket = detail::Ticket();
+    }
+
+    template <unsigned When>
+    void EncodeArguments(detail::Encoder& encoder) const noexcept {
+        std::apply([&](const auto&... a) { (detail::EncodeIf<When>(encoder, a), ...); }, m_arguments);
     }
 
     std::tuple<Arguments...> m_arguments;

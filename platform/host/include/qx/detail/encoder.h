@@ -5,18 +5,27 @@
 #include <cstdint>
 #include <cstring>
 
+#include "qx/detail/format.h"
+
 namespace qx {
 namespace recorder {
 namespace detail {
 
+// What an encoder wrote. Fits into a register.
+struct Written {
+    std::uint32_t size;
+    bool isOverflow;  // not all fitted
+    bool isCut;       // a text or a list was cut to its limit
+};
+
 // Writes values into memory of the recorder's, never beyond its end.
 class Encoder {
 public:
-    Encoder() = default;
-    Encoder(unsigned char* begin, std::size_t capacity) : m_begin(begin), m_capacity(capacity) {}
+    // Requires: kMaxPayload bytes at `begin`, which is not owned.
+    explicit Encoder(unsigned char* begin) : m_begin(begin) {}
 
     void Put(const void* data, std::size_t size) noexcept {
-        if (size > m_capacity - m_size) {
+        if (size > kMaxPayload - m_size) {
             m_overflow = true;
             return;
         }
@@ -41,13 +50,10 @@ public:
     }
     void MarkCut() noexcept { m_cut = true; }
 
-    std::size_t Size() const { return m_size; }
-    bool Overflow() const { return m_overflow; }
-    bool Cut() const { return m_cut; }
+    Written Result() const { return {static_cast<std::uint32_t>(m_size), m_overflow, m_cut}; }
 
 private:
-    unsigned char* m_begin = nullptr;  // not owned
-    std::size_t m_capacity = 0;
+    unsigned char* const m_begin;
     std::size_t m_size = 0;
     bool m_overflow = false;
     bool m_cut = false;

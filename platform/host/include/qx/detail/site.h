@@ -59,14 +59,48 @@ inline bool IsEnabled() noexcept {
     return g_isEnabled.load(std::memory_order_relaxed);
 }
 
-// Start a record of the calling thread: false when it is refused (and counted). Each Begin that gave true must be
-// followed by its End on the same thread.
-QX_RECORDER_API bool BeginEntry(Site& site, const char* package, const char* method, Describe describe,
-                                Encoder& encoder) noexcept;
-QX_RECORDER_API Ticket EndEntry(const Site& site, const Encoder& encoder) noexcept;
-QX_RECORDER_API void EndLog(const Site& site, const Encoder& encoder) noexcept;
-QX_RECORDER_API bool BeginExit(const Ticket& ticket, Encoder& encoder) noexcept;
-QX_RECORDER_API void EndExit(const Ticket& ticket, const Encoder& encoder) noexcept;
+// What the calling thread records with.
+struct Place {
+    unsigned char*
+        memory;  // for the values of its next record; null while there is one, and when it is to be asked for
+    void* ring;  // the recorder's own
+    std::uint32_t attachment;  // of the thread to its ring, 0 for none
+};
+// Initial-exec and without initialiser: reading it takes an instruction and no call.
+extern QX_RECORDER_API __thread Place t_place __attribute__((tls_model("initial-exec")));
+
+constexpr std::uint32_t kRefusedSite = 0xFFFFFFFF;  // the number of a call site that is not recorded
+
+// Ask for the memory of a record where it is not at hand: of an entry or log item, and of the exit of the call that has
+// the ticket. Null when the record is refused (and counted). One that is given must be handed back by End... on the
+// same thread.
+QX_RECORDER_API unsigned char* AskForEntry(Site& site, const char* package, const char* method,
+                                           Describe describe) noexcept __attribute__((cold));
+QX_RECORDER_API unsigned char* AskForExit(const Ticket& ticket) noexcept __attribute__((cold));
+
+QX_RECORDER_API Ticket EndEntry(std::uint32_t site, Written values) noexcept;
+QX_RECORDER_API void EndLog(std::uint32_t site, Written values) noexcept;
+QX_RECORDER_API void EndExit(std::uint64_t ordinal, Written values) noexcept;
+
+// A thread's memory is taken while a record is made, so that a further one (of a signal's handler) finds none.
+inline unsigned char* TakeMemory() noexcept {
+    unsigned char* memory = t_place.memory;
+    t_place.memory = nullptr;
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+    return memory;
+}
+
+inline unsigned char* BeginEntry(Site& site, const char* package, const char* method, Describe describe) noexcept {
+    const std::uint32_t number = site.id.load(std::memory_order_acquire);
+    const bool isAtHand = t_place.memory != nullptr && number - 1 < kRefusedSite - 1;
+    return isAtHand ? TakeMemory() : AskForEntry(site, package, method, describe);
+}
+
+// Requires: a ticket that is not empty.
+inline unsigned char* BeginExit(const Ticket& ticket) noexcept {
+    const bool isAtHand = t_place.memory != nullptr && t_place.attachment == ticket.attachment;
+    return isAtHand ? TakeMemory() : AskForExit(ticket);
+}
 
 }  // namespace detail
 }  // namespace recorder
