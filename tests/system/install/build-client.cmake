@@ -6,7 +6,7 @@ foreach(component IN ITEMS library dev)
 endforeach()
 
 set(ENV{PKG_CONFIG_PATH} ${SCRATCH}/usr/${LIBDIR}/pkgconfig)
-execute_process(COMMAND ${PKG_CONFIG} --cflags --libs QxLogTracker OUTPUT_VARIABLE options
+execute_process(COMMAND ${PKG_CONFIG} --cflags --libs qxlogtracker OUTPUT_VARIABLE options
                         OUTPUT_STRIP_TRAILING_WHITESPACE COMMAND_ERROR_IS_FATAL ANY)
 separate_arguments(options UNIX_COMMAND "${options}")
 separate_arguments(FLAGS UNIX_COMMAND "${FLAGS}")

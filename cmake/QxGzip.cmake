@@ -1,0 +1,15 @@
+# qx_install_gzipped(FILE DESTINATION FOLDER COMPONENT NAME): installs the file as FILE.gz, without time or name inside; as
+# it is where there is no gzip.
+function(qx_install_gzipped file)
+    cmake_parse_arguments(PARSE_ARGV 1 packed "" "DESTINATION;COMPONENT" "")
+    cmake_path(ABSOLUTE_PATH file)
+    cmake_path(GET file FILENAME name)
+    find_program(QX_GZIP NAMES gzip)
+    if(QX_GZIP)
+        set(packed_file ${CMAKE_CURRENT_BINARY_DIR}/${name}.gz)
+        execute_process(COMMAND ${QX_GZIP} -9nc ${file} OUTPUT_FILE ${packed_file} COMMAND_ERROR_IS_FATAL ANY)
+        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+        set(file ${packed_file})
+    endif()
+    install(FILES ${file} DESTINATION ${packed_DESTINATION} COMPONENT ${packed_COMPONENT})
+endfunction()
