@@ -1,8 +1,5 @@
 // One side of a comparison at a time, in a fresh process: qx_ratio SIDE [COUNT]. Prints one number: nanoseconds for
 // each call (element, byte), or bytes. scripts/bench runs both sides of each ratio in turn and prints a table.
-//
-// A call here has two integers and a text of 16 bytes going in, an integer coming out, and an item for each of entry
-// and exit.
 #include <bzlib.h>
 #include <expat.h>
 
@@ -20,14 +17,14 @@
 #include "BenchDump.h"
 #include "QxCycle.h"
 #include "QxParser.h"
+#include "StandardCall.h"
 
 namespace {
 
+using namespace bench;
 using namespace dump;
 using Clock = std::chrono::steady_clock;
 
-constexpr unsigned kFirstLocation = 9;
-constexpr char kText[] = "sixteen bytes ok";
 constexpr int kCallsOfCycle = 1000;
 constexpr int kSamples = 9;
 
@@ -39,38 +36,6 @@ void Check(bool isTrue, const char* what) {
     if (isTrue) return;
     std::fprintf(stderr, "qx_ratio: %s\n", what);
     std::exit(1);
-}
-
-std::string Site(unsigned location) {
-    return Item(kLocation, Location(location)
-                               .Name("SetTitle" + std::to_string(location))
-                               .Arg("int", kIn, 4)
-                               .Arg("int", kIn, 4)
-                               .Arg("string", kIn, kVariableSize)
-                               .Returns("int", 4));
-}
-
-std::string OneCall(unsigned location, int number, std::uint64_t delta) {
-    return StreamItem(kBefore, Before(delta, location, Int(number, 4) + Int(-number, 4) + Variable(kText))) +
-           StreamItem(kAfter, After(1, Int(number, 4)));
-}
-
-// `calls` calls, one after the other in `threads` threads, of `locations` locations in turn, from number `first` on.
-std::string Calls(int calls, int threads = 1, int locations = 1, int first = 0) {
-    std::string bytes;
-    for (int i = 0; i < locations; ++i) bytes += Persistent({Site(kFirstLocation + static_cast<unsigned>(i))});
-    std::vector<std::string> runs(static_cast<std::size_t>(threads));
-    for (int i = 0; i < calls; ++i) {
-        std::string& run = runs[static_cast<std::size_t>(i % threads)];
-        const std::uint64_t absolute = static_cast<std::uint64_t>(first + i) * 1100;
-        // The time base of a run is the end of the call before.
-        const std::uint64_t delta = run.empty() ? absolute : static_cast<std::uint64_t>(threads) * 1100 - 1000;
-        run += OneCall(kFirstLocation + static_cast<unsigned>(i % locations), i, delta);
-        if (run.size() < 4000 && i + threads < calls) continue;
-        bytes += Thread(static_cast<unsigned>(1 + i % threads), run);
-        run.clear();
-    }
-    return bytes;
 }
 
 void Decode(QxParser& parser, const std::shared_ptr<IQxData>& store, std::string& bytes) {

@@ -38,8 +38,7 @@ void CopyPayload(const char* bytes, const QxFrame& header, std::vector<char>& pa
     if (moved > header.size) throw std::length_error("[QxThreadBuffer::Extract] payload shorter than its size's bytes");
     const char* const split = bytes + (header.size - moved);
     payload.resize(header.size);
-    std::copy(split, split + moved, payload.begin());
-    std::copy(bytes, split, payload.begin() + moved);
+    std::copy(bytes, split, std::copy(split, split + moved, payload.begin()));
 }
 
 }  // namespace
