@@ -29,7 +29,7 @@ public:
             m_overflow = true;
             return;
         }
-        if (size != 0) std::memcpy(m_begin + m_size, data, size);
+        Copy(m_begin + m_size, static_cast<const unsigned char*>(data), size);
         m_size += size;
     }
     void PutByte(unsigned value) noexcept {
@@ -53,6 +53,21 @@ public:
     Written Result() const { return {static_cast<std::uint32_t>(m_size), m_overflow, m_cut}; }
 
 private:
+    // Most runs are short. A compiler that knows how long they can be would copy them with an instruction for strings,
+    // which takes as long to begin as all the rest of an entry.
+    static void Copy(unsigned char* to, const unsigned char* from, std::size_t size) noexcept {
+        constexpr std::size_t kStep = 8;
+        constexpr std::size_t kShort = 128;
+        if (size > kShort || __builtin_constant_p(size)) {
+            if (size != 0) std::memcpy(to, from, size);
+        } else if (size >= kStep) {
+            for (std::size_t done = 0; done < size - kStep; done += kStep) std::memcpy(to + done, from + done, kStep);
+            std::memcpy(to + size - kStep, from + size - kStep, kStep);
+        } else {
+            while (size-- != 0) to[size] = from[size];
+        }
+    }
+
     unsigned char* const m_begin;
     std::size_t m_size = 0;
     bool m_overflow = false;
