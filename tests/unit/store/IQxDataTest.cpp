@@ -77,6 +77,18 @@ TEST(HSCall, FieldsStandInTheirOrder) {
     EXPECT_EQ(offsetof(Call, args.in), offsetof(Call, args));
 }
 
+// Clients are compiled apart from the library: a call has the same places in both, on machines of 32 and of 64 bits.
+TEST(HSCall, FieldsStandAtTheirPlaces) {
+    const std::vector<std::size_t> offsets = {offsetof(Call, pid), offsetof(Call, locId), offsetof(Call, extra),
+                                              offsetof(Call, tid), offsetof(Call, time),  offsetof(Call, exitTime)};
+    EXPECT_THAT(offsets, ElementsAre(0, 4, 8, 12, 16, 24));
+    constexpr std::size_t kList = 3 * sizeof(void*);
+    EXPECT_EQ(offsetof(Call, args), 32u);
+    EXPECT_EQ(offsetof(Call, args.out), 32 + kList);
+    EXPECT_EQ(offsetof(Call, args.ret), 32 + 2 * kList);
+    EXPECT_EQ(sizeof(Call), sizeof(void*) == 8 ? 104u : 72u);
+}
+
 TEST(HSCall, StartsZeroAndEmpty) {
     const Call call;
     EXPECT_EQ(call.pid, 0);
