@@ -9,6 +9,7 @@
 #include "CaptureLayout.h"
 #include "Failure.h"
 #include "Json.h"
+#include "JsonLine.h"
 #include "QxData.h"
 #include "ReadFile.h"
 
@@ -88,11 +89,11 @@ void TellUnknown(const std::string& directory, const std::set<std::string>& know
         if (known.count(name) == 0) unknown.insert(name);
     }
     for (const std::string& name : unknown) {
-        JsonObject record = JsonObject::object();
-        AddText(record, "stranger", name);
+        JsonLine record;
+        record.AddText("stranger", name);
         std::string text = directory;
         text.append("/").append(name).append(": ").append(what).append("; it is not replayed");
-        sink({std::move(text), Shared(std::move(record)), true});
+        sink({std::move(text), std::move(record).Finish(), true});
     }
 }
 
@@ -155,17 +156,17 @@ std::optional<Value> CaptureReader::ReadBeside(const std::string& name, std::opt
 }
 
 std::optional<LossCounts> CaptureReader::LossOf(const std::string& process, const FaultSink& sink) const {
-    JsonObject record = JsonObject::object();
-    AddText(record, "uncounted", process);
+    JsonLine record;
+    record.AddText("uncounted", process);
     return ReadBeside(LossName(process), ReadLoss,
-                      {"no counts of recorded calls; they are left out", Shared(std::move(record))}, sink);
+                      {"no counts of recorded calls; they are left out", std::move(record).Finish()}, sink);
 }
 
 std::vector<ProcessChange> CaptureReader::ChangesOf(const std::string& process, const FaultSink& sink) const {
-    JsonObject record = JsonObject::object();
-    AddText(record, "untold", process);
+    JsonLine record;
+    record.AddText("untold", process);
     return ReadBeside(ChangesName(process), ReadChanges,
-                      {"not what became of the process; it is left out", Shared(std::move(record))}, sink)
+                      {"not what became of the process; it is left out", std::move(record).Finish()}, sink)
         .value_or(std::vector<ProcessChange>());
 }
 

@@ -14,6 +14,7 @@
 #include "Descriptor.h"
 #include "Failure.h"
 #include "Json.h"
+#include "JsonLine.h"
 #include "Messages.h"
 #include "Text.h"
 
@@ -91,17 +92,17 @@ void CaptureWriter::AddDump(const std::string& process, const std::vector<char>&
     if (!counts) return;
     const bool isFirst = m_counted.insert(process).second;
     if (!isFirst && dump.empty() && counts->recorded == 0 && !counts->Any()) return;
-    JsonObject object = JsonObject::object();
-    AddLoss(object, *counts);
-    AddJson(LossName(process), object);
+    JsonLine line;
+    AddLoss(line, *counts);
+    AddLine(LossName(process), std::move(line).Finish());
 }
 
 void CaptureWriter::AddChanges(const std::string& process, const std::vector<ProcessChange>& changes) {
-    if (!changes.empty()) AddJson(ChangesName(process), ChangesJson(changes));
+    if (!changes.empty()) AddLine(ChangesName(process), ChangesJson(changes));
 }
 
-void CaptureWriter::AddJson(const std::string& name, const JsonObject& json) {
-    const std::string text = json.dump() + "\n";
+void CaptureWriter::AddLine(const std::string& name, const std::string& line) {
+    const std::string text = line + "\n";
     AddFile(name, text.data(), text.size());
 }
 

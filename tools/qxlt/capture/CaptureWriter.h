@@ -8,7 +8,6 @@
 #include <string>
 #include <vector>
 
-#include "JsonFwd.h"
 #include "Lifecycle.h"
 #include "LossCounts.h"
 #include "ProcessNames.h"
@@ -35,7 +34,7 @@ public:
     bool Failed() const { return m_failed; }
 
 private:
-    void AddJson(const std::string& name, const JsonObject& json);
+    void AddLine(const std::string& name, const std::string& line);
     void AddFile(const std::string& name, const char* bytes, std::size_t size);
     void Fail(const std::string& path);
 

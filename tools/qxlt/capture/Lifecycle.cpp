@@ -6,6 +6,7 @@
 
 #include "CallView.h"
 #include "Json.h"
+#include "JsonLine.h"
 #include "Messages.h"
 
 namespace qxlt {
@@ -27,10 +28,10 @@ const StateNames& NamesOf(ProcessState state) {
                          [state](const StateNames& names) { return names.state == state; });
 }
 
-void AddChange(JsonObject& object, const ProcessChange& change) {
-    object["process_id"] = change.pid;
-    object["state"] = NamesOf(change.state).key;
-    if (!change.reason.empty()) AddText(object, "reason", change.reason);
+void AddChange(JsonLine& line, const ProcessChange& change) {
+    line.Add("process_id", change.pid);
+    line.AddText("state", NamesOf(change.state).key);
+    if (!change.reason.empty()) line.AddText("reason", change.reason);
 }
 
 std::optional<ProcessChange> ReadChange(const JsonObject& object) {
@@ -53,10 +54,13 @@ std::optional<ProcessChange> ReadChange(const JsonObject& object) {
 
 void PrintNews(Format format, Output& output, const ProcessNews& news) {
     if (format == Format::Json) {
-        JsonObject lifecycle = JsonObject::object();
-        AddText(lifecycle, "process", news.process);
-        AddChange(lifecycle, news.change);
-        output.Line(JsonObject{{"cycle", news.cycle}, {"lifecycle", std::move(lifecycle)}}.dump());
+        JsonLine line;
+        line.Add("cycle", news.cycle);
+        line.BeginObject("lifecycle");
+        line.AddText("process", news.process);
+        AddChange(line, news.change);
+        line.EndObject();
+        output.Line(std::move(line).Finish());
         return;
     }
     const std::string& reason = news.change.reason;
@@ -66,14 +70,14 @@ void PrintNews(Format format, Output& output, const ProcessNews& news) {
     PrintNote(text);
 }
 
-JsonObject ChangesJson(const std::vector<ProcessChange>& changes) {
-    JsonObject list = JsonObject::array();
+std::string ChangesJson(const std::vector<ProcessChange>& changes) {
+    std::string list;
     for (const ProcessChange& change : changes) {
-        JsonObject object = JsonObject::object();
-        AddChange(object, change);
-        list.push_back(std::move(object));
+        JsonLine line;
+        AddChange(line, change);
+        list += (list.empty() ? "" : ",") + std::move(line).Finish();
     }
-    return list;
+    return "[" + list + "]";
 }
 
 std::optional<std::vector<ProcessChange>> ReadChanges(const JsonObject& json) {

@@ -38,7 +38,7 @@ using ChangeSink = std::function<void(const ProcessNews&)>;
 void PrintNews(Format format, Output& output, const ProcessNews& news);
 
 // The changes of a cycle as a capture keeps them.
-JsonObject ChangesJson(const std::vector<ProcessChange>& changes);
+std::string ChangesJson(const std::vector<ProcessChange>& changes);
 
 // Reads what ChangesJson gave; nothing when it is something else.
 std::optional<std::vector<ProcessChange>> ReadChanges(const JsonObject& json);

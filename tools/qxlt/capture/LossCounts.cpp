@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "Json.h"
+#include "JsonLine.h"
 
 namespace qxlt {
 
@@ -24,8 +25,8 @@ LossCounts LossCounts::Without(std::uint64_t history) const {
     return counts;
 }
 
-void AddLoss(JsonObject& object, const LossCounts& loss) {
-    for (const LossField& field : kLossFields) object[field.key] = loss.*field.value;
+void AddLoss(JsonLine& line, const LossCounts& loss) {
+    for (const LossField& field : kLossFields) line.Add(field.key, loss.*field.value);
 }
 
 std::optional<LossCounts> ReadLoss(const JsonObject& object) {

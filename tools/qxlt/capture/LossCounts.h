@@ -9,6 +9,8 @@
 
 namespace qxlt {
 
+class JsonLine;
+
 // Counted exactly by the recorder and the control:
 //
 //     recorded = delivered + overwritten + refused + dropped + what `open` has grown by
@@ -53,8 +55,8 @@ inline constexpr LossField kLossFields[] = {
     {"exitsDropped", "exits dropped", &LossCounts::exitsDropped, true},
 };
 
-// Appends the counts to the object.
-void AddLoss(JsonObject& object, const LossCounts& loss);
+// Adds the counts to the object that the line is in.
+void AddLoss(JsonLine& line, const LossCounts& loss);
 
 // Reads what AddLoss wrote; nothing when a count is missing or no number.
 std::optional<LossCounts> ReadLoss(const JsonObject& object);

@@ -5,10 +5,11 @@
 #include <algorithm>
 #include <deque>
 #include <memory>
+#include <utility>
 
 #include "CheckRecorded.h"
 #include "Checks.h"
-#include "Json.h"
+#include "JsonLine.h"
 #include "Output.h"
 #include "Text.h"
 
@@ -64,10 +65,10 @@ private:
         });
         if (failed) m_output.Failed();
         for (const Finding& finding : findings) {
-            m_output.Line(m_format == Format::Json ? JsonLine(finding) : TextLine(finding));
+            m_output.Line(m_format == Format::Json ? JsonOf(finding) : TextLine(finding));
         }
         for (const MethodCalls& calls : m_calls) {
-            m_output.Line(m_format == Format::Json ? JsonLine(calls) : TextLine(calls));
+            m_output.Line(m_format == Format::Json ? JsonOf(calls) : TextLine(calls));
         }
         return failed;
     }
@@ -90,28 +91,28 @@ private:
                " of " + Printable(calls.name) + " recorded";
     }
 
-    static JsonObject PlaceJson(const ScriptText& script, TextPlace place) {
-        JsonObject line = JsonObject::object();
-        AddText(line, "file", script.File());
-        line["line"] = place.line;
-        line["column"] = place.column;
-        return line;
+    static void AddPlace(JsonLine& line, const ScriptText& script, TextPlace place) {
+        line.AddText("file", script.File());
+        line.Add("line", place.line);
+        line.Add("column", place.column);
     }
 
-    static std::string JsonLine(const Finding& finding) {
-        JsonObject line = PlaceJson(*finding.script, finding.place);
-        line["severity"] = SeverityName(finding.check->severity);
-        line["id"] = finding.check->code;
-        AddText(line, "text", finding.text);
-        AddText(line, "instead", finding.instead);
-        return line.dump();
+    static std::string JsonOf(const Finding& finding) {
+        JsonLine line;
+        AddPlace(line, *finding.script, finding.place);
+        line.AddText("severity", SeverityName(finding.check->severity));
+        line.AddText("id", finding.check->code);
+        line.AddText("text", finding.text);
+        line.AddText("instead", finding.instead);
+        return std::move(line).Finish();
     }
 
-    static std::string JsonLine(const MethodCalls& calls) {
-        JsonObject line = PlaceJson(*calls.method->script, calls.method->place);
-        AddText(line, "method", calls.name);
-        line["calls"] = calls.calls;
-        return line.dump();
+    static std::string JsonOf(const MethodCalls& calls) {
+        JsonLine line;
+        AddPlace(line, *calls.method->script, calls.method->place);
+        line.AddText("method", calls.name);
+        line.Add("calls", calls.calls);
+        return std::move(line).Finish();
     }
 
     const CheckOptions& m_options;
@@ -124,11 +125,13 @@ private:
     std::vector<MethodCalls> m_calls;
 };
 
-std::string JsonLine(const Check& check) {
-    JsonObject line = {{"id", check.code}, {"severity", SeverityName(check.severity)}};
-    line["brief"] = check.brief;
-    line["details"] = check.details;
-    return line.dump();
+std::string JsonOf(const Check& check) {
+    JsonLine line;
+    line.AddText("id", check.code);
+    line.AddText("severity", SeverityName(check.severity));
+    line.AddText("brief", check.brief);
+    line.AddText("details", check.details);
+    return std::move(line).Finish();
 }
 
 int Explain(const std::string& code, Format format) {
@@ -141,7 +144,7 @@ int Explain(const std::string& code, Format format) {
     Output output;
     if (format == Format::Json) {
         for (const Check& row : AllChecks()) {
-            if (check == nullptr || check->id == row.id) output.Line(JsonLine(row));
+            if (check == nullptr || check->id == row.id) output.Line(JsonOf(row));
         }
         return kDone;
     }

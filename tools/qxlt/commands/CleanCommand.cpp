@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <memory>
 
-#include "Json.h"
 #include "Output.h"
 #include "RecordingChoice.h"
 #include "RecordingList.h"
@@ -80,7 +79,7 @@ private:
 
     void Tell(const RecordingFile& file) {
         if (m_format == Format::Json) {
-            m_output.Line(RecordingJson(m_options.dryRun ? "removable" : "removed", file).dump());
+            m_output.Line(RecordingJson(m_options.dryRun ? "removable" : "removed", file));
             return;
         }
         m_output.Line((m_options.dryRun ? "would remove " : "removed ") + Printable(RecordingText(file)) + ", " +

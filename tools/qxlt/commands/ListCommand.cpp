@@ -6,11 +6,12 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <utility>
 
 #include "CallView.h"
 #include "DecodeLines.h"
 #include "Inventory.h"
-#include "Json.h"
+#include "JsonLine.h"
 #include "Output.h"
 #include "RecordingChoice.h"
 #include "RecordingList.h"
@@ -93,21 +94,21 @@ std::string ProcessesText(const RecordedProcess& process) {
 }
 
 std::string ThreadJson(const RecordedThread& recorded) {
-    JsonObject line = {{"record", "thread"}};
-    line["pid"] = recorded.thread.pid;
-    line["tid"] = recorded.thread.tid;
-    AddText(line, "name", recorded.thread.name);
-    if (recorded.processId) line["process_id"] = *recorded.processId;
-    return line.dump();
+    JsonLine line("thread");
+    line.Add("pid", recorded.thread.pid);
+    line.Add("tid", recorded.thread.tid);
+    line.AddText("name", recorded.thread.name);
+    if (recorded.processId) line.Add("process_id", *recorded.processId);
+    return std::move(line).Finish();
 }
 
 std::string ProcessJson(const RecordedProcess& process) {
-    JsonObject line = {{"record", "process"}};
-    line["pid"] = process.pid;
-    AddText(line, "process", process.name);
-    if (!process.ids.empty()) line["process_ids"] = process.ids;
-    if (!process.ended.empty()) line["state"] = "ended";
-    return line.dump();
+    JsonLine line("process");
+    line.Add("pid", process.pid);
+    line.AddText("process", process.name);
+    if (!process.ids.empty()) line.AddNumbers("process_ids", process.ids);
+    if (!process.ended.empty()) line.AddText("state", "ended");
+    return std::move(line).Finish();
 }
 
 class Listing final {
@@ -186,16 +187,17 @@ private:
     }
 
     std::string MethodJson(const RecordedMethod& method) const {
-        JsonObject line = LocationJson(method.pid, method.location);
-        line["record"] = "method";
-        line["calls"] = method.calls;
-        line["example"] = nullptr;
+        JsonLine line("method");
+        AddLocation(line, method.pid, method.location);
+        line.Add("calls", method.calls);
         if (method.example) {
-            JsonObject example = JsonObject::object();
-            AddCall(example, {*method.example, method.location, method.process, std::nullopt});
-            line["example"] = std::move(example);
+            line.BeginObject("example");
+            AddCall(line, {*method.example, method.location, method.process, std::nullopt});
+            line.EndObject();
+        } else {
+            line.AddNull("example");
         }
-        return line.dump();
+        return std::move(line).Finish();
     }
 
     const Inventory& m_inventory;

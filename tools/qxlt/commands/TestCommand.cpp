@@ -3,9 +3,11 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "JUnitReport.h"
 #include "Json.h"
+#include "JsonLine.h"
 #include "TestFolder.h"
 #include "Text.h"
 
@@ -41,19 +43,24 @@ void PrintText(Output& output, const TestResult& result) {
     if (!result.explanation.empty()) output.Line("      " + Printable(result.explanation));
 }
 
-void PrintJson(Output& output, const TestResult& result) {
-    JsonObject line = JsonObject::object();
-    AddText(line, "folder", result.folder);
-    line["passed"] = result.Passed();
-    line["updated"] = result.updated;
-    AddText(line, "failure", result.failure);
-    line["missing"] = JsonObject::array();
-    line["unexpected"] = JsonObject::array();
+void AddDifferences(JsonLine& line, const char* key, const TestResult& result, DiffLine::Kind kind) {
+    line.BeginList(key);
     for (const DiffLine& difference : result.diff) {
-        line[difference.kind == DiffLine::Kind::Missing ? "missing" : "unexpected"].push_back(*difference.line);
+        if (difference.kind == kind) line.AddJson(difference.line->dump());
     }
-    AddText(line, "explanation", result.explanation);
-    output.Line(line.dump());
+    line.EndList();
+}
+
+void PrintJson(Output& output, const TestResult& result) {
+    JsonLine line;
+    line.AddText("folder", result.folder);
+    line.Add("passed", result.Passed());
+    line.Add("updated", result.updated);
+    line.AddText("failure", result.failure);
+    AddDifferences(line, "missing", result, DiffLine::Kind::Missing);
+    AddDifferences(line, "unexpected", result, DiffLine::Kind::Unexpected);
+    line.AddText("explanation", result.explanation);
+    output.Line(std::move(line).Finish());
 }
 
 int Test(const TestOptions& options, Format format) {

@@ -1,8 +1,6 @@
 #include "CallView.h"
 
-#include <algorithm>
-
-#include "Json.h"
+#include "JsonLine.h"
 #include "QxScriptScenario.h"
 #include "ResultType.h"
 #include "Text.h"
@@ -13,21 +11,22 @@ namespace {
 
 using Arguments = std::vector<IQxData::HSICallArg>;
 
-JsonObject ArgumentJson(const IQxData::HSICallArg& argument) {
-    JsonObject pairs = JsonObject::array();
-    for (const auto& [name, value] : argument) {
-        JsonObject pair = JsonObject::object();
-        AddText(pair, "name", name);
-        pair["hex"] = Hex(QxScriptScenario::ConverStringArg(value));
-        pairs.push_back(std::move(pair));
-    }
-    return pairs;
+// What is traced, the bytes as the process had them.
+void AddPair(JsonLine& line, const std::pair<std::string, std::string>& pair) {
+    line.BeginObject();
+    line.AddText("name", pair.first);
+    line.AddHex("hex", QxScriptScenario::ConverStringArg(pair.second));
+    line.EndObject();
 }
 
-JsonObject ArgumentsJson(const Arguments& arguments) {
-    JsonObject list = JsonObject::array();
-    for (const IQxData::HSICallArg& argument : arguments) list.push_back(ArgumentJson(argument));
-    return list;
+void AddArguments(JsonLine& line, const char* key, const Arguments& arguments) {
+    line.BeginList(key);
+    for (const IQxData::HSICallArg& argument : arguments) {
+        line.BeginList();
+        for (const auto& pair : argument) AddPair(line, pair);
+        line.EndList();
+    }
+    line.EndList();
 }
 
 std::string PairText(const std::pair<std::string, std::string>& pair) {
@@ -56,21 +55,21 @@ std::string ArgumentText(const IQxData::HSICallArg& argument) {
     return "{" + text + "}";
 }
 
-void AddCall(JsonObject& object, const CallView& view) {
-    if (view.key) object["key"] = *view.key;
-    AddText(object, "process", view.process);
-    object["pid"] = view.call.pid;
-    object["tid"] = view.call.tid;
-    object["locId"] = view.call.locId;
-    AddText(object, "callerName", view.location.callerName);
-    AddText(object, "packageName", view.location.packageName);
-    AddText(object, "srcCodeFileRaw", view.location.srcCodeFileRaw);
-    object["time"] = view.call.time;
-    object["exitTime"] = view.call.exitTime;
-    object["in"] = ArgumentsJson(view.call.args.in);
-    object["out"] = ArgumentsJson(view.call.args.out);
-    object["ret"] = ArgumentsJson(view.call.args.ret);
-    if (view.maker) object["process_id"] = *view.maker;
+void AddCall(JsonLine& line, const CallView& view) {
+    if (view.key) line.Add("key", *view.key);
+    line.AddText("process", view.process);
+    line.Add("pid", view.call.pid);
+    line.Add("tid", view.call.tid);
+    line.Add("locId", view.call.locId);
+    line.AddText("callerName", view.location.callerName);
+    line.AddText("packageName", view.location.packageName);
+    line.AddText("srcCodeFileRaw", view.location.srcCodeFileRaw);
+    line.Add("time", view.call.time);
+    line.Add("exitTime", view.call.exitTime);
+    AddArguments(line, "in", view.call.args.in);
+    AddArguments(line, "out", view.call.args.out);
+    AddArguments(line, "ret", view.call.args.ret);
+    if (view.maker) line.Add("process_id", *view.maker);
 }
 
 std::string ProcessText(const std::string& name, std::uint32_t pid) {

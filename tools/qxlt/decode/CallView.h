@@ -6,14 +6,15 @@
 #include <string>
 
 #include "IQxData.h"
-#include "JsonFwd.h"
 
 namespace qxlt {
+
+class JsonLine;
 
 struct CallView {
     const IQxData::HSCall& call;
     const IQxData::_HSCallLocation& location;
-    std::string process;                                // empty when the process id is not registered
+    const std::string& process;                         // empty when the process id is not registered
     std::optional<unsigned long long> key;              // where it is to be shown
     std::optional<std::uint32_t> maker = std::nullopt;  // the id of the process that made the call, where it is known
 };
@@ -21,8 +22,8 @@ struct CallView {
 // One value: the value itself, or the members of a composite in braces.
 std::string ArgumentText(const IQxData::HSICallArg& argument);
 
-// Appends the call's keys to a JSON object.
-void AddCall(JsonObject& object, const CallView& view);
+// Adds the call's keys to the object that the line is in.
+void AddCall(JsonLine& line, const CallView& view);
 
 // "media-server[412] audio.SetVolume(85) at 105", short enough for a line.
 std::string CallText(const CallView& view);

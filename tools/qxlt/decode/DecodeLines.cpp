@@ -1,8 +1,9 @@
 #include "DecodeLines.h"
 
 #include <algorithm>
+#include <utility>
 
-#include "Json.h"
+#include "JsonLine.h"
 #include "QxFormat.h"
 #include "Text.h"
 
@@ -11,10 +12,6 @@ namespace qxlt {
 namespace {
 
 constexpr std::size_t kKindWidth = 11;  // the longest kind and a blank
-
-JsonObject Record(const char* kind) {
-    return {{"record", kind}};
-}
 
 std::string Kind(const char* kind) {
     return Pad(kind, kKindWidth);
@@ -25,16 +22,16 @@ std::size_t ArgumentCount(const IQxData::_HSCallLocation::Args& args) {
     return std::min({args.argType.size(), args.argFlags.size(), args.argSize.size()});
 }
 
-JsonObject ArgumentsJson(const IQxData::_HSCallLocation::Args& args) {
-    JsonObject list = JsonObject::array();
+void AddArguments(JsonLine& line, const IQxData::_HSCallLocation::Args& args) {
+    line.BeginList("args");
     for (std::size_t i = 0; i < ArgumentCount(args); ++i) {
-        JsonObject argument = JsonObject::object();
-        AddText(argument, "type", args.argType[i]);
-        argument["flags"] = args.argFlags[i];
-        argument["size"] = args.argSize[i];
-        list.push_back(std::move(argument));
+        line.BeginObject();
+        line.AddText("type", args.argType[i]);
+        line.Add("flags", args.argFlags[i]);
+        line.Add("size", args.argSize[i]);
+        line.EndObject();
     }
-    return list;
+    line.EndList();
 }
 
 std::string SizeText(unsigned int size) {
@@ -62,98 +59,108 @@ std::string MemberText(const IQxData::_HSCompArgDesc& descriptor, std::size_t i)
     return text + (i < descriptor.memberSizes.size() ? ":" + SizeText(descriptor.memberSizes[i]) : "");
 }
 
-JsonObject HeaderJson(const HeaderRecord& header) {
-    JsonObject record = Record("header");
-    record["pid"] = header.pid;
-    AddText(record, "process", header.process);
-    AddText(record, "qxVersion", header.qxVersion);
-    AddText(record, "swBuildString", header.swBuildString);
-    AddText(record, "swVersionModel", header.swVersionModel);
-    AddText(record, "extraField1", header.extraField1);
-    AddText(record, "extraField2", header.extraField2);
-    return record;
+std::string HeaderJson(const HeaderRecord& header) {
+    JsonLine line("header");
+    line.Add("pid", header.pid);
+    line.AddText("process", header.process);
+    line.AddText("qxVersion", header.qxVersion);
+    line.AddText("swBuildString", header.swBuildString);
+    line.AddText("swVersionModel", header.swVersionModel);
+    line.AddText("extraField1", header.extraField1);
+    line.AddText("extraField2", header.extraField2);
+    return std::move(line).Finish();
 }
 
-JsonObject EndJson(const EndRecord& end) {
-    JsonObject record = Record("end");
-    AddText(record, "dump", end.dump);
-    record["bytes"] = end.bytes;
-    record["calls"] = end.calls;
-    record["parse"] = end.parsed ? 1 : 0;
-    record["extract"] = end.extracted ? 1 : 0;
-    return record;
+std::string ThreadJson(const IQxData::HSIThread& thread) {
+    JsonLine line("thread");
+    line.Add("pid", thread.pid);
+    line.Add("tid", thread.tid);
+    line.AddText("name", thread.name);
+    return std::move(line).Finish();
+}
+
+std::string LocationJson(unsigned short pid, const IQxData::_HSCallLocation& location) {
+    JsonLine line("location");
+    AddLocation(line, pid, location);
+    return std::move(line).Finish();
+}
+
+std::string DescriptorJson(const std::string& name, const IQxData::_HSCompArgDesc& descriptor) {
+    JsonLine line("descriptor");
+    line.AddText("name", name);
+    line.Add("isContainer", descriptor.isContainer);
+    line.AddTexts("memberNames", descriptor.memberNames);
+    line.AddNumbers("memberSizes", descriptor.memberSizes);
+    line.AddTexts("memberTypes", descriptor.memberTypes);
+    return std::move(line).Finish();
+}
+
+std::string CallJson(const CallView& view) {
+    JsonLine line("call");
+    AddCall(line, view);
+    return std::move(line).Finish();
+}
+
+std::string EndJson(const EndRecord& end) {
+    JsonLine line("end");
+    line.AddText("dump", end.dump);
+    line.Add("bytes", end.bytes);
+    line.Add("calls", end.calls);
+    line.Add("parse", end.parsed ? 1 : 0);
+    line.Add("extract", end.extracted ? 1 : 0);
+    return std::move(line).Finish();
 }
 
 }  // namespace
 
 std::string HeaderLine(Format format, const HeaderRecord& header) {
-    if (format == Format::Json) return HeaderJson(header).dump();
+    if (format == Format::Json) return HeaderJson(header);
     return Kind("header") + ProcessText(header.process, header.pid) + " version " + Printable(header.qxVersion) +
            ", build " + Printable(header.swBuildString) + ", model " + Printable(header.swVersionModel) + ", extra " +
            Printable(header.extraField1) + " " + Printable(header.extraField2);
 }
 
 std::string ThreadLine(Format format, const IQxData::HSIThread& thread) {
-    if (format == Format::Text) {
-        return Kind("thread") + "pid " + std::to_string(thread.pid) + ", tid " + std::to_string(thread.tid) + ", " +
-               Printable(thread.name);
-    }
-    JsonObject record = Record("thread");
-    record["pid"] = thread.pid;
-    record["tid"] = thread.tid;
-    AddText(record, "name", thread.name);
-    return record.dump();
+    if (format == Format::Json) return ThreadJson(thread);
+    return Kind("thread") + "pid " + std::to_string(thread.pid) + ", tid " + std::to_string(thread.tid) + ", " +
+           Printable(thread.name);
 }
 
-JsonObject LocationJson(unsigned short pid, const IQxData::_HSCallLocation& location) {
-    JsonObject record = Record("location");
-    record["pid"] = pid;
-    record["locId"] = location.locId;
-    record["srcCodeAux"] = location.srcCodeAux;
-    AddText(record, "srcCodeFileRaw", location.srcCodeFileRaw);
-    record["args"] = ArgumentsJson(location.args);
-    AddText(record, "retType", location.args.retType);
-    record["retSize"] = location.args.retSize;
-    AddText(record, "callerName", location.callerName);
-    AddText(record, "packageName", location.packageName);
-    return record;
+void AddLocation(JsonLine& line, unsigned short pid, const IQxData::_HSCallLocation& location) {
+    line.Add("pid", pid);
+    line.Add("locId", location.locId);
+    line.Add("srcCodeAux", location.srcCodeAux);
+    line.AddText("srcCodeFileRaw", location.srcCodeFileRaw);
+    AddArguments(line, location.args);
+    line.AddText("retType", location.args.retType);
+    line.Add("retSize", location.args.retSize);
+    line.AddText("callerName", location.callerName);
+    line.AddText("packageName", location.packageName);
 }
 
 std::string LocationLine(Format format, unsigned short pid, const IQxData::_HSCallLocation& location) {
-    if (format == Format::Json) return LocationJson(pid, location).dump();
+    if (format == Format::Json) return LocationJson(pid, location);
     return Kind("location") + "pid " + std::to_string(pid) + ", " + std::to_string(location.locId) + ": " +
            SignatureText(location) + " in " + Printable(location.srcCodeFileRaw);
 }
 
 std::string DescriptorLine(Format format, const std::string& name, const IQxData::_HSCompArgDesc& descriptor) {
-    if (format == Format::Text) {
-        std::string members;
-        const std::size_t count = std::max(descriptor.memberSizes.size(), descriptor.memberTypes.size());
-        for (std::size_t i = 0; i < count; ++i) members += (i == 0 ? "" : ", ") + MemberText(descriptor, i);
-        return Kind("descriptor") + Printable(name) + (descriptor.isContainer != 0 ? " [" : " {") + members +
-               (descriptor.isContainer != 0 ? "]" : "}");
-    }
-    JsonObject record = Record("descriptor");
-    AddText(record, "name", name);
-    record["isContainer"] = descriptor.isContainer;
-    AddTexts(record, "memberNames", descriptor.memberNames);
-    record["memberSizes"] = descriptor.memberSizes;
-    AddTexts(record, "memberTypes", descriptor.memberTypes);
-    return record.dump();
+    if (format == Format::Json) return DescriptorJson(name, descriptor);
+    std::string members;
+    const std::size_t count = std::max(descriptor.memberSizes.size(), descriptor.memberTypes.size());
+    for (std::size_t i = 0; i < count; ++i) members += (i == 0 ? "" : ", ") + MemberText(descriptor, i);
+    return Kind("descriptor") + Printable(name) + (descriptor.isContainer != 0 ? " [" : " {") + members +
+           (descriptor.isContainer != 0 ? "]" : "}");
 }
 
 std::string CallLine(Format format, const CallView& view) {
-    if (format == Format::Json) {
-        JsonObject record = Record("call");
-        AddCall(record, view);
-        return record.dump();
-    }
+    if (format == Format::Json) return CallJson(view);
     const std::string exit = view.call.exitTime == 0 ? "" : ".." + std::to_string(view.call.exitTime);
     return Kind("call") + CallText(view) + exit + ", tid " + std::to_string(view.call.tid);
 }
 
 std::string EndLine(Format format, const EndRecord& end) {
-    if (format == Format::Json) return EndJson(end).dump();
+    if (format == Format::Json) return EndJson(end);
     return Kind("end") + Printable(end.dump) + ": " + Counted(end.bytes, "byte") + ", " + Counted(end.calls, "call") +
            (end.parsed && end.extracted ? "" : ", damaged");
 }

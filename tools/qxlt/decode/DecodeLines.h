@@ -6,7 +6,6 @@
 #include "CallView.h"
 #include "Format.h"
 #include "IQxData.h"
-#include "JsonFwd.h"
 
 namespace qxlt {
 
@@ -33,8 +32,8 @@ struct EndRecord {
 std::string HeaderLine(Format format, const HeaderRecord& header);
 std::string ThreadLine(Format format, const IQxData::HSIThread& thread);
 std::string LocationLine(Format format, unsigned short pid, const IQxData::_HSCallLocation& location);
-// The keys of a location's line.
-JsonObject LocationJson(unsigned short pid, const IQxData::_HSCallLocation& location);
+// Adds what the line of a location tells.
+void AddLocation(JsonLine& line, unsigned short pid, const IQxData::_HSCallLocation& location);
 std::string DescriptorLine(Format format, const std::string& name, const IQxData::_HSCompArgDesc& descriptor);
 std::string CallLine(Format format, const CallView& view);
 std::string EndLine(Format format, const EndRecord& end);

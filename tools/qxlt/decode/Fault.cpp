@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Json.h"
+#include "JsonLine.h"
 #include "Messages.h"
 
 namespace qxlt {
@@ -14,12 +14,12 @@ void PrintFault(const Fault& fault) {
 
 Fault DamageFault(const std::string& place, const std::string& name, const QxCycle::Decoded& decoded) {
     const char* const where = decoded.parsed ? "damage in the joined streams of its threads" : "damage";
-    JsonObject record = JsonObject::object();
-    AddText(record, "damaged", name);
-    record["offset"] = decoded.stoppedAt;
+    JsonLine record;
+    record.AddText("damaged", name);
+    record.Add("offset", decoded.stoppedAt);
     return {Place(place, decoded.stoppedAt) + ": " + where +
                 "; what came before it is used, --level major tells what is wrong",
-            Shared(std::move(record))};
+            std::move(record).Finish()};
 }
 
 }  // namespace qxlt

@@ -4,14 +4,13 @@
 #include <functional>
 #include <string>
 
-#include "JsonFwd.h"
 #include "QxCycle.h"
 
 namespace qxlt {
 
 struct Fault {
-    std::string text;         // for a person: the place, what is wrong, what to do
-    SharedJson record;        // for the expectations of a test: what is wrong, without the place on this machine
+    std::string text;    // for a person: the place, what is wrong, what to do
+    std::string record;  // a JSON line for the expectations of a test: what is wrong, without the place on this machine
     bool isHarmless = false;  // told, and no reason for the run to have failed
 };
 

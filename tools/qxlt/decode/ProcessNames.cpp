@@ -44,10 +44,11 @@ void ProcessNames::Register(IQxData& store) const {
     for (const auto& [name, pid] : m_pids) store.AppendProcessName(pid, name);
 }
 
-std::string ProcessNames::NameOf(unsigned short pid) const {
+const std::string& ProcessNames::NameOf(unsigned short pid) const {
+    static const std::string none;
     const auto found =
         std::find_if(m_pids.begin(), m_pids.end(), [pid](const auto& process) { return process.second == pid; });
-    return found == m_pids.end() ? std::string() : found->first;
+    return found == m_pids.end() ? none : found->first;
 }
 
 }  // namespace qxlt

@@ -23,8 +23,8 @@ public:
     void Register(IQxData& store) const;
 
     // The name registered for the id: the first in the order of the names when there are several; empty when there is
-    // none.
-    std::string NameOf(unsigned short pid) const;
+    // none. Valid as long as these names.
+    const std::string& NameOf(unsigned short pid) const;
 
     // By name, in the order in which a cycle goes through them.
     const std::map<std::string, unsigned short>& Pids() const { return m_pids; }

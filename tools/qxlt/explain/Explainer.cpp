@@ -4,7 +4,7 @@
 #include <array>
 #include <utility>
 
-#include "Json.h"
+#include "JsonLine.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -89,13 +89,13 @@ void Explainer::PrintDecision(const EventRecord& record, const IQxData::HSCall& 
                       Printable(name) + " \"" + Printable(value) + "\": " + decision);
         return;
     }
-    JsonObject line = JsonObject::object();
-    AddText(line, "decided", name);
-    line["cycle"] = m_cycle;
-    line["time"] = call.time;
-    AddText(line, "value", value);
-    AddText(line, "decision", decision);
-    m_output.Line(line.dump());
+    JsonLine line;
+    line.AddText("decided", name);
+    line.Add("cycle", m_cycle);
+    line.Add("time", call.time);
+    line.AddText("value", value);
+    line.AddText("decision", decision);
+    m_output.Line(std::move(line).Finish());
 }
 
 void Explainer::Print() {
@@ -128,16 +128,16 @@ void Explainer::PrintJson(const Explained& event) {
     const Funnel funnel = event.record.Stages();
     const ScriptPlace& place = m_places.Of(element);
     const Reason reason = ReasonFor(event);
-    JsonObject line = JsonObject::object();
-    AddText(line, "explained", EventNameOf(element));
-    AddText(line, "file", place.file);
-    line["line"] = place.line;
-    line["calls"] = m_calls;
-    for (const Stage& stage : kStages) line[stage.title] = funnel.*stage.count;
-    AddText(line, "reason", reason.text);
-    line["refused"] = reason.calls;
-    AddTexts(line, "nearest", reason.nearest);
-    m_output.Line(line.dump());
+    JsonLine line;
+    line.AddText("explained", EventNameOf(element));
+    line.AddText("file", place.file);
+    line.Add("line", place.line);
+    line.Add("calls", m_calls);
+    for (const Stage& stage : kStages) line.Add(stage.title, funnel.*stage.count);
+    line.AddText("reason", reason.text);
+    line.Add("refused", reason.calls);
+    line.AddTexts("nearest", reason.nearest);
+    m_output.Line(std::move(line).Finish());
 }
 
 Reason Explainer::ReasonFor(const Explained& event) const {

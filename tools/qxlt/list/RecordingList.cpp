@@ -3,8 +3,9 @@
 #include <pwd.h>
 
 #include <algorithm>
+#include <utility>
 
-#include "Json.h"
+#include "JsonLine.h"
 #include "RecordingChoice.h"
 #include "Text.h"
 #include "TimeAgo.h"
@@ -49,7 +50,7 @@ void PrintRecordings(Format format, Output& output, const std::vector<RecordingF
     std::vector<Row> rows;
     for (const RecordingFile& file : files) {
         if (format == Format::Json) {
-            output.Line(RecordingJson("recording", file).dump());
+            output.Line(RecordingJson("recording", file));
         } else {
             rows.push_back({Printable(RecordingText(file)), Printable(UserText(file.uid)), BytesText(file.bytes),
                             Printable(LastRecordedText(file))});
@@ -58,19 +59,21 @@ void PrintRecordings(Format format, Output& output, const std::vector<RecordingF
     PrintRows(output, rows);
 }
 
-JsonObject RecordingJson(const char* record, const RecordingFile& file) {
+std::string RecordingJson(const char* record, const RecordingFile& file) {
     constexpr std::uint64_t kMillisecondNs = 1000000;
-    JsonObject line = {{"record", record}};
-    AddText(line, "process", file.process);
-    line["process_id"] = file.pid;
-    AddText(line, "user", UserText(file.uid));
-    line["bytes"] = file.bytes;
-    line["state"] = file.isRunning ? "running" : "ended";
-    line["idleMs"] = nullptr;
-    if (file.idleNs) line["idleMs"] = *file.idleNs / kMillisecondNs;
-    AddText(line, "file", file.path);
-    if (!file.problem.empty()) AddText(line, "problem", file.problem);
-    return line;
+    JsonLine line(record);
+    line.AddText("process", file.process);
+    line.Add("process_id", file.pid);
+    line.AddText("user", UserText(file.uid));
+    line.Add("bytes", file.bytes);
+    line.AddText("state", file.isRunning ? "running" : "ended");
+    if (file.idleNs)
+        line.Add("idleMs", *file.idleNs / kMillisecondNs);
+    else
+        line.AddNull("idleMs");
+    line.AddText("file", file.path);
+    if (!file.problem.empty()) line.AddText("problem", file.problem);
+    return std::move(line).Finish();
 }
 
 }  // namespace qxlt

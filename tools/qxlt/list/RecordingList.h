@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "Format.h"
-#include "JsonFwd.h"
 #include "Output.h"
 #include "RecordingFiles.h"
 
@@ -15,6 +14,6 @@ namespace qxlt {
 void PrintRecordings(Format format, Output& output, const std::vector<RecordingFile>& files);
 
 // The keys of one recording, of that kind of record.
-JsonObject RecordingJson(const char* record, const RecordingFile& file);
+std::string RecordingJson(const char* record, const RecordingFile& file);
 
 }  // namespace qxlt

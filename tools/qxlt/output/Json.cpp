@@ -1,11 +1,9 @@
 #include "Json.h"
 
-#include <algorithm>
 #include <utility>
 
 #include "Failure.h"
 #include "Messages.h"
-#include "Text.h"
 
 namespace qxlt {
 
@@ -31,23 +29,6 @@ JsonObject ParseJson(const std::string& place, const std::string& text) {
     } catch (const JsonObject::out_of_range&) {
         Refuse(place, "holds a number out of range");
     }
-}
-
-void AddText(JsonObject& object, const std::string& key, const std::string& text) {
-    const bool valid = IsUtf8(text);
-    object[key] = valid ? text : ReplaceInvalid(text);
-    if (!valid) object[key + "Hex"] = Hex(text);
-}
-
-void AddTexts(JsonObject& object, const std::string& key, const std::vector<std::string>& texts) {
-    JsonObject shown = JsonObject::array();
-    JsonObject hex = JsonObject::array();
-    for (const std::string& text : texts) {
-        shown.push_back(ReplaceInvalid(text));
-        hex.push_back(Hex(text));
-    }
-    object[key] = std::move(shown);
-    if (!std::all_of(texts.begin(), texts.end(), IsUtf8)) object[key + "Hex"] = std::move(hex);
 }
 
 SharedJson Shared(JsonObject object) {

@@ -28,13 +28,13 @@ Output::Output(Progress* progress)
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-void Output::Line(const std::string& text) {
+void Output::Line(std::string text) {
     if (m_ended) return;
     if (m_progress != nullptr) m_progress->Wipe();
-    const std::string line = text + "\n";
+    text += '\n';
     std::size_t written = 0;
-    while (written < line.size()) {
-        const ssize_t count = write(STDOUT_FILENO, line.data() + written, line.size() - written);
+    while (written < text.size()) {
+        const ssize_t count = write(STDOUT_FILENO, text.data() + written, text.size() - written);
         if (count >= 0) {
             written += static_cast<std::size_t>(count);
         } else if (errno == EAGAIN) {

@@ -19,7 +19,7 @@ public:
     Output& operator=(const Output&) = delete;
 
     // Writes the text and a newline. One thread at a time. After a failure it does nothing.
-    void Line(const std::string& text);
+    void Line(std::string text);
 
     // Something in the input was wrong: a reader that goes away later takes nothing of that back.
     void Failed() { m_status = kInputWrong; }

@@ -9,7 +9,7 @@ namespace {
 
 constexpr char kReplacement[] = "\xEF\xBF\xBD";
 
-unsigned char ByteAt(const std::string& text, std::size_t at) {
+unsigned char ByteAt(std::string_view text, std::size_t at) {
     return at < text.size() ? static_cast<unsigned char>(text[at]) : static_cast<unsigned char>(0);
 }
 
@@ -26,7 +26,7 @@ constexpr Lead kLeads[] = {{0xC2, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF,
 
 // Bytes of the character at `at`; 0 when the byte there begins no valid one. A byte past the end reads as 0, which
 // continues nothing.
-std::size_t CharacterLength(const std::string& text, std::size_t at) {
+std::size_t CharacterLength(std::string_view text, std::size_t at) {
     const unsigned char first = ByteAt(text, at);
     if (first < 0x80) return 1;
     const Lead* const lead = std::find_if(std::begin(kLeads), std::end(kLeads),
@@ -49,7 +49,7 @@ bool IsControl(const std::string& text, std::size_t at, std::size_t length) {
 std::string Escape(char byte) {
     if (byte == '\n') return "\\n";
     if (byte == '\t') return "\\t";
-    return "\\x" + Hex(std::string(1, byte));
+    return "\\x" + Hex({&byte, 1});
 }
 
 bool IsNumberSize(std::size_t size) {
@@ -65,7 +65,7 @@ std::string ShownNumber(const std::string& bytes) {
 
 }  // namespace
 
-bool IsUtf8(const std::string& text) {
+bool IsUtf8(std::string_view text) {
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = CharacterLength(text, at);
         if (length == 0) return false;
@@ -74,17 +74,17 @@ bool IsUtf8(const std::string& text) {
     return true;
 }
 
-std::string ReplaceInvalid(const std::string& text) {
+std::string ReplaceInvalid(std::string_view text) {
     std::string result;
     for (std::size_t at = 0; at < text.size();) {
         const std::size_t length = CharacterLength(text, at);
-        result += length == 0 ? kReplacement : text.substr(at, length);
+        result += length == 0 ? std::string_view(kReplacement) : text.substr(at, length);
         at += std::max<std::size_t>(length, 1);
     }
     return result;
 }
 
-std::string Hex(const std::string& bytes) {
+std::string Hex(std::string_view bytes) {
     static const char digits[] = "0123456789abcdef";
     std::string result;
     for (const char byte : bytes) {

@@ -3,18 +3,19 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace qxlt {
 
 // Whether all of the text is valid UTF-8 (shortest forms, no surrogates, up to U+10FFFF).
-bool IsUtf8(const std::string& text);
+bool IsUtf8(std::string_view text);
 
 // The text with U+FFFD in the place of each byte that is no part of valid UTF-8.
-std::string ReplaceInvalid(const std::string& text);
+std::string ReplaceInvalid(std::string_view text);
 
 // All bytes in lower-case hex.
-std::string Hex(const std::string& bytes);
+std::string Hex(std::string_view bytes);
 
 // For terminals: control characters and bytes that are not UTF-8 become \n, \t or \xNN.
 std::string Printable(const std::string& text);

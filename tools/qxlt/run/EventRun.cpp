@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "Json.h"
+#include "JsonLine.h"
 
 namespace qxlt {
 
@@ -78,9 +78,10 @@ void EventRun::TraceCalls() {
 
 void EventRun::Tell(const Fault& fault) {
     if (!fault.isHarmless) m_whole = false;
-    JsonObject record = {{"cycle", m_cycle}};
-    record.update(*fault.record);
-    m_faults({fault.text, Shared(std::move(record)), fault.isHarmless});
+    JsonLine record;
+    record.Add("cycle", m_cycle);
+    record.AddKeysOf(fault.record);
+    m_faults({fault.text, std::move(record).Finish(), fault.isHarmless});
 }
 
 int EventRun::OnEvent(std::string name, std::string value, IQxData::HSCall call, void* context) {

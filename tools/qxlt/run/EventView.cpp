@@ -1,6 +1,8 @@
 #include "EventView.h"
 
-#include "Json.h"
+#include <utility>
+
+#include "JsonLine.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -12,14 +14,15 @@ constexpr std::size_t kValueWidth = 12;
 
 }  // namespace
 
-JsonObject EventJson(const EventView& view) {
-    JsonObject object = {{"cycle", view.cycle}};
-    AddText(object, "event", view.event);
-    AddText(object, "value", view.value);
-    JsonObject call = JsonObject::object();
-    AddCall(call, view.call);
-    object["call"] = std::move(call);
-    return object;
+std::string EventJson(const EventView& view) {
+    JsonLine line;
+    line.Add("cycle", view.cycle);
+    line.AddText("event", view.event);
+    line.AddText("value", view.value);
+    line.BeginObject("call");
+    AddCall(line, view.call);
+    line.EndObject();
+    return std::move(line).Finish();
 }
 
 void EventPrinter::Expect(const std::vector<std::string>& events) {
@@ -28,7 +31,7 @@ void EventPrinter::Expect(const std::vector<std::string>& events) {
 
 void EventPrinter::Print(const EventView& view) {
     ++m_counts[view.event];
-    m_output.Line(m_format == Format::Json ? EventJson(view).dump() : TextLine(view));
+    m_output.Line(m_format == Format::Json ? EventJson(view) : TextLine(view));
 }
 
 std::string EventPrinter::TextLine(const EventView& view) const {

@@ -23,7 +23,7 @@ struct EventView {
 // Takes the events of a run, in order.
 using EventSink = std::function<void(const EventView&)>;
 
-JsonObject EventJson(const EventView& view);
+std::string EventJson(const EventView& view);
 
 // Prints events, and counts them by name. One thread at a time.
 class EventPrinter final {

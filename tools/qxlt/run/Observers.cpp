@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "EventRecord.h"
-#include "Json.h"
+#include "JsonLine.h"
 
 namespace qxlt {
 
@@ -46,13 +46,13 @@ void ErrorReporter::OnError(const IQxData::_HSScriptPtr& event, unsigned long lo
                             QxStage stage, const std::string& error) {
     if (!m_reported.insert(&event).second) return;
     const std::string& name = EventNameOf(event);
-    JsonObject record = JsonObject::object();
-    AddText(record, "error", name);
-    AddText(record, "what", FailedStep(stage, error));
+    JsonLine record;
+    record.AddText("error", name);
+    record.AddText("what", FailedStep(stage, error));
     m_sink({m_places.Of(event).Text() + ": event \"" + name + "\" at time " + std::to_string(call.time) + ", " +
                 EventRecord(event).ErrorText(stage) + (stage == QxStage::Other ? ": " + error : "") +
                 "; mend the attribute, further errors of this event are not told",
-            Shared(std::move(record))});
+            std::move(record).Finish()});
 }
 
 }  // namespace qxlt

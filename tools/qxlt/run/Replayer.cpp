@@ -5,7 +5,7 @@
 
 #include "CaptureReader.h"
 #include "DumpInput.h"
-#include "Json.h"
+#include "JsonLine.h"
 #include "QxCycle.h"
 #include "QxScriptScenario.h"
 
@@ -109,9 +109,9 @@ std::vector<char> Replayer::Read(const std::string& file) {
 
 void Replayer::TellUnreadable(const Failure& failure, const std::string& name) {
     if (m_first) throw failure;
-    JsonObject record = JsonObject::object();
-    AddText(record, "unreadable", name);
-    Tell({failure.what(), Shared(std::move(record))});
+    JsonLine record;
+    record.AddText("unreadable", name);
+    Tell({failure.what(), std::move(record).Finish()});
 }
 
 void Replayer::Cycle(bool primes, const std::vector<Dump>& dumps) {

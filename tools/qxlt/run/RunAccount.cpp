@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "Json.h"
+#include "JsonLine.h"
 #include "Messages.h"
 #include "Text.h"
 
@@ -63,11 +63,14 @@ void RunAccount::AddDump(const std::string& process, const std::optional<LossCou
 
 void RunAccount::PrintLoss(const std::string& process, const LossCounts& counts, std::uint64_t bytesNotDecoded) const {
     if (m_format == Format::Json) {
-        JsonObject loss = JsonObject::object();
-        AddText(loss, "process", process);
-        AddLoss(loss, counts);
-        loss["bytesNotDecoded"] = bytesNotDecoded;
-        m_output.Line(JsonObject{{"cycle", m_cycle}, {"loss", std::move(loss)}}.dump());
+        JsonLine line;
+        line.Add("cycle", m_cycle);
+        line.BeginObject("loss");
+        line.AddText("process", process);
+        AddLoss(line, counts);
+        line.Add("bytesNotDecoded", bytesNotDecoded);
+        line.EndObject();
+        m_output.Line(std::move(line).Finish());
     } else {
         PrintWarning("cycle " + std::to_string(m_cycle) + ", " + process +
                      ", lost: " + LossText(counts, bytesNotDecoded));
@@ -125,14 +128,16 @@ void RunAccount::PrintTable() const {
 
 void RunAccount::PrintJson() const {
     for (const auto& [process, row] : m_rows) {
-        JsonObject total = JsonObject::object();
-        AddText(total, "process", process);
-        if (m_known) AddLoss(total, row.counts.Without(row.history));
-        total["bytesNotDecoded"] = row.bytesNotDecoded;
-        total["eventsInError"] = row.eventsInError;
-        total["longestCallbackUs"] = std::chrono::duration_cast<Microseconds>(row.longestCallback).count();
-        total["history"] = row.history;
-        m_output.Line(JsonObject{{"total", std::move(total)}}.dump());
+        JsonLine line;
+        line.BeginObject("total");
+        line.AddText("process", process);
+        if (m_known) AddLoss(line, row.counts.Without(row.history));
+        line.Add("bytesNotDecoded", row.bytesNotDecoded);
+        line.Add("eventsInError", row.eventsInError);
+        line.Add("longestCallbackUs", std::chrono::duration_cast<Microseconds>(row.longestCallback).count());
+        line.Add("history", row.history);
+        line.EndObject();
+        m_output.Line(std::move(line).Finish());
     }
 }
 

@@ -98,11 +98,12 @@ void TestFolder::Compare(bool update, Output& output, Progress& progress, TestRe
     const JoinedScripts scripts(Entries(m_path, IsScript));
     const ReplayInput input = Input(scripts);
     Lines actual;
-    const auto takeEvent = [&actual](EventView view) {
+    const auto take = [&actual](const std::string& line) { actual.push_back(ParseJson("", line)); };
+    const auto takeEvent = [&take](EventView view) {
         view.call.key.reset();
-        actual.push_back(EventJson(view));
+        take(EventJson(view));
     };
-    const auto takeFault = [&actual](const Fault& fault) { actual.push_back(*fault.record); };
+    const auto takeFault = [&take](const Fault& fault) { take(fault.record); };
     Replayer replayer(scripts, input, takeEvent, takeFault, progress);
     Explainer explainer(Format::Text, output, replayer.Root(), replayer.Places(), "");
     replayer.SetExplainer(explainer);

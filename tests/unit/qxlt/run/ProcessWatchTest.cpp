@@ -22,7 +22,7 @@ public:
     std::string Look() {
         std::string text;
         for (const ProcessChange& change : watch.Look("a")) {
-            const JsonObject json = ChangesJson({change});
+            const JsonObject json = ParseJson("changes", ChangesJson({change}));
             text += (text.empty() ? "" : ", ") + std::to_string(change.pid) + " " + json[0]["state"].get<std::string>();
             if (!change.reason.empty()) text += ": " + change.reason;
         }

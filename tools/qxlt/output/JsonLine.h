@@ -1,0 +1,87 @@
+// JSON as the tool writes it: an object on one line, for programs that read the tool's output. It is written from front
+// to back into one text. Some results have a line for each traced call, and a tree of values for each of them would
+// take many times as long as all other work for it.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <type_traits>
+#include <vector>
+
+namespace qxlt {
+
+// Keys stand in the order in which they are added; nothing looks for one that is there already. Keys are written as
+// they are: they hold nothing that needs an escape.
+class JsonLine final {
+public:
+    // Begins the object that the line is: with nothing, or with what kind of record it is.
+    JsonLine();
+    explicit JsonLine(std::string_view record);
+    JsonLine(const JsonLine&) = delete;
+    JsonLine& operator=(const JsonLine&) = delete;
+
+    // Ends that object. Returns the line without its end.
+    std::string Finish() &&;
+
+    // A whole number, or true or false.
+    template <typename Number, typename = std::enable_if_t<std::is_integral_v<Number>>>
+    void Add(std::string_view key, Number number) {
+        Key(key);
+        AddNumber(number);
+    }
+    void AddNull(std::string_view key);
+
+    // Text. Where it is not UTF-8 it is repaired, and all its bytes follow in hex under the same key with "Hex"
+    // appended.
+    void AddText(std::string_view key, std::string_view text);
+
+    // The same for a list of texts: when one of them is not UTF-8, a list of all of them in hex follows.
+    void AddTexts(std::string_view key, const std::vector<std::string>& texts);
+
+    // Bytes in hex, and numbers in a list.
+    void AddHex(std::string_view key, std::string_view bytes);
+    template <typename Number>
+    void AddNumbers(std::string_view key, const std::vector<Number>& numbers) {
+        BeginList(key);
+        for (const Number number : numbers) {
+            Separate();
+            AddNumber(number);
+        }
+        EndList();
+    }
+
+    // A value that was written already, or the keys of such an object.
+    void AddJson(std::string_view key, std::string_view json);
+    void AddKeysOf(std::string_view object);
+
+    // What is added until the end belongs to the object, or to the list.
+    void BeginObject(std::string_view key);
+    void BeginList(std::string_view key);
+    void EndObject() { m_text += '}'; }
+    void EndList() { m_text += ']'; }
+
+    // The same for what stands in a list: another object, list, or value that was written already.
+    void BeginObject();
+    void BeginList();
+    void AddJson(std::string_view json);
+
+private:
+    void Separate();
+    void Key(std::string_view key);
+    void Quote(std::string_view text);
+    void AppendHex(std::string_view bytes);
+    void AddNumber(bool value) { m_text += value ? "true" : "false"; }
+    template <typename Number>
+    void AddNumber(Number number) {
+        if constexpr (std::is_signed_v<Number>)
+            AppendSigned(number);
+        else
+            AppendUnsigned(number);
+    }
+    void AppendSigned(long long number);
+    void AppendUnsigned(unsigned long long number);
+
+    std::string m_text;
+};
+
+}  // namespace qxlt
