@@ -76,7 +76,7 @@ private:
         return decoded.Whole();
     }
 
-    void Identify(const std::vector<char>& dump) {
+    void Identify(std::vector<char>& dump) {
         const DumpHeader header = HeaderOf(dump).value_or(DumpHeader());
         m_process = header.process;
         if (header.process.empty()) return;

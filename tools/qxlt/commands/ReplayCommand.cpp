@@ -46,7 +46,8 @@ void ChooseRecordingOf(const ReplayOptions& options, ReplayInput& input) {
     if (!options.inputs.empty()) throw Failure(kCannotStart, "--recording is the input; leave out the others");
     input.dumps = {ChooseRecording(options.recording)};
     RequireReadable(input.dumps);
-    const DumpHeader header = HeaderOf(ReadDump(input.dumps.front())).value_or(DumpHeader());
+    std::vector<char> dump = ReadDump(input.dumps.front());
+    const DumpHeader header = HeaderOf(dump).value_or(DumpHeader());
     input.process = options.process.empty() ? header.process + "=" + std::to_string(header.pid) : options.process;
 }
 

@@ -1,33 +1,43 @@
 #include "DumpHeader.h"
 
+#include <exception>
 #include <memory>
 #include <utility>
 
-#include "QxCycle.h"
 #include "QxObservedData.h"
+#include "QxParser.h"
 
 namespace qxlt {
 
 namespace {
 
+// A header on its way in ends the decoding.
 class HeaderStore final : public QxObservedData {
 public:
-    void AppendHeader(unsigned short pid, std::string process, std::string qxVersion, std::string swBuildString,
-                      std::string swVersionModel, std::string extraField1, std::string extraField2) override {
-        if (!header) header = DumpHeader{process, pid};
-        QxData::AppendHeader(pid, std::move(process), std::move(qxVersion), std::move(swBuildString),
-                             std::move(swVersionModel), std::move(extraField1), std::move(extraField2));
+    void AppendHeader(unsigned short pid, std::string process, std::string, std::string, std::string, std::string,
+                      std::string) override {
+        throw DumpHeader{std::move(process), pid};
     }
-
-    std::optional<DumpHeader> header;
 };
+
+void Decode(std::vector<char>& dump) {
+    std::pair<int, char*> bytes(static_cast<int>(dump.size()), dump.data());
+    QxParser parser(nullptr, nullptr);
+    parser.Parse(bytes, std::make_shared<HeaderStore>());
+    parser.Extract();
+}
 
 }  // namespace
 
-std::optional<DumpHeader> HeaderOf(std::vector<char> dump) {
-    const auto store = std::make_shared<HeaderStore>();
-    QxCycle(nullptr, nullptr, store).Decode(std::string(), dump);
-    return store->header;
+std::optional<DumpHeader> HeaderOf(std::vector<char>& dump) {
+    try {
+        Decode(dump);
+    } catch (const DumpHeader& header) {
+        return header;
+    } catch (const std::exception&) {
+        // Whoever decodes the dump for its calls meets it as well, and tells of it.
+    }
+    return std::nullopt;
 }
 
 std::optional<std::uint32_t> WholeProcessId(const std::string& qxVersion, const std::string& extraField1) {

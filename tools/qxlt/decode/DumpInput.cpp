@@ -25,8 +25,7 @@ void RequireReadable(const std::vector<std::string>& files) {
 
 std::vector<char> ReadDump(const std::string& file) {
     if (IsRecording(file)) return DumpRecordings({file});
-    const std::string content = ReadFile(file);
-    return {content.begin(), content.end()};
+    return ReadBytes(file);
 }
 
 }  // namespace qxlt

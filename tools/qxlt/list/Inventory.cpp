@@ -74,7 +74,8 @@ public:
 
 private:
     std::string Identify(const std::string& file) {
-        const DumpHeader header = HeaderOf(ReadDump(file)).value_or(DumpHeader());
+        std::vector<char> dump = ReadDump(file);
+        const DumpHeader header = HeaderOf(dump).value_or(DumpHeader());
         m_names.Add(header.process, header.pid);
         m_names.Register(*m_store);
         return header.process;

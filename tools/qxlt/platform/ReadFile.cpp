@@ -18,7 +18,8 @@ namespace {
 constexpr std::size_t kReadSize = 65536;
 
 // Appends up to one more piece than `most` bytes take. Returns why it stopped before the end; empty: it did not.
-std::string ReadInto(std::string& content, const std::string& path, std::size_t most) {
+template <typename Content>
+std::string ReadInto(Content& content, const std::string& path, std::size_t most) {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
     if (!file.IsOpen()) return std::strerror(errno);
     for (;;) {
@@ -33,13 +34,22 @@ std::string ReadInto(std::string& content, const std::string& path, std::size_t 
     }
 }
 
-}  // namespace
-
-std::string ReadFile(const std::string& path, std::size_t most) {
-    std::string content;
+template <typename Content>
+Content Read(const std::string& path, std::size_t most) {
+    Content content;
     const std::string problem = ReadInto(content, path, most);
     if (!problem.empty()) throw Failure(kCannotStart, path + ": " + problem + "; name a file that can be read");
     return content;
+}
+
+}  // namespace
+
+std::string ReadFile(const std::string& path, std::size_t most) {
+    return Read<std::string>(path, most);
+}
+
+std::vector<char> ReadBytes(const std::string& path) {
+    return Read<std::vector<char>>(path, kMaxFileSize);
 }
 
 std::string ReadFileIfThere(const std::string& path) {
