@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
+#include <map>
 #include <memory>
 
 #include "DecodeLines.h"
@@ -65,9 +66,8 @@ private:
         std::vector<char> dump = ReadDump(file);
         if (!m_isNamed) Identify(dump);
         const QxCycle::Decoded decoded = QxCycle(nullptr, nullptr, m_store).Decode(m_process, dump);
-        for (const auto& [key, call] : *m_store->GetCallIMap()) PrintCall(key, call);
-        m_output.Line(
-            EndLine(m_format, {file, dump.size(), m_store->GetCallIMap()->size(), decoded.parsed, decoded.extracted}));
+        const std::size_t calls = PrintCalls();
+        m_output.Line(EndLine(m_format, {file, dump.size(), calls, decoded.parsed, decoded.extracted}));
         m_store->clearCalls();
         if (!decoded.Whole()) {
             PrintFault(DamageFault(file, file, decoded));
@@ -87,6 +87,19 @@ private:
     void ShowProgress() {
         m_progress.Show("dump " + std::to_string(m_number) + " of " + std::to_string(m_dumps.size()) + ", " +
                         Counted(m_calls, "call"));
+    }
+
+    // A call is dropped when it is printed: a dump may have millions, and giving back what the processor has just read
+    // takes a fraction of the time of going through all of it once more.
+    std::size_t PrintCalls() {
+        std::map<unsigned long long, IQxData::HSCall>& calls = *m_store->GetCallIMap();
+        const std::size_t count = calls.size();
+        while (!calls.empty()) {
+            const auto first = calls.begin();
+            PrintCall(first->first, first->second);
+            calls.erase(first);
+        }
+        return count;
     }
 
     void PrintCall(unsigned long long key, const IQxData::HSCall& call) {

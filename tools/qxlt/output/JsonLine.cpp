@@ -11,9 +11,7 @@ namespace qxlt {
 
 namespace {
 
-constexpr std::size_t kUsualLength = 512;  // of most calls: the text then grows once
-constexpr std::size_t kMostDigits = 20;    // of a number of 64 bits, or its sign and one digit less
-constexpr char kHexDigits[] = "0123456789abcdef";
+constexpr std::size_t kMostDigits = 20;  // of a number of 64 bits, or its sign and one digit less
 
 // Which bytes stand for themselves between quotes, in whatever text they are.
 constexpr std::array<bool, 256> PlainBytes() {
@@ -22,6 +20,18 @@ constexpr std::array<bool, 256> PlainBytes() {
     return plain;
 }
 constexpr std::array<bool, 256> kPlain = PlainBytes();
+
+// The two digits of each byte.
+constexpr std::array<char, 512> HexPairs() {
+    constexpr char digits[] = "0123456789abcdef";
+    std::array<char, 512> pairs{};
+    for (std::size_t byte = 0; byte < 256; ++byte) {
+        pairs[byte * 2] = digits[byte >> 4];
+        pairs[byte * 2 + 1] = digits[byte & 0x0F];
+    }
+    return pairs;
+}
+constexpr std::array<char, 512> kHexPairs = HexPairs();
 
 bool IsPlain(char byte) {
     return kPlain[static_cast<unsigned char>(byte)];
@@ -58,78 +68,44 @@ std::string Escape(char byte) {
 
 }  // namespace
 
-JsonLine::JsonLine() {
-    m_text.reserve(kUsualLength);
-    m_text += '{';
-}
-
-JsonLine::JsonLine(std::string_view record) : JsonLine() {
-    AddText("record", record);
-}
-
 std::string JsonLine::Finish() && {
     EndObject();
+    m_text.resize(m_length);
     return std::move(m_text);
 }
 
-// Behind the first value of an object or a list.
-void JsonLine::Separate() {
-    const char last = m_text.back();
-    if (last != '{' && last != '[') m_text += ',';
-}
-
-void JsonLine::Key(std::string_view key) {
-    Separate();
-    m_text += '"';
-    m_text += key;
-    m_text += "\":";
-}
-
 void JsonLine::Quote(std::string_view text) {
-    m_text += '"';
+    Append("\"");
     while (!text.empty()) {
         const auto* const escaped = std::find_if(text.begin(), text.end(), NeedsEscape);
         const auto plain = static_cast<std::size_t>(escaped - text.begin());
-        m_text += text.substr(0, plain);
+        Append(text.substr(0, plain));
         text.remove_prefix(plain);
         if (text.empty()) break;
-        m_text += Escape(text.front());
+        Append(Escape(text.front()));
         text.remove_prefix(1);
     }
-    m_text += '"';
-}
-
-void JsonLine::AppendHex(std::string_view bytes) {
-    const std::size_t begin = m_text.size();
-    m_text.resize(begin + bytes.size() * 2);
-    char* digit = &m_text[begin];
-    for (const char byte : bytes) {
-        const auto value = static_cast<unsigned char>(byte);
-        *digit++ = kHexDigits[value >> 4];
-        *digit++ = kHexDigits[value & 0x0F];
-    }
+    Append("\"");
 }
 
 void JsonLine::AppendSigned(long long number) {
-    std::array<char, kMostDigits> digits;
-    m_text.append(digits.data(), std::to_chars(digits.begin(), digits.end(), number).ptr);
+    char* const begin = Room(kMostDigits);
+    m_length += static_cast<std::size_t>(std::to_chars(begin, begin + kMostDigits, number).ptr - begin);
 }
 
 void JsonLine::AppendUnsigned(unsigned long long number) {
-    std::array<char, kMostDigits> digits;
-    m_text.append(digits.data(), std::to_chars(digits.begin(), digits.end(), number).ptr);
-}
-
-void JsonLine::AddNull(std::string_view key) {
-    AddJson(key, "null");
+    char* const begin = Room(kMostDigits);
+    m_length += static_cast<std::size_t>(std::to_chars(begin, begin + kMostDigits, number).ptr - begin);
 }
 
 void JsonLine::AddText(std::string_view key, std::string_view text) {
     Key(key);
     if (IsPlainText(text)) {
-        m_text += '"';
-        m_text += text;
-        m_text += '"';
+        char* const begin = Room(text.size() + 2);
+        *begin = '"';
+        std::memcpy(begin + 1, text.data(), text.size());
+        begin[text.size() + 1] = '"';
+        m_length += text.size() + 2;
         return;
     }
     const bool isValid = IsUtf8(text);
@@ -155,42 +131,20 @@ void JsonLine::AddTexts(std::string_view key, const std::vector<std::string>& te
 
 void JsonLine::AddHex(std::string_view key, std::string_view bytes) {
     Key(key);
-    m_text += '"';
-    AppendHex(bytes);
-    m_text += '"';
-}
-
-void JsonLine::AddJson(std::string_view key, std::string_view json) {
-    Key(key);
-    m_text += json;
-}
-
-void JsonLine::AddJson(std::string_view json) {
-    Separate();
-    m_text += json;
+    const std::size_t size = bytes.size() * 2 + 2;
+    char* digit = Room(size);
+    *digit++ = '"';
+    for (const char byte : bytes) {
+        std::memcpy(digit, &kHexPairs[static_cast<unsigned char>(byte) * 2U], 2);
+        digit += 2;
+    }
+    *digit = '"';
+    m_length += size;
 }
 
 void JsonLine::AddKeysOf(std::string_view object) {
     const std::string_view keys = object.substr(1, object.size() - 2);
     if (!keys.empty()) AddJson(keys);
-}
-
-void JsonLine::BeginObject(std::string_view key) {
-    Key(key);
-    m_text += '{';
-}
-
-void JsonLine::BeginList(std::string_view key) {
-    Key(key);
-    m_text += '[';
-}
-
-void JsonLine::BeginObject() {
-    AddJson("{");
-}
-
-void JsonLine::BeginList() {
-    AddJson("[");
 }
 
 }  // namespace qxlt

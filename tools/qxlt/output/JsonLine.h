@@ -3,6 +3,8 @@
 // take many times as long as all other work for it.
 #pragma once
 
+#include <cstddef>
+#include <cstring>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -15,8 +17,8 @@ namespace qxlt {
 class JsonLine final {
 public:
     // Begins the object that the line is: with nothing, or with what kind of record it is.
-    JsonLine();
-    explicit JsonLine(std::string_view record);
+    JsonLine() = default;
+    explicit JsonLine(std::string_view record) { AddText("record", record); }
     JsonLine(const JsonLine&) = delete;
     JsonLine& operator=(const JsonLine&) = delete;
 
@@ -29,7 +31,7 @@ public:
         Key(key);
         AddNumber(number);
     }
-    void AddNull(std::string_view key);
+    void AddNull(std::string_view key) { AddJson(key, "null"); }
 
     // Text. Where it is not UTF-8 it is repaired, and all its bytes follow in hex under the same key with "Hex"
     // appended.
@@ -51,26 +53,57 @@ public:
     }
 
     // A value that was written already, or the keys of such an object.
-    void AddJson(std::string_view key, std::string_view json);
+    void AddJson(std::string_view key, std::string_view json) {
+        Key(key);
+        Append(json);
+    }
     void AddKeysOf(std::string_view object);
 
     // What is added until the end belongs to the object, or to the list.
-    void BeginObject(std::string_view key);
-    void BeginList(std::string_view key);
-    void EndObject() { m_text += '}'; }
-    void EndList() { m_text += ']'; }
+    void BeginObject(std::string_view key) { AddJson(key, "{"); }
+    void BeginList(std::string_view key) { AddJson(key, "["); }
+    void EndObject() { Append("}"); }
+    void EndList() { Append("]"); }
 
     // The same for what stands in a list: another object, list, or value that was written already.
-    void BeginObject();
-    void BeginList();
-    void AddJson(std::string_view json);
+    void BeginObject() { AddJson("{"); }
+    void BeginList() { AddJson("["); }
+    void AddJson(std::string_view json) {
+        Separate();
+        Append(json);
+    }
 
 private:
-    void Separate();
-    void Key(std::string_view key);
+    static constexpr std::size_t kUsualLength = 512;  // of most calls: the text then is made once
+
+    // Where that many bytes can be written. They count once m_length does.
+    char* Room(std::size_t size) {
+        if (m_text.size() - m_length < size) m_text.resize((m_text.size() + size) * 2);
+        return &m_text[m_length];
+    }
+    void Append(std::string_view text) {
+        std::memcpy(Room(text.size()), text.data(), text.size());
+        m_length += text.size();
+    }
+
+    // Behind the first value of an object or a list.
+    void Separate() {
+        const char last = m_text[m_length - 1];
+        if (last != '{' && last != '[') Append(",");
+    }
+
+    // Here, so that the length of a key is known where it is added.
+    void Key(std::string_view key) {
+        Separate();
+        char* const begin = Room(key.size() + 3);
+        *begin = '"';
+        std::memcpy(begin + 1, key.data(), key.size());
+        std::memcpy(begin + 1 + key.size(), "\":", 2);
+        m_length += key.size() + 3;
+    }
+
     void Quote(std::string_view text);
-    void AppendHex(std::string_view bytes);
-    void AddNumber(bool value) { m_text += value ? "true" : "false"; }
+    void AddNumber(bool value) { Append(value ? "true" : "false"); }
     template <typename Number>
     void AddNumber(Number number) {
         if constexpr (std::is_signed_v<Number>)
@@ -81,7 +114,8 @@ private:
     void AppendSigned(long long number);
     void AppendUnsigned(unsigned long long number);
 
-    std::string m_text;
+    std::string m_text = std::string(kUsualLength, '{');  // as much of it as is written, and room
+    std::size_t m_length = 1;
 };
 
 }  // namespace qxlt
