@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
-#include <map>
 #include <memory>
 
 #include "DecodeLines.h"
@@ -13,6 +12,7 @@
 #include "ProcessNames.h"
 #include "QxCycle.h"
 #include "RecordingChoice.h"
+#include "TakeCalls.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -66,9 +66,9 @@ private:
         std::vector<char> dump = ReadDump(file);
         if (!m_isNamed) Identify(dump);
         const QxCycle::Decoded decoded = QxCycle(nullptr, nullptr, m_store).Decode(m_process, dump);
-        const std::size_t calls = PrintCalls();
+        const std::size_t calls = m_store->GetCallIMap()->size();
+        TakeCalls(*m_store, [this](unsigned long long key, const IQxData::HSCall& call) { PrintCall(key, call); });
         m_output.Line(EndLine(m_format, {file, dump.size(), calls, decoded.parsed, decoded.extracted}));
-        m_store->clearCalls();
         if (!decoded.Whole()) {
             PrintFault(DamageFault(file, file, decoded));
             m_output.Failed();
@@ -87,19 +87,6 @@ private:
     void ShowProgress() {
         m_progress.Show("dump " + std::to_string(m_number) + " of " + std::to_string(m_dumps.size()) + ", " +
                         Counted(m_calls, "call"));
-    }
-
-    // A call is dropped when it is printed: a dump may have millions, and giving back what the processor has just read
-    // takes a fraction of the time of going through all of it once more.
-    std::size_t PrintCalls() {
-        std::map<unsigned long long, IQxData::HSCall>& calls = *m_store->GetCallIMap();
-        const std::size_t count = calls.size();
-        while (!calls.empty()) {
-            const auto first = calls.begin();
-            PrintCall(first->first, first->second);
-            calls.erase(first);
-        }
-        return count;
     }
 
     void PrintCall(unsigned long long key, const IQxData::HSCall& call) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <set>
 #include <utility>
 
 #include "JsonLine.h"
@@ -56,12 +57,7 @@ EventRecord* Explainer::Find(const IQxData::_HSScriptPtr& event) {
 
 void Explainer::OnCall(unsigned long long, const IQxData::HSCall&, const std::string& callerName) {
     ++m_calls;
-    const auto found = m_methods.find(callerName);
-    if (found != m_methods.end()) {
-        ++found->second;
-    } else if (m_methods.size() < kMaxMethods) {
-        m_methods.emplace(callerName, 1);
-    }
+    if (m_methods.count(callerName) == 0 && m_methods.size() < kMaxMethods) m_methods.insert(callerName);
 }
 
 void Explainer::OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long, const IQxData::HSCall& call,
@@ -149,6 +145,7 @@ Reason Explainer::MethodReason(const Explained& event) const {
     const IQxData::_HSScriptPtr& action = *event.record.Event().parent;
     std::vector<std::string> wanted;
     NearestValues nearest;
+    const std::set<std::string> seenMethods(m_methods.begin(), m_methods.end());  // of equally near ones the first
     for (const IQxData::_HSScriptPtr* const child : action.children) {
         if (!qxscript::IsMethod(child) || child->attributes.empty()) continue;
         const std::string& method = qxscript::MethodNameOf(*child);
@@ -158,7 +155,7 @@ Reason Explainer::MethodReason(const Explained& event) const {
                 Printable(method) + (own ? " was not evaluated" : " goes to another action of that name"), m_calls, {}};
         }
         wanted.push_back(Printable(method));
-        for (const auto& seen : m_methods) nearest.Add(EditDistance(method, seen.first), seen.first);
+        for (const std::string& seen : seenMethods) nearest.Add(EditDistance(method, seen), seen);
     }
     if (wanted.empty()) return {"its action names no method", m_calls, {}};
     return {"no call of " + CommaSeparated(wanted), m_calls, nearest.Values()};

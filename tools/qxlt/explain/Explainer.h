@@ -4,9 +4,9 @@
 
 #include <cstdint>
 #include <deque>
-#include <map>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 
 #include "EventRecord.h"
 #include "Format.h"
@@ -77,7 +77,7 @@ private:
     bool m_quiet = false;
     std::uint64_t m_cycle = 0;
     std::uint64_t m_calls = 0;
-    std::map<std::string, std::uint64_t> m_methods;  // calls seen, by method
+    std::unordered_set<std::string> m_methods;  // that calls were seen of
 };
 
 }  // namespace qxlt

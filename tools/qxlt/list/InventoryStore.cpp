@@ -6,6 +6,7 @@
 #include "DumpHeader.h"
 #include "QxFormat.h"
 #include "ResultType.h"
+#include "TakeCalls.h"
 
 namespace qxlt {
 
@@ -45,10 +46,6 @@ IQxData::HSCall Beginning(const IQxData::HSCall& call) {
     kept.exitTime = call.exitTime;
     kept.args = {Beginning(call.args.in), Beginning(call.args.out), Beginning(call.args.ret)};
     return kept;
-}
-
-bool IsBetter(const IQxData::HSCall& call, const std::optional<IQxData::HSCall>& example) {
-    return !example || Shown(call) > Shown(*example);
 }
 
 const std::string& NameOf(const std::vector<RecordedProcess>& processes, unsigned short pid) {
@@ -98,17 +95,30 @@ void InventoryStore::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
     m_layouts[std::move(name)] = std::move(desc);
 }
 
-// A call whose site was not described stands for no method.
-void InventoryStore::CountCalls() {
-    for (const auto& [key, call] : *GetCallIMap()) {
+// A call whose site was not described stands for no method; it has none. Names are looked up once for each location.
+InventoryStore::Site* InventoryStore::SiteOf(const HSCall& call, KnownSites& known) {
+    const auto [entry, isNew] = known.try_emplace(std::uint64_t{call.pid} << 32 | call.locId, nullptr);
+    if (isNew) {
         const auto found = m_sites.find(KeyOf(call.pid, Location(call.locId, call.pid).site));
-        if (found == m_sites.end()) continue;
-        Site& site = found->second;
-        ++site.calls;
-        site.mostIn = std::max(site.mostIn, call.args.in.size());
-        if (IsBetter(call, site.example)) site.example = Beginning(call);
+        if (found != m_sites.end()) entry->second = &found->second;
     }
-    clearCalls();
+    return entry->second;
+}
+
+void InventoryStore::CountCalls() {
+    KnownSites known;
+    TakeCalls(*this, [&](unsigned long long, const HSCall& call) {
+        if (Site* const site = SiteOf(call, known)) Count(call, *site);
+    });
+}
+
+void InventoryStore::Count(const HSCall& call, Site& site) {
+    ++site.calls;
+    site.mostIn = std::max(site.mostIn, call.args.in.size());
+    const std::ptrdiff_t shown = Shown(call);
+    if (site.example && shown <= site.shown) return;
+    site.example = Beginning(call);
+    site.shown = shown;
 }
 
 std::vector<std::uint32_t> InventoryStore::ProcessIds(unsigned short pid) const {

@@ -2,10 +2,12 @@
 // the number of calls and one example. What the store refuses is not noted.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <map>
 #include <string>
 #include <tuple>
+#include <unordered_map>
 
 #include "Inventory.h"
 #include "QxObservedData.h"
@@ -45,15 +47,20 @@ private:
         std::uint64_t calls = 0;
         std::size_t mostIn = 0;
         std::optional<HSCall> example;  // the beginnings of its values
+        std::ptrdiff_t shown = 0;       // how many of those values show something
     };
+    using Sites = std::map<SiteKey, Site>;
+    using KnownSites = std::unordered_map<std::uint64_t, Site*>;  // by process and number, of the calls of one dump
 
     static SiteKey KeyOf(unsigned short pid, const _HSCallLocation& location);
+    static void Count(const HSCall& call, Site& site);
+    Site* SiteOf(const HSCall& call, KnownSites& known);
     RecordedMethod MethodOf(const SiteKey& key, const Site& site) const;
     void AddResult(RecordedMethod& method) const;
     RecordedValue ValueOf(const std::string& type, std::size_t argument, unsigned int size) const;
 
     std::map<std::string, _HSCompArgDesc> m_layouts;
-    std::map<SiteKey, Site> m_sites;
+    Sites m_sites;
     std::map<HSIThreadId, RecordedThread> m_threads;
     std::uint64_t m_records = 0;            // but for calls
     std::optional<std::uint32_t> m_header;  // the process of the dump's last header
