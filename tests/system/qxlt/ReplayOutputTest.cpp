@@ -5,6 +5,7 @@
 
 #include <fstream>
 
+#include "Captures.h"
 #include "Child.h"
 #include "DumpWriter.h"
 #include "Workplace.h"
@@ -205,6 +206,34 @@ TEST(Replay, NeedsNoMoreMemoryForManyCycles) {
     const ToolResult many = RunTool(arguments, setup);
     EXPECT_EQ(many.status, 0);
     EXPECT_LT(many.largestSize, two.largestSize * 5 / 4);
+}
+
+// A capture of a long run holds any number of cycles; what is held of them is one.
+TEST(Replay, NeedsNoMoreMemoryForALongCapture) {
+    const Workplace place;
+    const std::string script = place.Write("v.xml", VolumeScript(kEveryVolume));
+    const std::string dump = VolumeDump(std::vector<int>(20000, 5));
+    Child::Setup setup;
+    setup.output = "/dev/null";
+    setup.environment = {{"ASAN_OPTIONS", "quarantine_size_mb=1"}};  // a sanitizer keeps what was freed
+    const auto capture = [&](const std::string& name, int cycles) {
+        place.Write(name + "/capture.json", CaptureFile("\"m\":7"));
+        for (int i = 1; i <= cycles; ++i) {
+            const std::string number = std::to_string(i);
+            place.Write(name + "/" + std::string(6 - number.size(), '0') + number + "/m.qxdump", dump);
+        }
+        return place.At(name);
+    };
+    const std::string few = capture("few", 3);
+    const std::string many = capture("many", 24);
+    const std::vector<std::vector<std::string>> commands = {{"replay", "-s", script, few}, {"list", few}};
+    for (std::vector<std::string> command : commands) {
+        const ToolResult shortRun = RunTool(command, setup);
+        command.back() = many;
+        const ToolResult longRun = RunTool(command, setup);
+        EXPECT_EQ(longRun.status, 0) << command.front();
+        EXPECT_LT(longRun.largestSize, shortRun.largestSize * 5 / 4) << command.front();
+    }
 }
 
 }  // namespace
