@@ -135,7 +135,7 @@ void JsonLine::AddHex(std::string_view key, std::string_view bytes) {
     char* digit = Room(size);
     *digit++ = '"';
     for (const char byte : bytes) {
-        std::memcpy(digit, &kHexPairs[static_cast<unsigned char>(byte) * 2U], 2);
+        std::memcpy(digit, &kHexPairs[std::size_t{static_cast<unsigned char>(byte)} * 2], 2);
         digit += 2;
     }
     *digit = '"';
