@@ -8,6 +8,7 @@
 
 #include "qx/detail/encoder.h"
 #include "qx/detail/format.h"
+#include "qx/detail/lists.h"
 #include "qx/detail/site.h"
 #include "qx/detail/values.h"
 
