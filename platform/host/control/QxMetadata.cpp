@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::size_t kMaxNameSize = 4096;
 constexpr std::size_t kMaxArguments = 1024;
-constexpr std::size_t kMaxIntegerSize = 8;
+constexpr std::size_t kMaxNumberSize = 16;  // of a long double
 constexpr std::size_t kLengthSize = 4;
 constexpr unsigned kMaxDepth = 60;  // the decoder goes 64 deep
 
@@ -174,7 +174,7 @@ QxType QxMetadata::ReadType(QxByteReader& record) const {
         const auto found = m_byName.find(type.name);
         if (found == m_byName.end() || found->second == nullptr) throw QxDamage("a type has no layout");
         type.descriptor = found->second;
-    } else if (type.size != QxType::kVariable && (type.size == 0 || type.size > kMaxIntegerSize)) {
+    } else if (type.size != QxType::kVariable && (type.size == 0 || type.size > kMaxNumberSize)) {
         throw QxDamage("a type has no valid size");
     }
     return type;

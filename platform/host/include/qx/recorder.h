@@ -33,13 +33,22 @@
 // QX_RECORDER_DISABLED defined has no call sites at all; the whole of a program should agree on it, since functions in
 // headers that contain call sites must not differ between its files.
 //
-// Values: integers of 1 to 8 bytes, bool, enumerations; texts (std::string, std::string_view, const char*, at most
-// kMaxText (8,192) bytes, the rest is cut); structs made known by QX_TRACE_STRUCT, also nested; vectors of all these
-// (at most kMaxElements (1,000) elements, the rest is cut). The trace format knows no list inside a value: a vector
-// that is a member of a struct or an element of a vector is recorded as one run of bytes (of kMaxText at most, whole
-// elements only), integers one after the other, texts with a zero byte after each; there it may not hold structs or
-// vectors. A log item takes integers and texts only, and records an empty text as a single zero byte, since the format
-// drops empty values there and the values after it would move up.
+// Values:
+//
+//     numbers    integers of 1 to 8 bytes, bool, enumerations, float, double, long double (as many bytes as it has on
+//                this machine), spans of std::chrono (the number of their units, by which the type goes), and
+//                addresses: all pointers but those to characters
+//     texts      std::string, std::string_view, const char*, and enumerations with QX_TRACE_ENUM, which go by their
+//                names; at most kMaxText (8,192) bytes, the rest is cut
+//     structs    made known by QX_TRACE_STRUCT, also nested
+//     lists      of all these: std::vector, std::array, C arrays, sets; maps, which read as key, value, key, value; and
+//                std::optional, a list of one at most. At most kMaxElements (1,000) elements, the rest is cut
+//
+// The compiler says of other types that QX_TRACE_STRUCT is missing for them. The trace format knows no list inside a
+// value: a list that is a member of a struct or an element of a list is recorded as one run of bytes (of kMaxText at
+// most, whole elements only), numbers one after the other, texts with a zero byte after each; there it may not hold
+// structs or lists. A log item takes numbers and texts only, and records an empty text as a single zero byte, since the
+// format drops empty values there and the values after it would move up.
 #pragma once
 
 #include <cstddef>
@@ -189,4 +198,14 @@ recorder::detail::Marked<T, recorder::detail::kAtEntry | recorder::detail::kAtEx
         static void ForEach(Visitor&& visit) {      \
             QX_DETAIL_EACH(__VA_ARGS__)             \
         }                                           \
+    };
+
+// Has the values of an enumeration go by their names: QX_TRACE_ENUM(Color, Color::Red, Color::Green). Stands at global
+// namespace scope, before the first use of the type in a traced call. A value that is not listed goes by its number.
+#define QX_TRACE_ENUM(TYPE, ...)                                     \
+    template <>                                                      \
+    struct qx::recorder::EnumTrait<TYPE> {                           \
+        static constexpr TYPE kValues[] = {__VA_ARGS__};             \
+        static const char* Name() { return #TYPE; }                  \
+        static const char* Names() noexcept { return #__VA_ARGS__; } \
     };

@@ -40,7 +40,7 @@ TEST(QxMetadata, RefusesWhatNoRecorderWrites) {
     } rows[] = {
         {Layout("A", "A", 16382), "a type has no layout"},
         {Layout("A", "int", 0), "a type has no valid size"},
-        {Layout("A", "int", 9), "a type has no valid size"},
+        {Layout("A", "int", 17), "a type has no valid size"},
         {Layout("L", "int", 4, true) + Layout("A", "L", 16382), "a list lies within a layout"},
         {Record(kMetaDescriptor, std::string("\1A\0\0", 4)), "a layout has no members"},
         {Record(static_cast<MetaKind>(9), ""), "its metadata holds a record of no known kind"},
@@ -105,6 +105,7 @@ TEST(QxMetadata, EachPartHasItsLimit) {
     EXPECT_EQ(Refusal(Site("m", 1, 3)), "none");
     EXPECT_EQ(Refusal(Site("m", 1, 4)), "an argument has unknown flags");
     EXPECT_EQ(Refusal(Layout("A", "int", 8)), "none");
+    EXPECT_EQ(Refusal(Layout("A", "long double", 16)), "none");
     EXPECT_EQ(Refusal(Layout("A", "int", 4, false, 1025)), "a call site or layout has too many parts");
 }
 

@@ -6,7 +6,9 @@
 #include <type_traits>
 #include <utility>
 
+#include "qx/detail/durations.h"
 #include "qx/detail/encoder.h"
+#include "qx/detail/enums.h"
 #include "qx/detail/format.h"
 #include "qx/detail/lists.h"
 #include "qx/detail/site.h"
@@ -21,6 +23,7 @@ template <class T, unsigned Flags>
 struct Marked {
     static constexpr unsigned kFlags = Flags;
     using Of = T;
+    QX_DETAIL_LOOK_AT(T);
     const T* value;  // not owned; an In argument is read at entry only
 };
 
@@ -36,7 +39,7 @@ void EncodeIf(Encoder& encoder, const Marked<T, Flags>& argument) noexcept {
 
 template <class T>
 void DescribeLogValue(Location& location) {
-    static_assert(kIsInteger<T> || kIsText<T>, "a log item takes integers and texts only");
+    static_assert(Value<T>::kIsPlain, "a log item takes numbers and texts only");
     Type type = Value<T>::AsMember(location);
     location.arguments.push_back({std::move(type), kAtEntry});
 }
@@ -47,7 +50,7 @@ void EncodeLogValue(Encoder& encoder, const T& value) noexcept {
         const std::string_view text = TextOf(value);
         Value<std::string_view>::Encode(encoder, text.empty() ? std::string_view("\0", 1) : text);
     } else {
-        Value<T>::Encode(encoder, value);
+        Value<T>::EncodeMember(encoder, value);
     }
 }
 
@@ -71,6 +74,8 @@ void LogItem(Site& site, const char* package, const char* method, const Values&.
 // The scope of a traced call; QX_CALL and QX_CALL_RETURNS make one. `Result` is void or the type of the result.
 template <class Result, class... Arguments>
 class Call {
+    QX_DETAIL_LOOK_AT(Result);
+
 public:
     // In line stands what a call costs whose recording is off.
     __attribute__((always_inline))
@@ -139,6 +144,8 @@ Call<Result, Arguments...> MakeCall(detail::Site& site, const char* package, con
 // What QX_CALL and QX_CALL_RETURNS make where call sites are compiled out.
 template <class Result>
 class NoCall {
+    QX_DETAIL_LOOK_AT(Result);
+
 public:
     template <class R = Result>
     R Return(std::enable_if_t<true, R> result) const noexcept {
