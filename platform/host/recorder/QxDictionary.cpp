@@ -47,7 +47,7 @@ std::string EncodeDescriptor(const detail::Descriptor& descriptor) {
 }  // namespace
 
 std::uint32_t QxDictionary::NumberSite(const detail::Site& site, const char* package, const char* method,
-                                       detail::Describe describe) {
+                                       const Describe& describe) {
     detail::Location location;
     describe(location);
     for (const detail::Descriptor& descriptor : location.descriptors) {

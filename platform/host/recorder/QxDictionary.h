@@ -21,12 +21,15 @@ public:
     // Takes a record that is new, or returns false when it has no room for it.
     using Sink = std::function<bool(qxlayout::MetaKind kind, const std::string& content)>;
 
+    // Says what the values of a call site are.
+    using Describe = std::function<void(qx::recorder::detail::Location& location)>;
+
     // A sink of the size of a pointer is kept without allocating.
     explicit QxDictionary(Sink sink) : m_sink(std::move(sink)) {}
 
     // Numbers a call site, and hands the sink what it needs to be read. 0 when there is no room for it.
     std::uint32_t NumberSite(const qx::recorder::detail::Site& site, const char* package, const char* method,
-                             qx::recorder::detail::Describe describe);
+                             const Describe& describe);
 
     // Numbers a thread's name: the one without name, 0, when there is no room for it.
     std::uint32_t NumberName(const std::string& name);

@@ -15,7 +15,7 @@
 #include "QxSignalGuard.h"
 
 // Constant-initialised: call sites may be passed before the recorder is made.
-std::atomic<bool> qx::recorder::detail::g_isEnabled{true};
+std::atomic<bool> qx::recorder::detail::qx_recorder_switch{true};
 __thread qx::recorder::detail::Place qx::recorder::detail::t_place;
 
 namespace qxhost {
@@ -337,8 +337,25 @@ bool QxRecorder::Append(MetaKind kind, const std::string& content) {
     return t_state.isForked || (m_recording != nullptr && m_recording->AppendMetadata(kind, content));
 }
 
+unsigned char* QxRecorder::MemoryForEntry(detail::Site& site, const char* package, const char* method,
+                                          const Describe& describe) {
+    QxRing* ring = RingForRecord();
+    if (ring == nullptr) return nullptr;
+    std::uint32_t id = site.id.load(std::memory_order_acquire);
+    if (id == 0) {
+        id = Register(site, package, method, describe);
+        ring = RingForRecord();
+        if (ring == nullptr) return nullptr;
+    }
+    if (id == detail::kRefusedSite || detail::t_place.memory == nullptr) {
+        ring->CountRefused();
+        return nullptr;
+    }
+    return detail::TakeMemory();
+}
+
 std::uint32_t QxRecorder::Register(detail::Site& site, const char* package, const char* method,
-                                   detail::Describe describe) {
+                                   const Describe& describe) {
     const Section section(*this);
     try {
         std::uint32_t number = m_dictionary.NumberSite(site, package, method, describe);

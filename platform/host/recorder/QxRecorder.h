@@ -26,6 +26,7 @@ public:
     using Counters = qx::recorder::Counters;
     using Options = qx::recorder::Options;
     using ThreadCounters = qx::recorder::ThreadCounters;
+    using Describe = QxDictionary::Describe;
 
     // The process's recorder. Never destroyed: threads may record while the process ends. Making it allocates nothing,
     // since the program's allocation may be traced.
@@ -46,10 +47,10 @@ public:
 
     void NameThread(const std::string& name);
 
-    // Numbers a call site and keeps the number in it. Returns the number, or qx::recorder::detail::kRefusedSite. The
-    // ring that the thread had may be gone afterwards.
-    std::uint32_t Register(qx::recorder::detail::Site& site, const char* package, const char* method,
-                           qx::recorder::detail::Describe describe);
+    // The memory for the values of an entry or log item, whose call site is numbered first where it is not yet, and has
+    // its number kept in it. Null when the record is refused (and counted).
+    unsigned char* MemoryForEntry(qx::recorder::detail::Site& site, const char* package, const char* method,
+                                  const Describe& describe);
 
 private:
     class Section;
@@ -73,6 +74,10 @@ private:
     static void AfterForkInParent();
     static void AfterForkInChild();
 
+    // Numbers a call site and keeps the number in it. Returns the number, or qx::recorder::detail::kRefusedSite. The
+    // ring that the thread had may be gone afterwards.
+    std::uint32_t Register(qx::recorder::detail::Site& site, const char* package, const char* method,
+                           const Describe& describe);
     void Attach();
     bool EnsureRecording();
     Slot* FreeSlot();

@@ -13,7 +13,7 @@ bool Configure(const Options& options) {
 }
 
 void SetEnabled(bool isEnabled) noexcept {
-    detail::g_isEnabled.store(isEnabled, std::memory_order_relaxed);
+    detail::qx_recorder_switch.store(isEnabled, std::memory_order_relaxed);
 }
 
 bool IsEnabled() noexcept {
@@ -61,20 +61,7 @@ std::uint64_t Append(QxRing& ring, std::uint32_t site, Written values, qxlayout:
 }  // namespace
 
 unsigned char* AskForEntry(Site& site, const char* package, const char* method, Describe describe) noexcept {
-    QxRecorder& recorder = QxRecorder::Instance();
-    QxRing* ring = recorder.RingForRecord();
-    if (ring == nullptr) return nullptr;
-    std::uint32_t id = site.id.load(std::memory_order_acquire);
-    if (id == 0) {
-        id = recorder.Register(site, package, method, describe);
-        ring = recorder.RingForRecord();
-        if (ring == nullptr) return nullptr;
-    }
-    if (id == kRefusedSite || t_place.memory == nullptr) {
-        ring->CountRefused();
-        return nullptr;
-    }
-    return TakeMemory();
+    return QxRecorder::Instance().MemoryForEntry(site, package, method, describe);
 }
 
 // A signal's handler may have forked while the record was prepared: in the child there is no ring.

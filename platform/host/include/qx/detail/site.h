@@ -54,9 +54,10 @@ struct Ticket {
 using Describe = void (*)(Location&);
 
 // Whether call sites record. Each of them looks at it in line: where recording is switched off, that is all it does.
-extern QX_RECORDER_API std::atomic<bool> g_isEnabled;
+// Call sites in C know it by the same name.
+extern "C" QX_RECORDER_API std::atomic<bool> qx_recorder_switch;
 inline bool IsEnabled() noexcept {
-    return g_isEnabled.load(std::memory_order_relaxed);
+    return qx_recorder_switch.load(std::memory_order_relaxed);
 }
 
 // What the calling thread records with.
