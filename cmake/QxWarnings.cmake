@@ -11,7 +11,7 @@ target_compile_options(
               -Wconversion
               -Wsign-conversion
               -Wshadow
-              -Wold-style-cast
-              -Wnon-virtual-dtor
-              -Woverloaded-virtual
+              $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
+              $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
+              $<$<COMPILE_LANGUAGE:CXX>:-Woverloaded-virtual>
               $<$<BOOL:${QX_WARNINGS_AS_ERRORS}>:-Werror>)
