@@ -189,23 +189,23 @@ recorder::detail::Marked<T, recorder::detail::kAtEntry | recorder::detail::kAtEx
 
 // Makes a struct known, with the members to record (1 to 16): QX_TRACE_STRUCT(Type, member...). Stands at global
 // namespace scope, before the first use of the struct in a traced call. The type goes by the name that is given here.
-#define QX_TRACE_STRUCT(TYPE, ...)                  \
-    template <>                                     \
-    struct qx::recorder::StructTrait<TYPE> {        \
-        using Struct = TYPE;                        \
-        static const char* Name() { return #TYPE; } \
-        template <class Visitor>                    \
-        static void ForEach(Visitor&& visit) {      \
-            QX_DETAIL_EACH(__VA_ARGS__)             \
-        }                                           \
+#define QX_TRACE_STRUCT(TYPE, ...)                    \
+    template <>                                       \
+    struct qx_traits::StructTrait<TYPE> {             \
+        using QxStruct = TYPE;                        \
+        static const char* QxName() { return #TYPE; } \
+        template <class Visitor>                      \
+        static void QxForEach(Visitor&& visit) {      \
+            QX_DETAIL_EACH(__VA_ARGS__)               \
+        }                                             \
     };
 
 // Has the values of an enumeration go by their names: QX_TRACE_ENUM(Color, Color::Red, Color::Green). Stands at global
 // namespace scope, before the first use of the type in a traced call. A value that is not listed goes by its number.
-#define QX_TRACE_ENUM(TYPE, ...)                                     \
-    template <>                                                      \
-    struct qx::recorder::EnumTrait<TYPE> {                           \
-        static constexpr TYPE kValues[] = {__VA_ARGS__};             \
-        static const char* Name() { return #TYPE; }                  \
-        static const char* Names() noexcept { return #__VA_ARGS__; } \
+#define QX_TRACE_ENUM(TYPE, ...)                                       \
+    template <>                                                        \
+    struct qx_traits::EnumTrait<TYPE> {                                \
+        static constexpr TYPE kQxValues[] = {__VA_ARGS__};             \
+        static const char* QxName() { return #TYPE; }                  \
+        static const char* QxNames() noexcept { return #__VA_ARGS__; } \
     };

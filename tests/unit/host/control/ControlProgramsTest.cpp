@@ -289,10 +289,10 @@ struct Pair {
 };
 }  // namespace other
 template <>
-struct qx::recorder::StructTrait<other::Pair> {
-    static const char* Name() { return "Pair"; }
+struct qx_traits::StructTrait<other::Pair> {
+    static const char* QxName() { return "Pair"; }
     template <class Visitor>
-    static void ForEach(Visitor&& visit) {
+    static void QxForEach(Visitor&& visit) {
         visit("text", &other::Pair::text);
         visit("flag", &other::Pair::flag);
     }

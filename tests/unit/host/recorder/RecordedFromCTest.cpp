@@ -37,20 +37,20 @@ struct Shape {
 }  // namespace
 
 template <>
-struct qx::recorder::StructTrait<Point> {
-    static const char* Name() { return "CPoint"; }
+struct qx_traits::StructTrait<Point> {
+    static const char* QxName() { return "CPoint"; }
     template <class Visitor>
-    static void ForEach(Visitor&& visit) {
+    static void QxForEach(Visitor&& visit) {
         visit("x", &Point::x);
         visit("y", &Point::y);
     }
 };
 
 template <>
-struct qx::recorder::StructTrait<Shape> {
-    static const char* Name() { return "CShape"; }
+struct qx_traits::StructTrait<Shape> {
+    static const char* QxName() { return "CShape"; }
     template <class Visitor>
-    static void ForEach(Visitor&& visit) {
+    static void QxForEach(Visitor&& visit) {
         visit("title", &Shape::title);
         visit("owner", &Shape::owner);
         visit("origin", &Shape::origin);

@@ -20,6 +20,15 @@ enum class State : signed char { Idle, Playing, Broken = -5 };
 
 }  // namespace device
 
+// Names that the recorder uses itself.
+enum class Mode { Off, On };
+struct Options {
+    int value = 1;
+};
+struct Name {
+    int value = 2;
+};
+
 enum Plain { kOff, kOn };
 
 enum class Wide : std::int64_t { Zero };
@@ -47,6 +56,9 @@ struct Reading {
 }  // namespace
 
 QX_TRACE_ENUM(device::State, device::State::Idle, device::State::Playing)
+QX_TRACE_ENUM(Mode, Mode::Off, Mode::On)
+QX_TRACE_STRUCT(Options, value)
+QX_TRACE_STRUCT(Name, value)
 QX_TRACE_ENUM(Plain, kOff, kOn)
 QX_TRACE_ENUM(Wide, Wide::Zero)
 QX_TRACE_ENUM(Large, Large::Zero)
@@ -162,6 +174,16 @@ TEST_F(RecordedTypesTest, EnumerationsWithATableGoByTheirNames) {
     EXPECT_EQ(ArgumentsOf(dump, "Names").argType,
               (Names{"device::State", "device::State", "Plain", "vector<device::State>"}));
     EXPECT_EQ(ArgumentsOf(dump, "Names").retType, "result<device::State>");
+}
+
+TEST_F(RecordedTypesTest, AProgramMayUseTheRecordersOwnNames) {
+    Run("traced", [] { QX_CALL(call, "p", "Own", qx::In(Mode::On), qx::In(Options()), qx::In(Name())); });
+    const DecodedDump dump = Dump("traced", true);
+    const IQxData::HSCall& call = dump.Only("Own");
+    EXPECT_EQ(Bytes(call.args.in.at(0)), "On");
+    EXPECT_EQ(Number(call.args.in.at(1)), 1u);
+    EXPECT_EQ(Number(call.args.in.at(2)), 2u);
+    EXPECT_EQ(ArgumentsOf(dump, "Own").argType, (Names{"Mode", "Options", "Name"}));
 }
 
 TEST(EnumTextTest, EveryNumberFits) {

@@ -16,13 +16,13 @@ struct Hooked {
 };
 
 template <>
-struct qx::recorder::StructTrait<Hooked> {
-    static const char* Name() {
+struct qx_traits::StructTrait<Hooked> {
+    static const char* QxName() {
         if (Hooked::hook) std::exchange(Hooked::hook, nullptr)();
         return "Hooked";
     }
     template <class Visitor>
-    static void ForEach(Visitor&& visit) {
+    static void QxForEach(Visitor&& visit) {
         visit("value", &Hooked::value);
     }
 };

@@ -30,12 +30,12 @@ class EnumText {
 public:
     explicit EnumText(T value) noexcept {
         std::size_t place = 0;
-        for (const T named : EnumTrait<T>::kValues) {
+        for (const T named : EnumTrait<T>::kQxValues) {
             if (named == value) break;
             ++place;
         }
-        if (place < std::size(EnumTrait<T>::kValues))
-            m_name = EnumeratorAt(EnumTrait<T>::Names(), place);
+        if (place < std::size(EnumTrait<T>::kQxValues))
+            m_name = EnumeratorAt(EnumTrait<T>::QxNames(), place);
         else
             WriteNumber(value);
     }
@@ -56,7 +56,7 @@ private:
 
 template <class T>
 struct Value<T, std::enable_if_t<std::is_enum_v<T> && kHasEnumTrait<T>>> : TextValue<T, Value<T>> {
-    static std::string Name() { return EnumTrait<T>::Name(); }
+    static std::string Name() { return EnumTrait<T>::QxName(); }
     static EnumText<T> Text(T value) noexcept { return EnumText<T>(value); }
 };
 

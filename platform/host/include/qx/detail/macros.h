@@ -4,7 +4,7 @@
 #define QX_RECORDER_API __attribute__((visibility("default")))
 
 // Visits each of 1 to 16 members, by name.
-#define QX_DETAIL_VISIT(member) visit(#member, &Struct::member);
+#define QX_DETAIL_VISIT(member) visit(#member, &QxStruct::member);
 #define QX_DETAIL_EXPAND(x) x
 #define QX_DETAIL_PICK(_1, _2, _3, _4, _5, _6, _7, _8, _9, _10, _11, _12, _13, _14, _15, _16, NAME, ...) NAME
 #define QX_DETAIL_EACH(...)                                                                                  \

@@ -15,8 +15,10 @@
 #include "qx/detail/format.h"
 #include "qx/detail/site.h"
 
-namespace qx {
-namespace recorder {
+// What the program's own macros define stands in a namespace that has no other names: within it, the names of the
+// program's types mean what they mean at global scope. So do they within the traits, whose members have names of our
+// own.
+namespace qx_traits {
 
 // How the members of a struct are found; see QX_TRACE_STRUCT.
 template <class T>
@@ -26,7 +28,14 @@ struct StructTrait;
 template <class T>
 struct EnumTrait;
 
+}  // namespace qx_traits
+
+namespace qx {
+namespace recorder {
 namespace detail {
+
+using qx_traits::EnumTrait;
+using qx_traits::StructTrait;
 
 template <class T, class = void>
 constexpr bool kHasEnumTrait = false;
@@ -209,7 +218,7 @@ struct Value<T, std::enable_if_t<(sizeof(StructTrait<T>) > 0)>> {
     static constexpr bool kIsPlain = false;
     static std::vector<Member> Members(Location& location) {
         std::vector<Member> members;
-        StructTrait<T>::ForEach([&](const char* name, auto member) {
+        StructTrait<T>::QxForEach([&](const char* name, auto member) {
             using Of = MemberOf<decltype(std::declval<const T&>().*member)>;
             members.push_back({name, Value<Of>::AsMember(location)});
         });
@@ -217,12 +226,12 @@ struct Value<T, std::enable_if_t<(sizeof(StructTrait<T>) > 0)>> {
     }
     static Type AsArgument(Location& location) {
         std::vector<Member> members = Members(location);
-        location.descriptors.push_back({StructTrait<T>::Name(), false, std::move(members)});
-        return {StructTrait<T>::Name(), kCompositeSize};
+        location.descriptors.push_back({StructTrait<T>::QxName(), false, std::move(members)});
+        return {StructTrait<T>::QxName(), kCompositeSize};
     }
     static Type AsMember(Location& location) { return AsArgument(location); }
     static void Encode(Encoder& encoder, const T& value) noexcept {
-        StructTrait<T>::ForEach([&](const char*, auto member) {
+        StructTrait<T>::QxForEach([&](const char*, auto member) {
             using Of = MemberOf<decltype(value.*member)>;
             Value<Of>::EncodeMember(encoder, value.*member);
         });
