@@ -1,11 +1,14 @@
-// docs/qxlt.md stays true: its commands are run in their order, and they print what it shows.
+// docs/qxlt.md and docs/recording.md stay true: their commands are run in their order, and they print what is shown.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <regex>
+#include <utility>
 
 #include "Child.h"
 #include "CommandNames.h"
@@ -18,7 +21,14 @@ using testing::HasSubstr;
 namespace {
 
 constexpr char kFence[] = "```";
-constexpr char kProgram[] = "media-server";
+
+// What stands for the program of a page, and what it is called here: whoever runs the tests may have it running.
+using Names = std::map<std::string, std::string>;
+
+std::string Renamed(std::string text, const Names& names) {
+    for (const auto& [word, name] : names) text = std::regex_replace(text, std::regex(word), name);
+    return text;
+}
 
 // A fenced block: "sh" holds commands that succeed, "sh fails" one that does not, "text" lines that the block of
 // commands before it prints, among others.
@@ -27,8 +37,7 @@ struct Block {
     std::string text;
 };
 
-// With the program of the page under another name.
-std::vector<Block> ReadBlocks(const std::string& path, const std::string& program = kProgram) {
+std::vector<Block> ReadBlocks(const std::string& path, const Names& names = {}) {
     std::ifstream file(path);
     std::vector<Block> blocks;
     bool inside = false;
@@ -37,7 +46,7 @@ std::vector<Block> ReadBlocks(const std::string& path, const std::string& progra
             inside = !inside;
             if (inside) blocks.push_back({line.substr(sizeof kFence - 1), ""});
         } else if (inside) {
-            blocks.back().text += std::regex_replace(line, std::regex(kProgram), program) + "\n";
+            blocks.back().text += Renamed(line, names) + "\n";
         }
     }
     return blocks;
@@ -58,16 +67,22 @@ std::string Marker(std::size_t block) {
     return "@@ end of block " + std::to_string(block);
 }
 
-std::string ScriptOf(const std::vector<Block>& blocks, const std::string& program) {
+// Nothing but what it says when the block starts no program. A reader of the page takes his time; by then the program
+// has made the calls that `ready` matches in the tool's list.
+std::string WaitFor(const Block& block, const std::string& ready) {
+    std::smatch started;
+    if (!std::regex_search(block.text, started, std::regex("(?:^|\\n)(?:\\./)?([^\\s/]+)[^\\n]* &\\n$"))) return "";
+    return "until qxlt list -p " + started[1].str() + " 2>&1 | grep -qE ' [1-9][0-9]+ calls  " + ready +
+           "'; do :; done\n";
+}
+
+std::string ScriptOf(const std::vector<Block>& blocks, const std::string& ready) {
     std::string script = "set -e\nexec 2>&1\ntrap 'kill $(jobs -p) 2>/dev/null || true' EXIT\n";
     for (std::size_t i = 0; i < blocks.size(); ++i) {
         if (blocks[i].kind == "sh") script += blocks[i].text;
         if (blocks[i].kind == "sh fails") script += "if " + blocks[i].text + "then exit 99; fi\n";
         script += "echo '" + Marker(i) + "'\n";
-        // A reader of the page takes his time; by then the program has made calls of every method shown.
-        if (i == 0)
-            script += "until qxlt list -p " + program +
-                      " 2>&1 | grep -qE ' [1-9][0-9]+ calls  audio.SetVolume'; do :; done\n";
+        script += WaitFor(blocks[i], ready);
     }
     return script;
 }
@@ -82,21 +97,17 @@ std::string DirectoryOf(const std::string& program) {
     return std::filesystem::path(program).parent_path().string();
 }
 
-}  // namespace
-
-TEST(WalkThroughTest, EveryCommandWorksAndPrintsWhatIsShown) {
-    const Workplace place;
-    // Whoever runs the tests may have the program of the page running.
-    const std::string program = place.CopyUnderOwnName(QXLT_MEDIA_SERVER);
-    const std::vector<Block> blocks = ReadBlocks(QXLT_SOURCE_DIR "/docs/qxlt.md", program);
-    ASSERT_GT(blocks.size(), 10u);
+// Runs the commands of the page, and expects that they print what is shown below them.
+void Walk(const std::vector<Block>& blocks, const std::string& ready, const Workplace& place,
+          std::map<std::string, std::string> environment) {
     std::filesystem::create_directory(place.At("run"));
     std::filesystem::permissions(place.At("run"), std::filesystem::perms::owner_all);
     Child::Setup setup;
-    setup.command = {"/bin/bash", "-c", ScriptOf(blocks, program)};
+    setup.command = {"/bin/bash", "-c", ScriptOf(blocks, ready)};
     setup.directory = place.Path();
-    setup.environment = {{"QX_RUNTIME_DIR", place.At("run")},
-                         {"PATH", DirectoryOf(QXLT_PROGRAM) + ":" + place.Path() + ":/usr/bin:/bin"}};
+    setup.environment = std::move(environment);
+    setup.environment["QX_RUNTIME_DIR"] = place.At("run");
+    setup.environment["PATH"] = DirectoryOf(QXLT_PROGRAM) + ":" + place.Path() + ":/usr/bin:/bin";
     Child shell(setup);
     ASSERT_EQ(shell.Finish(), 0) << shell.Output();
     std::size_t commands = 0;
@@ -114,6 +125,37 @@ TEST(WalkThroughTest, EveryCommandWorksAndPrintsWhatIsShown) {
                 << blocks[commands].text;
         }
     }
+}
+
+// A compiler under the name that a page calls it by, with the options that all of this is built with.
+void WriteCompiler(const Workplace& place, const std::string& name, const std::string& command) {
+    const std::string path = place.Write(name, "#!/bin/sh\nexec " + command + " \"$@\"\n");
+    std::filesystem::permissions(path, std::filesystem::perms::owner_all);
+}
+
+}  // namespace
+
+TEST(WalkThroughTest, EveryCommandOfTheToolWorksAndPrintsWhatIsShown) {
+    const Workplace place;
+    const Names names{{"media-server", place.CopyUnderOwnName(QXLT_MEDIA_SERVER)}};
+    const std::vector<Block> blocks = ReadBlocks(QXLT_SOURCE_DIR "/docs/qxlt.md", names);
+    ASSERT_GT(blocks.size(), 10u);
+    Walk(blocks, "audio.SetVolume", place, {});
+}
+
+// The compilers find headers and library as if they were installed.
+TEST(WalkThroughTest, EveryCommandFromAnUntracedProgramToItsFirstEventWorks) {
+    const Workplace place;
+    const std::string own = "qx" + std::to_string(getpid());
+    const Names names{{"kettle", own + "k"}, {"lamp", own + "l"}};
+    const std::vector<Block> blocks = ReadBlocks(QXLT_SOURCE_DIR "/docs/recording.md", names);
+    ASSERT_GE(blocks.size(), 7u);
+    WriteCompiler(place, "c++", QXLT_CXX);
+    WriteCompiler(place, "cc", QXLT_CC);
+    Walk(blocks, "", place,
+         {{"CPATH", QXLT_SOURCE_DIR "/platform/host/include"},
+          {"LIBRARY_PATH", DirectoryOf(QXLT_RECORDER)},
+          {"LD_LIBRARY_PATH", DirectoryOf(QXLT_RECORDER)}});
 }
 
 TEST(WalkThroughTest, TellsOfEveryCommand) {
