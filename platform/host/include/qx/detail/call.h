@@ -22,8 +22,7 @@ namespace detail {
 template <class T, unsigned Flags>
 struct Marked {
     static constexpr unsigned kFlags = Flags;
-    using Of = T;
-    QX_DETAIL_LOOK_AT(T);
+    using Of = Known<T>;
     const T* value;  // not owned; an In argument is read at entry only
 };
 
@@ -74,7 +73,7 @@ void LogItem(Site& site, const char* package, const char* method, const Values&.
 // The scope of a traced call; QX_CALL and QX_CALL_RETURNS make one. `Result` is void or the type of the result.
 template <class Result, class... Arguments>
 class Call {
-    QX_DETAIL_LOOK_AT(Result);
+    using KnownResult = detail::Known<Result>;
 
 public:
     // In line stands what a call costs whose recording is off.
@@ -144,7 +143,7 @@ Call<Result, Arguments...> MakeCall(detail::Site& site, const char* package, con
 // What QX_CALL and QX_CALL_RETURNS make where call sites are compiled out.
 template <class Result>
 class NoCall {
-    QX_DETAIL_LOOK_AT(Result);
+    using KnownResult = detail::Known<Result>;
 
 public:
     template <class R = Result>

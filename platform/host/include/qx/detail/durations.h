@@ -30,7 +30,7 @@ struct Value<std::chrono::duration<Count, Period>, void>
     : FixedValue<std::chrono::duration<Count, Period>, Value<std::chrono::duration<Count, Period>>> {
     // Numbers with a fraction say so, since nothing else tells how their bytes are read.
     static std::string Name() {
-        const std::string unit = UnitName<typename Period::type>();
+        std::string unit = UnitName<typename Period::type>();
         if constexpr (std::is_floating_point_v<Count>)
             return Value<Count>::Name() + " " + unit;
         else

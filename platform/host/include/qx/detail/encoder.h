@@ -39,6 +39,7 @@ public:
     // Least significant byte first.
     template <class T>
     void PutInteger(T value) noexcept {
+        // Of what widening adds nothing is taken. NOLINTNEXTLINE(bugprone-signed-char-misuse)
         const std::uint64_t bits = static_cast<std::uint64_t>(value);
         unsigned char bytes[sizeof(T)];
         for (std::size_t i = 0; i < sizeof(T); ++i) bytes[i] = static_cast<unsigned char>(bits >> (8 * i));

@@ -104,10 +104,8 @@ OptionalElements<E> Elements(const std::optional<E>& value) noexcept {
 // An entry of a map: its key and its value, one after the other. It is no value by itself.
 template <class K, class V>
 struct Value<std::pair<const K, V>, void> {
-    using Key = Value<K>;
-    using Mapped = Value<V>;
-    QX_DETAIL_LOOK_AT(K);
-    QX_DETAIL_LOOK_AT(V);
+    using Key = Value<Known<K>>;
+    using Mapped = Value<Known<V>>;
     static constexpr bool kIsPlain = Key::kIsPlain && Mapped::kIsPlain;
 
     static std::vector<Member> Members(Location& location) {
@@ -141,8 +139,7 @@ constexpr bool kHasMembers<E, std::void_t<decltype(Value<E>::Members(std::declva
 template <class T>
 struct Value<T, std::enable_if_t<ListTrait<T>::kIsList>> {
     using E = typename ListTrait<T>::Element;
-    using Element = Value<E>;
-    QX_DETAIL_LOOK_AT(E);
+    using Element = Value<Known<E>>;
     static constexpr bool kIsPlain = false;
 
     static std::string Name(Location& location) { return ListTrait<T>::Name(Element::AsMember(location).name); }

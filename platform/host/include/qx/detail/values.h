@@ -131,9 +131,9 @@ struct Value {
                   "this type is not known to the recorder: describe it by QX_TRACE_STRUCT(type, member...)");
 };
 
-// Has the compiler look at a type where it is marked, where it says the least besides: QX_DETAIL_LOOK_AT(T);
-#define QX_DETAIL_LOOK_AT(T) \
-    static_assert(sizeof(::qx::recorder::detail::Value<std::conditional_t<std::is_void_v<T>, int, T>>) > 0)
+// The type itself, at which the compiler looks here: where it is marked there is the least to say besides.
+template <class T>
+using Known = std::enable_if_t<(alignof(Value<std::conditional_t<std::is_void_v<T>, int, T>>) > 0), T>;
 
 // What all values of a fixed size have in common. `Own` has Name and Encode.
 template <class T, class Own>
