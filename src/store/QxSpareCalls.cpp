@@ -14,11 +14,14 @@ void QxSpareCalls::Refill(Map& calls) {
 
 void QxSpareCalls::Clear() {
     m_calls.clear();
+    m_cost = 0;
     m_lists.clear();
 }
 
 void QxSpareCalls::Keep(Map::node_type node) {
-    if (qxcost::Of(node.mapped()) > kMaxCallCost) return;
+    const std::uint64_t cost = qxcost::Of(node.mapped());
+    if (cost > std::min(kMaxCallCost, kMaxCost - m_cost)) return;
+    m_cost += cost;
     IQxData::HSCall::Args args = std::move(node.mapped().args);
     for (Arguments* const list : {&args.out, &args.ret}) {
         if (!list->empty()) m_lists.push_back(std::move(*list));

@@ -14,8 +14,9 @@ public:
     using Map = std::map<unsigned long long, IQxData::HSCall>;
     using Arguments = std::vector<IQxData::HSICallArg>;
 
-    // So many are kept at most, and none that takes more than that.
-    static constexpr std::size_t kMaxCalls = 4096;
+    // So many are kept at most, so many bytes of them, and none that takes more than that.
+    static constexpr std::size_t kMaxCalls = 32768;
+    static constexpr std::uint64_t kMaxCost = 16777216;
     static constexpr std::uint64_t kMaxCallCost = 2048;
 
     // Takes calls out of the map, in place of those that are left over.
@@ -35,5 +36,6 @@ private:
     void Keep(Map::node_type node);
 
     std::vector<Map::node_type> m_calls;
+    std::uint64_t m_cost = 0;  // of all of them when they were kept
     std::vector<Arguments> m_lists;
 };

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "QxCallCost.h"
 #include "QxData.h"
 
 namespace {
@@ -56,7 +57,7 @@ TEST(QxSpareCalls, WithoutAnyThereIsStillANewOne) {
 
 TEST(QxSpareCalls, AreAsManyAsTheLastCycleHadUpToABound) {
     QxSpareCalls spare;
-    QxSpareCalls::Map many = Calls(QxSpareCalls::kMaxCalls + 10, Full());
+    QxSpareCalls::Map many = Calls(QxSpareCalls::kMaxCalls + 10, IQxData::HSCall());
     spare.Refill(many);
     EXPECT_EQ(spare.Size(), QxSpareCalls::kMaxCalls);
     QxSpareCalls::Map few = Calls(3, Full());
@@ -65,6 +66,17 @@ TEST(QxSpareCalls, AreAsManyAsTheLastCycleHadUpToABound) {
     QxSpareCalls::Map none;
     spare.Refill(none);
     EXPECT_EQ(spare.Size(), 0u);
+}
+
+TEST(QxSpareCalls, TakeABoundedNumberOfBytes) {
+    QxSpareCalls spare;
+    IQxData::HSCall call = Full();
+    call.args.in[0][0].second.assign(1000, 'x');
+    for (int cycle = 0; cycle < 2; ++cycle) {
+        QxSpareCalls::Map many = Calls(QxSpareCalls::kMaxCalls, call);
+        spare.Refill(many);
+        EXPECT_EQ(spare.Size(), QxSpareCalls::kMaxCost / qxcost::Of(call));
+    }
 }
 
 TEST(QxSpareCalls, LargeOnesAreNotKept) {
