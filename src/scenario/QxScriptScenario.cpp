@@ -41,25 +41,33 @@ int QxScriptScenario::Trace(QxParser* parser) {
         QxDebugPrint::GetInstance()->Print("Trace", __LINE__, Info, "GetScript Failed");
         return 0;
     }
-    m_Read.clear();
+    LeavePass();
     Methods methods;
     const std::vector<Seen> calls = Look(*parser, methods);
     SubscribePass(*root, methods, *parser);
-    for (Visited& visited : Snapshot(calls, parser->Observer())) Visit(visited, parser);
-    m_Read.clear();
-    m_Key = 0;
+    Await(calls, parser->Observer());
+    for (m_At = 0; m_At < m_Awaited.size(); ++m_At) Visit(parser);
+    LeavePass();
     return 1;
+}
+
+void QxScriptScenario::LeavePass() {
+    m_Read.clear();
+    m_Awaited.clear();
+    m_Copies.clear();
+    m_At = 0;
+    m_Key = 0;
 }
 
 // Locations are looked up once for all of their calls. Calls of one location often come one after the other.
 std::vector<QxScriptScenario::Seen> QxScriptScenario::Look(const QxParser& parser, Methods& methods) {
-    const auto& calls = *parser.Store().GetCallIMap();
+    auto& calls = *parser.Store().GetCallIMap();
     std::vector<Seen> seen;
     seen.reserve(calls.size());
     std::optional<QxLocation> scratch;
     const Method* method = nullptr;
     std::uint64_t last = 0;
-    for (const auto& [key, call] : calls) {
+    for (auto& [key, call] : calls) {
         const std::uint64_t location = std::uint64_t{call.pid} << 32 | call.locId;
         if (method == nullptr || location != last) {
             const auto [entry, isNew] = methods.try_emplace(location);
@@ -94,18 +102,23 @@ void QxScriptScenario::SubscribeLate(const std::string& method, QxParser& parser
     }
 }
 
-// Copies the calls that something is subscribed to. Callbacks run later in the pass and may change the store: the pass
-// goes on over the calls that stood there when it began.
-std::vector<QxScriptScenario::Visited> QxScriptScenario::Snapshot(const std::vector<Seen>& calls,
-                                                                  IQxEventObserver* observer) {
-    std::vector<Visited> snapshot;
-    snapshot.reserve(static_cast<std::size_t>(
-        std::count_if(calls.begin(), calls.end(), [](const Seen& seen) { return seen.method->isSubscribed; })));
+// The calls that something is subscribed to.
+void QxScriptScenario::Await(const std::vector<Seen>& calls, IQxEventObserver* observer) {
     for (const Seen& seen : calls) {
         if (observer != nullptr) observer->OnCall(seen.key, *seen.call, seen.method->name);
-        if (seen.method->isSubscribed) snapshot.push_back({seen.key, *seen.call});
+        if (seen.method->isSubscribed) m_Awaited.push_back(seen);
     }
-    return snapshot;
+}
+
+// A callback may change the store: before the first one, what it could reach of this pass is copied, and the pass goes
+// on over the calls that stood there when it began.
+void QxScriptScenario::CopyAwaited() {
+    if (!m_Copies.empty()) return;
+    std::vector<IQxData::HSCall> copies;
+    copies.reserve(m_Awaited.size() - m_At);
+    for (std::size_t i = m_At; i < m_Awaited.size(); ++i) copies.push_back(*m_Awaited[i].call);
+    m_Copies = std::move(copies);
+    for (std::size_t i = m_At; i < m_Awaited.size(); ++i) m_Awaited[i].call = &m_Copies[i - m_At];
 }
 
 bool QxScriptScenario::HasSubscriber(const std::string& method) const {
@@ -113,17 +126,19 @@ bool QxScriptScenario::HasSubscriber(const std::string& method) const {
     return first != m_Subscribers.end() && first->first.first == method;
 }
 
-// The location is looked up again: a callback that cleared the store ends the matches of the calls that follow.
-void QxScriptScenario::Visit(Visited& visited, QxParser* parser) {
+// Once a callback may have run the location is looked up again: one that cleared the store ends the matches of the
+// calls that follow.
+void QxScriptScenario::Visit(QxParser* parser) {
     std::optional<QxLocation> scratch;
-    const std::string method = CallerName(parser->Access(), visited.call, scratch);
-    m_Key = visited.key;
+    Seen& seen = m_Awaited[m_At];
+    const std::string method = m_Copies.empty() ? seen.method->name : CallerName(parser->Access(), *seen.call, scratch);
+    m_Key = seen.key;
     if (m_Subscribed.count(method) == 0) SubscribeLate(method, *parser);
     const auto end = m_Subscribers.end();
     const auto isOfMethod = [&](const auto& entry) { return entry != end && entry->first.first == method; };
     for (auto entry = m_Subscribers.lower_bound(method); isOfMethod(entry); ++entry) {
         const Call use = isOfMethod(std::next(entry)) ? Call::Kept : Call::UsedUp;
-        MakeEvents(*entry->second, visited.call, use, parser);
+        MakeEvents(*entry->second, seen.call, use, parser);
     }
 }
 
@@ -134,13 +149,14 @@ void QxScriptScenario::SetSubscriber(IQxData::_HSScriptPtr* root) {
 }
 
 void QxScriptScenario::MakeEvent(IQxData::_HSScriptPtr* action, IQxData::HSCall& call, QxParser* parser) {
-    m_Read.clear();
-    MakeEvents(*action, call, Call::Kept, parser);
+    LeavePass();
+    IQxData::HSCall* one = &call;
+    MakeEvents(*action, one, Call::Kept, parser);
 }
 
 // A callback may load a script below this action: only the children that were there at the start are visited. Of these
 // the last one may use up the call.
-void QxScriptScenario::MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall& call, Call use,
+void QxScriptScenario::MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall*& call, Call use,
                                   QxParser* parser) {
     std::size_t count = action.children.size();
     while (count > 0 && !qxscript::IsEvent(action.children[count - 1])) --count;
@@ -161,33 +177,36 @@ const QxEventWords& QxScriptScenario::WordsOf(const IQxData::_HSScriptPtr& event
     return m_Read.insert_or_assign(&event, Read{attributes, count, QxEventWords(event)}).first->second.words;
 }
 
-void QxScriptScenario::PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, Call use, QxParser* parser) {
+void QxScriptScenario::PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall*& call, Call use, QxParser* parser) {
     std::optional<QxEventEvaluation> evaluation;
     try {
-        Push(evaluation.emplace(*event, WordsOf(*event), call, &parser->Log()), *event, call, use, *parser);
+        Push(evaluation.emplace(*event, WordsOf(*event), *call, &parser->Log()), *event, call, use, *parser);
     } catch (const std::exception& error) {
         parser->Log().Print("MakeEvent", __LINE__, Major,
                             "[QxScriptScenario::MakeEvent] Event in error, event: %s, error: %s",
                             QxEventWords(*event)[QxEventWords::kName].c_str(), error.what());
         if (parser->Observer() == nullptr) return;
         const QxStage stage = evaluation ? evaluation->Stage() : QxStage::Other;
-        parser->Observer()->OnError(*event, m_Key, call, stage, error.what());
+        parser->Observer()->OnError(*event, m_Key, *call, stage, error.what());
     }
 }
 
 void QxScriptScenario::PushEvent(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, QxParser* parser) {
+    LeavePass();
     const QxEventWords words(*event);
     QxEventEvaluation evaluation(*event, words, call, &parser->Log());
-    Push(evaluation, *event, call, Call::Kept, *parser);
+    IQxData::HSCall* one = &call;
+    Push(evaluation, *event, one, Call::Kept, *parser);
 }
 
-void QxScriptScenario::Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, IQxData::HSCall& call,
-                            Call use, QxParser& parser) const {
+void QxScriptScenario::Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, IQxData::HSCall*& call,
+                            Call use, QxParser& parser) {
     const QxOutcome outcome = evaluation.Decide();
     if (parser.Observer() != nullptr) {
-        parser.Observer()->OnEvent(event, m_Key, call, outcome, evaluation.Argument());
+        parser.Observer()->OnEvent(event, m_Key, *call, outcome, evaluation.Argument());
     }
     if (outcome != QxOutcome::Fires) return;
-    parser.Events().Keep(parser.Store(), evaluation.Name(), evaluation.Argument(), call);
-    parser.Events().Send(evaluation.Name(), evaluation.Argument(), use == Call::UsedUp ? std::move(call) : call);
+    CopyAwaited();
+    parser.Events().Keep(parser.Store(), evaluation.Name(), evaluation.Argument(), *call);
+    parser.Events().Send(evaluation.Name(), evaluation.Argument(), use == Call::UsedUp ? std::move(*call) : *call);
 }

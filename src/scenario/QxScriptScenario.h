@@ -50,21 +50,15 @@ private:
     // Whether a call is needed after an event, or may be handed to the callback instead of a copy.
     enum class Call { Kept, UsedUp };
 
-    // A call of the pass, copied, and its key in the store.
-    struct Visited {
-        unsigned long long key;
-        IQxData::HSCall call;
-    };
-
     // A method that calls of the pass are of.
     struct Method {
         std::string name;
         bool isSubscribed = false;
     };
-    // A call of the pass, and its method.
+    // A call of the pass, its key in the store, and its method.
     struct Seen {
         unsigned long long key;
-        const IQxData::HSCall* call;
+        IQxData::HSCall* call;  // in the store, or the copy of it
         const Method* method;
     };
     // The methods by location, which is the process's id and the location's number.
@@ -74,13 +68,16 @@ private:
     void SubscribePass(const IQxData::_HSScriptPtr& root, Methods& methods, const QxParser& parser);
     void SubscribeLate(const std::string& method, QxParser& parser);
     bool HasSubscriber(const std::string& method) const;
-    static std::vector<Visited> Snapshot(const std::vector<Seen>& calls, IQxEventObserver* observer);
-    void Visit(Visited& visited, QxParser* parser);
-    void MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall& call, Call use, QxParser* parser);
+    void Await(const std::vector<Seen>& calls, IQxEventObserver* observer);
+    void CopyAwaited();
+    void LeavePass();
+    void Visit(QxParser* parser);
+    // A call is given by the pointer to it, which moves on to the copy when one is made.
+    void MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall*& call, Call use, QxParser* parser);
     const QxEventWords& WordsOf(const IQxData::_HSScriptPtr& event);
-    void PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall& call, Call use, QxParser* parser);
-    void Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, IQxData::HSCall& call, Call use,
-              QxParser& parser) const;
+    void PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall*& call, Call use, QxParser* parser);
+    void Push(QxEventEvaluation& evaluation, const IQxData::_HSScriptPtr& event, IQxData::HSCall*& call, Call use,
+              QxParser& parser);
 
     // An event's words, and what they were taken from.
     struct Read {
@@ -89,6 +86,9 @@ private:
         QxEventWords words;
     };
 
+    std::vector<Seen> m_Awaited;            // calls of this pass that something is subscribed to
+    std::size_t m_At = 0;                   // the one of them that the pass has come to
+    std::vector<IQxData::HSCall> m_Copies;  // of those from the first one on that an event fired for
     std::unordered_map<const IQxData::_HSScriptPtr*, Read> m_Read;  // for this pass
     std::unordered_set<std::string> m_Subscribed;                   // the methods of this pass that were subscribed
     std::size_t m_ActionCount = 0;                                  // of the script when the pass began

@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "Expose.h"
 #include "IQxEventObserver.h"
@@ -151,61 +153,6 @@ TEST_F(QxScriptScenarioTest, LocationsAreLookedUpByTheCallsOwnProcess) {
     EXPECT_EQ(fired.size(), 1u);
 }
 
-TEST_F(QxScriptScenarioTest, CallsThatACallbackAddsAreNotVisited) {
-    Load("<Scenario><x name='a'><method name='M'/><event name='E'/></x></Scenario>");
-    IQxData::HSCall call = Call("M");
-    store->AppendBeforeCall(call);
-    during = [&] {
-        IQxData::HSCall more = call;
-        more.time += 100;
-        store->AppendBeforeCall(more);
-    };
-    tracing.Trace();
-    EXPECT_EQ(fired.size(), 1u);
-    EXPECT_EQ(Calls().size(), 2u);
-}
-
-TEST_F(QxScriptScenarioTest, EachEventOfACallHasAllOfIt) {
-    Load(
-        "<Scenario><x name='a'><method name='M'/><event name='E'/><event name='F'/><method name='N'/></x>"
-        "<x name='b'><method name='M'/><event name='G'/></x></Scenario>");
-    for (int i = 0; i < 2; ++i) {
-        IQxData::HSCall call = Call("M");
-        call.args.in = {{{"", "a text that is longer than short ones"}}};
-        store->AppendBeforeCall(call);
-    }
-    tracing.Trace();
-    EXPECT_EQ(FiredNames(), (std::vector<std::string>{"E", "F", "G", "E", "F", "G"}));
-    for (const auto& one : fired) {
-        ASSERT_EQ(one.call.args.in.size(), 1u) << one.name;
-        EXPECT_EQ(one.call.args.in[0][0].second, "a text that is longer than short ones");
-    }
-    for (const auto& entry : Calls()) EXPECT_EQ(entry.second.args.in.size(), 1u) << "the stored call stays whole";
-}
-
-TEST_F(QxScriptScenarioTest, ACallbackMayClearTheStore) {
-    Load("<Scenario><x name='a'><method name='M'/><event name='E'/><event name='F'/></x></Scenario>");
-    for (int i = 0; i < 3; ++i) {
-        IQxData::HSCall call = Call("M");
-        store->AppendBeforeCall(call);
-    }
-    during = [&] { store->clear(); };
-    EXPECT_TRUE(tracing.Trace());
-    // The call in hand is evaluated to its end; the further ones have lost their location.
-    EXPECT_EQ(FiredNames(), (std::vector<std::string>{"E", "F"}));
-}
-
-TEST_F(QxScriptScenarioTest, ACallbackMayLoadAScript) {
-    Load("<Scenario><x name='a'><method name='M'/><event name='E'/></x></Scenario>");
-    for (int i = 0; i < 2; ++i) {
-        IQxData::HSCall call = Call("M");
-        store->AppendBeforeCall(call);
-    }
-    during = [&] { Load("<Scenario><x name='z'><method name='M'/><event name='Z'/></x></Scenario>"); };
-    EXPECT_TRUE(tracing.Trace());
-    EXPECT_EQ(FiredNames(), (std::vector<std::string>{"E", "E"}));
-}
-
 TEST_F(QxScriptScenarioTest, AnEventInErrorIsReportedAndTheNextOneEvaluated) {
     Load(
         "<Scenario><x name='a'><method name='M'/><event name='BAD' tag='IN' value='x'/><event name='GOOD'/></x>"
@@ -235,19 +182,6 @@ TEST_F(QxScriptScenarioTest, OnePassSaysSoManyTimesThatSomethingIsWrong) {
         EXPECT_EQ(RecordingLog::Messages(DLOG_ERROR).size(), 4097u);
         EXPECT_EQ(Logged("[QxDecodeLog::End] Too many messages, left out: 1904", DLOG_ERROR), 1);
     }
-}
-
-TEST_F(QxScriptScenarioTest, ACallbackThatThrowsIsReportedAndThePassGoesOn) {
-    Load("<Scenario><x name='a'><method name='M'/><event name='E'/><event name='F'/></x></Scenario>");
-    IQxData::HSCall call = Call("M");
-    store->AppendBeforeCall(call);
-    during = [] { throw std::runtime_error("boom"); };
-    EXPECT_TRUE(tracing.Trace());
-    EXPECT_EQ(FiredNames(), (std::vector<std::string>{"E", "F"}));
-    EXPECT_EQ(Logged("[QxParser::SendEvent] Callback threw, event: E, error: boom", DLOG_ERROR), 1);
-    during = [] { throw 5; };
-    EXPECT_TRUE(tracing.Trace());
-    EXPECT_EQ(Logged("[QxParser::SendEvent] Callback threw, event: E", DLOG_ERROR), 1);
 }
 
 TEST_F(QxScriptScenarioTest, WhatIsWrongIsSaidAtLevelMajorAndNotBelow) {
@@ -392,14 +326,6 @@ TEST_F(QxScriptScenarioTest, AnObserverNeedNotWatchEverything) {
     tracing.SetObserver(&nobody);
     EXPECT_TRUE(tracing.Trace());
     EXPECT_EQ(FiredNames(), std::vector<std::string>{"E"});
-}
-
-TEST_F(QxScriptScenarioTest, WithoutACallbackEventsAreStoredAlone) {
-    Load("<Scenario><x name='a'><method name='M'/><event name='E'/></x></Scenario>");
-    IQxData::HSCall call = Call("M");
-    store->AppendBeforeCall(call);
-    EXPECT_TRUE(parser.Trace());
-    EXPECT_EQ(store->events.size(), 1u);
 }
 
 }  // namespace
