@@ -237,10 +237,10 @@ QxEventEvaluation::Verdict QxEventEvaluation::CompareEach(bool equal) {
     const bool all = combination == Combination::All;
     const bool any = combination == Combination::Any;
     bool result = all;
-    for (const std::string& operand : m_words.Operands()) {
+    m_words.EachOperand([&](const std::string& operand) {
         const bool matched = Matches(operand, equal);
         result = all ? result && matched : any ? result || matched : matched;
-    }
+    });
     return result ? Verdict::True : Verdict::False;
 }
 
@@ -261,21 +261,23 @@ bool QxEventEvaluation::Matches(const std::string& operand, bool equal) {
 // One operand that holds is enough; all of them are read.
 QxEventEvaluation::Verdict QxEventEvaluation::CompareOrder(bool greater) {
     const char* const sign = greater ? ">" : "<";
-    bool result = false;
-    for (const std::string& operand : m_words.Operands()) {
+    Verdict verdict = Verdict::False;
+    m_words.EachOperand([&](const std::string& operand) {
+        if (verdict == Verdict::WrongType) return;
         if (m_words.Type() != Type::Int) {
             Complain("Wrong type[%s] passed for %s operator", m_words[Words::kType].c_str(), sign);
-            return Verdict::WrongType;
+            verdict = Verdict::WrongType;
+            return;
         }
         const int number = ReadNumber(m_argument, QxStage::Argument);
         const int bound = ReadNumber(operand, QxStage::Operand);
         if (greater ? number > bound : number < bound) {
             Print(Info, "INT Condition %s match, argument:%s, conditionValue:%s", sign, m_argument.c_str(),
                   operand.c_str());
-            result = true;
+            verdict = Verdict::True;
         }
-    }
-    return result ? Verdict::True : Verdict::False;
+    });
+    return verdict;
 }
 
 QxEventEvaluation::Verdict QxEventEvaluation::CompareRange() {

@@ -61,12 +61,15 @@ bool QxEventWords::IsConditional() const {
     return watch == qxscript::Watch::Conditional || watch == qxscript::Watch::Rising;
 }
 
+bool QxEventWords::HasOperandList() const {
+    return Condition() == qxscript::Condition::Range || !(*this)[kConditionType].empty();
+}
+
 std::vector<std::string> QxEventWords::Operands() const {
-    const bool isRange = Condition() == qxscript::Condition::Range;
     const std::string& text = (*this)[kConditionValue];
-    if (!isRange && (*this)[kConditionType].empty()) return {text};
+    if (!HasOperandList()) return {text};
     std::vector<std::string> operands;
-    split(text, isRange ? "," : "&", operands);
+    split(text, Condition() == qxscript::Condition::Range ? "," : "&", operands);
     return operands;
 }
 

@@ -69,10 +69,19 @@ public:
     // is a list when there is a conditionType; without one all of it is one operand, even an empty one.
     std::vector<std::string> Operands() const;
 
+    // Calls `visit` with each of them, in order.
+    template <typename Visit>
+    void EachOperand(const Visit& visit) const {
+        if (!HasOperandList()) return visit((*this)[kConditionValue]);
+        for (const std::string& operand : Operands()) visit(operand);
+    }
+
     // The markers of the datakey. Without "&" the whole of it is both.
     Markers FieldMarkers() const;
 
 private:
+    bool HasOperandList() const;
+
     std::array<const std::string*, kAttributes> m_texts;  // not owned, never null
     // What four of them mean, worked out when they are taken.
     qxscript::Tag m_tag = qxscript::Tag::Other;

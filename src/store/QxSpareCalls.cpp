@@ -48,3 +48,15 @@ QxSpareCalls::Arguments QxSpareCalls::TakeList() {
     m_lists.pop_back();
     return list;
 }
+
+void QxSpareCalls::Bound(std::vector<IQxData::HSCall>& calls) {
+    std::uint64_t total = 0;
+    std::size_t kept = 0;
+    for (; kept < std::min(calls.size(), kMaxCalls); ++kept) {
+        const std::uint64_t cost = qxcost::Of(calls[kept]);
+        if (cost > std::min(kMaxCallCost, kMaxCost - total)) break;
+        total += cost;
+    }
+    calls.resize(kept);
+    if (calls.size() < calls.capacity() / 2) calls.shrink_to_fit();
+}

@@ -16,7 +16,7 @@ public:
 
     // So many are kept at most, so many bytes of them, and none that takes more than that.
     static constexpr std::size_t kMaxCalls = 32768;
-    static constexpr std::uint64_t kMaxCost = 16777216;
+    static constexpr std::uint64_t kMaxCost = 33554432;
     static constexpr std::uint64_t kMaxCallCost = 2048;
 
     // Takes calls out of the map, in place of those that are left over.
@@ -29,6 +29,9 @@ public:
 
     // A list to fill, which may hold values to write over.
     Arguments TakeList();
+
+    // Leaves of other records that are kept as many as these bounds allow.
+    static void Bound(std::vector<IQxData::HSCall>& calls);
 
     std::size_t Size() const { return m_calls.size(); }
 

@@ -130,8 +130,11 @@ void QxRecordingReader::TakeItem(Slot& slot, const QxRingReader::Item& item, con
 
 void QxRecordingReader::TakeEntry(Slot& slot, const QxRingReader::Item& item, const Target& target) {
     QxMetadata::CheckEntry(Location(item.location), item.payload, item.size);
-    OpenCall& call = slot.open[item.ordinal];
-    call = {item.time, item.location, SerialOf(item.thread), std::string(item.payload, item.size)};
+    OpenCall& call = Open(slot, item.ordinal);
+    call.time = item.time;
+    call.location = item.location;
+    call.serial = SerialOf(item.thread);
+    call.values.assign(item.payload, item.size);
     slot.openCost += Cost(call);
     while (slot.openCost > kMaxOpenCost) WriteOpenCall(slot, slot.open.begin(), target);
 }
@@ -180,9 +183,18 @@ std::size_t QxRecordingReader::Cost(const OpenCall& call) {
     return kPlaceSize + sizeof(call) + call.values.size();
 }
 
+// Calls are mostly numbered upwards.
+QxRecordingReader::OpenCall& QxRecordingReader::Open(Slot& slot, std::uint64_t ordinal) {
+    if (m_spare.empty()) return slot.open[ordinal];
+    m_spare.key() = ordinal;
+    return slot.open.insert(slot.open.end(), std::move(m_spare))->second;
+}
+
 QxRecordingReader::OpenCalls::iterator QxRecordingReader::Remove(Slot& slot, OpenCalls::iterator call) {
     slot.openCost -= Cost(call->second);
-    return slot.open.erase(call);
+    const auto next = std::next(call);
+    m_spare = slot.open.extract(call);
+    return next;
 }
 
 // Writes a call without its exit, and gives the one after it.

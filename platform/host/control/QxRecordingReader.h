@@ -91,7 +91,8 @@ private:
     void TakeLog(Slot& slot, const QxRingReader::Item& item, const Target& target);
     void TakeExit(Slot& slot, const QxRingReader::Item& item, const Target& target);
     static std::size_t Cost(const OpenCall& call);
-    static OpenCalls::iterator Remove(Slot& slot, OpenCalls::iterator call);
+    OpenCall& Open(Slot& slot, std::uint64_t ordinal);
+    OpenCalls::iterator Remove(Slot& slot, OpenCalls::iterator call);
     OpenCalls::iterator WriteOpenCall(Slot& slot, OpenCalls::iterator call, const Target& target);
     void WriteEnded(Slot& slot, const Target& target);
     void WriteOverdue(Slot& slot, std::uint64_t limitNs, const Target& target);
@@ -111,6 +112,7 @@ private:
     QxCatalog::View m_view;
     std::map<std::uint32_t, std::uint16_t> m_threads;  // serial to tid, 0 while there is none
     std::uint64_t m_refused = 0;                       // calls of threads without a slot
+    OpenCalls::node_type m_spare;                      // the call removed last, to be used again
     std::unique_ptr<State> m_state;                    // of the present reading
     std::unique_ptr<State> m_kept;                     // as the last reading that was kept left it
 };

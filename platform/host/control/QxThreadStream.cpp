@@ -15,15 +15,15 @@ constexpr std::uint64_t kExitUnit = 1000;  // exits count thousands of the time 
 // A marker, tag, size, time and location take no more.
 constexpr std::size_t kMaxEntryHead = 32;
 
-// An item of a thread's stream. Readers take the first bytes of a payload from its end when the size needs more than
-// one byte, as many as it needs more.
-std::string EncodeItem(char tag, const std::string& payload) {
-    std::string item(1, tag);
-    AppendVarint(item, payload.size());
-    const std::size_t moved = item.size() - 2;
-    item.append(payload, moved, std::string::npos);
-    item.append(payload, 0, moved);
-    return item;
+// Appends an item of a thread's stream. Readers take the first bytes of a payload from its end when the size needs more
+// than one byte, as many as it needs more.
+void AppendPayload(std::string& out, char tag, const std::string& payload) {
+    const std::size_t start = out.size();
+    out += tag;
+    AppendVarint(out, payload.size());
+    const std::size_t moved = out.size() - start - 2;
+    out.append(payload, moved, std::string::npos);
+    out.append(payload, 0, moved);
 }
 
 }  // namespace
@@ -33,10 +33,12 @@ void QxThreadStream::AddCall(std::uint32_t location, std::uint64_t time, const s
     PutEntry(kBeforeCallItem, location, time, values);
     const std::uint64_t delta = (exitTime - m_base) / kExitUnit;
     m_base += delta * kExitUnit;
-    std::string payload;
-    AppendVarint(payload, delta);
-    payload += exitValues;
-    PutSpanning(EncodeItem(kAfterCallItem, payload));
+    m_payload.clear();
+    AppendVarint(m_payload, delta);
+    m_payload += exitValues;
+    m_item.clear();
+    AppendPayload(m_item, kAfterCallItem, m_payload);
+    PutSpanning(m_item);
 }
 
 void QxThreadStream::AddOpenCall(std::uint32_t location, std::uint64_t time, const std::string& values) {
@@ -56,11 +58,11 @@ void QxThreadStream::PutEntry(char tag, std::uint32_t location, std::uint64_t ti
         m_fragment += '\0';
         m_base = 0;
     }
-    std::string payload;
-    AppendVarint(payload, time - m_base);
-    AppendVarint(payload, location);
-    payload += values;
-    m_fragment += EncodeItem(tag, payload);
+    m_payload.clear();
+    AppendVarint(m_payload, time - m_base);
+    AppendVarint(m_payload, location);
+    m_payload += values;
+    AppendPayload(m_fragment, tag, m_payload);
     m_base = time;
 }
 

@@ -36,6 +36,8 @@ private:
     const std::uint16_t m_tid;
     std::string m_packets;
     std::string m_fragment;
+    std::string m_payload;  // of the item that is written, and the item
+    std::string m_item;
     std::size_t m_tail = 0;    // of the fragment, how much finishes an item begun before
     std::uint64_t m_base = 0;  // time that the last item reached; 0 at a run's start
 };

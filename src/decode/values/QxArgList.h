@@ -13,16 +13,15 @@ public:
     // removed by End.
     explicit QxArgList(std::vector<IQxData::HSICallArg>& list) : m_list(list) {}
 
-    // The next argument, without pairs.
+    // The next argument, with any pairs; they are to be written over.
     IQxData::HSICallArg& Add() {
-        IQxData::HSICallArg& argument = Next();
-        argument.clear();
-        return argument;
+        if (m_used == m_list.size()) m_list.emplace_back();
+        return m_list[m_used++];
     }
 
     // The value of the next argument, without a name; it is to be written over.
     std::string& AddPlain() {
-        IQxData::HSICallArg& argument = Next();
+        IQxData::HSICallArg& argument = Add();
         if (argument.size() == 1) {
             argument.front().first.clear();
         } else {
@@ -37,11 +36,6 @@ public:
     void End() { m_list.resize(m_used); }
 
 private:
-    IQxData::HSICallArg& Next() {
-        if (m_used == m_list.size()) m_list.emplace_back();
-        return m_list[m_used++];
-    }
-
     std::vector<IQxData::HSICallArg>& m_list;
     std::size_t m_used = 0;
 };

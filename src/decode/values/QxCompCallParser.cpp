@@ -14,11 +14,23 @@ namespace {
 // The decoding of one value.
 class Value final {
 public:
-    Value(QxCursor& cursor, IQxData::HSICallArg& out, QxDecodeContext& context)
-        : m_cursor(cursor), m_out(out), m_context(context) {}
+    // Writes over the pairs of `out` from that one on.
+    Value(QxCursor& cursor, IQxData::HSICallArg& out, std::size_t from, QxDecodeContext& context)
+        : m_cursor(cursor), m_out(out), m_used(from), m_context(context) {}
 
+    // As the descriptor says: a container or a composite.
+    void Read(const IQxData::_HSCompArgDesc& desc) {
+        if (desc.isContainer == 0) {
+            ReadComposite(desc, 1);
+        } else {
+            ReadContainer(desc);
+        }
+    }
     void ReadContainer(const IQxData::_HSCompArgDesc& desc);
     void ReadComposite(const IQxData::_HSCompArgDesc& desc, unsigned depth);
+
+    // Removes what is left of the pairs that were written over.
+    void End() { m_out.resize(m_used); }
 
 private:
     void ReadFixed(std::uint32_t size, const std::string& name, const std::string& type, unsigned depth);
@@ -28,6 +40,7 @@ private:
 
     QxCursor& m_cursor;
     IQxData::HSICallArg& m_out;
+    std::size_t m_used;
     QxDecodeContext& m_context;
     std::uint64_t m_pairsLeft = qxformat::kMaxPairsOfValue;
 };
@@ -100,8 +113,10 @@ void Value::AddPair(const std::string& name, std::uint32_t valueSize) {
     m_context.Budget().TakePairs(1);
     m_context.Budget().TakeNameBytes(name.size());
     m_context.Budget().TakeCallBytes(qxcost::OfPair(name.size(), length));
-    auto& pair = m_out.emplace_back(name, std::string());
-    if (length > 0) ReadStringArg(bytes, length, pair.second);
+    if (m_used == m_out.size()) m_out.emplace_back();
+    auto& pair = m_out[m_used++];
+    pair.first = name;
+    AssignShifted(bytes, length, pair.second);
 }
 
 QxCursor TrustedCursor(const char* bytes, QxParser* parser) {
@@ -112,30 +127,27 @@ QxCursor TrustedCursor(const char* bytes, QxParser* parser) {
 
 void QxCompCallParser::Parse(QxCursor& cursor, const IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out,
                              QxDecodeContext& context) {
-    Value value(cursor, out, context);
-    if (desc.isContainer == 0) {
-        value.ReadComposite(desc, 1);
-    } else {
-        value.ReadContainer(desc);
-    }
+    Value value(cursor, out, 0, context);
+    value.Read(desc);
+    value.End();
 }
 
 int QxCompCallParser::Parse(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out, QxParser* parser) {
     QxCursor cursor = TrustedCursor(bytes, parser);
-    Parse(cursor, desc, out, *parser);
+    Value(cursor, out, out.size(), *parser).Read(desc);
     return static_cast<int>(cursor.Offset());
 }
 
 int QxCompCallParser::ParseContainer(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out,
                                      QxParser* parser) {
     QxCursor cursor = TrustedCursor(bytes, parser);
-    Value(cursor, out, *parser).ReadContainer(desc);
+    Value(cursor, out, out.size(), *parser).ReadContainer(desc);
     return static_cast<int>(cursor.Offset());
 }
 
 int QxCompCallParser::ParseComposite(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out,
                                      QxParser* parser) {
     QxCursor cursor = TrustedCursor(bytes, parser);
-    Value(cursor, out, *parser).ReadComposite(desc, 1);
+    Value(cursor, out, out.size(), *parser).ReadComposite(desc, 1);
     return static_cast<int>(cursor.Offset());
 }

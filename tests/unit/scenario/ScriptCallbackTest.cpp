@@ -73,6 +73,24 @@ TEST_F(ScriptCallbackTest, ThePassSeesCallsAsTheyWereBeforeTheFirstCallback) {
     EXPECT_EQ(fired.back().call.args.in.size(), 1u);
 }
 
+TEST_F(ScriptCallbackTest, NothingOfOnePassIsLeftInTheCallsOfTheNext) {
+    Load("<Scenario><x name='a'><method name='M'/><event name='E'/><event name='F'/></x></Scenario>");
+    for (const std::size_t arguments : {3u, 1u, 0u, 2u}) {
+        store->clearCalls();
+        IQxData::HSCall call = Call("M");
+        call.args.in.assign(arguments, {{"name", std::string(arguments * 20, 'v')}});
+        call.args.out.assign(arguments / 2, {});
+        store->AppendBeforeCall(call);
+        fired.clear();
+        tracing.Trace();
+        ASSERT_EQ(fired.size(), 2u);
+        for (const auto& event : fired) {
+            EXPECT_EQ(event.call.args.in, call.args.in);
+            EXPECT_EQ(event.call.args.out, call.args.out);
+        }
+    }
+}
+
 TEST_F(ScriptCallbackTest, ACallbackMayClearTheStore) {
     Load("<Scenario><x name='a'><method name='M'/><event name='E'/><event name='F'/></x></Scenario>");
     for (int i = 0; i < 3; ++i) {

@@ -89,6 +89,24 @@ TEST(QxSpareCalls, LargeOnesAreNotKept) {
     EXPECT_TRUE(calls.empty());
 }
 
+TEST(QxSpareCalls, OtherRecordsAreBoundAlike) {
+    std::vector<IQxData::HSCall> records(QxSpareCalls::kMaxCalls + 1);
+    QxSpareCalls::Bound(records);
+    EXPECT_EQ(records.size(), QxSpareCalls::kMaxCalls);
+    IQxData::HSCall call = Full();
+    call.args.in[0][0].second.assign(1000, 'x');
+    records.assign(QxSpareCalls::kMaxCalls, call);
+    QxSpareCalls::Bound(records);
+    EXPECT_EQ(records.size(), QxSpareCalls::kMaxCost / qxcost::Of(call));
+    call.args.in[0][0].second.assign(QxSpareCalls::kMaxCallCost, 'x');
+    records = {Full(), call, Full()};
+    QxSpareCalls::Bound(records);
+    EXPECT_EQ(records.size(), 1u);
+    records.reserve(100);
+    QxSpareCalls::Bound(records);
+    EXPECT_LT(records.capacity(), 100u);
+}
+
 // Whatever the store had before, what a client adds is what it gets.
 TEST(QxSpareCalls, TheStoreGivesWhatItWasGiven) {
     QxData store;

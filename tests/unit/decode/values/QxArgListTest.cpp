@@ -12,9 +12,9 @@ TEST(QxArgList, WritesOverWhatStandsThere) {
     QxArgList list(values);
     list.AddPlain() = "x";
     list.AddPlain() = "y";
-    list.Add().emplace_back("member", "z");
+    EXPECT_EQ(list.Add(), (IQxData::HSICallArg{{"", "3"}}));
     list.End();
-    EXPECT_EQ(values, (Values{{{"", "x"}}, {{"", "y"}}, {{"member", "z"}}}));
+    EXPECT_EQ(values, (Values{{{"", "x"}}, {{"", "y"}}, {{"", "3"}}}));
 }
 
 TEST(QxArgList, AddsToAnEmptyList) {

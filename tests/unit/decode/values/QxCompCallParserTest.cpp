@@ -14,7 +14,7 @@ protected:
         ExactBytes exact(bytes);
         IQxData::_HSCompArgDesc desc;
         store->GetCompArgDesc(desc, type);
-        IQxData::HSICallArg pairs;
+        IQxData::HSICallArg pairs(5, {"what stood there", "before, and is written over"});
         QxCursor cursor(exact.Data(), exact.Size(), "Test::Reads", parser.Log());
         QxCompCallParser::Parse(cursor, desc, pairs, parser);
         m_taken = cursor.Offset();
