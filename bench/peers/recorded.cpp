@@ -1,9 +1,7 @@
 // Makes the same calls under each recorder: recorded CALLS WARM. Each of 8 threads makes CALLS calls, one thread after
 // the other so that none waits for another's core; before, each makes WARM calls with negative numbers, which bring its
 // buffers to where they overwrite. Prints the nanoseconds of one call, those of warming up left out.
-//
-// Compiled with RECORDED_BY_QX, RECORDED_BY_LTTNG, or neither: for `uftrace record`, to be compiled with -pg, and for
-// what the calls cost by themselves.
+// For `uftrace record` it is compiled with -pg.
 #include <time.h>
 
 #include <condition_variable>
@@ -13,36 +11,9 @@
 #include <thread>
 #include <vector>
 
-#if defined(RECORDED_BY_QX)
-#include <qx/recorder.h>
-#elif defined(RECORDED_BY_LTTNG)
-#define TRACEPOINT_CREATE_PROBES
-#define TRACEPOINT_DEFINE
-#include "lttng_call.h"
-#endif
+#include "recorded_call.h"
 
-#define UNRECORDED __attribute__((no_instrument_function))
-
-// SetTitle is what is measured, WarmUp the same under another name.
-#if defined(RECORDED_BY_QX)
-#define RECORD(name)                                                                           \
-    QX_CALL_RETURNS(call, int, "bench", name, qx::In(number), qx::In(negative), qx::In(text)); \
-    return call.Return(number)
-#elif defined(RECORDED_BY_LTTNG)
-#define RECORD(name)                                     \
-    tracepoint(qx_bench, entry, number, negative, text); \
-    tracepoint(qx_bench, exit, number);                  \
-    return number
-#else
-#define RECORD(name)                               \
-    asm volatile("" : : "r"(negative), "r"(text)); \
-    return number
-#endif
-
-__attribute__((noinline)) int SetTitle(int number, int negative, const char* text) {
-    RECORD("SetTitle");
-}
-
+// What is not measured: the same under another name.
 __attribute__((noinline)) int WarmUp(int number, int negative, const char* text) {
     RECORD("WarmUp");
 }
