@@ -62,8 +62,8 @@ TEST(QxFileName, NamesOfUpTo180BytesStayWhole) {
     ASSERT_TRUE(QxFileName::Parse(QxFileName{longest, 1, 2, QxFileName::kDump}.ToString(), back));
     EXPECT_EQ(back.name, longest);
     ASSERT_TRUE(QxFileName::Parse(QxFileName{longest + "x", 1, 2, QxFileName::kDump}.ToString(), back));
-    EXPECT_EQ(back.name.substr(0, 161), std::string(160, 'x') + "~");
-    EXPECT_EQ(back.name.size(), 161u + 16u);
+    // FNV-1a: other versions find the file as well.
+    EXPECT_EQ(back.name, std::string(160, 'x') + "~B618253B31169C17");
 }
 
 TEST(QxFileName, NumbersHaveTheirLargestValues) {

@@ -50,6 +50,14 @@ TEST_F(QxThreadStreamTest, OneCallIsAMarkedRunWithAnAbsoluteTime) {
     EXPECT_EQ(stream.Finish(), expected);
 }
 
+TEST_F(QxThreadStreamTest, TheSameTimeAgainGoesOnInTheRun) {
+    QxThreadStream stream(0x102);
+    stream.AddOpenCall(5, 1000, "ab");
+    stream.AddOpenCall(5, 1000, "ab");
+    const std::string expected("\1\21\2\1\0\15\2\5\350\7\5ab\2\4\0\5ab", 19);
+    EXPECT_EQ(stream.Finish(), expected);
+}
+
 TEST_F(QxThreadStreamTest, ExitTimesAreWholeThousandsAfterTheEntry) {
     m_stream.AddCall(1, 1000, Text(1, 'a'), 4999, Text(1, 'b'));
     m_stream.AddCall(1, 5000, Text(1, 'a'), 5000, Text(1, 'b'));
