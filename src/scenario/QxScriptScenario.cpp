@@ -11,7 +11,6 @@
 #include "QxDebugPrint.h"
 #include "QxEventEvaluation.h"
 #include "QxParser.h"
-#include "QxSpareCalls.h"
 #include "QxStoreAccess.h"
 
 namespace {
@@ -48,7 +47,7 @@ int QxScriptScenario::Trace(QxParser* parser) {
     SubscribePass(*root, methods, *parser);
     Await(calls, parser->Observer());
     for (m_At = 0; m_At < m_Awaited.size(); ++m_At) Visit(parser);
-    KeepCopies();
+    parser->Access().KeepRecords(std::move(m_Copies));
     LeavePass();
     return 1;
 }
@@ -56,15 +55,9 @@ int QxScriptScenario::Trace(QxParser* parser) {
 void QxScriptScenario::LeavePass() {
     m_Read.clear();
     m_Awaited.clear();
-    m_IsCopied = false;
+    m_Copies.clear();
     m_At = 0;
     m_Key = 0;
-}
-
-// The next pass writes over the copies of this one.
-void QxScriptScenario::KeepCopies() {
-    if (!m_IsCopied) m_Copies.clear();
-    QxSpareCalls::Bound(m_Copies);
 }
 
 // Locations are looked up once for all of their calls. Calls of one location often come one after the other.
@@ -120,12 +113,13 @@ void QxScriptScenario::Await(const std::vector<Seen>& calls, IQxEventObserver* o
 
 // A callback may change the store: before the first one, what it could reach of this pass is copied, and the pass goes
 // on over the calls that stood there when it began.
-void QxScriptScenario::CopyAwaited() {
-    if (m_IsCopied) return;
-    m_Copies.resize(m_Awaited.size() - m_At);
-    for (std::size_t i = m_At; i < m_Awaited.size(); ++i) m_Copies[i - m_At] = *m_Awaited[i].call;
+void QxScriptScenario::CopyAwaited(const QxStoreAccess& access) {
+    if (!m_Copies.empty()) return;
+    std::vector<IQxData::HSCall> copies = access.TakeRecords();
+    copies.resize(m_Awaited.size() - m_At);
+    for (std::size_t i = m_At; i < m_Awaited.size(); ++i) copies[i - m_At] = *m_Awaited[i].call;
+    m_Copies = std::move(copies);
     for (std::size_t i = m_At; i < m_Awaited.size(); ++i) m_Awaited[i].call = &m_Copies[i - m_At];
-    m_IsCopied = true;
 }
 
 bool QxScriptScenario::HasSubscriber(const std::string& method) const {
@@ -138,7 +132,7 @@ bool QxScriptScenario::HasSubscriber(const std::string& method) const {
 void QxScriptScenario::Visit(QxParser* parser) {
     std::optional<QxLocation> scratch;
     Seen& seen = m_Awaited[m_At];
-    const std::string method = m_IsCopied ? CallerName(parser->Access(), *seen.call, scratch) : seen.method->name;
+    const std::string method = m_Copies.empty() ? seen.method->name : CallerName(parser->Access(), *seen.call, scratch);
     m_Key = seen.key;
     if (m_Subscribed.count(method) == 0) SubscribeLate(method, *parser);
     const auto end = m_Subscribers.end();
@@ -213,7 +207,7 @@ void QxScriptScenario::Push(QxEventEvaluation& evaluation, const IQxData::_HSScr
         parser.Observer()->OnEvent(event, m_Key, *call, outcome, evaluation.Argument());
     }
     if (outcome != QxOutcome::Fires) return;
-    CopyAwaited();
+    CopyAwaited(parser.Access());
     parser.Events().Keep(parser.Store(), evaluation.Name(), evaluation.Argument(), *call);
     parser.Events().Send(evaluation.Name(), evaluation.Argument(), use == Call::UsedUp ? std::move(*call) : *call);
 }

@@ -22,6 +22,7 @@
 
 class IQxEventObserver;
 class QxEventEvaluation;
+class QxStoreAccess;
 
 class QxScriptScenario final : public IQxScript {
 public:
@@ -69,9 +70,8 @@ private:
     void SubscribeLate(const std::string& method, QxParser& parser);
     bool HasSubscriber(const std::string& method) const;
     void Await(const std::vector<Seen>& calls, IQxEventObserver* observer);
-    void CopyAwaited();
+    void CopyAwaited(const QxStoreAccess& access);
     void LeavePass();
-    void KeepCopies();
     void Visit(QxParser* parser);
     // A call is given by the pointer to it, which moves on to the copy when one is made.
     void MakeEvents(const IQxData::_HSScriptPtr& action, IQxData::HSCall*& call, Call use, QxParser* parser);
@@ -89,8 +89,7 @@ private:
 
     std::vector<Seen> m_Awaited;            // calls of this pass that something is subscribed to
     std::size_t m_At = 0;                   // the one of them that the pass has come to
-    std::vector<IQxData::HSCall> m_Copies;  // of those from the first one on that an event fired for, or to be reused
-    bool m_IsCopied = false;                // in this pass
+    std::vector<IQxData::HSCall> m_Copies;  // of those from the first one on that an event fired for
     std::unordered_map<const IQxData::_HSScriptPtr*, Read> m_Read;  // for this pass
     std::unordered_set<std::string> m_Subscribed;                   // the methods of this pass that were subscribed
     std::size_t m_ActionCount = 0;                                  // of the script when the pass began

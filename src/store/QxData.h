@@ -76,6 +76,10 @@ public:
     // A list of arguments to fill, which may hold values to write over.
     std::vector<HSICallArg> TakeList() { return m_spare.TakeList(); }
 
+    // Records that are no part of the store, to write over; and back again.
+    std::vector<HSCall> TakeRecords() { return m_spare.TakeRecords(); }
+    void KeepRecords(std::vector<HSCall> records) { m_spare.KeepRecords(std::move(records)); }
+
     // Whether something is told of this element of the script tree for the first time.
     bool IsFirstReport(const _HSScriptPtr& element) { return m_reported.insert(&element).second; }
 

@@ -6,13 +6,19 @@
 #include "QxCallCost.h"
 
 void QxSpareCalls::Refill(Map& calls) {
-    Clear();
+    if (calls.empty()) m_records = {};
+    ClearCalls();
     const std::size_t count = std::min(calls.size(), kMaxCalls);
     m_calls.reserve(count);
     for (std::size_t i = 0; i < count; ++i) Keep(calls.extract(calls.begin()));
 }
 
 void QxSpareCalls::Clear() {
+    ClearCalls();
+    m_records = {};
+}
+
+void QxSpareCalls::ClearCalls() {
     m_calls.clear();
     m_cost = 0;
     m_lists.clear();
@@ -49,14 +55,19 @@ QxSpareCalls::Arguments QxSpareCalls::TakeList() {
     return list;
 }
 
-void QxSpareCalls::Bound(std::vector<IQxData::HSCall>& calls) {
+std::vector<IQxData::HSCall> QxSpareCalls::TakeRecords() {
+    return std::exchange(m_records, {});
+}
+
+void QxSpareCalls::KeepRecords(std::vector<IQxData::HSCall> records) {
     std::uint64_t total = 0;
     std::size_t kept = 0;
-    for (; kept < std::min(calls.size(), kMaxCalls); ++kept) {
-        const std::uint64_t cost = qxcost::Of(calls[kept]);
+    for (; kept < std::min(records.size(), kMaxCalls); ++kept) {
+        const std::uint64_t cost = qxcost::Of(records[kept]);
         if (cost > std::min(kMaxCallCost, kMaxCost - total)) break;
         total += cost;
     }
-    calls.resize(kept);
-    if (calls.size() < calls.capacity() / 2) calls.shrink_to_fit();
+    records.resize(kept);
+    if (kept < records.capacity() / 2) records.shrink_to_fit();
+    m_records = std::move(records);
 }

@@ -15,8 +15,8 @@ public:
     using Arguments = std::vector<IQxData::HSICallArg>;
 
     // So many are kept at most, so many bytes of them, and none that takes more than that.
-    static constexpr std::size_t kMaxCalls = 32768;
-    static constexpr std::uint64_t kMaxCost = 33554432;
+    static constexpr std::size_t kMaxCalls = 65536;
+    static constexpr std::uint64_t kMaxCost = 67108864;
     static constexpr std::uint64_t kMaxCallCost = 2048;
 
     // Takes calls out of the map, in place of those that are left over.
@@ -30,15 +30,19 @@ public:
     // A list to fill, which may hold values to write over.
     Arguments TakeList();
 
-    // Leaves of other records that are kept as many as these bounds allow.
-    static void Bound(std::vector<IQxData::HSCall>& calls);
+    // Records to write over, as KeepRecords got them last, and within these bounds, too. They go when there were no
+    // calls to refill from.
+    std::vector<IQxData::HSCall> TakeRecords();
+    void KeepRecords(std::vector<IQxData::HSCall> records);
 
     std::size_t Size() const { return m_calls.size(); }
 
 private:
+    void ClearCalls();
     void Keep(Map::node_type node);
 
     std::vector<Map::node_type> m_calls;
     std::uint64_t m_cost = 0;  // of all of them when they were kept
     std::vector<Arguments> m_lists;
+    std::vector<IQxData::HSCall> m_records;
 };

@@ -60,6 +60,14 @@ public:
         return m_own != nullptr ? m_own->TakeList() : std::vector<IQxData::HSICallArg>();
     }
 
+    // Records to write over, which are no part of the store, and what is done with them when they are used no more.
+    std::vector<IQxData::HSCall> TakeRecords() const {
+        return m_own != nullptr ? m_own->TakeRecords() : std::vector<IQxData::HSCall>();
+    }
+    void KeepRecords(std::vector<IQxData::HSCall> records) const {
+        if (m_own != nullptr) m_own->KeepRecords(std::move(records));
+    }
+
 private:
     IQxData* m_store = nullptr;
     QxData* m_own = nullptr;  // the same, when it is the library's

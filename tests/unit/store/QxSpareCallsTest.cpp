@@ -90,21 +90,37 @@ TEST(QxSpareCalls, LargeOnesAreNotKept) {
 }
 
 TEST(QxSpareCalls, OtherRecordsAreBoundAlike) {
-    std::vector<IQxData::HSCall> records(QxSpareCalls::kMaxCalls + 1);
-    QxSpareCalls::Bound(records);
-    EXPECT_EQ(records.size(), QxSpareCalls::kMaxCalls);
+    QxSpareCalls spare;
+    EXPECT_TRUE(spare.TakeRecords().empty());
+    spare.KeepRecords(std::vector<IQxData::HSCall>(QxSpareCalls::kMaxCalls + 1));
+    EXPECT_EQ(spare.TakeRecords().size(), QxSpareCalls::kMaxCalls);
+    EXPECT_TRUE(spare.TakeRecords().empty());
     IQxData::HSCall call = Full();
     call.args.in[0][0].second.assign(1000, 'x');
-    records.assign(QxSpareCalls::kMaxCalls, call);
-    QxSpareCalls::Bound(records);
-    EXPECT_EQ(records.size(), QxSpareCalls::kMaxCost / qxcost::Of(call));
+    spare.KeepRecords(std::vector<IQxData::HSCall>(QxSpareCalls::kMaxCalls, call));
+    EXPECT_EQ(spare.TakeRecords().size(), QxSpareCalls::kMaxCost / qxcost::Of(call));
     call.args.in[0][0].second.assign(QxSpareCalls::kMaxCallCost, 'x');
-    records = {Full(), call, Full()};
-    QxSpareCalls::Bound(records);
-    EXPECT_EQ(records.size(), 1u);
-    records.reserve(100);
-    QxSpareCalls::Bound(records);
-    EXPECT_LT(records.capacity(), 100u);
+    spare.KeepRecords({Full(), call, Full()});
+    EXPECT_EQ(spare.TakeRecords().size(), 1u);
+    std::vector<IQxData::HSCall> roomy(2);
+    roomy.reserve(100);
+    spare.KeepRecords(std::move(roomy));
+    EXPECT_LT(spare.TakeRecords().capacity(), 100u);
+}
+
+TEST(QxSpareCalls, OtherRecordsStayFromCycleToCycleWithCalls) {
+    QxSpareCalls spare;
+    spare.KeepRecords({Full()});
+    QxSpareCalls::Map calls = Calls(2, Full());
+    spare.Refill(calls);
+    EXPECT_EQ(spare.TakeRecords().size(), 1u);
+    spare.KeepRecords({Full()});
+    QxSpareCalls::Map none;
+    spare.Refill(none);
+    EXPECT_TRUE(spare.TakeRecords().empty());
+    spare.KeepRecords({Full()});
+    spare.Clear();
+    EXPECT_TRUE(spare.TakeRecords().empty());
 }
 
 // Whatever the store had before, what a client adds is what it gets.
