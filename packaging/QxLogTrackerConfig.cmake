@@ -1,7 +1,7 @@
 # find_package(QxLogTracker [COMPONENTS tracker recorder]) gives the targets whose files are installed:
 #
 #   QxLogTracker::QxLogTracker   for programs that track others
-#   QxLogTracker::recorder       for programs that are traced
+#   QxLogTracker::recorder       for programs that are traced, and with it qx_trace_functions
 foreach(file IN ITEMS QxLogTrackerTargets QxRecorderTargets)
     include(${CMAKE_CURRENT_LIST_DIR}/${file}.cmake OPTIONAL)
 endforeach()
@@ -13,6 +13,7 @@ if(TARGET QxLogTracker::QxLogTracker)
 endif()
 if(TARGET QxLogTracker::recorder)
     set(QxLogTracker_recorder_FOUND TRUE)
+    include(${CMAKE_CURRENT_LIST_DIR}/QxTraceFunctions.cmake)
 endif()
 foreach(component IN LISTS QxLogTracker_FIND_COMPONENTS)
     if(QxLogTracker_FIND_REQUIRED_${component} AND NOT QxLogTracker_${component}_FOUND)
