@@ -139,7 +139,8 @@ function(qx_trace_functions target)
     # built, by either way that compilers are told of it.
     file(RELATIVE_PATH relative ${CMAKE_BINARY_DIR} ${folder})
     add_library(${objects} OBJECT ${source})
-    target_include_directories(${objects} PRIVATE $<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>)
+    # What may be wrong with the headers is for the program's own sources to tell.
+    target_include_directories(${objects} SYSTEM PRIVATE $<TARGET_PROPERTY:${target},INCLUDE_DIRECTORIES>)
     target_compile_definitions(${objects} PRIVATE $<TARGET_PROPERTY:${target},COMPILE_DEFINITIONS>)
     target_compile_options(${objects} PRIVATE -fexceptions -fmacro-prefix-map=${folder}/=
                            -fmacro-prefix-map=${relative}/=)

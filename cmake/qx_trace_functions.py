@@ -382,9 +382,11 @@ def read_arguments():
 
 def main():
     arguments = read_arguments()
-    options = Path(arguments.options).read_text().splitlines() if arguments.options else []
+    lines = Path(arguments.options).read_text().splitlines() if arguments.options else []
+    # What is for another language only leaves an empty place in lists of directories and definitions.
+    options = [line for line in lines if line not in ("", "-I", "-D")]
     try:
-        unit = parse(arguments.headers, [option for option in options if option])
+        unit = parse(arguments.headers, options)
         text = text_of(arguments, wanted(arguments, functions_in(unit)))
     except Refusal as refusal:
         sys.exit("\n".join(f"qx_trace_functions({arguments.target}): {line}" for line in str(refusal).split("\n")))

@@ -190,7 +190,7 @@ int __wrap_send(const char *text, int count) {
     def test_what_the_program_defines_counts(self):
         guarded = "#ifdef WITH_F\nvoid f(void);\n#endif"
         self.assertEqual(self.refused(guarded, ["f"])[0].split(";")[0], "own.h declares no function f")
-        self.assertEqual(self.generate(guarded, ["f"], options=("-DWITH_F",)).returncode, 0)
+        self.assertEqual(self.generate(guarded, ["f"], options=("-D", "-DWITH_F", "")).returncode, 0)
 
     def test_several_headers_and_functions_of_headers_that_they_include(self):
         (self.root / "inner.h").write_text("void inner(void);\n")
