@@ -79,14 +79,15 @@ protected:
         return {status, program.Output(), program.Error(), 0};
     }
 
-    // The calls that it recorded, in order: what was passed, and what came out.
+    // The calls that it recorded, in order: what was passed, what came out, and that it ended.
     std::vector<std::string> Calls() const {
         std::vector<std::string> calls;
         for (const auto& file : std::filesystem::directory_iterator(m_place.At("recordings"))) {
-            const std::regex pattern(".*figures-1\\.(.*) at .*");
+            const std::regex pattern(".* ((?:figures-1|letters)\\..*) at [0-9]+(\\.\\.[0-9]+)?,.*");
             for (const std::string& line : Lines(RunTool({"decode", file.path()}, Setup()).output)) {
                 std::smatch match;
-                if (std::regex_match(line, match, pattern)) calls.push_back(match[1]);
+                if (!std::regex_match(line, match, pattern)) continue;
+                calls.push_back(match[1].str() + (match[2].matched ? "" : ", which did not end"));
             }
         }
         return calls;
@@ -110,17 +111,18 @@ TEST_F(WrappedFunctions, HaveTheirArgumentsAndResultsRecorded) {
         // Addresses, which differ from run to run, have many digits.
         call = std::regex_replace(call, std::regex("\\b[0-9]{5,}\\b"), "ADDRESS");
     }
-    const std::vector<std::string> expected{"figure_fail() = 0",
-                                            "figure_area(7, 0.5) = 0.75",
-                                            "figure_sum(\"hi\", 2) = 209",
-                                            "figure_sum(\"\", -1) = 0",
-                                            "figure_first(ADDRESS) = \"a\"",
-                                            "figure_measure(ADDRESS, ADDRESS, 5) out (25, \"box\", \"box\") = 5",
-                                            "figure_measure(0, 0, 0) out (0, \"\", \"\") = -1",
-                                            "figure_find(\"box\", ADDRESS, ADDRESS) out (3, \"x\") = 1",
-                                            "figure_find(\"\", 0, 0) out (0, \"\") = 0",
-                                            "figure_each(ADDRESS, ADDRESS)",
-                                            "figure_each(ADDRESS, 0)"};
+    const std::vector<std::string> expected{
+        "figures-1.figure_fail() = 0",
+        "figures-1.figure_area(7, 0.5) = 0.75",
+        "figures-1.figure_sum(\"hi\", 2) = 209",
+        "figures-1.figure_sum(\"\", -1) = 0",
+        "letters.figure_first(ADDRESS) = \"a\"",
+        "figures-1.figure_measure(ADDRESS, ADDRESS, 5) out (25, \"box\", \"box\") = 5",
+        "figures-1.figure_measure(0, 0, 0) out (0, \"\", \"\") = -1",
+        "figures-1.figure_find(\"box\", ADDRESS, ADDRESS) out (3, \"x\") = 1",
+        "figures-1.figure_find(\"\", 0, 0) out (0, \"\") = 0",
+        "figures-1.figure_each(ADDRESS, ADDRESS)",
+        "figures-1.figure_each(ADDRESS, 0)"};
     EXPECT_EQ(calls, expected);
 }
 
