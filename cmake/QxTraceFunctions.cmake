@@ -145,7 +145,8 @@ function(qx_trace_functions target)
     target_compile_options(${objects} PRIVATE -fexceptions -fmacro-prefix-map=${folder}/=
                            -fmacro-prefix-map=${relative}/=)
     target_link_libraries(${objects} PRIVATE QxLogTracker::recorder)
-    set_target_properties(${objects} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    # A shared library keeps its wrappers to itself.
+    set_target_properties(${objects} PROPERTIES POSITION_INDEPENDENT_CODE ON C_VISIBILITY_PRESET hidden)
 
     target_sources(${target} PRIVATE $<TARGET_OBJECTS:${objects}>)
     list(TRANSFORM traced_FUNCTIONS PREPEND LINKER:--wrap= OUTPUT_VARIABLE wraps)

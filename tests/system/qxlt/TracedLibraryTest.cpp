@@ -12,6 +12,7 @@
 #include <regex>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "Child.h"
@@ -83,7 +84,7 @@ protected:
     std::vector<std::string> Calls() const {
         std::vector<std::string> calls;
         for (const auto& file : std::filesystem::directory_iterator(m_place.At("recordings"))) {
-            const std::regex pattern(".* ((?:figures-1|letters)\\..*) at [0-9]+(\\.\\.[0-9]+)?,.*");
+            const std::regex pattern(".* ((?:figures-1|letters|part)\\..*) at [0-9]+(\\.\\.[0-9]+)?,.*");
             for (const std::string& line : Lines(RunTool({"decode", file.path()}, Setup()).output)) {
                 std::smatch match;
                 if (!std::regex_match(line, match, pattern)) continue;
@@ -93,6 +94,12 @@ protected:
         return calls;
     }
 };
+
+// The tool writes these numbers as the bits that they are.
+constexpr std::pair<const char*, const char*> kNumbers[] = {{"4602678819172646912", "0.5"},
+                                                            {"4604930618986332160", "0.75"},
+                                                            {"4613937818241073152", "3"},
+                                                            {"4621256167635550208", "9"}};
 
 }  // namespace
 
@@ -105,15 +112,14 @@ TEST_F(WrappedFunctions, HaveTheirArgumentsAndResultsRecorded) {
     ASSERT_EQ(RunIt().status, 0);
     std::vector<std::string> calls = Calls();
     for (std::string& call : calls) {
-        // The tool writes these numbers as the bits that they are.
-        call = std::regex_replace(call, std::regex("4602678819172646912"), "0.5");
-        call = std::regex_replace(call, std::regex("4604930618986332160"), "0.75");
+        for (const auto& [bits, number] : kNumbers) call = std::regex_replace(call, std::regex(bits), number);
         // Addresses, which differ from run to run, have many digits.
         call = std::regex_replace(call, std::regex("\\b[0-9]{5,}\\b"), "ADDRESS");
     }
     const std::vector<std::string> expected{
         "figures-1.figure_fail() = 0",
         "figures-1.figure_area(7, 0.5) = 0.75",
+        "part.figure_area(0, 3) = 9",
         "figures-1.figure_sum(\"hi\", 2) = 209",
         "figures-1.figure_sum(\"\", -1) = 0",
         "letters.figure_first(ADDRESS) = \"a\"",

@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "figures.h"
+#include "part.h"
 
 namespace {
 
@@ -29,6 +30,7 @@ bool Throw(int, void*) {
 
 void CallWithNumbers() {
     Expect(figure_area(FIGURE_CIRCLE, 0.5) == 0.75, "a circle's area");
+    Expect(part_area() == 9, "an area of a part");
     const std::unique_ptr<unsigned char[]> bytes(new unsigned char[2]{'h', 'i'});
     Expect(figure_sum(bytes.get(), 2) == 209, "a sum");
     Expect(figure_sum(nullptr, -1) == 0, "a sum of nothing");
