@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "CallViews.h"
 #include "DecodeLines.h"
 #include "DecodeStore.h"
 #include "DumpHeader.h"
@@ -92,9 +93,7 @@ private:
     void PrintCall(unsigned long long key, const IQxData::HSCall& call) {
         constexpr std::uint64_t kCallsBetween = 1000;
         if (++m_calls % kCallsBetween == 0) ShowProgress();
-        const QxLocation& location = m_store->Location(call.locId, call.pid);
-        m_output.Line(
-            CallLine(m_format, {call, location.site, m_names.NameOf(call.pid), key, m_store->MakerOf(key, call)}));
+        m_output.Line(CallLine(m_format, m_views.Of(key, call)));
     }
 
     const bool m_isNamed;  // with -p
@@ -107,6 +106,7 @@ private:
     std::string m_process;      // empty: none is registered
     ProcessNames m_names;
     std::shared_ptr<DecodeStore> m_store = std::make_shared<DecodeStore>(m_format, m_output);
+    CallViews m_views{*m_store, m_names};
 };
 
 }  // namespace

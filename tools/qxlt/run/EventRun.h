@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "CallViews.h"
 #include "EventView.h"
 #include "Explainer.h"
 #include "Fault.h"
@@ -50,6 +51,9 @@ public:
 
     // Calls that began before this time of the recordings' clock are not evaluated.
     void SetSince(std::uint64_t time) { m_since = time; }
+
+    // Where that clock stood against the wall clock when the run began.
+    void SetClock(ClockOffset offset) { m_views.SetClock(offset); }
 
     // After the first event of that name no event is handed on and no error told. `reached` is called with it.
     void EndAt(std::string event, std::function<void()> reached);
@@ -97,6 +101,7 @@ private:
 
     const std::shared_ptr<ProcessStore> m_store;
     const ProcessNames& m_processes;
+    CallViews m_views{*m_store, m_processes};
     const EventSink m_sink;
     const FaultSink m_faults;
     ChangeSink m_changes;
