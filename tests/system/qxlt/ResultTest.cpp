@@ -69,13 +69,15 @@ TEST(Result, DecodeShowsThatThereIsNone) {
                     "audio.Do() at 7008..8008, tid 3"));
     std::vector<std::string> results;
     for (const std::string& line : Lines(RunTool({"decode", "--format", "json", dump}).output)) {
-        if (line.find("\"record\":\"call\"") != std::string::npos)
-            results.push_back(line.substr(line.find("\"ret\":")));
+        if (line.find("\"record\":\"call\"") == std::string::npos) continue;
+        const std::size_t begin = line.find("\"ret\":");
+        results.push_back(line.substr(begin, line.find(",\"duration\":1000}") - begin));
     }
-    EXPECT_THAT(results, ElementsAre(R"("ret":[[{"name":"","hex":"00000000"}]]})", R"("ret":[[]]})",
-                                     R"("ret":[[{"name":"","hex":""}]]})", R"("ret":[[]]})",
-                                     R"("ret":[[{"name":"x","hex":"01000000"},{"name":"y","hex":"02000000"}]]})",
-                                     R"("ret":[[]]})", R"("ret":[[]]})", R"("ret":[]})"));
+    EXPECT_THAT(results,
+                ElementsAre(R"("ret":[[{"name":"","hex":"00000000","int":0}]])", R"("ret":[[]])",
+                            R"("ret":[[{"name":"","hex":"","text":""}]])", R"("ret":[[]])",
+                            R"("ret":[[{"name":"x","hex":"01000000","int":1},{"name":"y","hex":"02000000","int":2}]])",
+                            R"("ret":[[]])", R"("ret":[[]])", R"("ret":[])"));
 }
 
 // One of the two calls of each method.

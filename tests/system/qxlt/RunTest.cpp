@@ -79,8 +79,9 @@ TEST_F(Run, ReplaysWhatItKeptToTheSameEvents) {
     for (auto* const lines : {&again, &live}) lines->back().erase(lines->back().find("\"longestCallbackUs\""));
     EXPECT_EQ(again, live);
     EXPECT_THAT(live.front(), HasSubstr("\"call\":{\"key\":"));
-    EXPECT_THAT(m_place.Read("capture/capture.json"),
-                MatchesRegex("\\{\"version\":1,\"processes\":\\{\"" + m_name + "\":[0-9]+\\},\"since\":[0-9]+\\}\n"));
+    EXPECT_THAT(m_place.Read("capture/capture.json"), MatchesRegex("\\{\"version\":1,\"processes\":\\{\"" + m_name +
+                                                                   "\":[0-9]+\\},\"since\":[0-9]+,\"start\":[0-9]+,"
+                                                                   "\"clock_offset\":[0-9]+\\}\n"));
 }
 
 // Rings that are far too small for the rate.

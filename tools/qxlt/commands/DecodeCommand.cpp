@@ -31,10 +31,17 @@ struct DecodeOptions {
     std::vector<std::string> recordings;
 };
 
-// Without -p a dump is of the process that its own header names.
-std::vector<std::string> InputsOf(const DecodeOptions& options) {
-    std::vector<std::string> inputs = options.dumps;
-    for (const std::string& recording : options.recordings) inputs.push_back(ChooseRecording(recording));
+struct DecodeInput {
+    std::string file;
+    ClockOffset clock;  // of its calls
+};
+
+std::vector<DecodeInput> InputsOf(const DecodeOptions& options) {
+    std::vector<DecodeInput> inputs;
+    for (const std::string& dump : options.dumps) inputs.push_back({dump, std::nullopt});
+    for (const std::string& recording : options.recordings) {
+        inputs.push_back({ChooseRecording(recording), ClockOfRecording(recording)});
+    }
     if (inputs.empty()) throw Failure(kCannotStart, "DUMP is required, or else --recording; see qxlt decode --help");
     return inputs;
 }
@@ -42,7 +49,7 @@ std::vector<std::string> InputsOf(const DecodeOptions& options) {
 class Decoding final {
 public:
     Decoding(const DecodeOptions& options, Format format)
-        : m_isNamed(!options.process.empty()), m_dumps(InputsOf(options)), m_format(format), m_output(&m_progress) {
+        : m_isNamed(!options.process.empty()), m_inputs(InputsOf(options)), m_format(format), m_output(&m_progress) {
         if (!options.process.empty()) {
             const auto [name, pid] = ProcessNames::Parse(options.process);
             m_process = name;
@@ -51,18 +58,25 @@ public:
     }
 
     int Perform() {
-        RequireReadable(m_dumps);
+        RequireReadable(Files());
         m_names.Register(*m_store);
         bool whole = true;
-        for (const std::string& dump : m_dumps) {
+        for (const DecodeInput& input : m_inputs) {
             ++m_number;
             ShowProgress();
-            whole = Decode(dump) && whole;
+            m_views.SetClock(input.clock);
+            whole = Decode(input.file) && whole;
         }
         return whole ? kDone : kInputWrong;
     }
 
 private:
+    std::vector<std::string> Files() const {
+        std::vector<std::string> files;
+        for (const DecodeInput& input : m_inputs) files.push_back(input.file);
+        return files;
+    }
+
     bool Decode(const std::string& file) {
         std::vector<char> dump = ReadDump(file);
         if (!m_isNamed) Identify(dump);
@@ -77,6 +91,7 @@ private:
         return decoded.Whole();
     }
 
+    // Without -p a dump is of the process that its own header names.
     void Identify(std::vector<char>& dump) {
         const DumpHeader header = HeaderOf(dump).value_or(DumpHeader());
         m_process = header.process;
@@ -86,7 +101,7 @@ private:
     }
 
     void ShowProgress() {
-        m_progress.Show("dump " + std::to_string(m_number) + " of " + std::to_string(m_dumps.size()) + ", " +
+        m_progress.Show("dump " + std::to_string(m_number) + " of " + std::to_string(m_inputs.size()) + ", " +
                         Counted(m_calls, "call"));
     }
 
@@ -97,7 +112,7 @@ private:
     }
 
     const bool m_isNamed;  // with -p
-    const std::vector<std::string> m_dumps;
+    const std::vector<DecodeInput> m_inputs;
     const Format m_format;
     Progress m_progress;
     Output m_output;

@@ -45,6 +45,7 @@ ReplayInput::Priming PrimingOf(const ReplayOptions& options) {
 void ChooseRecordingOf(const ReplayOptions& options, ReplayInput& input) {
     if (!options.inputs.empty()) throw Failure(kCannotStart, "--recording is the input; leave out the others");
     input.dumps = {ChooseRecording(options.recording)};
+    input.clock = ClockOfRecording(options.recording);
     RequireReadable(input.dumps);
     std::vector<char> dump = ReadDump(input.dumps.front());
     const DumpHeader header = HeaderOf(dump).value_or(DumpHeader());

@@ -20,6 +20,11 @@ void EventRun::SetAccount(RunAccount& account) {
     m_observers.Add(account);
 }
 
+void EventRun::Begin(const RunStart& start) {
+    m_since = start.since;
+    m_views.SetClock(start.clock);
+}
+
 void EventRun::EndAt(std::string event, std::function<void()> reached) {
     m_until = std::move(event);
     m_reached = std::move(reached);

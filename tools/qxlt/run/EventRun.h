@@ -22,6 +22,7 @@
 #include "ProcessStore.h"
 #include "QxCycle.h"
 #include "RunAccount.h"
+#include "RunStart.h"
 
 namespace qxlt {
 
@@ -49,11 +50,8 @@ public:
     void SetPlaces(ScriptPlaces places) { m_places = std::move(places); }
     const ScriptPlaces& Places() const { return m_places; }
 
-    // Calls that began before this time of the recordings' clock are not evaluated.
-    void SetSince(std::uint64_t time) { m_since = time; }
-
-    // Where that clock stood against the wall clock when the run began.
-    void SetClock(ClockOffset offset) { m_views.SetClock(offset); }
+    // When the run began: which calls are evaluated, and what time of day events get. Before the first cycle.
+    void Begin(const RunStart& start);
 
     // After the first event of that name no event is handed on and no error told. `reached` is called with it.
     void EndAt(std::string event, std::function<void()> reached);

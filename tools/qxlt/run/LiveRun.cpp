@@ -143,12 +143,16 @@ void LiveRun::WatchAll() {
 int LiveRun::Perform() {
     if (WaitForProcesses()) {
         Load();
-        if (m_capture) m_capture->Begin(m_processes, m_options.history ? std::nullopt : m_now);
+        if (m_capture) m_capture->Begin(m_processes, Start());
         Track();
     } else {
         PrintCounts();
     }
     return HasFailed() ? kInputWrong : kDone;
+}
+
+RunStart LiveRun::Start() const {
+    return {m_options.history ? std::nullopt : m_now, m_now, m_clock};
 }
 
 bool LiveRun::HasFailed() {
@@ -217,7 +221,7 @@ void LiveRun::Load() {
     m_run.SetPlaces(m_scripts.PlacesIn(root));
     m_run.SetAccount(m_account);
     m_run.SetChangeSink([this](const ProcessNews& news) { PrintNews(m_common.format, m_output, news); });
-    if (m_now && !m_options.history) m_run.SetSince(*m_now);
+    m_run.Begin(Start());
     m_run.EndAt(m_options.until, [this] { Reach(); });
     if (m_explain.wanted) {
         m_run.SetExplainer(m_explainer.emplace(m_common.format, m_output, root, m_run.Places(), m_explain.event));

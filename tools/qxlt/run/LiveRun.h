@@ -78,7 +78,10 @@ private:
     void PrintCounts() const;
     bool HasFailed();
 
+    RunStart Start() const;
+
     const std::optional<std::uint64_t> m_now = CallClockNow();  // when the run was started
+    const ClockOffset m_clock = WallClockOffset();              // and where the wall clock stood then
     const RunOptions& m_options;
     const CommonOptions& m_common;
     const JoinedScripts m_scripts;

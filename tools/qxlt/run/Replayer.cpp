@@ -48,7 +48,9 @@ void Replayer::RunCapture() {
     CaptureReader capture(m_input.capture);
     m_processes = capture.Processes();
     m_processes.Register(*m_store);
-    if (capture.Since() && !m_input.history) m_run.SetSince(*capture.Since());
+    RunStart start = capture.Start();
+    if (m_input.history) start.since.reset();
+    m_run.Begin(start);
     if (m_input.onlyCapture) capture.TellUnknownFolders([this](const Fault& fault) { Tell(fault); });
     while (!m_run.IsOver() && capture.Next()) {
         m_progress.Show("cycle " + std::to_string(capture.Cycle()));
@@ -88,6 +90,7 @@ void Replayer::RunDumps() {
     const auto [process, pid] = ProcessNames::Parse(m_input.process);
     m_processes.Add(process, pid);
     m_processes.Register(*m_store);
+    m_run.Begin({std::nullopt, std::nullopt, m_input.clock});
     std::uint64_t number = 0;
     for (const std::string& file : m_input.dumps) {
         if (m_run.IsOver()) return;
