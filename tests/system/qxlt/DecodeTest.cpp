@@ -56,7 +56,7 @@ TEST(Decode, PrintsEveryRecordAsText) {
                             "thread     pid 412, tid 3, main",
                             "location   pid 412, 3: audio.SetVolume(int in:4) -> void:0 in volume.cpp",
                             "descriptor Point {int x:4, int y:4}",
-                            "call       media-server[412] audio.SetVolume(85) at 105..2105, tid 3",
+                            "call       media-server[412] audio.SetVolume(85) at 105, took 2.0 us, tid 3 main",
                             "end        a.qxdump: " + std::to_string(WholeDump().size()) + " bytes, 1 call"));
 }
 

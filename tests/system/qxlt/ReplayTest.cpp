@@ -42,8 +42,9 @@ TEST(Replay, PrintsEventsAsAlignedText) {
         R"(<event name="VOLUME_HIGH" tag="IN" value="0" type="INT" watch="CONDITIONAL" condition="&gt;" conditionValue="80"/>)";
     const std::string script = place.Write("v.xml", VolumeScript(events));
     const ToolResult result = RunTool({"replay", "-s", script, "-p", "m=1", place.Write("a", VolumeDump({85}))});
-    EXPECT_THAT(Lines(result.output), ElementsAre("1      VOLUME       85            m[1] audio.SetVolume(85) at 105",
-                                                  "1      VOLUME_HIGH  85            m[1] audio.SetVolume(85) at 105"));
+    EXPECT_THAT(Lines(result.output),
+                ElementsAre(" 105  VOLUME       85        2.0 us  m[1]             audio.SetVolume(85)",
+                            " 105  VOLUME_HIGH  85        2.0 us  m[1]             audio.SetVolume(85)"));
 }
 
 TEST(Replay, TakesEachLooseDumpForACycle) {
@@ -265,8 +266,8 @@ TEST(Replay, ShowsTheProcessThatMadeACall) {
             AllOf(HasSubstr(R"("value":"4",)"), EndsWith(R"("ret":[],"thread":"t","duration":2000}})")),
             AllOf(HasSubstr(R"("value":"5",)"), EndsWith(R"("ret":[],"thread":"t","duration":2000}})"))));
     const std::string text = RunTool({"replay", "-s", script, place.At("capture")}).output;
-    EXPECT_THAT(text, HasSubstr("m[70001] audio.SetVolume(1)"));
-    EXPECT_THAT(text, HasSubstr("m[1] audio.SetVolume(4)"));
+    EXPECT_THAT(text, HasSubstr("m[70001]  t       audio.SetVolume(1)"));
+    EXPECT_THAT(text, HasSubstr("m[1]      t       audio.SetVolume(4)"));
     const ToolResult decoded =
         RunTool({"decode", "-p", "m=1", "--format", "json", place.At("capture/000001/m.qxdump")});
     EXPECT_THAT(decoded.output, HasSubstr(R"("ret":[],"process_id":70001,"thread":"t","duration":2000})"));

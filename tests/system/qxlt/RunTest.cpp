@@ -138,8 +138,9 @@ TEST_F(Run, SaysWhatItDoesAndCountsItsEvents) {
                                             "on\n([0-9]+ calls? from before[^\n]*\n)?ready\n"));
     const std::string count = std::to_string(Lines(tool.Output()).size());
     EXPECT_THAT(tool.Error(), ContainsRegex("\n" + count + " events? in [0-9]+ cycles\n  VOLUME  " + count + "\n$"));
-    EXPECT_THAT(Lines(tool.Output()).front(), ContainsRegex("^2 +VOLUME +[0-9]+ +" + m_name +
-                                                            "\\[[0-9]+\\] audio\\.SetVolume\\([0-9]+\\) at [0-9]+$"));
+    EXPECT_THAT(Lines(tool.Output()).front(),
+                ContainsRegex("^[0-9-]+T[0-9:.]+Z  VOLUME +[0-9]+ +[0-9.]+ [a-z]+  " + m_name +
+                              "\\[[0-9]+\\] +mixer +audio\\.SetVolume\\([0-9]+\\)$"));
 }
 
 TEST_F(Run, CountsTheEventsThatNeverFired) {

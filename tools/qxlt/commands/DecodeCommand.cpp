@@ -13,6 +13,7 @@
 #include "ProcessNames.h"
 #include "QxCycle.h"
 #include "RecordingChoice.h"
+#include "ShowingOptions.h"
 #include "TakeCalls.h"
 #include "Text.h"
 
@@ -23,25 +24,19 @@ namespace {
 constexpr char kExamples[] =
     "  qxlt decode media-server.qxdump\n"
     "  qxlt decode -p media-server=412 --format json *.qxdump | jq .record\n"
+    "  qxlt decode --method 'Set*' --thread mixer media-server.qxdump\n"
     "  qxlt decode --recording 'media-server[4711]'\n";
 
 struct DecodeOptions {
+    ShowOptions show;
     std::string process;
     std::vector<std::string> dumps;
     std::vector<std::string> recordings;
 };
 
-struct DecodeInput {
-    std::string file;
-    ClockOffset clock;  // of its calls
-};
-
-std::vector<DecodeInput> InputsOf(const DecodeOptions& options) {
-    std::vector<DecodeInput> inputs;
-    for (const std::string& dump : options.dumps) inputs.push_back({dump, std::nullopt});
-    for (const std::string& recording : options.recordings) {
-        inputs.push_back({ChooseRecording(recording), ClockOfRecording(recording)});
-    }
+std::vector<std::string> InputsOf(const DecodeOptions& options) {
+    std::vector<std::string> inputs = options.dumps;
+    for (const std::string& recording : options.recordings) inputs.push_back(ChooseRecording(recording));
     if (inputs.empty()) throw Failure(kCannotStart, "DUMP is required, or else --recording; see qxlt decode --help");
     return inputs;
 }
@@ -49,7 +44,11 @@ std::vector<DecodeInput> InputsOf(const DecodeOptions& options) {
 class Decoding final {
 public:
     Decoding(const DecodeOptions& options, Format format)
-        : m_isNamed(!options.process.empty()), m_inputs(InputsOf(options)), m_format(format), m_output(&m_progress) {
+        : m_isNamed(!options.process.empty()),
+          m_dumps(InputsOf(options)),
+          m_filter(options.show.filter),
+          m_format(format),
+          m_output(&m_progress) {
         if (!options.process.empty()) {
             const auto [name, pid] = ProcessNames::Parse(options.process);
             m_process = name;
@@ -58,25 +57,18 @@ public:
     }
 
     int Perform() {
-        RequireReadable(Files());
+        RequireReadable(m_dumps);
         m_names.Register(*m_store);
         bool whole = true;
-        for (const DecodeInput& input : m_inputs) {
+        for (const std::string& dump : m_dumps) {
             ++m_number;
             ShowProgress();
-            m_views.SetClock(input.clock);
-            whole = Decode(input.file) && whole;
+            whole = Decode(dump) && whole;
         }
         return whole ? kDone : kInputWrong;
     }
 
 private:
-    std::vector<std::string> Files() const {
-        std::vector<std::string> files;
-        for (const DecodeInput& input : m_inputs) files.push_back(input.file);
-        return files;
-    }
-
     bool Decode(const std::string& file) {
         std::vector<char> dump = ReadDump(file);
         if (!m_isNamed) Identify(dump);
@@ -101,18 +93,20 @@ private:
     }
 
     void ShowProgress() {
-        m_progress.Show("dump " + std::to_string(m_number) + " of " + std::to_string(m_inputs.size()) + ", " +
+        m_progress.Show("dump " + std::to_string(m_number) + " of " + std::to_string(m_dumps.size()) + ", " +
                         Counted(m_calls, "call"));
     }
 
     void PrintCall(unsigned long long key, const IQxData::HSCall& call) {
         constexpr std::uint64_t kCallsBetween = 1000;
         if (++m_calls % kCallsBetween == 0) ShowProgress();
-        m_output.Line(CallLine(m_format, m_views.Of(key, call)));
+        const CallView view = m_views.Of(key, call);
+        if (m_filter.ShowsCall(view)) m_output.Line(CallLine(m_format, view));
     }
 
     const bool m_isNamed;  // with -p
-    const std::vector<DecodeInput> m_inputs;
+    const std::vector<std::string> m_dumps;
+    const CallFilter m_filter;
     const Format m_format;
     Progress m_progress;
     Output m_output;
@@ -137,6 +131,8 @@ void AddDecode(CLI::App& app, Invocation& invocation) {
     command.add_option("--recording", options->recordings, "A recording, of a living process or an ended one")
         ->allow_extra_args(false)
         ->option_text("NAME[PID]|FILE");
+    AddFilterOptions(command, options->show);
+    AddQuietOption(command);
 }
 
 }  // namespace qxlt

@@ -110,14 +110,17 @@ std::string ProcessText(const std::string& name, std::uint32_t pid) {
 
 std::string CallText(const CallView& view) {
     const IQxData::HSCall::Args& args = view.call.args;
-    std::string text = ProcessText(view.process, view.maker.value_or(view.call.pid)) + " ";
-    text += MethodText(view.location, view.call.locId) + "(" + ArgumentsText(args.in) + ")";
+    std::string text = MethodText(view.location, view.call.locId) + "(" + ArgumentsText(args.in) + ")";
     if (!args.out.empty()) text += " out (" + ArgumentsText(args.out) + ")";
     if (LacksResult(view.location, view.call))
         text += " = no result";
     else if (!args.ret.empty())
         text += " = " + ArgumentsText(args.ret);
-    return text + " at " + std::to_string(view.call.time);
+    return text;
+}
+
+std::string MakerText(const CallView& view) {
+    return ProcessText(view.process, view.maker.value_or(view.call.pid));
 }
 
 }  // namespace qxlt

@@ -12,8 +12,11 @@ public:
     // Both must outlive this.
     CallViews(ProcessStore& store, const ProcessNames& names) : m_store(store), m_names(names) {}
 
-    // Where the recordings' clock stood against the wall clock, so that calls get their wall clock times.
-    void SetClock(ClockOffset offset) { m_clock = offset; }
+    // When the run of the recordings began, and where their clock stood against the wall clock then.
+    void SetStart(std::optional<std::uint64_t> start, ClockOffset clock) {
+        m_start = start;
+        m_clock = clock;
+    }
 
     // Requires: the call lies in the store under that key, or is a copy of it. Valid until the store takes something.
     CallView Of(unsigned long long key, const IQxData::HSCall& call) const;
@@ -21,6 +24,7 @@ public:
 private:
     ProcessStore& m_store;
     const ProcessNames& m_names;
+    std::optional<std::uint64_t> m_start;
     ClockOffset m_clock;
 };
 

@@ -5,7 +5,6 @@
 
 #include "CommandName.h"
 #include "Failure.h"
-#include "Platform.h"
 #include "TimeAgo.h"
 
 namespace qxlt {
@@ -60,10 +59,6 @@ std::string ChooseRecording(const std::string& text) {
     std::error_code ignored;
     if (std::filesystem::exists(text, ignored)) return text;
     throw Failure(kCannotStart, option + "there is none; qxlt list --recordings shows what there is");
-}
-
-ClockOffset ClockOfRecording(const std::string& text) {
-    return text.find('/') == std::string::npos ? WallClockOffset() : std::nullopt;
 }
 
 }  // namespace qxlt

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "RecordingFiles.h"
-#include "WallTime.h"
 
 namespace qxlt {
 
@@ -24,9 +23,5 @@ std::string LastRecordedText(const RecordingFile& file);
 // The file that `--recording` names: NAME[PID], NAME where there is one of it only, a file in the runtime directory, or
 // any file's path. Throws a Failure (cannot start) that says what there is.
 std::string ChooseRecording(const std::string& text);
-
-// How far the wall clock is ahead of the clock of the recording that is named so; nothing where that is not known. A
-// path may lead to a recording of another machine, or of one that has been started anew since.
-ClockOffset ClockOfRecording(const std::string& text);
 
 }  // namespace qxlt

@@ -22,7 +22,7 @@ void EventRun::SetAccount(RunAccount& account) {
 
 void EventRun::Begin(const RunStart& start) {
     m_since = start.since;
-    m_views.SetClock(start.clock);
+    m_views.SetStart(start.time, start.clock);
 }
 
 void EventRun::EndAt(std::string event, std::function<void()> reached) {

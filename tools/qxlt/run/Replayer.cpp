@@ -90,7 +90,6 @@ void Replayer::RunDumps() {
     const auto [process, pid] = ProcessNames::Parse(m_input.process);
     m_processes.Add(process, pid);
     m_processes.Register(*m_store);
-    m_run.Begin({std::nullopt, std::nullopt, m_input.clock});
     std::uint64_t number = 0;
     for (const std::string& file : m_input.dumps) {
         if (m_run.IsOver()) return;

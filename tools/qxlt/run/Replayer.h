@@ -13,7 +13,6 @@
 #include "ProcessNames.h"
 #include "ProcessStore.h"
 #include "Progress.h"
-#include "WallTime.h"
 
 namespace qxlt {
 
@@ -24,7 +23,6 @@ struct ReplayInput {
     std::string capture;                                               // a directory; or else
     std::string process;                                               // the process, as ProcessNames reads it, and
     std::vector<std::string> dumps;                                    // its dumps, each one cycle
-    ClockOffset clock = std::nullopt;                                  // of these dumps, where it is known
     enum class Priming { AsLive, Yes, No } priming = Priming::AsLive;  // of the first cycle
     bool history = false;     // what the run did not evaluate because it was older is evaluated, too
     bool onlyCapture = true;  // whatever else lies in the capture's directory is a stranger

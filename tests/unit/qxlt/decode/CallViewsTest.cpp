@@ -109,7 +109,7 @@ TEST_F(CallViewsTest, TellWhoMadeACallThatStayed) {
 TEST_F(CallViewsTest, TellTheTimeOfDayAndHowLongACallTook) {
     m_call.exitTime = 3500;
     EXPECT_EQ(Additions(), R"(,"duration":2500})");
-    m_views.SetClock(1772368200000000000);
+    m_views.SetStart({}, 1772368200000000000);
     EXPECT_EQ(Additions(), R"(,"wall":"2026-03-01T12:30:00.000001000Z","duration":2500})");
     m_call.exitTime = 1000;
     EXPECT_EQ(Additions(), R"(,"wall":"2026-03-01T12:30:00.000001000Z","duration":0})");
