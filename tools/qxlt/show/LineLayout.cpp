@@ -1,7 +1,6 @@
 #include "LineLayout.h"
 
 #include <algorithm>
-#include <utility>
 
 #include "Text.h"
 
@@ -51,8 +50,8 @@ std::optional<std::vector<Column>> ReadColumns(const std::string& text) {
     return columns;
 }
 
-LineLayout::LineLayout(std::vector<Column> columns, std::size_t width)
-    : m_columns(columns.empty() ? kUsual : std::move(columns)), m_isChosen(m_columns != kUsual), m_width(width) {
+LineLayout::LineLayout(const std::vector<Column>& columns, std::size_t width)
+    : m_columns(columns.empty() ? kUsual : columns), m_isChosen(!columns.empty()), m_width(width) {
     for (std::size_t i = 0; i < kColumns; ++i) m_widths[i] = std::string(kColumnNames[i]).size();
     WidthOf(Column::Value) = kUsualValue;
 }

@@ -28,7 +28,7 @@ class LineLayout final {
 public:
     // No columns: those that are shown unless others are asked for, of which a narrow terminal shows fewer. `width` is
     // that of the terminal; 0: the lines are for no terminal, and whole.
-    LineLayout(std::vector<Column> columns, std::size_t width);
+    LineLayout(const std::vector<Column>& columns, std::size_t width);
 
     // Has the column at least that wide.
     void Reserve(Column column, std::size_t width);
