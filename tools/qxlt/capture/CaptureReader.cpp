@@ -56,7 +56,8 @@ ClockOffset ReadClock(const std::string& path, const JsonObject& description) {
     constexpr char key[] = "clock_offset";
     if (!description.contains(key)) return std::nullopt;
     const JsonObject& number = description[key];
-    const bool fits = number.is_number_integer() && (!number.is_number_unsigned() || number <= INT64_MAX);
+    const bool fits =
+        number.is_number_integer() && (!number.is_number_unsigned() || number.get<std::uint64_t>() <= INT64_MAX);
     if (!fits) NoCapture(path, "\"" + std::string(key) + "\" is no number of nanoseconds");
     return number.get<std::int64_t>();
 }
