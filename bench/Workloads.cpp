@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "BenchDump.h"
+#include "CallViews.h"
 #include "DecodeLines.h"
 #include "QxCycle.h"
 #include "QxParser.h"
@@ -107,15 +108,16 @@ void RecordCalls() {
 
 void JsonLines() {
     std::vector<char> dump = DumpOf(kCalls);
-    const auto store = std::make_shared<QxData>();
+    const auto store = std::make_shared<qxlt::ProcessStore>();
     QxParser parser(nullptr, nullptr);
     Decode(parser, store, dump);
-    const std::string process = "bench";
+    const qxlt::ProcessNames names;
+    qxlt::CallViews views(*store, names);
+    views.SetStart(0, 0);
     std::size_t length = 0;
     QxMeasured([&] {
         for (const auto& [key, call] : *store->GetCallIMap()) {
-            const QxLocation& location = store->Location(call.locId, call.pid);
-            length += qxlt::CallLine(qxlt::Format::Json, {call, location.site, process, key}).size();
+            length += qxlt::CallLine(qxlt::Format::Json, views.Of(key, call)).size();
         }
     });
     Check(length > kCalls * 100, "lines are missing");

@@ -36,7 +36,7 @@ _qxlt() {
     else
         local command=${COMP_WORDS[1]}
         case $command,$previous in
-            *,--format | *,--level | *,--pause | *,--on-loss) words=$(_qxlt_choices "$program" "$command" "$previous") ;;
+            *,--format | *,--level | *,--pause | *,--on-loss | *,--time) words=$(_qxlt_choices "$program" "$command" "$previous") ;;
             *,--recording) words=$(_qxlt_recordings "$program") ;;
             check,--explain) words="$("$program" check --explain all | sed -n 's/^## \(QX[0-9]*\).*/\1/p') all" ;;
             clean,*) [ "${word:0:1}" = - ] || words=$(_qxlt_recordings "$program") ;;&

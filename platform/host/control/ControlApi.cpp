@@ -30,6 +30,10 @@ std::uint64_t GetRecordingTime() {
     return qxhost::NowNs();
 }
 
+std::int64_t GetWallClockOffset() {
+    return qxhost::WallClockOffsetNs();
+}
+
 void Watch(const std::string& process) {
     Control()->Watch(process);
 }

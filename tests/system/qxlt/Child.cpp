@@ -4,14 +4,18 @@
 #include <poll.h>
 #include <signal.h>
 #include <stdlib.h>
+#include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <sstream>
 #include <stdexcept>
+
+#include "LineSchema.h"
 
 namespace {
 
@@ -30,9 +34,11 @@ Ends MakePipe() {
     return {fds[0], fds[1]};
 }
 
-Ends MakeTerminal() {
+Ends MakeTerminal(unsigned short columns) {
     const int master = posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC);
     if (master < 0 || grantpt(master) != 0 || unlockpt(master) != 0) throw std::runtime_error("terminal");
+    const winsize size = {24, columns, 0, 0};
+    if (ioctl(master, TIOCSWINSZ, &size) != 0) throw std::runtime_error("terminal");
     return {master, open(ptsname(master), O_RDWR | O_NOCTTY | O_CLOEXEC)};
 }
 
@@ -41,7 +47,7 @@ Ends MakeFile(const std::string& path) {
 }
 
 Ends MakeOutput(const Child::Setup& setup) {
-    if (setup.terminal) return MakeTerminal();
+    if (setup.terminal) return MakeTerminal(setup.columns);
     return setup.output.empty() ? MakePipe() : MakeFile(setup.output);
 }
 
@@ -70,7 +76,9 @@ void WaitForEnd(const Ends& pipe) {
 
 }  // namespace
 
-Child::Child(const Setup& setup) {
+Child::Child(const Setup& setup)
+    : m_printsJson(setup.command.front() == QXLT_PROGRAM && !setup.terminal &&
+                   std::find(setup.command.begin(), setup.command.end(), "json") != setup.command.end()) {
     const Ends output = MakeOutput(setup);
     const Ends error = setup.terminal ? Ends{-1, dup(output.write)} : MakePipe();
     const Ends started = MakePipe();
@@ -154,6 +162,7 @@ int Child::Finish() {
     }
     m_ended = true;
     m_largestSize = usage.ru_maxrss;
+    if (m_printsJson) ExpectLinesOfSchema(m_output.text);
     return WIFEXITED(m_status) ? WEXITSTATUS(m_status) : 128 + WTERMSIG(m_status);
 }
 

@@ -16,6 +16,7 @@ public:
         std::string output = "";     // where standard output goes; empty: it is read here
         bool impatient = false;      // writes to the output's pipe, which holds one page, do not wait
         bool terminal = false;       // standard output and error are one terminal, read as output
+        unsigned short columns = 0;  // the terminal's width; 0: it tells none
     };
 
     // Starts the child, which goes by its program's name from here on. Throws std::runtime_error.
@@ -56,6 +57,7 @@ private:
     bool WaitFor(const Stream& stream, const std::string& text);
     bool Pump();
 
+    const bool m_printsJson;  // it is the tool, and its lines are held against their schema
     Stream m_output;
     Stream m_error;
     pid_t m_pid = -1;

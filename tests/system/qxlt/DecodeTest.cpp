@@ -41,7 +41,7 @@ TEST(Decode, PrintsEveryRecordAsJson) {
             R"({"record":"thread","pid":412,"tid":3,"name":"main"})",
             R"({"record":"location","pid":412,"locId":3,"srcCodeAux":0,"srcCodeFileRaw":"volume.cpp","args":[{"type":"int","flags":1,"size":4}],"retType":"void","retSize":0,"callerName":"SetVolume","packageName":"audio"})",
             R"({"record":"descriptor","name":"Point","isContainer":0,"memberNames":["x","y"],"memberSizes":[4,4],"memberTypes":["int","int"]})",
-            R"({"record":"call","key":105000,"process":"media-server","pid":412,"tid":3,"locId":3,"callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","time":105,"exitTime":2105,"in":[[{"name":"","hex":"55000000"}]],"out":[],"ret":[]})",
+            R"({"record":"call","key":105000,"process":"media-server","pid":412,"tid":3,"locId":3,"callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","time":105,"exitTime":2105,"in":[[{"name":"","hex":"55000000","int":85}]],"out":[],"ret":[],"thread":"main","duration":2000})",
             R"({"record":"end","dump":"a.qxdump","bytes":)" + std::to_string(WholeDump().size()) +
                 R"(,"calls":1,"parse":1,"extract":1})"));
 }
@@ -56,7 +56,7 @@ TEST(Decode, PrintsEveryRecordAsText) {
                             "thread     pid 412, tid 3, main",
                             "location   pid 412, 3: audio.SetVolume(int in:4) -> void:0 in volume.cpp",
                             "descriptor Point {int x:4, int y:4}",
-                            "call       media-server[412] audio.SetVolume(85) at 105..2105, tid 3",
+                            "call       media-server[412] audio.SetVolume(85) at 105, took 2.0 us, tid 3 main",
                             "end        a.qxdump: " + std::to_string(WholeDump().size()) + " bytes, 1 call"));
 }
 

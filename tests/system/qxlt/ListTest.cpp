@@ -128,7 +128,7 @@ TEST(ListTest, PrintsJson) {
               R"("args":[{"type":"int","flags":1,"size":4}],"retType":"void","retSize":0,"callerName":"SetVolume",)"
               R"("packageName":"audio","calls":2,"example":{"process":"","pid":0,"tid":3,"locId":3,)"
               R"("callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","time":105,)"
-              R"("exitTime":2105,"in":[[{"name":"","hex":"55000000"}]],"out":[],"ret":[]}})"
+              R"("exitTime":2105,"in":[[{"name":"","hex":"55000000"}]],"out":[],"ret":[],"duration":2000}})"
               "\n");
 }
 

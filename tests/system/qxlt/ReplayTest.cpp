@@ -31,7 +31,7 @@ TEST(Replay, PrintsAnEventAsJson) {
     EXPECT_EQ(result.error, "");
     EXPECT_EQ(
         result.output,
-        R"({"cycle":1,"event":"VOLUME","value":"85","call":{"key":105000,"process":"media-server","pid":412,"tid":3,"locId":3,"callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","time":105,"exitTime":2105,"in":[[{"name":"","hex":"55000000"}]],"out":[],"ret":[]}})"
+        R"({"cycle":1,"event":"VOLUME","value":"85","call":{"key":105000,"process":"media-server","pid":412,"tid":3,"locId":3,"callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","time":105,"exitTime":2105,"in":[[{"name":"","hex":"55000000","int":85}]],"out":[],"ret":[],"duration":2000}})"
         "\n");
 }
 
@@ -42,8 +42,9 @@ TEST(Replay, PrintsEventsAsAlignedText) {
         R"(<event name="VOLUME_HIGH" tag="IN" value="0" type="INT" watch="CONDITIONAL" condition="&gt;" conditionValue="80"/>)";
     const std::string script = place.Write("v.xml", VolumeScript(events));
     const ToolResult result = RunTool({"replay", "-s", script, "-p", "m=1", place.Write("a", VolumeDump({85}))});
-    EXPECT_THAT(Lines(result.output), ElementsAre("1      VOLUME       85            m[1] audio.SetVolume(85) at 105",
-                                                  "1      VOLUME_HIGH  85            m[1] audio.SetVolume(85) at 105"));
+    EXPECT_THAT(Lines(result.output),
+                ElementsAre(" 105  VOLUME       85        2.0 us  m[1]             audio.SetVolume(85)",
+                            " 105  VOLUME_HIGH  85        2.0 us  m[1]             audio.SetVolume(85)"));
 }
 
 TEST(Replay, TakesEachLooseDumpForACycle) {
@@ -255,18 +256,21 @@ TEST(Replay, ShowsTheProcessThatMadeACall) {
     place.Write("capture/000003/m.qxdump", header("1", "00000011") + thread(6) + call(6, 4));
     place.Write("capture/000004/m.qxdump", header("host 1", "0000001x") + thread(7) + call(7, 5));
     const ToolResult result = RunTool({"replay", "-s", script, "--format", "json", place.At("capture")});
-    EXPECT_THAT(Lines(result.output),
-                ElementsAre(AllOf(HasSubstr(R"("value":"1",)"), EndsWith(R"("ret":[],"process_id":70001}})")),
-                            AllOf(HasSubstr(R"("value":"2",)"), EndsWith(R"("ret":[],"process_id":9}})")),
-                            AllOf(HasSubstr(R"("value":"3",)"), EndsWith(R"("ret":[],"process_id":10}})")),
-                            AllOf(HasSubstr(R"("value":"4",)"), EndsWith(R"("ret":[]}})")),
-                            AllOf(HasSubstr(R"("value":"5",)"), EndsWith(R"("ret":[]}})"))));
+    EXPECT_THAT(
+        Lines(result.output),
+        ElementsAre(
+            AllOf(HasSubstr(R"("value":"1",)"),
+                  EndsWith(R"("ret":[],"process_id":70001,"thread":"t","duration":2000}})")),
+            AllOf(HasSubstr(R"("value":"2",)"), EndsWith(R"("ret":[],"process_id":9,"thread":"t","duration":2000}})")),
+            AllOf(HasSubstr(R"("value":"3",)"), EndsWith(R"("ret":[],"process_id":10,"thread":"t","duration":2000}})")),
+            AllOf(HasSubstr(R"("value":"4",)"), EndsWith(R"("ret":[],"thread":"t","duration":2000}})")),
+            AllOf(HasSubstr(R"("value":"5",)"), EndsWith(R"("ret":[],"thread":"t","duration":2000}})"))));
     const std::string text = RunTool({"replay", "-s", script, place.At("capture")}).output;
-    EXPECT_THAT(text, HasSubstr("m[70001] audio.SetVolume(1)"));
-    EXPECT_THAT(text, HasSubstr("m[1] audio.SetVolume(4)"));
+    EXPECT_THAT(text, HasSubstr("m[70001]  t       audio.SetVolume(1)"));
+    EXPECT_THAT(text, HasSubstr("m[1]      t       audio.SetVolume(4)"));
     const ToolResult decoded =
         RunTool({"decode", "-p", "m=1", "--format", "json", place.At("capture/000001/m.qxdump")});
-    EXPECT_THAT(decoded.output, HasSubstr(R"("ret":[],"process_id":70001})"));
+    EXPECT_THAT(decoded.output, HasSubstr(R"("ret":[],"process_id":70001,"thread":"t","duration":2000})"));
 }
 
 }  // namespace

@@ -50,7 +50,7 @@ std::vector<std::string> EventsIn(const std::string& output) {
 }
 
 std::string MadeBy(pid_t pid) {
-    return "\"process_id\":" + std::to_string(pid) + "}";
+    return "\"process_id\":" + std::to_string(pid) + ",\"thread\":";
 }
 
 std::string News(const std::string& process, pid_t pid, const std::string& state) {
@@ -171,7 +171,8 @@ TEST_F(RunProcesses, FollowsAProgramThatIsStartedAnew) {
     const ToolResult replay = RunTool({"replay", "-s", m_place.At("v.xml"), m_place.At("capture")});
     EXPECT_THAT(replay.error, ContainsRegex("cycle [0-9]+, " + m_name + "\\[" + std::to_string(program->Pid()) +
                                             "\\] has started anew\n"));
-    EXPECT_THAT(replay.output, HasSubstr(m_name + "[" + std::to_string(program->Pid()) + "] test.Count("));
+    EXPECT_THAT(replay.output,
+                ContainsRegex(m_name + "\\[" + std::to_string(program->Pid()) + "\\] +[^ ]+ +test\\.Count\\("));
 }
 
 TEST_F(RunProcesses, TracksAllOfAName) {

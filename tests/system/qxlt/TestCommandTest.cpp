@@ -105,7 +105,7 @@ TEST(TestCommand, WritesTheExpectationWhenAsked) {
     EXPECT_EQ(result.status, 0);
     EXPECT_EQ(
         Lines(place.Read("high/expected.jsonl")).front(),
-        R"({"cycle":1,"event":"HIGH","value":"81","call":{"process":"media-server","pid":0,"tid":3,"locId":3,"callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","time":2210,"exitTime":4210,"in":[[{"name":"","hex":"51000000"}]],"out":[],"ret":[]}})");
+        R"({"cycle":1,"event":"HIGH","value":"81","call":{"process":"media-server","pid":0,"tid":3,"locId":3,"callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","time":2210,"exitTime":4210,"in":[[{"name":"","hex":"51000000","int":81}]],"out":[],"ret":[],"duration":2000}})");
 }
 
 TEST(TestCommand, AcceptsWhatReplayPrints) {

@@ -52,9 +52,10 @@ std::vector<Block> ReadBlocks(const std::string& path, const Names& names = {}) 
     return blocks;
 }
 
-// Numbers and the width of columns differ from run to run.
+// Numbers, the units of durations and the width of columns differ from run to run.
 std::string Normalised(const std::string& line) {
-    return std::regex_replace(std::regex_replace(line, std::regex("[0-9]+"), "0"), std::regex(" +"), " ");
+    const std::string timed = std::regex_replace(line, std::regex("\\b[0-9.]+ ([num]?s)\\b"), "0 s");
+    return std::regex_replace(std::regex_replace(timed, std::regex("[0-9]+"), "0"), std::regex(" +"), " ");
 }
 
 std::vector<std::string> NormalisedLines(const std::string& text) {

@@ -44,12 +44,32 @@ ProcessNames ReadProcesses(const std::string& path, const JsonObject& descriptio
     return processes;
 }
 
-std::optional<std::uint64_t> ReadSince(const std::string& path, const JsonObject& description) {
-    if (!description.contains("since")) return std::nullopt;
-    const JsonObject& since = description["since"];
-    const std::uint64_t time = since.is_number_unsigned() ? since.get<std::uint64_t>() : UINT64_MAX;
-    if (time >= kMaxTime) NoCapture(path, "\"since\" is no time in nanoseconds");
+std::optional<std::uint64_t> ReadTime(const std::string& path, const JsonObject& description, const char* key) {
+    if (!description.contains(key)) return std::nullopt;
+    const JsonObject& number = description[key];
+    const std::uint64_t time = number.is_number_unsigned() ? number.get<std::uint64_t>() : UINT64_MAX;
+    if (time >= kMaxTime) NoCapture(path, "\"" + std::string(key) + "\" is no time in nanoseconds");
     return time;
+}
+
+ClockOffset ReadClock(const std::string& path, const JsonObject& description) {
+    constexpr char key[] = "clock_offset";
+    if (!description.contains(key)) return std::nullopt;
+    const JsonObject& number = description[key];
+    const bool fits =
+        number.is_number_integer() && (!number.is_number_unsigned() || number.get<std::uint64_t>() <= INT64_MAX);
+    if (!fits) NoCapture(path, "\"" + std::string(key) + "\" is no number of nanoseconds");
+    return number.get<std::int64_t>();
+}
+
+// Where only from when on calls are evaluated was written down, that was the start.
+RunStart ReadStart(const std::string& path, const JsonObject& description) {
+    RunStart start;
+    start.since = ReadTime(path, description, "since");
+    start.time = ReadTime(path, description, "start");
+    if (!start.time) start.time = start.since;
+    start.clock = ReadClock(path, description);
+    return start;
 }
 
 // The number of a cycle's folder; 0 for other names.
@@ -109,7 +129,7 @@ CaptureReader::Description CaptureReader::ReadDescription(const std::string& pat
     const JsonObject description = ParseJson(path, ReadFile(path, kMaxJsonSize));
     try {
         if (description.at("version") != kCaptureVersion) NoCapture(path, "a version of captures that is not known");
-        return {ReadProcesses(path, description), ReadSince(path, description)};
+        return {ReadProcesses(path, description), ReadStart(path, description)};
     } catch (const JsonObject::exception&) {
         NoCapture(path, "holds no \"version\", or no \"processes\" with their ids");
     }

@@ -10,6 +10,7 @@
 #include "Lifecycle.h"
 #include "LossCounts.h"
 #include "ProcessNames.h"
+#include "RunStart.h"
 
 namespace qxlt {
 
@@ -20,8 +21,8 @@ public:
 
     const ProcessNames& Processes() const { return m_description.processes; }
 
-    // From when on calls are evaluated; nothing: all of them are.
-    std::optional<std::uint64_t> Since() const { return m_description.since; }
+    // When the run began. Captures of older versions tell no more than from when on calls are evaluated.
+    const RunStart& Start() const { return m_description.start; }
 
     // Goes on to the next cycle; false after the last one. Cycles that are missing are passed over.
     bool Next();
@@ -47,7 +48,7 @@ private:
     // What capture.json tells.
     struct Description {
         ProcessNames processes;
-        std::optional<std::uint64_t> since;
+        RunStart start;
     };
 
     static Description ReadDescription(const std::string& path);

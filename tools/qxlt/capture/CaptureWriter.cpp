@@ -62,14 +62,16 @@ CaptureWriter::CaptureWriter(std::string directory) : m_directory(std::move(dire
     if (!empty) CannotKeep(m_directory, "is not empty");
 }
 
-void CaptureWriter::Begin(const ProcessNames& processes, std::optional<std::uint64_t> since) {
+void CaptureWriter::Begin(const ProcessNames& processes, const RunStart& start) {
     JsonObject ids = JsonObject::object();
     for (const auto& [name, pid] : processes.Pids()) {
         if (!IsUtf8(name)) CannotKeep(m_directory, "the process name " + name + " is not UTF-8");
         ids[name] = pid;
     }
     JsonObject description = {{"version", kCaptureVersion}, {"processes", ids}};
-    if (since) description["since"] = *since;
+    if (start.since) description["since"] = *start.since;
+    if (start.time) description["start"] = *start.time;
+    if (start.clock) description["clock_offset"] = *start.clock;
     const std::string text = description.dump() + "\n";
     const std::string path = m_directory + "/" + kCaptureFile;
     if (!WriteFile(path, text.data(), text.size())) CannotKeep(path, std::strerror(errno));

@@ -11,6 +11,7 @@
 #include "Lifecycle.h"
 #include "LossCounts.h"
 #include "ProcessNames.h"
+#include "RunStart.h"
 
 namespace qxlt {
 
@@ -19,9 +20,8 @@ public:
     // Makes the directory, if need be. Throws a Failure (cannot start) when that fails or when it holds something.
     explicit CaptureWriter(std::string directory);
 
-    // Writes down the processes, and from when on calls are evaluated, if not all of them are. Throws a Failure (cannot
-    // start).
-    void Begin(const ProcessNames& processes, std::optional<std::uint64_t> since);
+    // Writes down the processes, and what is known of the start. Throws a Failure (cannot start).
+    void Begin(const ProcessNames& processes, const RunStart& start);
 
     // A cycle, its dumps one by one (empty ones are left out) with the counts that are known of them, what became of
     // the processes, and its end. One thread at a time. The first failure is reported and ends the capture before this

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "CallViews.h"
 #include "DecodeLines.h"
 #include "DecodeStore.h"
 #include "DumpHeader.h"
@@ -12,6 +13,7 @@
 #include "ProcessNames.h"
 #include "QxCycle.h"
 #include "RecordingChoice.h"
+#include "ShowingOptions.h"
 #include "TakeCalls.h"
 #include "Text.h"
 
@@ -22,15 +24,16 @@ namespace {
 constexpr char kExamples[] =
     "  qxlt decode media-server.qxdump\n"
     "  qxlt decode -p media-server=412 --format json *.qxdump | jq .record\n"
+    "  qxlt decode --method 'Set*' --thread mixer media-server.qxdump\n"
     "  qxlt decode --recording 'media-server[4711]'\n";
 
 struct DecodeOptions {
+    ShowOptions show;
     std::string process;
     std::vector<std::string> dumps;
     std::vector<std::string> recordings;
 };
 
-// Without -p a dump is of the process that its own header names.
 std::vector<std::string> InputsOf(const DecodeOptions& options) {
     std::vector<std::string> inputs = options.dumps;
     for (const std::string& recording : options.recordings) inputs.push_back(ChooseRecording(recording));
@@ -41,7 +44,11 @@ std::vector<std::string> InputsOf(const DecodeOptions& options) {
 class Decoding final {
 public:
     Decoding(const DecodeOptions& options, Format format)
-        : m_isNamed(!options.process.empty()), m_dumps(InputsOf(options)), m_format(format), m_output(&m_progress) {
+        : m_isNamed(!options.process.empty()),
+          m_dumps(InputsOf(options)),
+          m_filter(options.show.filter),
+          m_format(format),
+          m_output(&m_progress) {
         if (!options.process.empty()) {
             const auto [name, pid] = ProcessNames::Parse(options.process);
             m_process = name;
@@ -76,6 +83,7 @@ private:
         return decoded.Whole();
     }
 
+    // Without -p a dump is of the process that its own header names.
     void Identify(std::vector<char>& dump) {
         const DumpHeader header = HeaderOf(dump).value_or(DumpHeader());
         m_process = header.process;
@@ -92,13 +100,13 @@ private:
     void PrintCall(unsigned long long key, const IQxData::HSCall& call) {
         constexpr std::uint64_t kCallsBetween = 1000;
         if (++m_calls % kCallsBetween == 0) ShowProgress();
-        const QxLocation& location = m_store->Location(call.locId, call.pid);
-        m_output.Line(
-            CallLine(m_format, {call, location.site, m_names.NameOf(call.pid), key, m_store->MakerOf(key, call)}));
+        const CallView view = m_views.Of(key, call);
+        if (m_filter.ShowsCall(view)) m_output.Line(CallLine(m_format, view));
     }
 
     const bool m_isNamed;  // with -p
     const std::vector<std::string> m_dumps;
+    const CallFilter m_filter;
     const Format m_format;
     Progress m_progress;
     Output m_output;
@@ -107,6 +115,7 @@ private:
     std::string m_process;      // empty: none is registered
     ProcessNames m_names;
     std::shared_ptr<DecodeStore> m_store = std::make_shared<DecodeStore>(m_format, m_output);
+    CallViews m_views{*m_store, m_names};
 };
 
 }  // namespace
@@ -122,6 +131,8 @@ void AddDecode(CLI::App& app, Invocation& invocation) {
     command.add_option("--recording", options->recordings, "A recording, of a living process or an ended one")
         ->allow_extra_args(false)
         ->option_text("NAME[PID]|FILE");
+    AddFilterOptions(command, options->show);
+    AddQuietOption(command);
 }
 
 }  // namespace qxlt

@@ -15,6 +15,7 @@
 #include "Output.h"
 #include "RecordingChoice.h"
 #include "RecordingList.h"
+#include "ShowingOptions.h"
 #include "StarterScript.h"
 #include "Text.h"
 #include "Vocabulary.h"
@@ -26,11 +27,13 @@ namespace {
 constexpr char kExamples[] =
     "  qxlt list --recordings\n"
     "  qxlt list -p media-server\n"
+    "  qxlt list capture --method 'audio.*'\n"
     "  qxlt list --recording 'media-server[4711]'\n"
     "  qxlt list capture --format json\n"
     "  qxlt list media-server.qxdump --as-script > volume.xml\n";
 
 struct ListOptions {
+    ShowOptions show;
     std::vector<std::string> inputs;
     std::vector<std::string> processes;
     std::vector<std::string> recordings;
@@ -113,8 +116,8 @@ std::string ProcessJson(const RecordedProcess& process) {
 
 class Listing final {
 public:
-    Listing(const Inventory& inventory, Format format, Output& output)
-        : m_inventory(inventory), m_format(format), m_output(output) {}
+    Listing(const Inventory& inventory, const CallFilter& filter, Format format, Output& output)
+        : m_inventory(inventory), m_filter(filter), m_format(format), m_output(output) {}
 
     // Processes of one id share what is recorded: it stands once, below all their names.
     void Print() {
@@ -123,6 +126,10 @@ public:
         for (const RecordedProcess& first : m_inventory.Processes()) {
             const std::vector<const RecordedProcess*>& same = byId[first.pid];
             if (same.front() != &first) continue;
+            const auto isShown = [this](const RecordedProcess* process) {
+                return m_filter.ShowsProcess(process->name);
+            };
+            if (std::none_of(same.begin(), same.end(), isShown)) continue;
             for (const RecordedProcess* const process : same) PrintProcess(*process);
             PrintRecords(first.pid);
         }
@@ -140,10 +147,10 @@ private:
 
     void PrintRecords(unsigned short pid) {
         for (const RecordedThread& thread : m_inventory.Threads()) {
-            if (thread.thread.pid == pid) PrintThread(thread);
+            if (thread.thread.pid == pid && m_filter.ShowsThread(thread.thread.name)) PrintThread(thread);
         }
         for (const RecordedMethod& method : m_inventory.Methods()) {
-            if (method.pid == pid) PrintMethod(method);
+            if (method.pid == pid && m_filter.ShowsMethod(method.location)) PrintMethod(method);
         }
     }
 
@@ -201,6 +208,7 @@ private:
     }
 
     const Inventory& m_inventory;
+    const CallFilter& m_filter;
     const Format m_format;
     Output& m_output;
 };
@@ -242,7 +250,8 @@ int List(const ListOptions& options, Format format) {
         text.pop_back();  // the line's end comes with the output
         output.Line(text);
     } else {
-        Listing(inventory, format, output).Print();
+        const CallFilter filter(options.show.filter);
+        Listing(inventory, filter, format, output).Print();
     }
     return inventory.Whole() ? kDone : kInputWrong;
 }
@@ -264,6 +273,8 @@ void AddList(CLI::App& app, Invocation& invocation) {
         ->allow_extra_args(false)
         ->option_text("NAME[PID]|FILE");
     command.add_flag("--recordings", options->allRecordings, "Show which recordings there are");
+    AddFilterOptions(command, options->show);
+    AddQuietOption(command);
     command.add_flag("--as-script", options->asScript, "Print a scenario with an event for each value");
 }
 

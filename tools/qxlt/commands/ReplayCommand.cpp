@@ -12,6 +12,7 @@
 #include "RecordingChoice.h"
 #include "Replayer.h"
 #include "ScriptOptions.h"
+#include "ShowingOptions.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -21,11 +22,13 @@ namespace {
 constexpr char kExamples[] =
     "  qxlt replay -s volume.xml capture\n"
     "  qxlt replay -s volume.xml input.xml --explain=VOLUME_HIGH capture\n"
+    "  qxlt replay -s volume.xml --since 10s --until-time 20s --time raw capture\n"
     "  qxlt replay -s volume.xml -p media-server=412 first.qxdump second.qxdump\n"
     "  qxlt replay -s volume.xml --recording 'media-server[4711]'\n";
 
 struct ReplayOptions {
     ScriptOptions scripts;
+    ShowOptions show;
     std::string process;
     std::vector<std::string> inputs;
     std::string recording;
@@ -91,7 +94,7 @@ int Replay(const ReplayOptions& options, Format format) {
     RequireKnownEnd(options.until, scripts.Events());
     Progress progress;
     Output output(&progress);
-    EventPrinter printer(format, output, WidestOf(scripts.Events()));
+    EventPrinter printer(format, output, WidestOf(scripts.Events()), options.show);
     const auto tell = [&output](const Fault& fault) {
         PrintFault(fault);
         if (!fault.isHarmless) output.Failed();
@@ -128,6 +131,11 @@ void AddReplay(CLI::App& app, Invocation& invocation) {
         ->option_text("NAME[PID]|FILE");
     AddLossOption(command, options->failOnLoss);
     AddEndOption(command, options->until);
+    AddTimeOption(command, options->show);
+    AddEventOptions(command, options->show);
+    AddFilterOptions(command, options->show);
+    AddBoundOptions(command, options->show);
+    AddQuietOption(command);
     command.add_flag("--history", options->history, "Evaluate what the run did not because it was older, too");
     CLI::Option* const prime =
         command.add_flag("--prime", options->prime, "The first cycle raises no events, as in a capture");

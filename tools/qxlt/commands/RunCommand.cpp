@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "LiveRun.h"
+#include "ShowingOptions.h"
 #include "TimeText.h"
 
 namespace qxlt {
@@ -12,6 +13,7 @@ namespace {
 
 constexpr char kExamples[] =
     "  qxlt run -s volume.xml\n"
+    "  qxlt run -s volume.xml --event 'VOLUME_*' --columns time,value,thread --quiet\n"
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n";
 
@@ -47,6 +49,11 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddEndOption(command, options->until);
     command.add_flag("--history", options->history, "Evaluate calls from before the start, too");
     AddLossOption(command, options->failOnLoss);
+    AddTimeOption(command, options->show);
+    AddEventOptions(command, options->show);
+    AddFilterOptions(command, options->show);
+    AddBoundOptions(command, options->show);
+    AddQuietOption(command);
     command.add_option("--keep", options->keep, "Keep the dumps, to be replayed")->option_text("DIR");
 }
 

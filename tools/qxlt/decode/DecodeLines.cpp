@@ -6,6 +6,7 @@
 #include "JsonLine.h"
 #include "QxFormat.h"
 #include "Text.h"
+#include "TimeFormat.h"
 
 namespace qxlt {
 
@@ -155,8 +156,10 @@ std::string DescriptorLine(Format format, const std::string& name, const IQxData
 
 std::string CallLine(Format format, const CallView& view) {
     if (format == Format::Json) return CallJson(view);
-    const std::string exit = view.call.exitTime == 0 ? "" : ".." + std::to_string(view.call.exitTime);
-    return Kind("call") + CallText(view) + exit + ", tid " + std::to_string(view.call.tid);
+    const std::optional<std::uint64_t> duration = DurationOf(view.call);
+    return Kind("call") + MakerText(view) + " " + CallText(view) + " at " + std::to_string(view.call.time) +
+           (duration ? ", took " + SpanText(*duration) : "") + ", tid " + std::to_string(view.call.tid) +
+           (view.thread.empty() ? "" : " " + Printable(std::string(view.thread)));
 }
 
 std::string EndLine(Format format, const EndRecord& end) {

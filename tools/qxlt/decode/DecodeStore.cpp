@@ -18,12 +18,12 @@ void DecodeStore::AppendThread(HSIThread& thread) {
 }
 
 void DecodeStore::AppendCallLocation(_HSCallLocation& location) {
-    QxData::AppendCallLocation(location);
+    ProcessStore::AppendCallLocation(location);
     m_output.Line(LocationLine(m_format, GetCurrentPID(), location));
 }
 
 void DecodeStore::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
-    QxData::AppendCompArgDesc(name, desc);
+    ProcessStore::AppendCompArgDesc(name, desc);
     m_output.Line(DescriptorLine(m_format, name, desc));
 }
 

@@ -19,10 +19,28 @@ void ProcessStore::AppendCurrentProcess(std::string name) {
     QxObservedData::AppendCurrentProcess(std::move(name));
 }
 
-// The store sets the thread's process, so it goes first.
+// The store sets the thread's process, so it goes first. Most threads come again with each dump as they were.
 void ProcessStore::AppendThread(HSIThread& thread) {
     QxObservedData::AppendThread(thread);
-    if (m_header) m_makers[{thread.pid, thread.tid}] = *m_header;
+    SharedMaker& maker = m_makers[{thread.pid, thread.tid}];
+    const std::optional<std::uint32_t> process = m_header || !maker ? m_header : maker->process;
+    if (maker && maker->process == process && maker->thread == thread.name) return;
+    maker = std::make_shared<const CallMaker>(CallMaker{process, thread.name});
+}
+
+void ProcessStore::AppendCallLocation(_HSCallLocation& location) {
+    m_types.Forget();
+    QxObservedData::AppendCallLocation(location);
+}
+
+void ProcessStore::AppendCompArgDesc(std::string name, _HSCompArgDesc desc) {
+    m_types.Forget();
+    QxObservedData::AppendCompArgDesc(std::move(name), std::move(desc));
+}
+
+void ProcessStore::clear() {
+    m_types.Forget();
+    QxObservedData::clear();
 }
 
 void ProcessStore::clearCalls() {
@@ -30,20 +48,25 @@ void ProcessStore::clearCalls() {
     m_kept.clear();
 }
 
-std::optional<std::uint32_t> ProcessStore::MakerOf(const HSCall& call) const {
+const ProcessStore::SharedMaker* ProcessStore::FindMaker(const HSCall& call) const {
     const auto maker = m_makers.find({call.pid, call.tid});
-    return maker == m_makers.end() ? std::nullopt : std::make_optional(maker->second);
+    return maker == m_makers.end() ? nullptr : &maker->second;
 }
 
-std::optional<std::uint32_t> ProcessStore::MakerOf(unsigned long long key, const HSCall& call) const {
-    const auto kept = m_kept.find(key);
-    return kept == m_kept.end() ? MakerOf(call) : std::make_optional(kept->second);
+const CallMaker& ProcessStore::MakerOf(unsigned long long key, const HSCall& call) const {
+    static const CallMaker unknown;
+    if (!m_kept.empty()) {
+        const auto kept = m_kept.find(key);
+        if (kept != m_kept.end()) return *kept->second;
+    }
+    const SharedMaker* const maker = FindMaker(call);
+    return maker == nullptr ? unknown : **maker;
 }
 
 void ProcessStore::KeepMakers() {
     for (const auto& [key, call] : *GetCallIMap()) {
-        const std::optional<std::uint32_t> maker = MakerOf(call);
-        if (maker) m_kept.emplace(key, *maker);
+        const SharedMaker* const maker = FindMaker(call);
+        if (maker != nullptr) m_kept.emplace(key, *maker);
     }
 }
 

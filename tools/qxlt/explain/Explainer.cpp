@@ -1,11 +1,15 @@
 #include "Explainer.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
 #include <set>
 #include <utility>
 
 #include "JsonLine.h"
+#include "Table.h"
+#include "Terminal.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -101,22 +105,39 @@ void Explainer::Print() {
 
 void Explainer::PrintTable() {
     std::size_t nameWidth = 5;
+    std::size_t placeWidth = 5;
     for (const Explained& event : m_events) {
-        nameWidth = std::max(nameWidth, Printable(EventNameOf(event.record.Event())).size());
+        const IQxData::_HSScriptPtr& element = event.record.Event();
+        nameWidth = std::max(nameWidth, Printable(EventNameOf(element)).size());
+        placeWidth = std::max(placeWidth, Printable(m_places.Of(element).Text()).size());
     }
     std::string head = Pad("event", nameWidth) + RightAligned("calls", 9);
     for (const Stage& stage : kStages) head += RightAligned(stage.title, WidthOf(stage));
-    m_output.Line(m_output.Paint().Bold(head + "  place"));
-    for (const Explained& event : m_events) {
-        const IQxData::_HSScriptPtr& element = event.record.Event();
-        const Funnel funnel = event.record.Stages();
-        std::string row = Pad(Printable(EventNameOf(element)), nameWidth);
-        row += RightAligned(std::to_string(m_calls), 9);
-        for (const Stage& stage : kStages) row += RightAligned(std::to_string(funnel.*stage.count), WidthOf(stage));
-        m_output.Line(row + "  " + Printable(m_places.Of(element).Text()));
-        const std::string reason = ReasonFor(event).Line();
-        if (!reason.empty()) m_output.Line("    " + reason);
+    const std::size_t room = TerminalWidth(STDOUT_FILENO);
+    const bool isNarrow = room != 0 && head.size() + 2 + placeWidth > room;
+    if (!isNarrow) m_output.Line(m_output.Paint().Bold(head + "  place"));
+    for (const Explained& event : m_events) PrintRow(event, nameWidth, isNarrow);
+}
+
+void Explainer::PrintRow(const Explained& event, std::size_t nameWidth, bool isNarrow) {
+    const IQxData::_HSScriptPtr& element = event.record.Event();
+    const Funnel funnel = event.record.Stages();
+    std::vector<std::string> titles = {"event", "calls"};
+    std::vector<std::string> cells = {Printable(EventNameOf(element)), std::to_string(m_calls)};
+    std::string row = Pad(cells[0], nameWidth) + RightAligned(cells[1], 9);
+    for (const Stage& stage : kStages) {
+        titles.emplace_back(stage.title);
+        cells.push_back(std::to_string(funnel.*stage.count));
+        row += RightAligned(cells.back(), WidthOf(stage));
     }
+    titles.emplace_back("place");
+    cells.push_back(Printable(m_places.Of(element).Text()));
+    row += "  " + cells.back();
+    for (const std::string& line : isNarrow ? RowLines(titles, cells) : std::vector<std::string>{row}) {
+        m_output.Line(line);
+    }
+    const std::string reason = ReasonFor(event).Line();
+    if (!reason.empty()) m_output.Line("    " + reason);
 }
 
 void Explainer::PrintJson(const Explained& event) {

@@ -63,6 +63,7 @@ private:
     Reason ReasonFor(const Explained& event) const;
     Reason MethodReason(const Explained& event) const;
     void PrintTable();
+    void PrintRow(const Explained& event, std::size_t nameWidth, bool isNarrow);
     void PrintJson(const Explained& event);
     void PrintDecision(const EventRecord& record, const IQxData::HSCall& call, const std::string& value,
                        const std::string& decision);

@@ -11,6 +11,7 @@
 #include "QxCycle.h"
 #include "QxFormat.h"
 #include "RecordingFiles.h"
+#include "TypedValue.h"
 
 namespace qxlt {
 
@@ -121,29 +122,15 @@ bool IsDirectory(const std::string& path) {
     return std::filesystem::is_directory(path, ignored);
 }
 
-bool HoldsAny(const std::string& text, std::initializer_list<const char*> words) {
-    return std::any_of(words.begin(), words.end(),
-                       [&](const char* word) { return text.find(word) != std::string::npos; });
-}
-
-// Names of types are the program's own; these are how C++ and others write numbers with a fraction, and texts.
-bool IsFraction(const std::string& type) {
-    return HoldsAny(type, {"float", "double"});
-}
-
-bool IsText(const std::string& type) {
-    return HoldsAny(type, {"string", "String", "char*", "char *", "text"});
-}
-
 // What a script reads as a number.
 bool IsNumber(const RecordedValue& value) {
     const bool hasSize = value.coreSize == 1 || value.coreSize == 2 || value.coreSize == 4;
-    return hasSize && !IsText(value.coreType) && !IsFraction(value.coreType);
+    return hasSize && !IsTextType(value.coreType) && !IsFraction(value.coreType);
 }
 
 // What a script reads as a text: also the fixed room for one.
 bool IsLetters(const RecordedValue& value) {
-    if (value.coreSize == qxformat::kVariableLength || IsText(value.coreType)) return true;
+    if (value.coreSize == qxformat::kVariableLength || IsTextType(value.coreType)) return true;
     return !IsNumber(value) && !IsFraction(value.coreType) && value.coreSize != sizeof(std::uint64_t);
 }
 
@@ -182,7 +169,7 @@ const IQxData::HSICallArg* RecordedMethod::Example(qxscript::Tag tag, std::size_
 bool Fits(qxscript::Type type, const RecordedValue& value) {
     if (value.coreSize == qxformat::kComposite) return true;
     if (type == qxscript::Type::Int) return IsNumber(value);
-    return IsLetters(value) || (value.coreSize == 1 && HoldsAny(value.coreType, {"char"}));
+    return IsLetters(value) || (value.coreSize == 1 && value.coreType.find("char") != std::string::npos);
 }
 
 qxscript::Type FittingType(const RecordedValue& value) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <charconv>
+#include <cmath>
 #include <utility>
 
 #include "Text.h"
@@ -96,6 +97,23 @@ void JsonLine::AppendSigned(long long number) {
 void JsonLine::AppendUnsigned(unsigned long long number) {
     char* const begin = Room(kMostDigits);
     m_length += static_cast<std::size_t>(std::to_chars(begin, begin + kMostDigits, number).ptr - begin);
+}
+
+template <typename Number>
+void JsonLine::AppendFraction(std::string_view key, Number number) {
+    constexpr std::size_t kMostCharacters = 32;  // such as -2.2250738585072014e-308
+    if (!std::isfinite(number)) return AddNull(key);
+    Key(key);
+    char* const begin = Room(kMostCharacters);
+    m_length += static_cast<std::size_t>(std::to_chars(begin, begin + kMostCharacters, number).ptr - begin);
+}
+
+void JsonLine::AddFraction(std::string_view key, float number) {
+    AppendFraction(key, number);
+}
+
+void JsonLine::AddFraction(std::string_view key, double number) {
+    AppendFraction(key, number);
 }
 
 void JsonLine::AddText(std::string_view key, std::string_view text) {

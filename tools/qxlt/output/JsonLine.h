@@ -31,6 +31,10 @@ public:
         Key(key);
         AddNumber(number);
     }
+    // A number with a fraction, in the fewest digits that read back as the same number; null for what JSON has no
+    // number for.
+    void AddFraction(std::string_view key, float number);
+    void AddFraction(std::string_view key, double number);
     void AddNull(std::string_view key) { AddJson(key, "null"); }
 
     // Text. Where it is not UTF-8 it is repaired, and all its bytes follow in hex under the same key with "Hex"
@@ -111,6 +115,8 @@ private:
         else
             AppendUnsigned(number);
     }
+    template <typename Number>
+    void AppendFraction(std::string_view key, Number number);
     void AppendSigned(long long number);
     void AppendUnsigned(unsigned long long number);
 

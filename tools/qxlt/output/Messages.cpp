@@ -20,6 +20,11 @@ void PrintLine(const std::string& text) {
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
 }
 
+bool& Quiet() {
+    static bool quiet = false;
+    return quiet;
+}
+
 }  // namespace
 
 void PrintError(const std::string& text) {
@@ -31,7 +36,15 @@ void PrintWarning(const std::string& text) {
 }
 
 void PrintNote(const std::string& text) {
-    PrintLine(text);
+    if (!Quiet()) PrintLine(text);
+}
+
+void SetQuiet() {
+    Quiet() = true;
+}
+
+bool IsQuiet() {
+    return Quiet();
 }
 
 // Some lines of the library pass whatever the level: silence is the log's matter.

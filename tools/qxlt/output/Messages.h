@@ -14,6 +14,10 @@ void PrintError(const std::string& text);
 void PrintWarning(const std::string& text);
 void PrintNote(const std::string& text);
 
+// From now on PrintNote says nothing. Before any other thread runs.
+void SetQuiet();
+bool IsQuiet();
+
 // Lets the library's diagnostics of that level through, on standard error unless the user's environment sends them
 // elsewhere.
 void SetLevel(EDebugLevel level);

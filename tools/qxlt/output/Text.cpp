@@ -8,6 +8,7 @@ namespace qxlt {
 namespace {
 
 constexpr char kReplacement[] = "\xEF\xBF\xBD";
+constexpr char kCutMark[] = "\xE2\x80\xA6";  // the one character that stands for three points
 
 unsigned char ByteAt(std::string_view text, std::size_t at) {
     return at < text.size() ? static_cast<unsigned char>(text[at]) : static_cast<unsigned char>(0);
@@ -50,6 +51,11 @@ std::string Escape(char byte) {
     if (byte == '\n') return "\\n";
     if (byte == '\t') return "\\t";
     return "\\x" + Hex({&byte, 1});
+}
+
+// Whether the byte is one of a character that began before.
+bool Continues(char byte) {
+    return (static_cast<unsigned char>(byte) & 0xC0u) == 0x80u;
 }
 
 bool IsNumberSize(std::size_t size) {
@@ -116,10 +122,23 @@ std::string ShownValue(const std::string& bytes) {
     return IsNumberSize(bytes.size()) ? ShownNumber(bytes) : "0x" + Hex(bytes);
 }
 
+std::size_t CharactersOf(const std::string& text) {
+    return text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), Continues));
+}
+
+std::string Cut(const std::string& text, std::size_t width) {
+    if (CharactersOf(text) <= width) return text;
+    std::size_t end = 0;
+    for (std::size_t left = width; left > 0; --left) {
+        if (left == 1) return text.substr(0, end) + kCutMark;
+        do ++end;
+        while (Continues(text[end]));
+    }
+    return kCutMark;
+}
+
 std::string Pad(const std::string& text, std::size_t width) {
-    const auto continues = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0u) == 0x80u; };
-    const std::size_t characters =
-        text.size() - static_cast<std::size_t>(std::count_if(text.begin(), text.end(), continues));
+    const std::size_t characters = CharactersOf(text);
     return characters < width ? text + std::string(width - characters, ' ') : text;
 }
 

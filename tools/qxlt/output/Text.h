@@ -24,6 +24,13 @@ std::string Printable(const std::string& text);
 // (little-endian; signed with 4 bytes, as scripts read it), hex otherwise.
 std::string ShownValue(const std::string& bytes);
 
+// How many characters the text has. Requires: it is valid UTF-8.
+std::size_t CharactersOf(const std::string& text);
+
+// The text, or as much of it as fits that many characters with a mark behind it that the rest was cut off. Requires: it
+// is valid UTF-8, and the width is not 0.
+std::string Cut(const std::string& text, std::size_t width);
+
 // The text with blanks behind it up to `width` characters.
 std::string Pad(const std::string& text, std::size_t width);
 

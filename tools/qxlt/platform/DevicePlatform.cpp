@@ -8,6 +8,10 @@ std::optional<std::uint64_t> CallClockNow() {
     return std::nullopt;
 }
 
+ClockOffset WallClockOffset() {
+    return std::nullopt;
+}
+
 void WatchRecordings(const std::string&) {}
 
 std::vector<ProcessStatus> ProcessesOf(const std::string& process) {

@@ -9,6 +9,10 @@ std::optional<std::uint64_t> CallClockNow() {
     return qx::host::GetRecordingTime();
 }
 
+ClockOffset WallClockOffset() {
+    return qx::host::GetWallClockOffset();
+}
+
 void WatchRecordings(const std::string& process) {
     qx::host::Watch(process);
 }

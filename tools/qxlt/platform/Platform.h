@@ -7,10 +7,15 @@
 #include <string>
 #include <vector>
 
+#include "WallTime.h"
+
 namespace qxlt {
 
 // Now, on the clock of calls' entry times; nothing where that clock is not known.
 std::optional<std::uint64_t> CallClockNow();
+
+// How far the wall clock is ahead of that clock at present; nothing where that is not known.
+ClockOffset WallClockOffset();
 
 // Has the recordings of that name watched: what a process recorded that ends from now on still reaches a dump.
 void WatchRecordings(const std::string& process);

@@ -20,6 +20,11 @@ void EventRun::SetAccount(RunAccount& account) {
     m_observers.Add(account);
 }
 
+void EventRun::Begin(const RunStart& start) {
+    m_since = start.since;
+    m_views.SetStart(start.time, start.clock);
+}
+
 void EventRun::EndAt(std::string event, std::function<void()> reached) {
     m_until = std::move(event);
     m_reached = std::move(reached);
@@ -92,11 +97,7 @@ int EventRun::OnEvent(std::string name, std::string value, IQxData::HSCall call,
 void EventRun::Send(const std::string& name, const std::string& value, const IQxData::HSCall& call) {
     if (m_over) return;
     const RunAccount::Clock::time_point began = RunAccount::Clock::now();
-    const QxLocation& location = m_store->Location(call.locId, call.pid);
-    m_sink({m_cycle,
-            name,
-            value,
-            {call, location.site, m_processes.NameOf(call.pid), m_key, m_store->MakerOf(m_key, call)}});
+    m_sink({m_cycle, name, value, m_views.Of(m_key, call)});
     if (m_account != nullptr) m_account->AddCallback(call.pid, began);
     if (!m_until.empty() && name == m_until) End();
 }

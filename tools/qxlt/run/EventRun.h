@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "CallViews.h"
 #include "EventView.h"
 #include "Explainer.h"
 #include "Fault.h"
@@ -21,6 +22,7 @@
 #include "ProcessStore.h"
 #include "QxCycle.h"
 #include "RunAccount.h"
+#include "RunStart.h"
 
 namespace qxlt {
 
@@ -48,8 +50,8 @@ public:
     void SetPlaces(ScriptPlaces places) { m_places = std::move(places); }
     const ScriptPlaces& Places() const { return m_places; }
 
-    // Calls that began before this time of the recordings' clock are not evaluated.
-    void SetSince(std::uint64_t time) { m_since = time; }
+    // When the run began: which calls are evaluated, and what time of day events get. Before the first cycle.
+    void Begin(const RunStart& start);
 
     // After the first event of that name no event is handed on and no error told. `reached` is called with it.
     void EndAt(std::string event, std::function<void()> reached);
@@ -97,6 +99,7 @@ private:
 
     const std::shared_ptr<ProcessStore> m_store;
     const ProcessNames& m_processes;
+    CallViews m_views{*m_store, m_processes};
     const EventSink m_sink;
     const FaultSink m_faults;
     ChangeSink m_changes;

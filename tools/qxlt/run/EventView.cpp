@@ -1,16 +1,35 @@
 #include "EventView.h"
 
+#include <unistd.h>
+
 #include <utility>
 
 #include "JsonLine.h"
+#include "Terminal.h"
 #include "Text.h"
 
 namespace qxlt {
 
 namespace {
 
-constexpr std::size_t kCycleWidth = 5;
-constexpr std::size_t kValueWidth = 12;
+Cells CellsOf(const EventView& view, TimeFormat format) {
+    const std::optional<std::uint64_t> duration = DurationOf(view.call.call);
+    return {TimeText(format, view.call),
+            Printable(view.event),
+            Printable(view.value),
+            duration ? SpanText(*duration) : "",
+            std::to_string(view.cycle),
+            MakerText(view.call),
+            Printable(std::string(view.call.thread)),
+            CallText(view.call)};
+}
+
+// What the times of the lines below are counted from.
+std::string StartText(TimeFormat format, const CallView& call) {
+    if (format != TimeFormat::Relative || !call.start) return "";
+    const std::optional<std::uint64_t> wall = WallTime(*call.start, call.clock);
+    return wall ? "times in seconds since " + WallText(*wall) : "times in seconds since the run began";
+}
 
 }  // namespace
 
@@ -25,19 +44,41 @@ std::string EventJson(const EventView& view) {
     return std::move(line).Finish();
 }
 
+EventPrinter::EventPrinter(Format format, Output& output, std::size_t nameWidth, const ShowOptions& show)
+    : m_format(format),
+      m_output(output),
+      m_filter(show.filter),
+      m_time(TimeFormatOf(show)),
+      m_width(TerminalWidth(STDOUT_FILENO)),
+      m_layout(show.columns, m_width) {
+    m_layout.Reserve(Column::Event, nameWidth);
+}
+
 void EventPrinter::Expect(const std::vector<std::string>& events) {
     for (const std::string& event : events) m_counts.emplace(event, 0);
 }
 
 void EventPrinter::Print(const EventView& view) {
     ++m_counts[view.event];
-    m_output.Line(m_format == Format::Json ? EventJson(view) : TextLine(view));
+    if (!m_filter.ShowsEvent(view.event) || !m_filter.ShowsCall(view.call)) return;
+    if (m_format == Format::Json) {
+        m_output.Line(EventJson(view));
+    } else {
+        PrintText(view);
+    }
 }
 
-std::string EventPrinter::TextLine(const EventView& view) const {
-    const Colors& paint = m_output.Paint();
-    return Pad(std::to_string(view.cycle), kCycleWidth) + "  " + paint.Bold(Pad(Printable(view.event), m_nameWidth)) +
-           "  " + paint.Green(Pad(Printable(view.value), kValueWidth)) + "  " + paint.Dim(CallText(view.call));
+// The columns are headed for a person alone: elsewhere each line is an event. Their words are as wide as the first
+// event has made the columns.
+void EventPrinter::PrintText(const EventView& view) {
+    const std::string line = m_layout.Line(CellsOf(view, m_time), m_output.Paint());
+    if (m_width > 0 && !m_headed) {
+        m_headed = true;
+        const std::string start = StartText(m_time, view.call);
+        if (!start.empty()) m_output.Line(m_output.Paint().Dim(start));
+        m_output.Line(m_output.Paint().Dim(m_layout.Header()));
+    }
+    m_output.Line(line);
 }
 
 }  // namespace qxlt

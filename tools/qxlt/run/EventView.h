@@ -10,6 +10,7 @@
 #include "CallView.h"
 #include "Format.h"
 #include "Output.h"
+#include "ShowOptions.h"
 
 namespace qxlt {
 
@@ -29,22 +30,27 @@ std::string EventJson(const EventView& view);
 class EventPrinter final {
 public:
     // `output` must outlive the printer. `nameWidth` is that of the longest event name, for the columns of the text.
-    EventPrinter(Format format, Output& output, std::size_t nameWidth)
-        : m_format(format), m_output(output), m_nameWidth(nameWidth) {}
+    EventPrinter(Format format, Output& output, std::size_t nameWidth, const ShowOptions& show = {});
 
     // Has these events counted from the beginning: those that never fire with 0.
     void Expect(const std::vector<std::string>& events);
 
+    // Prints the event if it is one that is to be shown.
     void Print(const EventView& view);
 
+    // Of all events, those that are not shown included.
     const std::map<std::string, std::uint64_t>& Counts() const { return m_counts; }
 
 private:
-    std::string TextLine(const EventView& view) const;
+    void PrintText(const EventView& view);
 
     const Format m_format;
     Output& m_output;
-    const std::size_t m_nameWidth;
+    const CallFilter m_filter;
+    const TimeFormat m_time;
+    const std::size_t m_width;  // of the terminal; 0: there is none
+    LineLayout m_layout;
+    bool m_headed = false;  // whether the words above the columns were printed
     std::map<std::string, std::uint64_t> m_counts;
 };
 

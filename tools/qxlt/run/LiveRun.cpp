@@ -103,7 +103,7 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_common(common),
       m_scripts(options.scripts.scripts),
       m_explain(ExplainOf(options.scripts, m_scripts.Events())),
-      m_printer(common.format, m_output, WidestOf(m_scripts.Events())),
+      m_printer(common.format, m_output, WidestOf(m_scripts.Events()), options.show),
       m_tracker(std::make_unique<QxLogTracker>(common.level, m_store)),
       m_waiting(Wanted()),
       m_account(common.format, m_output, m_processes),
@@ -143,12 +143,16 @@ void LiveRun::WatchAll() {
 int LiveRun::Perform() {
     if (WaitForProcesses()) {
         Load();
-        if (m_capture) m_capture->Begin(m_processes, m_options.history ? std::nullopt : m_now);
+        if (m_capture) m_capture->Begin(m_processes, Start());
         Track();
     } else {
         PrintCounts();
     }
     return HasFailed() ? kInputWrong : kDone;
+}
+
+RunStart LiveRun::Start() const {
+    return {m_options.history ? std::nullopt : m_now, m_now, m_clock};
 }
 
 bool LiveRun::HasFailed() {
@@ -217,7 +221,7 @@ void LiveRun::Load() {
     m_run.SetPlaces(m_scripts.PlacesIn(root));
     m_run.SetAccount(m_account);
     m_run.SetChangeSink([this](const ProcessNews& news) { PrintNews(m_common.format, m_output, news); });
-    if (m_now && !m_options.history) m_run.SetSince(*m_now);
+    m_run.Begin(Start());
     m_run.EndAt(m_options.until, [this] { Reach(); });
     if (m_explain.wanted) {
         m_run.SetExplainer(m_explainer.emplace(m_common.format, m_output, root, m_run.Places(), m_explain.event));
@@ -282,12 +286,31 @@ void LiveRun::OnDump(const std::string& process, const std::vector<char>& dump) 
 void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& decoded) {
     const std::string place = process + ", dump of cycle " + std::to_string(m_cycle);
     m_run.AddDump({process, place, process, m_counts[process]}, decoded);
+    m_calls = m_store->GetCallIMap()->size();
 }
 
 void LiveRun::OnCycleEnd() {
     m_run.EndCycle(m_primes);
     if (m_capture) m_capture->EndCycle();
     NoteReading();
+    ShowHeartbeat();
+}
+
+// That it goes on though nothing fires. What is printed takes the line's place.
+void LiveRun::ShowHeartbeat() {
+    const Clock::time_point now = Clock::now();
+    const double seconds = std::chrono::duration<double>(now - m_beat).count();
+    const auto rate = static_cast<std::uint64_t>(static_cast<double>(m_calls) / std::max(seconds, 0.001));
+    m_beat = now;
+    if (m_ending || IsQuiet()) return;
+    m_progress.Show("cycle " + std::to_string(m_cycle) + ", " + Counted(rate, "call") + " per second, " +
+                    Counted(Fired(), "event") + ", " + std::to_string(m_account.LostCalls()) + " lost");
+}
+
+std::uint64_t LiveRun::Fired() const {
+    std::uint64_t total = 0;
+    for (const auto& event : m_printer.Counts()) total += event.second;
+    return total;
 }
 
 // That events come from now on, or why they do not.
@@ -306,9 +329,7 @@ void LiveRun::PrintResults() {
 }
 
 void LiveRun::PrintCounts() const {
-    std::uint64_t total = 0;
-    for (const auto& event : m_printer.Counts()) total += event.second;
-    PrintNote(Counted(total, "event") + " in " + Counted(m_cycle, "cycle"));
+    PrintNote(Counted(Fired(), "event") + " in " + Counted(m_cycle, "cycle"));
     std::vector<std::string> names;
     for (const auto& event : m_printer.Counts()) names.push_back(event.first);
     const std::size_t width = WidestOf(names);

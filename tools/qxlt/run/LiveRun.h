@@ -33,6 +33,7 @@ namespace qxlt {
 
 struct RunOptions {
     ScriptOptions scripts;
+    ShowOptions show;
     std::vector<std::string> processes;  // besides those that the scripts name
     bool fast = false;                   // a short pause after each dump
     double seconds = 0;                  // ends after that long, waiting included; 0: never
@@ -71,6 +72,8 @@ private:
     void NoteNear(const std::vector<std::string>& missing);
     void NoteTracked() const;
     void NoteReading();
+    void ShowHeartbeat();
+    std::uint64_t Fired() const;
     void Load();
     void Track();
     void FetchTheRest();
@@ -78,13 +81,17 @@ private:
     void PrintCounts() const;
     bool HasFailed();
 
+    RunStart Start() const;
+
     const std::optional<std::uint64_t> m_now = CallClockNow();  // when the run was started
+    const ClockOffset m_clock = WallClockOffset();              // and where the wall clock stood then
     const RunOptions& m_options;
     const CommonOptions& m_common;
     const JoinedScripts m_scripts;
     const ExplainOptions m_explain;
     Interruption m_interruption;
-    Output m_output;
+    Progress m_progress;  // the worker's while it runs
+    Output m_output{&m_progress};
     EventPrinter m_printer;  // the worker's while it runs
     std::optional<CaptureWriter> m_capture;
     std::shared_ptr<ProcessStore> m_store = std::make_shared<ProcessStore>();
@@ -100,8 +107,10 @@ private:
     ProcessWatch m_watch;
     std::map<std::string, std::optional<LossCounts>> m_counts;  // of the cycle's dumps, by process
     std::optional<Explainer> m_explainer;
-    bool m_primes = false;       // the cycle in progress
-    bool m_readingTold = false;  // whether it was told that events come from now on
+    bool m_primes = false;               // the cycle in progress
+    std::size_t m_calls = 0;             // that it decoded
+    Clock::time_point m_beat = m_start;  // when the cycle before ended
+    bool m_readingTold = false;          // whether it was told that events come from now on
     std::uint64_t m_cycle = 0;
     std::atomic<bool> m_ending{false};  // what is left is fetched
     std::atomic<bool> m_failed{false};  // besides what was wrong in the dumps

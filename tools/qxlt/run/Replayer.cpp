@@ -48,7 +48,9 @@ void Replayer::RunCapture() {
     CaptureReader capture(m_input.capture);
     m_processes = capture.Processes();
     m_processes.Register(*m_store);
-    if (capture.Since() && !m_input.history) m_run.SetSince(*capture.Since());
+    RunStart start = capture.Start();
+    if (m_input.history) start.since.reset();
+    m_run.Begin(start);
     if (m_input.onlyCapture) capture.TellUnknownFolders([this](const Fault& fault) { Tell(fault); });
     while (!m_run.IsOver() && capture.Next()) {
         m_progress.Show("cycle " + std::to_string(capture.Cycle()));

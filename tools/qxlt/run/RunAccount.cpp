@@ -1,5 +1,7 @@
 #include "RunAccount.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <numeric>
 #include <utility>
@@ -7,6 +9,8 @@
 
 #include "JsonLine.h"
 #include "Messages.h"
+#include "Table.h"
+#include "Terminal.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -30,20 +34,6 @@ std::string LossText(const LossCounts& counts, std::uint64_t bytesNotDecoded) {
     if (bytesNotDecoded > 0) text += "bytes not decoded " + std::to_string(bytesNotDecoded) + ", ";
     text.resize(text.size() - 2);
     return text + "; recorded " + std::to_string(counts.recorded) + ", delivered " + std::to_string(counts.delivered);
-}
-
-// The first cell of each row to the left, the others to the right.
-std::vector<std::string> Aligned(const std::vector<std::vector<std::string>>& rows) {
-    std::vector<std::size_t> widths(rows.front().size());
-    for (const auto& row : rows) {
-        for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
-    }
-    std::vector<std::string> lines;
-    for (const auto& row : rows) {
-        std::string& line = lines.emplace_back(Pad(row.front(), widths.front()));
-        for (std::size_t i = 1; i < row.size(); ++i) line += RightAligned(row[i], widths[i] + 2);
-    }
-    return lines;
 }
 
 }  // namespace
@@ -92,6 +82,13 @@ std::uint64_t RunAccount::History() const {
                            [](std::uint64_t sum, const auto& row) { return sum + row.second.history; });
 }
 
+std::uint64_t RunAccount::LostCalls() const {
+    return std::accumulate(m_rows.begin(), m_rows.end(), std::uint64_t{0}, [](std::uint64_t sum, const auto& row) {
+        const LossCounts& counts = row.second.counts;
+        return sum + counts.overwritten + counts.refused + counts.dropped;
+    });
+}
+
 void RunAccount::PrintHistory() const {
     const std::uint64_t calls = History();
     if (calls == 0) return;
@@ -123,7 +120,7 @@ void RunAccount::PrintTable() const {
         line.push_back(std::to_string(row.eventsInError));
         line.push_back(ShownTime(row.longestCallback));
     }
-    for (const std::string& line : Aligned(cells)) PrintNote(line);
+    for (const std::string& line : TableLines(cells, TerminalWidth(STDERR_FILENO))) PrintNote(line);
 }
 
 void RunAccount::PrintJson() const {

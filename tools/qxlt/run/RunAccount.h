@@ -46,6 +46,9 @@ public:
     // Whether anything was lost.
     bool Lost() const { return m_lost; }
 
+    // How many calls were lost.
+    std::uint64_t LostCalls() const;
+
     // Prints the table of all processes, if their counts are known, and how many calls were made before the run.
     void Print() const;
 

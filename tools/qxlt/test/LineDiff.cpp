@@ -74,6 +74,9 @@ private:
 }  // namespace
 
 bool IsExpected(const JsonObject& expected, const JsonObject& actual) {
+    if (expected.is_array() && actual.is_array()) {
+        return std::equal(expected.begin(), expected.end(), actual.begin(), actual.end(), IsExpected);
+    }
     if (!expected.is_object() || !actual.is_object()) return expected == actual;
     for (const auto& [key, value] : expected.items()) {
         if (key == "key") continue;

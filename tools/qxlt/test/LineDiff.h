@@ -13,7 +13,8 @@ struct DiffLine {
     SharedJson line;
 };
 
-// Whether the line that came is the expected one. An expected object may leave keys out; "key" does not count.
+// Whether the line that came is the expected one. An expected object may leave keys out, also one in a
+// list; "key" does not count.
 bool IsExpected(const JsonObject& expected, const JsonObject& actual);
 
 // The lines that are on one side only, in order; both sides are aligned so that these are few.

@@ -23,6 +23,10 @@ namespace host {
 // Now, on the clock of calls' entry times: nanoseconds.
 std::uint64_t GetRecordingTime();
 
+// What is to be added to a time of that clock to get the system's wall clock as it is set now: nanoseconds since 1970.
+// The wall clock may be set anew at any time, and the sum changes with it.
+std::int64_t GetWallClockOffset();
+
 // Begins to watch a program's name, if it is not watched yet: recordings of processes that have ended before are left
 // alone for good; those of processes that end from now on still reach a dump, however short they live. The first dump
 // of a name that is not watched begins it.

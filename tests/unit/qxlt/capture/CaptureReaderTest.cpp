@@ -39,9 +39,40 @@ TEST(CaptureReader, TakesAStartThatTimesCanReach) {
         place.Write("capture.json", R"({"version":1,"processes":{},"since":)" + std::to_string(since) + "}");
     };
     write(kMost - 1);
-    EXPECT_EQ(CaptureReader(place.Path()).Since(), kMost - 1);
+    EXPECT_EQ(CaptureReader(place.Path()).Start().since, kMost - 1);
     write(kMost);
     EXPECT_THROW(CaptureReader(place.Path()), Failure);
+}
+
+TEST(CaptureReader, KnowsWhenTheRunBegan) {
+    const Workplace place;
+    struct Row {
+        const char* keys;
+        std::optional<std::uint64_t> since, time;
+        qxlt::ClockOffset clock;
+    };
+    const Row rows[] = {
+        {"", {}, {}, {}},
+        {R"(,"since":5)", 5, 5, {}},  // as older versions wrote it
+        {R"(,"since":5,"start":4,"clock_offset":-3)", 5, 4, -3},
+        {R"(,"start":4,"clock_offset":9223372036854775807)", {}, 4, INT64_MAX},
+    };
+    for (const Row& row : rows) {
+        place.Write("capture.json", std::string(R"({"version":1,"processes":{})") + row.keys + "}");
+        const CaptureReader reader(place.Path());
+        EXPECT_EQ(reader.Start().since, row.since) << row.keys;
+        EXPECT_EQ(reader.Start().time, row.time) << row.keys;
+        EXPECT_EQ(reader.Start().clock, row.clock) << row.keys;
+    }
+}
+
+TEST(CaptureReader, RefusesAStartThatIsNone) {
+    const Workplace place;
+    for (const char* const keys : {R"("start":-1)", R"("start":"noon")", R"("clock_offset":1.5)",
+                                   R"("clock_offset":9223372036854775808)", R"("clock_offset":null)"}) {
+        place.Write("capture.json", std::string(R"({"version":1,"processes":{},)") + keys + "}");
+        EXPECT_THROW(CaptureReader(place.Path()), Failure) << keys;
+    }
 }
 
 }  // namespace

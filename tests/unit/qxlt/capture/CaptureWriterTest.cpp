@@ -48,10 +48,11 @@ TEST(CaptureWriter, WritesTheLayoutThatReplayReads) {
     qxlt::ProcessNames processes;
     processes.Add("tuner", 70);
     processes.Add("../a", 412);
-    writer.Begin(processes, 123456789);
+    writer.Begin(processes, {123456789, 123456780, -5});
     WriteCycle(writer, 1, 3);
     EXPECT_EQ(place.Read("a/b/capture.json"),
-              "{\"version\":1,\"processes\":{\"../a\":412,\"tuner\":70},\"since\":123456789}\n");
+              "{\"version\":1,\"processes\":{\"../"
+              "a\":412,\"tuner\":70},\"since\":123456789,\"start\":123456780,\"clock_offset\":-5}\n");
     EXPECT_EQ(place.Read("a/b/000001/small.qxdump"), "x");
     EXPECT_EQ(place.Read("a/b/000001/large.qxdump"), "yyy");
     EXPECT_FALSE(fs::exists(place.At("a/b/000001/none.qxdump")));
@@ -105,7 +106,7 @@ TEST(CaptureWriter, RefusesAProcessNameThatJsonCannotHold) {
     CaptureWriter writer(place.At("capture"));
     qxlt::ProcessNames processes;
     processes.Add("\xE9", 1);
-    EXPECT_THROW(writer.Begin(processes, std::nullopt), qxlt::Failure);
+    EXPECT_THROW(writer.Begin(processes, {}), qxlt::Failure);
 }
 
 TEST(CaptureLayout, NamesCyclesWithSixDigitsOrMore) {

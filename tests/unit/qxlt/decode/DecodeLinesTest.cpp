@@ -67,14 +67,14 @@ TEST(DecodeLines, ShowCalls) {
     EXPECT_EQ(line(std::nullopt), "call       m[7] location 5() at 10, tid 2");
     location.callerName = "Move";
     call.exitTime = 15;
-    EXPECT_EQ(line(70007), "call       m[70007] Move() at 10..15, tid 2");
+    EXPECT_EQ(line(70007), "call       m[70007] Move() at 10, took 5 ns, tid 2");
     location.packageName = "p";
     call.args.in = {Value("on"), Value("\5")};
-    EXPECT_EQ(line({}), "call       m[7] p.Move(\"on\", 5) at 10..15, tid 2");
+    EXPECT_EQ(line({}), "call       m[7] p.Move(\"on\", 5) at 10, took 5 ns, tid 2");
     call.args.out = {{{"x", "\2"}, {"", "\3"}}, {}};
-    EXPECT_EQ(line({}), "call       m[7] p.Move(\"on\", 5) out ({x:1 2}, {}) at 10..15, tid 2");
+    EXPECT_EQ(line({}), "call       m[7] p.Move(\"on\", 5) out ({x:1 2}, {}) at 10, took 5 ns, tid 2");
     call.args.ret = {Value("\1")};
-    EXPECT_EQ(line({}), "call       m[7] p.Move(\"on\", 5) out ({x:1 2}, {}) = 1 at 10..15, tid 2");
+    EXPECT_EQ(line({}), "call       m[7] p.Move(\"on\", 5) out ({x:1 2}, {}) = 1 at 10, took 5 ns, tid 2");
 }
 
 TEST(DecodeLines, ShowHowADumpEnded) {

@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 
 #include <cstdint>
+#include <limits>
 
 #include "Json.h"
 
@@ -17,6 +18,22 @@ std::string Added(const Add& add) {
     JsonLine line;
     add(line);
     return std::move(line).Finish();
+}
+
+TEST(JsonLine, WritesFractionsInTheFewestDigits) {
+    const std::pair<double, const char*> rows[] = {{0.1, "0.1"},
+                                                   {1, "1"},
+                                                   {-0.0, "-0"},
+                                                   {1.0 / 3, "0.3333333333333333"},
+                                                   {-2.2250738585072014e-308, "-2.2250738585072014e-308"},
+                                                   {1e22, "1e+22"},
+                                                   {std::numeric_limits<double>::infinity(), "null"},
+                                                   {std::numeric_limits<double>::quiet_NaN(), "null"}};
+    for (const auto& [number, text] : rows) {
+        EXPECT_EQ(Added([value = number](JsonLine& line) { line.AddFraction("a", value); }),
+                  std::string(R"({"a":)") + text + "}");
+    }
+    EXPECT_EQ(Added([](JsonLine& line) { line.AddFraction("a", 0.1F); }), R"({"a":0.1})");
 }
 
 TEST(JsonLine, SeparatesWhatStandsInObjectsAndLists) {

@@ -97,4 +97,24 @@ TEST(LineDiff, LetsExpectedObjectsLeaveKeysOut) {
         EXPECT_EQ(IsExpected(Parsed({expected}).front(), actual), same) << expected;
 }
 
+// Lines that were kept before values stood beside their bytes are still what is expected.
+TEST(LineDiff, LeavesOutWhatAnExpectedLineDoesNotHave) {
+    struct Row {
+        const char* expected;
+        const char* actual;
+        bool same;
+    };
+    const Row rows[] = {
+        {R"({"in":[[{"hex":"01"}]]})", R"({"in":[[{"hex":"01","int":1}]],"wall":"w","duration":3})", true},
+        {R"({"in":[[{"hex":"01"}]]})", R"({"in":[[{"hex":"02","int":2}]]})", false},
+        {R"({"in":[[{"hex":"01"}]]})", R"({"in":[[{"hex":"01"},{"hex":"02"}]]})", false},
+        {R"({"in":[[{"hex":"01"}]]})", R"({"in":[[{"hex":"01"}],[]]})", false},
+        {R"({"in":[[{"hex":"01"}],[]]})", R"({"in":[[{"hex":"01"}]]})", false},
+        {R"({"in":[[{"hex":"01","int":1}]]})", R"({"in":[[{"hex":"01"}]]})", false},
+        {R"({"in":[]})", R"({"in":{}})", false}};
+    for (const Row& row : rows) {
+        EXPECT_EQ(IsExpected(JsonObject::parse(row.expected), JsonObject::parse(row.actual)), row.same) << row.actual;
+    }
+}
+
 }  // namespace

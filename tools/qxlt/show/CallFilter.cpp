@@ -1,0 +1,100 @@
+#include "CallFilter.h"
+
+#include <fnmatch.h>
+
+#include <algorithm>
+#include <cmath>
+#include <ctime>
+#include <utility>
+
+#include "TimeText.h"
+
+namespace qxlt {
+
+namespace {
+
+constexpr double kSecondNs = 1e9;
+constexpr double kMostSeconds = 9e9;  // what 64 bits of nanoseconds have room for
+
+bool MatchesAny(const std::vector<std::string>& patterns, const std::string& name) {
+    return patterns.empty() || std::any_of(patterns.begin(), patterns.end(), [&name](const std::string& pattern) {
+               return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
+           });
+}
+
+// The digits behind the point, as nanoseconds; nothing when something else stands there.
+std::optional<std::uint64_t> ReadFraction(const std::string& text) {
+    if (text.empty()) return 0;
+    const std::string digits = text.substr(1);
+    const bool isFraction = text.front() == '.' && !digits.empty() && digits.size() <= 9 &&
+                            digits.find_first_not_of("0123456789") == std::string::npos;
+    if (!isFraction) return std::nullopt;
+    return std::stoull(digits + std::string(9 - digits.size(), '0'));
+}
+
+std::optional<TimeBound> ReadWall(const std::string& text) {
+    if (text.empty() || text.back() != 'Z') return std::nullopt;
+    std::tm date{};
+    const char* const rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &date);
+    if (rest == nullptr) return std::nullopt;
+    const std::optional<std::uint64_t> ns = ReadFraction(std::string(rest, &text.back()));
+    const std::time_t seconds = timegm(&date);
+    if (!ns || seconds < 0 || static_cast<double>(seconds) > kMostSeconds) return std::nullopt;
+    return TimeBound{TimeBound::Kind::Wall, static_cast<std::uint64_t>(seconds) * 1000000000 + *ns};
+}
+
+// When the call was made, counted as the bound is.
+std::optional<std::uint64_t> TimeOf(const CallView& call, TimeBound::Kind kind) {
+    if (kind == TimeBound::Kind::Wall) return WallTime(call.call.time, call.clock);
+    if (!call.start) return std::nullopt;
+    return call.call.time < *call.start ? 0 : call.call.time - *call.start;
+}
+
+}  // namespace
+
+std::optional<TimeBound> ReadTimeBound(const std::string& text) {
+    const std::optional<double> seconds = ReadSeconds(text);
+    if (!seconds) return ReadWall(text);
+    if (*seconds > kMostSeconds) return std::nullopt;
+    return TimeBound{TimeBound::Kind::SinceStart, static_cast<std::uint64_t>(std::llround(*seconds * kSecondNs))};
+}
+
+CallFilter::CallFilter(FilterPatterns patterns)
+    : m_patterns(std::move(patterns)),
+      m_all(m_patterns.methods.empty() && m_patterns.processes.empty() && m_patterns.threads.empty() &&
+            m_patterns.since.kind == TimeBound::Kind::None && m_patterns.until.kind == TimeBound::Kind::None) {}
+
+bool CallFilter::ShowsEvent(const std::string& name) const {
+    return MatchesAny(m_patterns.events, name);
+}
+
+bool CallFilter::ShowsMethod(const IQxData::_HSCallLocation& location) const {
+    return MatchesAny(m_patterns.methods, location.callerName) ||
+           MatchesAny(m_patterns.methods, location.packageName + "." + location.callerName);
+}
+
+bool CallFilter::ShowsProcess(const std::string& name) const {
+    return MatchesAny(m_patterns.processes, name);
+}
+
+bool CallFilter::ShowsThread(const std::string& name) const {
+    return MatchesAny(m_patterns.threads, name);
+}
+
+bool CallFilter::IsInTime(const CallView& call) const {
+    const auto isBefore = [&call](const TimeBound& bound) {
+        const std::optional<std::uint64_t> time = TimeOf(call, bound.kind);
+        return time && *time < bound.ns;
+    };
+    if (m_patterns.since.kind != TimeBound::Kind::None && isBefore(m_patterns.since)) return false;
+    const TimeBound& until = m_patterns.until;
+    return until.kind == TimeBound::Kind::None || !TimeOf(call, until.kind) || isBefore(until);
+}
+
+bool CallFilter::ShowsCall(const CallView& call) const {
+    if (m_all) return true;
+    return ShowsMethod(call.location) && ShowsProcess(call.process) && ShowsThread(std::string(call.thread)) &&
+           IsInTime(call);
+}
+
+}  // namespace qxlt
