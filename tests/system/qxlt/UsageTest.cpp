@@ -13,7 +13,7 @@ using testing::StartsWith;
 TEST(Usage, HelpShowsTheCommands) {
     const ToolResult result = RunTool({"--help"});
     EXPECT_EQ(result.status, 0);
-    for (const char* const command : {"run", "replay", "decode", "list", "clean", "check", "test"}) {
+    for (const char* const command : {"run", "replay", "decode", "list", "clean", "check", "test", "trace"}) {
         EXPECT_THAT(result.output, HasSubstr(std::string("  ") + command + " ")) << command;
     }
     EXPECT_EQ(result.error, "");
