@@ -53,6 +53,7 @@ bool Show(const CaptureShow& capture, INestedWriter& writer, Progress& progress,
     const bool whole = capture.Run(
         run, [&run](const EventView& event) { run.OnEvent(event); }, tell, progress);
     run.Finish();
+    PrintLeftOut(run.History());
     return whole;
 }
 

@@ -57,12 +57,14 @@ int TraceCapture(const TraceOptions& options, NestedRun& run, Output& output, Pr
                            .Run(
                                run, [](const EventView&) {}, tell, progress);
     run.Finish();
+    PrintLeftOut(run.History());
     return whole ? kDone : kInputWrong;
 }
 
 int Trace(TraceOptions& options, const CommonOptions& common) {
     RequireInput(options);
     const bool isLive = options.capture.directory.empty();
+    options.choice.isLive = isLive;
     if (!isLive) options.choice.filter.processes = options.run.processes;
     Progress progress;
     Output output(&progress);

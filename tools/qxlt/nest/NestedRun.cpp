@@ -21,6 +21,7 @@ NestedItem NestedRun::ItemOf(const CallView& call) {
 }
 
 void NestedRun::OnDump(const DumpNews& news) {
+    m_history += news.history;
     if (news.counts) m_processes[news.process].open = news.counts->open;
     if (news.bytesNotDecoded == 0 && !(news.counts && news.counts->Any())) return;
     m_losses.push_back({news.process, m_writer.Hold(news)});

@@ -40,6 +40,9 @@ public:
     // For the events of the run, which come behind the calls of their cycle.
     void OnEvent(const EventView& event);
 
+    // How many calls were left out because they were made before the run.
+    std::uint64_t History() const { return m_history; }
+
     // The run is over: writes what was held back.
     void Finish();
 
@@ -66,6 +69,7 @@ private:
     NestedCalls m_calls;
     std::map<std::string, Process> m_processes;
     std::vector<Loss> m_losses;  // of this cycle
+    std::uint64_t m_history = 0;
 };
 
 }  // namespace qxlt

@@ -1,7 +1,9 @@
 #include "CaptureShow.h"
 
 #include "CaptureReader.h"
+#include "Messages.h"
 #include "Replayer.h"
+#include "Text.h"
 
 namespace qxlt {
 
@@ -17,6 +19,10 @@ bool CaptureShow::Run(ICallWatcher& calls, const EventSink& events, const FaultS
     replayer.SetCallWatcher(calls);
     replayer.Run();
     return replayer.Whole();
+}
+
+void PrintLeftOut(std::uint64_t calls) {
+    if (calls > 0) PrintNote(Counted(calls, "call") + " from before the start left out; --history shows them");
 }
 
 }  // namespace qxlt

@@ -1,6 +1,7 @@
 // Shows all calls of a capture, and the events that scenarios make of them.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -36,5 +37,8 @@ private:
     const JoinedScripts m_scripts;
     const ClockOffset m_clock;
 };
+
+// Says how many calls were left out because they were made before the run, if any were.
+void PrintLeftOut(std::uint64_t calls);
 
 }  // namespace qxlt

@@ -40,7 +40,9 @@ void EventRun::AddDump(const Dump& dump, const QxCycle::Decoded& decoded) {
     DropHistory();
     const std::uint64_t history = HistoryOf(dump.process);
     if (m_account != nullptr) m_account->AddDump(dump.process, dump.counts, decoded.bytesNotDecoded, history);
-    if (m_watcher != nullptr) m_watcher->OnDump({m_cycle, dump.process, dump.counts, decoded.bytesNotDecoded});
+    if (m_watcher != nullptr) {
+        m_watcher->OnDump({m_cycle, dump.process, dump.counts, decoded.bytesNotDecoded, history});
+    }
     if (!decoded.Whole()) Tell(DamageFault(dump.place, dump.name, decoded));
 }
 

@@ -16,6 +16,7 @@ struct DumpNews {
     const std::string& process;
     const std::optional<LossCounts>& counts;  // nothing: they are not known
     std::uint64_t bytesNotDecoded;
+    std::uint64_t history;  // calls that are not shown, because they were made before the run
 };
 
 // All calls come from the thread that runs the cycles. What is handed over is valid for the call only.

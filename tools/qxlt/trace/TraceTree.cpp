@@ -79,7 +79,8 @@ void TraceTree::Enter(const NestedItem& item, const CallNesting::Place& place) {
     if (place.depth >= m_choice.depth) return;
     if (isCall) ++m_calls;
     if (m_format == Format::Json) {
-        if (!isCall) return m_output.Line(item.entry);
+        if (!isCall && !m_choice.isLive) m_output.Line(item.entry);
+        if (!isCall) return;
         JsonLine line;
         line.Add("depth", place.depth);
         line.AddJson("call", item.entry);

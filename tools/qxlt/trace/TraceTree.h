@@ -17,6 +17,7 @@ namespace qxlt {
 struct TraceChoice {
     TraceFilter filter;
     std::size_t depth = SIZE_MAX;  // calls that are in that many others are left out
+    bool isLive = false;           // a live run tells of losses itself, in JSON as lines of the same output
 };
 
 // In text a call that holds others has a line where it begins and one where it ends; each other call has one. Threads

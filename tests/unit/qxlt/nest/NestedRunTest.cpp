@@ -45,7 +45,7 @@ public:
         std::optional<LossCounts> counts{LossCounts()};
         counts->open = open;
         counts->overwritten = overwritten;
-        run.OnDump({1, m_process, counts, 0});
+        run.OnDump({1, m_process, counts, 0, 2});
     }
 
 private:
@@ -116,6 +116,7 @@ TEST(NestedRun, MarksALossBehindWhatCameBefore) {
     run.Call("b", 70, 80);
     run.run.OnCycleEnd();
     EXPECT_THAT(run.writer.Taken(), ElementsAre("lost of m at 20 in 0", "b at 70 in 0"));
+    EXPECT_EQ(run.run.History(), 6u);
 }
 
 // What a cycle that primes has brought is shown in the next one, and had come before.
