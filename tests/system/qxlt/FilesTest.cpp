@@ -73,7 +73,8 @@ bool IsValid(const std::string& file) {
 }  // namespace
 
 TEST(ManualTest, TellsOfEachCommandAndOption) {
-    ASSERT_THAT(CommandNames(), ElementsAre("run", "replay", "decode", "list", "clean", "check", "test"));
+    ASSERT_THAT(CommandNames(),
+                ElementsAre("run", "replay", "decode", "list", "clean", "check", "test", "trace", "export"));
     for (const std::string& command : CommandNames()) {
         const std::string manual = ManualOf(command);
         ASSERT_NE(manual, "") << command;
@@ -139,6 +140,8 @@ TEST(CompletionTest, KnowsTheWordsOfChoices) {
     EXPECT_THAT(Completions("decode --format j"), ElementsAre("json"));
     EXPECT_THAT(Completions("decode --format = j"), ElementsAre("json"));
     EXPECT_THAT(Completions("decode --format ="), ElementsAre("text", "json"));
+    EXPECT_THAT(Completions("export --format ''"), ElementsAre("chrome", "ctf"));
+    EXPECT_THAT(Completions("trace --pause f"), ElementsAre("fast"));
     EXPECT_THAT(Completions("list --level ''"), ElementsAre("silent", "fatal", "major", "warning", "debug", "info"));
     EXPECT_THAT(Completions("check --explain QX02"), Contains("QX021"));
     EXPECT_THAT(Completions("check volume"), ElementsAre(""));

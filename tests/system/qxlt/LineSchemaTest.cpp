@@ -52,7 +52,7 @@ TEST(LineSchema, TakesTheLinesOfThePage) {
             EXPECT_EQ(SchemaFault(line), "");
         }
     }
-    EXPECT_EQ(lines, 19U);
+    EXPECT_EQ(lines, 20U);
 }
 
 TEST(LineSchema, TakesTheLinesThatAreKept) {

@@ -226,7 +226,8 @@ TEST(Replay, NeedsNoMoreMemoryForALongCapture) {
     };
     const std::string few = capture("few", 3);
     const std::string many = capture("many", 24);
-    const std::vector<std::vector<std::string>> commands = {{"replay", "-s", script, few}, {"list", few}};
+    const std::vector<std::vector<std::string>> commands = {
+        {"replay", "-s", script, few}, {"list", few}, {"trace", few}, {"export", "--format", "chrome", few}};
     for (std::vector<std::string> command : commands) {
         const ToolResult shortRun = RunTool(command, setup);
         command.back() = many;

@@ -13,7 +13,7 @@ using testing::StartsWith;
 TEST(Usage, HelpShowsTheCommands) {
     const ToolResult result = RunTool({"--help"});
     EXPECT_EQ(result.status, 0);
-    for (const char* const command : {"run", "replay", "decode", "list", "clean", "check", "test"}) {
+    for (const char* const command : {"run", "replay", "decode", "list", "clean", "check", "test", "trace", "export"}) {
         EXPECT_THAT(result.output, HasSubstr(std::string("  ") + command + " ")) << command;
     }
     EXPECT_EQ(result.error, "");
@@ -24,7 +24,8 @@ TEST(Usage, HelpOfEachCommandHasExamples) {
         const ToolResult result = RunTool({command, "--help"});
         EXPECT_EQ(result.status, 0) << command;
         EXPECT_THAT(result.output, HasSubstr("Examples:\n  qxlt " + command)) << command;
-        EXPECT_THAT(result.output, HasSubstr("--format text|json")) << command;
+        const std::string formats = command == "export" ? "chrome|ctf" : "text|json";
+        EXPECT_THAT(result.output, HasSubstr("--format " + formats)) << command;
         EXPECT_THAT(result.output, HasSubstr("--level silent|fatal|major|warning|debug|info")) << command;
     }
 }

@@ -28,6 +28,10 @@ struct Invocation {
 CLI::App& AddCommand(CLI::App& app, Invocation& invocation, const std::string& name, const std::string& description,
                      const std::string& examples, std::function<int()> work);
 
+// The same for one whose results have formats of their own: without --format.
+CLI::App& AddPlainCommand(CLI::App& app, Invocation& invocation, const std::string& name,
+                          const std::string& description, const std::string& examples, std::function<int()> work);
+
 // Adds an option that takes one of the named values.
 template <typename Value>
 CLI::Option& AddChoice(CLI::App& command, const std::string& option, Value& value,

@@ -18,6 +18,8 @@ void AddList(CLI::App& app, Invocation& invocation);
 void AddClean(CLI::App& app, Invocation& invocation);
 void AddCheck(CLI::App& app, Invocation& invocation);
 void AddTest(CLI::App& app, Invocation& invocation);
+void AddTrace(CLI::App& app, Invocation& invocation);
+void AddExport(CLI::App& app, Invocation& invocation);
 
 // All of them, in the order in which the help shows them.
 const std::vector<AddFunction>& AllCommands();

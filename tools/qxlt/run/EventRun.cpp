@@ -40,6 +40,9 @@ void EventRun::AddDump(const Dump& dump, const QxCycle::Decoded& decoded) {
     DropHistory();
     const std::uint64_t history = HistoryOf(dump.process);
     if (m_account != nullptr) m_account->AddDump(dump.process, dump.counts, decoded.bytesNotDecoded, history);
+    if (m_watcher != nullptr) {
+        m_watcher->OnDump({m_cycle, dump.process, dump.counts, decoded.bytesNotDecoded, history});
+    }
     if (!decoded.Whole()) Tell(DamageFault(dump.place, dump.name, decoded));
 }
 
@@ -67,9 +70,16 @@ std::uint64_t EventRun::HistoryOf(const std::string& process) {
 void EventRun::EndCycle(bool primes) {
     if (primes) {
         m_store->KeepMakers();
+        ShowPrimed();
     } else if (HasCalls()) {
         TraceCalls();
     }
+    if (m_watcher != nullptr) m_watcher->OnCycleEnd();
+}
+
+void EventRun::ShowPrimed() {
+    if (m_watcher == nullptr) return;
+    for (const auto& [key, call] : *m_store->GetCallIMap()) m_watcher->OnPrimed(m_views.Of(key, call));
 }
 
 // One more pass over the store, as after an empty dump.
@@ -117,7 +127,9 @@ void EventRun::TellChanges(const std::string& process, const std::vector<Process
 // The explanation is about all calls of the run, those behind its last event included.
 void EventRun::OnCall(unsigned long long key, const IQxData::HSCall& call, const std::string& callerName) {
     if (m_explainer != nullptr) m_explainer->OnCall(key, call, callerName);
-    if (!m_over) m_observers.OnCall(key, call, callerName);
+    if (m_over) return;
+    m_observers.OnCall(key, call, callerName);
+    if (m_watcher != nullptr) m_watcher->OnCall(m_views.Of(key, call));
 }
 
 void EventRun::OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call,

@@ -15,6 +15,7 @@
 #include "EventView.h"
 #include "Explainer.h"
 #include "Fault.h"
+#include "ICallWatcher.h"
 #include "JoinedScripts.h"
 #include "Lifecycle.h"
 #include "Observers.h"
@@ -45,6 +46,9 @@ public:
     // Who is told of the cycles and watches the evaluation, too. Not owned; before the first cycle.
     void SetExplainer(Explainer& explainer);
     void SetAccount(RunAccount& account);
+
+    // Who is shown all calls that are evaluated. Not owned; before the first cycle.
+    void SetCallWatcher(ICallWatcher& watcher) { m_watcher = &watcher; }
 
     // Takes over the places of the scripts that were loaded into the store. Before the first cycle.
     void SetPlaces(ScriptPlaces places) { m_places = std::move(places); }
@@ -95,6 +99,7 @@ private:
     void End();
     void DropHistory();
     std::uint64_t HistoryOf(const std::string& process);
+    void ShowPrimed();
     void TraceCalls();
 
     const std::shared_ptr<ProcessStore> m_store;
@@ -108,6 +113,7 @@ private:
     ErrorReporter m_errors{m_places, [this](const Fault& fault) { Tell(fault); }};
     Explainer* m_explainer = nullptr;
     RunAccount* m_account = nullptr;
+    ICallWatcher* m_watcher = nullptr;
     std::optional<std::uint64_t> m_since;
     std::map<unsigned short, std::uint64_t> m_history;  // calls that were dropped in this cycle and are not told yet
     unsigned long long m_key = 0;  // of the call that is being evaluated: an event is sent right after that

@@ -222,6 +222,7 @@ void LiveRun::Load() {
     m_run.SetAccount(m_account);
     m_run.SetChangeSink([this](const ProcessNews& news) { PrintNews(m_common.format, m_output, news); });
     m_run.Begin(Start());
+    if (m_options.watcher != nullptr) m_run.SetCallWatcher(*m_options.watcher);
     m_run.EndAt(m_options.until, [this] { Reach(); });
     if (m_explain.wanted) {
         m_run.SetExplainer(m_explainer.emplace(m_common.format, m_output, root, m_run.Places(), m_explain.event));
@@ -296,13 +297,13 @@ void LiveRun::OnCycleEnd() {
     ShowHeartbeat();
 }
 
-// That it goes on though nothing fires. What is printed takes the line's place.
+// That it goes on though nothing fires: whoever is shown the calls sees that. What is printed takes the line's place.
 void LiveRun::ShowHeartbeat() {
     const Clock::time_point now = Clock::now();
     const double seconds = std::chrono::duration<double>(now - m_beat).count();
     const auto rate = static_cast<std::uint64_t>(static_cast<double>(m_calls) / std::max(seconds, 0.001));
     m_beat = now;
-    if (m_ending || IsQuiet()) return;
+    if (m_ending || IsQuiet() || m_options.watcher != nullptr) return;
     m_progress.Show("cycle " + std::to_string(m_cycle) + ", " + Counted(rate, "call") + " per second, " +
                     Counted(Fired(), "event") + ", " + std::to_string(m_account.LostCalls()) + " lost");
 }
@@ -329,6 +330,7 @@ void LiveRun::PrintResults() {
 }
 
 void LiveRun::PrintCounts() const {
+    if (m_options.watcher != nullptr) return;
     PrintNote(Counted(Fired(), "event") + " in " + Counted(m_cycle, "cycle"));
     std::vector<std::string> names;
     for (const auto& event : m_printer.Counts()) names.push_back(event.first);

@@ -41,6 +41,7 @@ struct RunOptions {
     std::string keep;                    // keeps the dumps in this directory; empty: nowhere
     bool failOnLoss = false;             // a run that lost something failed
     bool history = false;                // calls from before the start are evaluated, too
+    ICallWatcher* watcher = nullptr;     // is shown all calls; not owned. Where it is there, events are not counted
 };
 
 class LiveRun final : private IQxCycleObserver {

@@ -44,6 +44,9 @@ public:
     // Has account kept of what was lost. Not owned.
     void SetAccount(RunAccount& account) { m_run.SetAccount(account); }
 
+    // Has all calls shown. Not owned.
+    void SetCallWatcher(ICallWatcher& watcher) { m_run.SetCallWatcher(watcher); }
+
     // Has told what became of the processes.
     void SetChangeSink(ChangeSink sink) { m_run.SetChangeSink(std::move(sink)); }
 

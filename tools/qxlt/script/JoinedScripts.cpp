@@ -33,6 +33,7 @@ JoinedScripts::JoinedScripts(const std::vector<std::string>& files) {
         if (script.Defect()) ThrowMalformed(script);
         AppendScript(script);
     }
+    if (files.empty()) Append("<" + (m_top = qxscript::kScenario) + ">");
     Append("</" + m_top + ">");
     if (m_text.size() > INT_MAX) throw Failure(kCannotStart, "the scripts are larger than 2 GiB; split them");
     if (m_top != qxscript::kScenario && m_top != qxscript::kSession) {

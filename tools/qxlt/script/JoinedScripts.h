@@ -16,7 +16,8 @@ struct ScriptElement;
 
 class JoinedScripts final {
 public:
-    // Reads the files. Throws a Failure: cannot start when one cannot be read, input wrong when one is not well-formed.
+    // Reads the files; without any it is a scenario that does nothing. Throws a Failure: cannot start when one cannot
+    // be read, input wrong when one is not well-formed.
     explicit JoinedScripts(const std::vector<std::string>& files);
 
     // The joined XML text. Without the actions' process attributes it may be loaded by a tracker that would otherwise

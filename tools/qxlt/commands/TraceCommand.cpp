@@ -1,0 +1,120 @@
+#include <CLI/CLI.hpp>
+#include <memory>
+
+#include "CaptureShow.h"
+#include "CommandList.h"
+#include "LiveRun.h"
+#include "Messages.h"
+#include "NestedRun.h"
+#include "Text.h"
+#include "TimeText.h"
+#include "TraceTree.h"
+
+namespace qxlt {
+
+namespace {
+
+constexpr char kExamples[] =
+    "  qxlt trace -p media-server --for 10s\n"
+    "  qxlt trace capture --method 'audio.*' --longer-than 2ms\n"
+    "  qxlt trace capture -p media-server --thread mixer --depth 2 --format json\n";
+
+struct TraceOptions {
+    TraceChoice choice;
+    ShownCapture capture;
+    RunOptions run;
+};
+
+std::string RequireTime(const std::string& text) {
+    if (ReadSeconds(text)) return std::string();
+    return "\"" + text + "\" is no time above 0; write seconds, or 20us, 500ms, 10s, 2m, 1h";
+}
+
+std::uint64_t NanosecondsOf(const std::string& text) {
+    constexpr double kMost = 1e18;  // none lasts longer
+    return static_cast<std::uint64_t>(std::min(ReadSeconds(text).value_or(0) * 1e9, kMost));
+}
+
+void RequireInput(const TraceOptions& options) {
+    if (!options.capture.directory.empty() || !options.run.processes.empty()) return;
+    throw Failure(kCannotStart, "name a capture, or else live processes with -p; see qxlt trace --help");
+}
+
+int TraceLive(TraceOptions& options, const CommonOptions& common, NestedRun& run) {
+    options.run.history = options.capture.history;
+    options.run.watcher = &run;
+    const int status = LiveRun(options.run, common).Perform();
+    run.Finish();
+    return status;
+}
+
+int TraceCapture(const TraceOptions& options, NestedRun& run, Output& output, Progress& progress) {
+    const auto tell = [&output](const Fault& fault) {
+        PrintFault(fault);
+        if (!fault.isHarmless) output.Failed();
+    };
+    const bool whole = CaptureShow(options.capture)
+                           .Run(
+                               run, [](const EventView&) {}, tell, progress);
+    run.Finish();
+    PrintLeftOut(run.History());
+    return whole ? kDone : kInputWrong;
+}
+
+int Trace(TraceOptions& options, const CommonOptions& common) {
+    RequireInput(options);
+    const bool isLive = options.capture.directory.empty();
+    options.choice.isLive = isLive;
+    if (!isLive) options.choice.filter.processes = options.run.processes;
+    Progress progress;
+    Output output(&progress);
+    TraceTree tree(common.format, output, options.choice);
+    NestedRun run(tree);
+    const int status = isLive ? TraceLive(options, common, run) : TraceCapture(options, run, output, progress);
+    if (common.format == Format::Text) PrintNote(Counted(tree.Calls(), "call"));
+    return status;
+}
+
+void AddFilterOptions(CLI::App& command, TraceFilter& filter) {
+    command.add_option("--method", filter.method, "Calls of these methods only: SetVolume, 'audio.*'")
+        ->option_text("GLOB");
+    command.add_option("--thread", filter.thread, "Calls of the threads of this name, or number, only")
+        ->option_text("GLOB|TID");
+    command
+        .add_option_function<std::string>(
+            "--longer-than", [&filter](const std::string& text) { filter.longerThan = NanosecondsOf(text); },
+            "Calls that took longer only (20us, 5ms, 1s)")
+        ->check(RequireTime)
+        ->option_text("TIME");
+}
+
+void AddLiveOptions(CLI::App& command, RunOptions& run) {
+    command.add_option("-p,--process", run.processes, "Track this live process; of a capture, show those of that name")
+        ->allow_extra_args(false)
+        ->option_text("NAME|GLOB");
+    AddChoice<bool>(command, "--pause", run.fast, {{"fast", true}, {"normal", false}},
+                    "Live: the pause after each dump, 10 ms, or 1 s (default)");
+    command
+        .add_option_function<std::string>(
+            "--for", [&run](const std::string& text) { run.seconds = ReadSeconds(text).value_or(0); },
+            "Live: end after this time, waiting included")
+        ->check(RequireTime)
+        ->option_text("TIME");
+}
+
+}  // namespace
+
+void AddTrace(CLI::App& app, Invocation& invocation) {
+    const auto options = std::make_shared<TraceOptions>();
+    CLI::App& command = AddCommand(app, invocation, "trace", "Print the calls of each thread as they nest", kExamples,
+                                   [options, &invocation] { return Trace(*options, invocation.common); });
+    command.add_option("CAPTURE", options->capture.directory, "What run --keep wrote");
+    AddLiveOptions(command, options->run);
+    AddFilterOptions(command, options->choice.filter);
+    command.add_option("--depth", options->choice.depth, "Leave out calls that are in this many others")
+        ->check(CLI::PositiveNumber)
+        ->option_text("N");
+    command.add_flag("--history", options->capture.history, "With the calls from before the start of the run");
+}
+
+}  // namespace qxlt

@@ -1,0 +1,28 @@
+#include "CaptureShow.h"
+
+#include "CaptureReader.h"
+#include "Messages.h"
+#include "Replayer.h"
+#include "Text.h"
+
+namespace qxlt {
+
+// The capture is looked at before results are begun.
+CaptureShow::CaptureShow(const ShownCapture& capture)
+    : m_capture(capture), m_scripts(capture.scripts), m_clock(CaptureReader(capture.directory).Start().clock) {}
+
+bool CaptureShow::Run(ICallWatcher& calls, const EventSink& events, const FaultSink& faults, Progress& progress) const {
+    ReplayInput input;
+    input.capture = m_capture.directory;
+    input.history = m_capture.history;
+    Replayer replayer(m_scripts, input, events, faults, progress);
+    replayer.SetCallWatcher(calls);
+    replayer.Run();
+    return replayer.Whole();
+}
+
+void PrintLeftOut(std::uint64_t calls) {
+    if (calls > 0) PrintNote(Counted(calls, "call") + " from before the start left out; --history shows them");
+}
+
+}  // namespace qxlt

@@ -1,0 +1,44 @@
+// Shows all calls of a capture, and the events that scenarios make of them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "EventView.h"
+#include "Fault.h"
+#include "ICallWatcher.h"
+#include "JoinedScripts.h"
+#include "Progress.h"
+#include "WallTime.h"
+
+namespace qxlt {
+
+struct ShownCapture {
+    std::string directory;
+    std::vector<std::string> scripts;  // may be none
+    bool history = false;              // with calls from before the start of the run
+};
+
+class CaptureShow final {
+public:
+    // Throws a Failure for what is no capture, and for scripts that cannot be loaded.
+    explicit CaptureShow(const ShownCapture& capture);
+
+    // How far the wall clock was ahead of the recordings' clock when the run began.
+    ClockOffset Clock() const { return m_clock; }
+
+    // Replays the capture. What is wrong in it goes to `faults`. Returns whether nothing was. Throws a Failure as a
+    // replay does.
+    bool Run(ICallWatcher& calls, const EventSink& events, const FaultSink& faults, Progress& progress) const;
+
+private:
+    const ShownCapture m_capture;
+    const JoinedScripts m_scripts;
+    const ClockOffset m_clock;
+};
+
+// Says how many calls were left out because they were made before the run, if any were.
+void PrintLeftOut(std::uint64_t calls);
+
+}  // namespace qxlt
