@@ -84,7 +84,7 @@ protected:
     std::vector<std::string> Calls() const {
         std::vector<std::string> calls;
         for (const auto& file : std::filesystem::directory_iterator(m_place.At("recordings"))) {
-            const std::regex pattern(".* ((?:figures-1|letters|part)\\..*) at [0-9]+(\\.\\.[0-9]+)?,.*");
+            const std::regex pattern(".* ((?:figures-1|letters|part)\\..*) at [^ ,]+(, took [^,]+)?,.*");
             for (const std::string& line : Lines(RunTool({"decode", file.path()}, Setup()).output)) {
                 std::smatch match;
                 if (!std::regex_match(line, match, pattern)) continue;
@@ -94,12 +94,6 @@ protected:
         return calls;
     }
 };
-
-// The tool writes these numbers as the bits that they are.
-constexpr std::pair<const char*, const char*> kNumbers[] = {{"4602678819172646912", "0.5"},
-                                                            {"4604930618986332160", "0.75"},
-                                                            {"4613937818241073152", "3"},
-                                                            {"4621256167635550208", "9"}};
 
 }  // namespace
 
@@ -112,7 +106,6 @@ TEST_F(WrappedFunctions, HaveTheirArgumentsAndResultsRecorded) {
     ASSERT_EQ(RunIt().status, 0);
     std::vector<std::string> calls = Calls();
     for (std::string& call : calls) {
-        for (const auto& [bits, number] : kNumbers) call = std::regex_replace(call, std::regex(bits), number);
         // Addresses, which differ from run to run, have many digits.
         call = std::regex_replace(call, std::regex("\\b[0-9]{5,}\\b"), "ADDRESS");
     }
@@ -122,11 +115,11 @@ TEST_F(WrappedFunctions, HaveTheirArgumentsAndResultsRecorded) {
         "part.figure_area(0, 3) = 9",
         "figures-1.figure_sum(\"hi\", 2) = 209",
         "figures-1.figure_sum(\"\", -1) = 0",
-        "letters.figure_first(ADDRESS) = \"a\"",
+        "letters.figure_first(ADDRESS) = 97",
         "figures-1.figure_measure(ADDRESS, ADDRESS, 5) out (25, \"box\", \"box\") = 5",
         "figures-1.figure_measure(0, 0, 0) out (0, \"\", \"\") = -1",
-        "figures-1.figure_find(\"box\", ADDRESS, ADDRESS) out (3, \"x\") = 1",
-        "figures-1.figure_find(\"\", 0, 0) out (0, \"\") = 0",
+        "figures-1.figure_find(\"box\", ADDRESS, ADDRESS) out (3, \"x\") = true",
+        "figures-1.figure_find(\"\", 0, 0) out (0, \"\") = false",
         "figures-1.figure_each(ADDRESS, ADDRESS)",
         "figures-1.figure_each(ADDRESS, 0)"};
     EXPECT_EQ(calls, expected);

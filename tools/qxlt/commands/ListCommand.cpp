@@ -8,6 +8,7 @@
 #include <set>
 #include <utility>
 
+#include "CallValues.h"
 #include "CallView.h"
 #include "DecodeLines.h"
 #include "Inventory.h"

@@ -2,7 +2,6 @@
 
 #include "JsonLine.h"
 #include "QxScriptScenario.h"
-#include "ResultType.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -54,31 +53,7 @@ void AddTimes(JsonLine& line, const CallView& view) {
     if (duration) line.Add("duration", *duration);
 }
 
-std::string PairText(const std::pair<std::string, std::string>& pair) {
-    const std::string value = ShownValue(QxScriptScenario::ConverStringArg(pair.second));
-    return pair.first.empty() ? value : Printable(pair.first) + ":" + value;
-}
-
-std::string ArgumentsText(const Arguments& arguments) {
-    std::string text;
-    for (const IQxData::HSICallArg& argument : arguments) text += (text.empty() ? "" : ", ") + ArgumentText(argument);
-    return text;
-}
-
-std::string MethodText(const IQxData::_HSCallLocation& location, unsigned int locId) {
-    if (location.callerName.empty()) return "location " + std::to_string(locId);
-    if (location.packageName.empty()) return Printable(location.callerName);
-    return Printable(location.packageName) + "." + Printable(location.callerName);
-}
-
 }  // namespace
-
-std::string ArgumentText(const IQxData::HSICallArg& argument) {
-    if (argument.size() == 1 && argument.front().first.empty()) return PairText(argument.front());
-    std::string text;
-    for (const auto& pair : argument) text += (text.empty() ? "" : " ") + PairText(pair);
-    return "{" + text + "}";
-}
 
 std::optional<std::uint64_t> DurationOf(const IQxData::HSCall& call) {
     if (call.exitTime == 0 || call.exitTime < call.time) return std::nullopt;
@@ -106,17 +81,6 @@ void AddCall(JsonLine& line, const CallView& view) {
 
 std::string ProcessText(const std::string& name, std::uint32_t pid) {
     return Printable(name) + "[" + std::to_string(pid) + "]";
-}
-
-std::string CallText(const CallView& view) {
-    const IQxData::HSCall::Args& args = view.call.args;
-    std::string text = MethodText(view.location, view.call.locId) + "(" + ArgumentsText(args.in) + ")";
-    if (!args.out.empty()) text += " out (" + ArgumentsText(args.out) + ")";
-    if (LacksResult(view.location, view.call))
-        text += " = no result";
-    else if (!args.ret.empty())
-        text += " = " + ArgumentsText(args.ret);
-    return text;
 }
 
 std::string MakerText(const CallView& view) {

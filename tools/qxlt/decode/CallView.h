@@ -26,17 +26,11 @@ struct CallView {
     std::optional<std::uint64_t> start = std::nullopt;  // when their run began, on their clock
 };
 
-// One value: the value itself, or the members of a composite in braces.
-std::string ArgumentText(const IQxData::HSICallArg& argument);
-
 // How long the call took; nothing when it has not returned, or its times are damaged.
 std::optional<std::uint64_t> DurationOf(const IQxData::HSCall& call);
 
 // Adds the call's keys to the object that the line is in.
 void AddCall(JsonLine& line, const CallView& view);
-
-// "audio.SetVolume(85) = 1": the method, its arguments and its result.
-std::string CallText(const CallView& view);
 
 // The process that made the call.
 std::string MakerText(const CallView& view);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "CallValues.h"
 #include "JsonLine.h"
 #include "QxFormat.h"
 #include "Text.h"

@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "CallValues.h"
 #include "CallView.h"
 #include "CommandName.h"
 #include "Findings.h"

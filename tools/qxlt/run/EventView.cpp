@@ -4,6 +4,7 @@
 
 #include <utility>
 
+#include "CallValues.h"
 #include "JsonLine.h"
 #include "Terminal.h"
 #include "Text.h"

@@ -38,6 +38,12 @@ std::string BytesOf(const std::pair<std::string, std::string>& pair);
 // The value as a person reads it, the members of a composite in braces. What no type tells is shown by its bytes.
 std::string ValueText(const CallValue& value);
 
+// The same of an argument whose type nothing tells.
+std::string ArgumentText(const IQxData::HSICallArg& argument);
+
+// "audio.SetVolume(85) = 1": the method, its arguments and its result.
+std::string CallText(const CallView& view);
+
 // "audio.GetLevel(7)": the method with what was passed to it.
 std::string EntryText(const CallView& view);
 

@@ -82,6 +82,14 @@ std::string ValueText(const CallValue& value) {
     return "{" + text + "}";
 }
 
+std::string ArgumentText(const IQxData::HSICallArg& argument) {
+    return ValueText({Moment::In, 0, &argument, nullptr});
+}
+
+std::string CallText(const CallView& view) {
+    return EntryText(view) + ExitText(view);
+}
+
 std::string MethodName(const CallView& view) {
     const IQxData::_HSCallLocation& location = view.location;
     if (location.callerName.empty()) return "location " + std::to_string(view.call.locId);
