@@ -1,6 +1,6 @@
-// Makes calls at a steady rate under each recorder: paced SECONDS. Each of 4 threads makes 5,000 calls a second, 50 at a
-// time. 50 calls of the whole run have a number from 1,000,000 on, which nothing else has. Prints the processor seconds that
-// the program took, its recorder's own threads among them.
+// Makes calls at a steady rate under each recorder: paced SECONDS. Each of 4 threads makes 5,000 calls a second, 50 at
+// a time. 50 calls of the whole run have a number from 1,000,000 on, which nothing else has. Prints the processor
+// seconds that the program took, its recorder's own threads among them.
 #include <sys/resource.h>
 #include <time.h>
 

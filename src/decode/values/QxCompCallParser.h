@@ -15,8 +15,8 @@ public:
     static void Parse(QxCursor& cursor, const IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out,
                       QxDecodeContext& context);
 
-    // The same on bare bytes, whose pairs are appended to `out`; each returns how many of them it took. Requires: all bytes that the value claims are
-    // there. A container is a varint count and that many composites of the one layout.
+    // The same on bare bytes, whose pairs are appended to `out`; each returns how many of them it took. Requires: all
+    // bytes that the value claims are there. A container is a varint count and that many composites of the one layout.
     static int Parse(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out, QxParser* parser);
     static int ParseContainer(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out, QxParser* parser);
     static int ParseComposite(char* bytes, IQxData::_HSCompArgDesc& desc, IQxData::HSICallArg& out, QxParser* parser);
