@@ -63,6 +63,33 @@ TEST_F(ShownLines, AreThoseThatTheFiltersLetPass) {
     EXPECT_EQ(Replay({"--format", "json", "--thread", "main"}).size(), 0U);
 }
 
+TEST_F(ShownLines, OfLooseDumpsAreNotHeldBackByTimeAndThatIsToldOnce) {
+    const std::string dump = m_place.At("capture/000001/media-server.qxdump");
+    const ToolResult result =
+        RunTool({"replay", "-s", m_place.At("v.xml"), "-p", "media-server=412", dump, "--since", "10s"});
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(Lines(result.output).size(), 3U);
+    EXPECT_EQ(
+        result.error,
+        "warning: --since and --until-time hold nothing back: these recordings do not tell their time, as captures "
+        "do\n");
+}
+
+TEST_F(ShownLines, OfTracesAreThoseThatTheFiltersLetPass) {
+    const auto calls = [this](const std::vector<std::string>& options) {
+        std::vector<std::string> arguments = {"trace", m_place.At("capture"), "--format", "json"};
+        arguments.insert(arguments.end(), options.begin(), options.end());
+        return Lines(RunTool(arguments).output).size();
+    };
+    EXPECT_EQ(calls({}), 3U);
+    EXPECT_EQ(calls({"--method", "Get*", "--method", "Set*", "--only-process", "media*", "--thread", "3"}), 3U);
+    EXPECT_EQ(calls({"--method", "Get*"}), 0U);
+    EXPECT_EQ(calls({"-p", "tuner"}), 0U);
+    EXPECT_EQ(calls({"--only-process", "tuner"}), 0U);
+    EXPECT_EQ(calls({"--thread", "4"}), 0U);
+    EXPECT_EQ(calls({"--since", "0.000002", "--until-time", "0.000003"}), 1U);
+}
+
 TEST_F(ShownLines, OfDecodeAndListAreThoseThatTheFiltersLetPass) {
     const std::string dump = m_place.At("capture/000001/media-server.qxdump");
     const auto calls = [&dump](const std::string& option, const std::string& glob) {

@@ -40,11 +40,11 @@ TEST(Trace, PrintsCallsAsTheyNest) {
     EXPECT_EQ(result.error, "5 calls\n");
     EXPECT_EQ(result.output, R"(       TIME    DURATION  THREAD                CALL
    0.000000              m[7] mixer            audio.Play("hd"mi") {
-   0.000000    4.000 us  m[7] 4                audio.SetVolume(20)
-   0.000001    2.000 us  m[7] mixer              audio.SetVolume(85)
+   0.000000      4.0 us  m[7] 4                audio.SetVolume(20)
+   0.000001      2.0 us  m[7] mixer              audio.SetVolume(85)
    0.000003           -  m[7] mixer              audio.Log(true, 2.5)
-   0.000006    6.000 us  m[7] mixer            } = -1
-   0.000006    1.000 us  m[7] mixer            audio.Move({x:1 y:2}) out (255)
+   0.000006      6.0 us  m[7] mixer            } = -1
+   0.000006      1.0 us  m[7] mixer            audio.Move({x:1 y:2}) out (255)
    0.000007              m[7]                  ~ lost: overwritten 3, refused 2
 )");
 }

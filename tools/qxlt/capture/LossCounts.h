@@ -58,6 +58,13 @@ inline constexpr LossField kLossFields[] = {
 // Adds the counts to the object that the line is in.
 void AddLoss(JsonLine& line, const LossCounts& loss);
 
+// The line that tells what was lost with one dump; counts that are not known are left out.
+std::string LossLine(std::uint64_t cycle, const std::string& process, const std::optional<LossCounts>& counts,
+                     std::uint64_t bytesNotDecoded);
+
+// "overwritten 3, bytes not decoded 12": the same for a person. Empty: nothing was.
+std::string LossText(const LossCounts& counts, std::uint64_t bytesNotDecoded);
+
 // Reads what AddLoss wrote; nothing when a count is missing or no number.
 std::optional<LossCounts> ReadLoss(const JsonObject& object);
 

@@ -62,7 +62,7 @@ void AddEventOptions(CLI::App& command, ShowOptions& show) {
 void AddFilterOptions(CLI::App& command, ShowOptions& show) {
     AddPatterns(command, "--method", show.filter.methods, "Show calls of such a method only, as Name or package.Name");
     AddPatterns(command, "--only-process", show.filter.processes, "Show calls of such a process only");
-    AddPatterns(command, "--thread", show.filter.threads, "Show calls of a thread of such a name only");
+    AddPatterns(command, "--thread", show.filter.threads, "Show calls of a thread of such a name, or number, only");
 }
 
 void AddBoundOptions(CLI::App& command, ShowOptions& show) {

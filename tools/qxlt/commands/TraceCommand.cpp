@@ -6,6 +6,7 @@
 #include "LiveRun.h"
 #include "Messages.h"
 #include "NestedRun.h"
+#include "ShowingOptions.h"
 #include "Text.h"
 #include "TimeText.h"
 #include "TraceTree.h"
@@ -21,6 +22,7 @@ constexpr char kExamples[] =
 
 struct TraceOptions {
     TraceChoice choice;
+    ShowOptions show;
     ShownCapture capture;
     RunOptions run;
 };
@@ -65,7 +67,10 @@ int Trace(TraceOptions& options, const CommonOptions& common) {
     RequireInput(options);
     const bool isLive = options.capture.directory.empty();
     options.choice.isLive = isLive;
-    if (!isLive) options.choice.filter.processes = options.run.processes;
+    options.choice.filter = options.show.filter;
+    for (const std::string& name : isLive ? std::vector<std::string>() : options.run.processes) {
+        options.choice.filter.processes.push_back(name);
+    }
     Progress progress;
     Output output(&progress);
     TraceTree tree(common.format, output, options.choice);
@@ -75,14 +80,10 @@ int Trace(TraceOptions& options, const CommonOptions& common) {
     return status;
 }
 
-void AddFilterOptions(CLI::App& command, TraceFilter& filter) {
-    command.add_option("--method", filter.method, "Calls of these methods only: SetVolume, 'audio.*'")
-        ->option_text("GLOB");
-    command.add_option("--thread", filter.thread, "Calls of the threads of this name, or number, only")
-        ->option_text("GLOB|TID");
+void AddLongerOption(CLI::App& command, TraceChoice& choice) {
     command
         .add_option_function<std::string>(
-            "--longer-than", [&filter](const std::string& text) { filter.longerThan = NanosecondsOf(text); },
+            "--longer-than", [&choice](const std::string& text) { choice.longerThan = NanosecondsOf(text); },
             "Calls that took longer only (20us, 5ms, 1s)")
         ->check(RequireTime)
         ->option_text("TIME");
@@ -110,7 +111,9 @@ void AddTrace(CLI::App& app, Invocation& invocation) {
                                    [options, &invocation] { return Trace(*options, invocation.common); });
     command.add_option("CAPTURE", options->capture.directory, "What run --keep wrote");
     AddLiveOptions(command, options->run);
-    AddFilterOptions(command, options->choice.filter);
+    AddFilterOptions(command, options->show);
+    AddBoundOptions(command, options->show);
+    AddLongerOption(command, options->choice);
     command.add_option("--depth", options->choice.depth, "Leave out calls that are in this many others")
         ->check(CLI::PositiveNumber)
         ->option_text("N");

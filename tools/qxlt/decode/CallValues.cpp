@@ -108,13 +108,4 @@ std::string ExitText(const CallView& view) {
     return out + (view.call.args.ret.empty() ? "" : " = " + Joined(values, Moment::Ret));
 }
 
-std::string DurationText(std::uint64_t ns) {
-    static constexpr const char* kUnits[] = {"us", "ms", "s"};
-    std::size_t unit = 0;
-    std::uint64_t thousandths = ns;
-    for (; thousandths >= 1000000 && unit + 1 < std::size(kUnits); ++unit) thousandths /= 1000;
-    const std::string fraction = std::to_string(1000 + thousandths % 1000);
-    return std::to_string(thousandths / 1000) + "." + fraction.substr(1) + " " + kUnits[unit];
-}
-
 }  // namespace qxlt

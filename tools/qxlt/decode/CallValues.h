@@ -53,7 +53,4 @@ std::string ExitText(const CallView& view);
 // "audio.SetVolume", or the number of its location.
 std::string MethodName(const CallView& view);
 
-// "1.250 ms", of a time in nanoseconds.
-std::string DurationText(std::uint64_t ns);
-
 }  // namespace qxlt

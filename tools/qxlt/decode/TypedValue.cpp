@@ -115,7 +115,7 @@ bool IsFraction(const std::string& typeName) {
 }
 
 bool IsTextType(const std::string& typeName) {
-    return HoldsAny(typeName, {"string", "String", "char*", "char *", "text"});
+    return typeName == "text" || HoldsAny(typeName, {"string", "String", "char*", "char *"});
 }
 
 ValueType ValueTypeOf(const std::string& name, std::uint32_t size) {

@@ -30,10 +30,11 @@ void CtfStreams::Add(std::uint16_t event, std::uint64_t time, const std::string&
     if (stream.events.size() >= kFullPacket) Flush(stream);
 }
 
-// The first that has not gone beyond that time. Nearly everything is in the first one of all.
+// The first that has not gone beyond that time. Each of them has gone less far than the one before it: what goes into
+// one had passed those before. Nearly everything is in the first one of all.
 CtfStreams::Stream& CtfStreams::StreamFor(std::uint64_t time) {
-    const auto found =
-        std::find_if(m_streams.begin(), m_streams.end(), [time](const Stream& stream) { return stream.end <= time; });
+    const auto found = std::partition_point(m_streams.begin(), m_streams.end(),
+                                            [time](const Stream& stream) { return stream.end > time; });
     if (found != m_streams.end()) return *found;
     const std::string path = m_directory + "/stream_" + std::to_string(m_streams.size());
     m_streams.emplace_back().path = path;

@@ -42,6 +42,7 @@ public:
     const std::map<std::string, std::uint64_t>& Counts() const { return m_counts; }
 
 private:
+    void TellOfTime(const CallView& call);
     void PrintText(const EventView& view);
 
     const Format m_format;
@@ -50,7 +51,8 @@ private:
     const TimeFormat m_time;
     const std::size_t m_width;  // of the terminal; 0: there is none
     LineLayout m_layout;
-    bool m_headed = false;  // whether the words above the columns were printed
+    bool m_timeTold = false;  // that a bound holds nothing back
+    bool m_headed = false;    // whether the words above the columns were printed
     std::map<std::string, std::uint64_t> m_counts;
 };
 

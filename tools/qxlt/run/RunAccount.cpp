@@ -24,18 +24,6 @@ std::string ShownTime(RunAccount::Clock::duration time) {
     return std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + " ms";
 }
 
-// What was lost, and of how much.
-std::string LossText(const LossCounts& counts, std::uint64_t bytesNotDecoded) {
-    std::string text;
-    for (const LossField& field : kLossFields) {
-        const std::uint64_t count = counts.*field.value;
-        if (field.isLoss && count > 0) text += std::string(field.text) + " " + std::to_string(count) + ", ";
-    }
-    if (bytesNotDecoded > 0) text += "bytes not decoded " + std::to_string(bytesNotDecoded) + ", ";
-    text.resize(text.size() - 2);
-    return text + "; recorded " + std::to_string(counts.recorded) + ", delivered " + std::to_string(counts.delivered);
-}
-
 }  // namespace
 
 void RunAccount::AddDump(const std::string& process, const std::optional<LossCounts>& counts,
@@ -53,17 +41,11 @@ void RunAccount::AddDump(const std::string& process, const std::optional<LossCou
 
 void RunAccount::PrintLoss(const std::string& process, const LossCounts& counts, std::uint64_t bytesNotDecoded) const {
     if (m_format == Format::Json) {
-        JsonLine line;
-        line.Add("cycle", m_cycle);
-        line.BeginObject("loss");
-        line.AddText("process", process);
-        AddLoss(line, counts);
-        line.Add("bytesNotDecoded", bytesNotDecoded);
-        line.EndObject();
-        m_output.Line(std::move(line).Finish());
+        m_output.Line(LossLine(m_cycle, process, counts, bytesNotDecoded));
     } else {
         PrintWarning("cycle " + std::to_string(m_cycle) + ", " + process +
-                     ", lost: " + LossText(counts, bytesNotDecoded));
+                     ", lost: " + LossText(counts, bytesNotDecoded) + "; recorded " + std::to_string(counts.recorded) +
+                     ", delivered " + std::to_string(counts.delivered));
     }
 }
 

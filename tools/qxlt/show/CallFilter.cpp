@@ -77,8 +77,8 @@ bool CallFilter::ShowsProcess(const std::string& name) const {
     return MatchesAny(m_patterns.processes, name);
 }
 
-bool CallFilter::ShowsThread(const std::string& name) const {
-    return MatchesAny(m_patterns.threads, name);
+bool CallFilter::ShowsThread(const std::string& name, unsigned number) const {
+    return MatchesAny(m_patterns.threads, name) || MatchesAny(m_patterns.threads, std::to_string(number));
 }
 
 bool CallFilter::IsInTime(const CallView& call) const {
@@ -91,10 +91,17 @@ bool CallFilter::IsInTime(const CallView& call) const {
     return until.kind == TimeBound::Kind::None || !TimeOf(call, until.kind) || isBefore(until);
 }
 
+bool CallFilter::LacksTime(const CallView& call) const {
+    const auto isUntold = [&call](const TimeBound& bound) {
+        return bound.kind != TimeBound::Kind::None && !TimeOf(call, bound.kind);
+    };
+    return isUntold(m_patterns.since) || isUntold(m_patterns.until);
+}
+
 bool CallFilter::ShowsCall(const CallView& call) const {
     if (m_all) return true;
-    return ShowsMethod(call.location) && ShowsProcess(call.process) && ShowsThread(std::string(call.thread)) &&
-           IsInTime(call);
+    return ShowsMethod(call.location) && ShowsProcess(call.process) &&
+           ShowsThread(std::string(call.thread), call.call.tid) && IsInTime(call);
 }
 
 }  // namespace qxlt

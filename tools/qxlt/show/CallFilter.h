@@ -36,13 +36,16 @@ public:
 
     bool ShowsEvent(const std::string& name) const;
 
-    // A method matches by its name alone or with its package.
+    // A method matches by its name alone or with its package, a thread by its name or its number.
     bool ShowsMethod(const IQxData::_HSCallLocation& location) const;
     bool ShowsProcess(const std::string& name) const;
-    bool ShowsThread(const std::string& name) const;
+    bool ShowsThread(const std::string& name, unsigned number) const;
 
     // All that is known of a call, and when it was made. A bound that cannot be told for it holds nothing back.
     bool ShowsCall(const CallView& call) const;
+
+    // Whether a bound is asked for that cannot be told for the call.
+    bool LacksTime(const CallView& call) const;
 
 private:
     bool IsInTime(const CallView& call) const;

@@ -6,6 +6,7 @@
 #include "CallValues.h"
 #include "JsonLine.h"
 #include "Text.h"
+#include "TimeFormat.h"
 
 namespace qxlt {
 
@@ -15,32 +16,9 @@ constexpr std::size_t kTimeWidth = 11;
 constexpr std::size_t kDurationWidth = 10;
 constexpr std::size_t kIndent = 2;
 
-std::string LossText(const DumpNews& loss) {
-    std::string text;
-    const LossCounts counts = loss.counts.value_or(LossCounts());
-    for (const LossField& field : kLossFields) {
-        if (field.isLoss && counts.*field.value > 0) {
-            text += (text.empty() ? "" : ", ") + std::string(field.text) + " " + std::to_string(counts.*field.value);
-        }
-    }
-    if (loss.bytesNotDecoded == 0) return text;
-    return text + (text.empty() ? "" : ", ") + "bytes not decoded " + std::to_string(loss.bytesNotDecoded);
-}
-
 std::string CallJson(const CallView& call) {
     JsonLine line;
     AddCall(line, call);
-    return std::move(line).Finish();
-}
-
-std::string LossJson(const DumpNews& loss) {
-    JsonLine line;
-    line.Add("cycle", loss.cycle);
-    line.BeginObject("loss");
-    line.AddText("process", loss.process);
-    if (loss.counts) AddLoss(line, *loss.counts);
-    line.Add("bytesNotDecoded", loss.bytesNotDecoded);
-    line.EndObject();
     return std::move(line).Finish();
 }
 
@@ -60,13 +38,17 @@ std::string ThreadText(const NestedItem& item) {
 }  // namespace
 
 std::optional<INestedWriter::Texts> TraceTree::Hold(const CallView& call) {
-    if (!m_choice.filter.Passes(call)) return std::nullopt;
+    if (m_choice.longerThan > 0 && DurationOf(call.call).value_or(0) <= m_choice.longerThan) return std::nullopt;
+    if (!m_filter.ShowsCall(call)) return std::nullopt;
     if (m_format == Format::Json) return Texts{CallJson(call), ""};
     return Texts{EntryText(call), ExitText(call)};
 }
 
 std::string TraceTree::Hold(const DumpNews& loss) {
-    return m_format == Format::Json ? LossJson(loss) : LossText(loss);
+    std::optional<LossCounts> counts = loss.counts;
+    if (counts) counts = counts->Without(loss.history);
+    return m_format == Format::Json ? LossLine(loss.cycle, loss.process, counts, loss.bytesNotDecoded)
+                                    : LossText(counts.value_or(LossCounts()), loss.bytesNotDecoded);
 }
 
 // Whether a call has a line for each of its ends.
@@ -91,14 +73,14 @@ void TraceTree::Enter(const NestedItem& item, const CallNesting::Place& place) {
     if (IsOpened(item, place)) return Print(item, item.times.time, "", text + " {");
     const std::uint64_t began = item.times.time;
     const std::string duration =
-        item.times.exitTime == 0 ? "-" : DurationText(std::max(item.times.exitTime, began) - began);
+        item.times.exitTime == 0 ? "-" : SpanText(std::max(item.times.exitTime, began) - began);
     Print(item, item.times.time, duration, text + item.exit);
 }
 
 // The duration is what was recorded, also of a call that is drawn shorter.
 void TraceTree::Leave(const NestedItem& item, const CallNesting::Place& place) {
     if (m_format == Format::Json || !IsOpened(item, place)) return;
-    const std::string duration = DurationText(item.times.exitTime - item.times.time);
+    const std::string duration = SpanText(item.times.exitTime - item.times.time);
     Print(item, place.end, duration, std::string(place.depth * kIndent, ' ') + "}" + item.exit);
 }
 

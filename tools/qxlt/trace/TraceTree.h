@@ -6,16 +6,17 @@
 #include <optional>
 #include <string>
 
+#include "CallFilter.h"
 #include "Format.h"
 #include "NestedRun.h"
 #include "Output.h"
-#include "TraceFilter.h"
 
 namespace qxlt {
 
 // What is not shown is as if it had not been called: what it holds moves up to its place.
 struct TraceChoice {
-    TraceFilter filter;
+    FilterPatterns filter;
+    std::uint64_t longerThan = 0;  // ns; calls without exit are shown only if it is 0
     std::size_t depth = SIZE_MAX;  // calls that are in that many others are left out
     bool isLive = false;           // a live run tells of losses itself, in JSON as lines of the same output
 };
@@ -26,7 +27,7 @@ class TraceTree final : public INestedWriter {
 public:
     // `output` must outlive the tree.
     TraceTree(Format format, Output& output, TraceChoice choice)
-        : m_format(format), m_output(output), m_choice(std::move(choice)) {}
+        : m_format(format), m_output(output), m_choice(std::move(choice)), m_filter(m_choice.filter) {}
 
     std::optional<Texts> Hold(const CallView& call) override;
     std::string Hold(const EventView&) override { return {}; }
@@ -45,6 +46,7 @@ private:
     const Format m_format;
     Output& m_output;
     const TraceChoice m_choice;
+    const CallFilter m_filter;
     std::optional<std::uint64_t> m_first;  // when the first of all calls began
     std::size_t m_threadWidth = 20;        // the widest so far; most are shorter
     std::uint64_t m_calls = 0;

@@ -84,11 +84,4 @@ TEST(CallValues, TellsWhatWentInAndWhatCameBack) {
     EXPECT_EQ(ExitText(view), " out (\"c\") = no result");
 }
 
-TEST(CallValues, WritesDurationsInTheirUnit) {
-    const std::pair<std::uint64_t, const char*> rows[] = {
-        {0, "0.000 us"},       {1, "0.001 us"},           {999999, "999.999 us"},  {1000000, "1.000 ms"},
-        {1999999, "1.999 ms"}, {999999999, "999.999 ms"}, {1000000000, "1.000 s"}, {UINT64_MAX, "18446744073.709 s"}};
-    for (const auto& [ns, text] : rows) EXPECT_EQ(DurationText(ns), text) << ns;
-}
-
 }  // namespace

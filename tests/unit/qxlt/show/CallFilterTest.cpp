@@ -17,6 +17,7 @@ protected:
     ShownCall() {
         m_location.callerName = "SetVolume";
         m_location.packageName = "audio";
+        m_call.tid = 3;
     }
 
     CallView View() const {
@@ -56,6 +57,8 @@ TEST_F(ShownCall, MatchesPatterns) {
                         {{{}, {}, {"tuner"}, {}, {}, {}}, false},
                         {{{}, {}, {}, {"mix?r"}, {}, {}}, true},
                         {{{}, {}, {}, {"main"}, {}, {}}, false},
+                        {{{}, {}, {}, {"3"}, {}, {}}, true},
+                        {{{}, {}, {}, {"03", "4"}, {}, {}}, false},
                         {{{}, {"Set*"}, {"tuner"}, {}, {}, {}}, false}};
     for (const Row& row : rows) EXPECT_EQ(IsShown(row.patterns), row.shown) << &row - rows;
     const CallFilter events({{"VOLUME_*"}, {}, {}, {}, {}, {}});
@@ -92,6 +95,19 @@ TEST_F(ShownCall, IsNotHeldBackByBoundsThatCannotBeTold) {
     EXPECT_TRUE(IsShown("10s", ""));
     EXPECT_TRUE(IsShown("", "10ms"));
     EXPECT_TRUE(IsShown("2026-03-01T12:30:01Z", "2026-03-01T12:30:01Z"));
+}
+
+TEST_F(ShownCall, SaysWhichBoundsCannotBeTold) {
+    FilterPatterns patterns;
+    EXPECT_FALSE(CallFilter(patterns).LacksTime(View()));
+    patterns.since = ReadTimeBound("10s").value();
+    EXPECT_TRUE(CallFilter(patterns).LacksTime(View()));
+    m_start = kSecond;
+    EXPECT_FALSE(CallFilter(patterns).LacksTime(View()));
+    patterns.until = ReadTimeBound("2026-03-01T12:30:01Z").value();
+    EXPECT_TRUE(CallFilter(patterns).LacksTime(View()));
+    m_clock = kMarch;
+    EXPECT_FALSE(CallFilter(patterns).LacksTime(View()));
 }
 
 TEST(TimeBound, IsReadOrRefused) {
