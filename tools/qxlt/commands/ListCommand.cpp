@@ -148,7 +148,8 @@ private:
 
     void PrintRecords(unsigned short pid) {
         for (const RecordedThread& thread : m_inventory.Threads()) {
-            if (thread.thread.pid == pid && m_filter.ShowsThread(thread.thread.name, thread.thread.tid)) PrintThread(thread);
+            if (thread.thread.pid == pid && m_filter.ShowsThread(thread.thread.name, thread.thread.tid))
+                PrintThread(thread);
         }
         for (const RecordedMethod& method : m_inventory.Methods()) {
             if (method.pid == pid && m_filter.ShowsMethod(method.location)) PrintMethod(method);
