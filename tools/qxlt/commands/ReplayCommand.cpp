@@ -12,6 +12,7 @@
 #include "RecordingChoice.h"
 #include "Replayer.h"
 #include "ScriptOptions.h"
+#include "ShowScript.h"
 #include "ShowingOptions.h"
 #include "Text.h"
 
@@ -22,6 +23,7 @@ namespace {
 constexpr char kExamples[] =
     "  qxlt replay -s volume.xml capture\n"
     "  qxlt replay -s volume.xml input.xml --explain=VOLUME_HIGH capture\n"
+    "  qxlt replay --call 'Set*' --where 'in.0 > 80' capture\n"
     "  qxlt replay -s volume.xml --since 10s --until-time 20s --time raw capture\n"
     "  qxlt replay -s volume.xml -p media-server=412 first.qxdump second.qxdump\n"
     "  qxlt replay -s volume.xml --recording 'media-server[4711]'\n";
@@ -88,8 +90,11 @@ bool FailsForLoss(const RunAccount& account) {
 }
 
 int Replay(const ReplayOptions& options, Format format) {
+    RequireScripts(options.scripts);
     const ReplayInput input = InputOf(options);
-    const JoinedScripts scripts(options.scripts.scripts);
+    const CallScript calls(options.scripts.calls);
+    if (options.scripts.showScript) return ShowScript(calls, input);
+    const JoinedScripts scripts(options.scripts.scripts, calls.Text());
     const ExplainOptions explain = ExplainOf(options.scripts, scripts.Events());
     RequireKnownEnd(options.until, scripts.Events());
     Progress progress;
@@ -101,6 +106,7 @@ int Replay(const ReplayOptions& options, Format format) {
     };
     Replayer replayer(
         scripts, input, [&printer](const EventView& view) { printer.Print(view); }, tell, progress);
+    replayer.SetCalls(calls);
     std::optional<Explainer> explainer;
     if (explain.wanted) {
         explainer.emplace(format, output, replayer.Root(), replayer.Places(), explain.event);
@@ -110,6 +116,7 @@ int Replay(const ReplayOptions& options, Format format) {
     replayer.SetAccount(account);
     replayer.SetChangeSink([&](const ProcessNews& news) { PrintNews(format, output, news); });
     replayer.Run();
+    replayer.TellMissingCalls();
     if (explainer) explainer->Print();
     account.Print();
     return !(options.failOnLoss && FailsForLoss(account)) && replayer.Whole() ? kDone : kInputWrong;

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "LiveRun.h"
+#include "ShowScript.h"
 #include "ShowingOptions.h"
 #include "TimeText.h"
 
@@ -13,6 +14,8 @@ namespace {
 
 constexpr char kExamples[] =
     "  qxlt run -s volume.xml\n"
+    "  qxlt run -p media-server --call SetVolume --where 'in.0 > 80'\n"
+    "  qxlt run -p media-server --call 'audio.Set*' --where 'ret < 0' --show-script > failed.xml\n"
     "  qxlt run -s volume.xml --event 'VOLUME_*' --columns time,value,thread --quiet\n"
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n";
@@ -26,13 +29,18 @@ std::string RequireName(const std::string& text) {
     return text.empty() ? "the process has no name" : "";
 }
 
+int Run(const RunOptions& options, const CommonOptions& common) {
+    RequireScripts(options.scripts);
+    if (!options.scripts.showScript) return LiveRun(options, common).Perform();
+    return ShowScript(CallScript(options.scripts.calls), options.processes);
+}
+
 }  // namespace
 
 void AddRun(CLI::App& app, Invocation& invocation) {
     const auto options = std::make_shared<RunOptions>();
-    CLI::App& command =
-        AddCommand(app, invocation, "run", "Track live processes and print events as they fire", kExamples,
-                   [options, &invocation] { return LiveRun(*options, invocation.common).Perform(); });
+    CLI::App& command = AddCommand(app, invocation, "run", "Track live processes and print events as they fire",
+                                   kExamples, [options, &invocation] { return Run(*options, invocation.common); });
     AddScriptOptions(command, options->scripts).allow_extra_args(true);
     command.add_option("-p,--process", options->processes, "Watch this process, too")
         ->allow_extra_args(false)

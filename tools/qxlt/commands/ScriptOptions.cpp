@@ -37,10 +37,25 @@ void RequireEvent(const std::string& option, const std::string& event, const std
 CLI::Option& AddScriptOptions(CLI::App& command, ScriptOptions& options) {
     command.add_flag("--explain", options.explain, "Tell why events fired or not; of one event, call by call")
         ->option_text("[=EVENT]");
+    command.add_option("--call", options.calls.calls, "Without a scenario: an event for each call of such a method")
+        ->allow_extra_args(false)
+        ->option_text("METHOD|GLOB");
+    command.add_option("--where", options.calls.wheres, "Of these calls: an event for each that fulfils a condition")
+        ->allow_extra_args(false)
+        ->option_text("'in.0 > 80'");
+    command.add_flag("--show-script", options.showScript, "Print the scenario that --call stands for, and end");
     return *command.add_option("-s,--script", options.scripts, "The scenarios; several count as one")
-                ->required()
                 ->allow_extra_args(false)
                 ->option_text("SCRIPT...");
+}
+
+void RequireScripts(const ScriptOptions& options) {
+    if (options.showScript && options.calls.calls.empty()) {
+        throw Failure(kCannotStart, "--show-script shows what --call stands for; add --call METHOD");
+    }
+    if (options.scripts.empty() && options.calls.calls.empty() && options.calls.wheres.empty()) {
+        throw Failure(kCannotStart, "--script is required, or else --call METHOD");
+    }
 }
 
 void AddLossOption(CLI::App& command, bool& fails) {

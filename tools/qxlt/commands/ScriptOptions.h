@@ -5,17 +5,24 @@
 #include <string>
 #include <vector>
 
+#include "CallScript.h"
 #include "Explainer.h"
 
 namespace qxlt {
 
 struct ScriptOptions {
     std::vector<std::string> scripts;
-    std::string explain;  // empty: nothing is explained
+    CallChoice calls;         // besides them
+    std::string explain;      // empty: nothing is explained
+    bool showScript = false;  // what the calls stand for is printed, and nothing is run
 };
 
-// Adds -s and --explain, and returns -s. `options` must live as long as the command.
+// Adds -s, --call, --where, --show-script and --explain, and returns -s. `options` must live as long as the command.
 CLI::Option& AddScriptOptions(CLI::App& command, ScriptOptions& options);
+
+// Throws a Failure (cannot start) when neither scenarios nor calls are asked for, and when there are no calls whose
+// script could be shown.
+void RequireScripts(const ScriptOptions& options);
 
 // Adds --on-loss. `fails` must live as long as the command.
 void AddLossOption(CLI::App& command, bool& fails);

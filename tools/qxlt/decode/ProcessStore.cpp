@@ -30,6 +30,7 @@ void ProcessStore::AppendThread(HSIThread& thread) {
 
 void ProcessStore::AppendCallLocation(_HSCallLocation& location) {
     m_types.Forget();
+    if (m_sites) m_sites(location);
     QxObservedData::AppendCallLocation(location);
 }
 

@@ -4,11 +4,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
 
 #include "QxObservedData.h"
 #include "ValueTypes.h"
@@ -34,6 +36,10 @@ public:
     void AppendCallLocation(_HSCallLocation& location) override;
     void AppendCompArgDesc(std::string name, _HSCompArgDesc desc) override;
 
+    // Takes each location that dumps bring, while they are decoded.
+    using SiteSink = std::function<void(const _HSCallLocation&)>;
+    void SetSiteSink(SiteSink sink) { m_sites = std::move(sink); }
+
     // Who made a call that the store holds. Valid until the store takes something.
     const CallMaker& MakerOf(unsigned long long key, const HSCall& call) const;
 
@@ -53,6 +59,7 @@ private:
     std::map<HSIThreadId, SharedMaker> m_makers;
     std::unordered_map<unsigned long long, SharedMaker> m_kept;  // by the calls' keys
     ValueTypes m_types{*this};
+    SiteSink m_sites;
 };
 
 }  // namespace qxlt

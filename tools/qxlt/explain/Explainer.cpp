@@ -40,8 +40,7 @@ std::size_t WidthOf(const Stage& stage) {
 
 Explainer::Explainer(Format format, Output& output, const IQxData::_HSScriptPtr& root, const ScriptPlaces& places,
                      std::string onlyEvent)
-    : m_format(format), m_output(output), m_places(places), m_onlyEvent(std::move(onlyEvent)) {
-    qxscript::Subscribe(root, m_subscriptions);
+    : m_format(format), m_output(output), m_root(root), m_places(places), m_onlyEvent(std::move(onlyEvent)) {
     qxscript::ForEachAction(
         root, [this](const IQxData::_HSScriptPtr& action, const std::string& name) { AddAction(action, name); });
 }
@@ -161,6 +160,16 @@ Reason Explainer::ReasonFor(const Explained& event) const {
     return event.record.Stages().method == 0 ? MethodReason(event) : event.record.MainReason();
 }
 
+// Methods may have been added to actions since the scripts were loaded.
+const IQxData::_HSScriptPtr* Explainer::SubscribedAction(const std::string& method,
+                                                         const std::string& actionName) const {
+    QxSubscriptions subscriptions;
+    qxscript::Subscribe(m_root, subscriptions, nullptr,
+                        [&method](const std::string& wanted) { return wanted == method; });
+    const auto found = subscriptions.find(QxSubscriptionOrder::Key(method, actionName));
+    return found == subscriptions.end() ? nullptr : found->second;
+}
+
 // Why an event was never evaluated: what its action waits for was not called, or goes to another action.
 Reason Explainer::MethodReason(const Explained& event) const {
     const IQxData::_HSScriptPtr& action = *event.record.Event().parent;
@@ -171,7 +180,7 @@ Reason Explainer::MethodReason(const Explained& event) const {
         if (!qxscript::IsMethod(child) || child->attributes.empty()) continue;
         const std::string& method = qxscript::MethodNameOf(*child);
         if (m_methods.count(method) != 0) {
-            const bool own = m_subscriptions.at({method, event.actionName}) == &action;
+            const bool own = SubscribedAction(method, event.actionName) == &action;
             return {
                 Printable(method) + (own ? " was not evaluated" : " goes to another action of that name"), m_calls, {}};
         }

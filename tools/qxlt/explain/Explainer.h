@@ -62,6 +62,7 @@ private:
     EventRecord* Find(const IQxData::_HSScriptPtr& event);
     Reason ReasonFor(const Explained& event) const;
     Reason MethodReason(const Explained& event) const;
+    const IQxData::_HSScriptPtr* SubscribedAction(const std::string& method, const std::string& actionName) const;
     void PrintTable();
     void PrintRow(const Explained& event, std::size_t nameWidth, bool isNarrow);
     void PrintJson(const Explained& event);
@@ -70,9 +71,9 @@ private:
 
     const Format m_format;
     Output& m_output;
+    const IQxData::_HSScriptPtr& m_root;
     const ScriptPlaces& m_places;
     const std::string m_onlyEvent;
-    QxSubscriptions m_subscriptions;
     std::deque<Explained> m_events;  // in the order of the scripts; addresses stay
     std::unordered_map<const IQxData::_HSScriptPtr*, EventRecord*> m_byEvent;
     bool m_quiet = false;

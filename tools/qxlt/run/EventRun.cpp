@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "JsonLine.h"
+#include "Messages.h"
 
 namespace qxlt {
 
@@ -18,6 +19,17 @@ void EventRun::SetExplainer(Explainer& explainer) {
 void EventRun::SetAccount(RunAccount& account) {
     m_account = &account;
     m_observers.Add(account);
+}
+
+// Locations come while dumps are decoded, and each trace pass subscribes anew.
+void EventRun::SetCalls(const CallScript& script, IQxData::_HSScriptPtr& root) {
+    if (script.Calls().empty()) return;
+    m_calls.emplace(script, root, PrintWarning);
+    m_store->SetSiteSink([this](const IQxData::_HSCallLocation& location) { m_calls->AddMethod(location); });
+}
+
+void EventRun::TellMissingCalls() const {
+    if (m_calls) m_calls->TellMissing();
 }
 
 void EventRun::Begin(const RunStart& start) {
@@ -136,7 +148,9 @@ void EventRun::OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long ke
                        QxOutcome outcome, const std::string& argument) {
     m_key = key;
     if (m_explainer != nullptr) m_explainer->OnEvent(event, key, call, outcome, argument);
-    if (!m_over) m_observers.OnEvent(event, key, call, outcome, argument);
+    if (m_over) return;
+    m_observers.OnEvent(event, key, call, outcome, argument);
+    if (m_calls && m_calls->IsFirst(event, call)) m_calls->Look(event, m_views.Of(key, call));
 }
 
 void EventRun::OnError(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call,

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+#include "CallEvents.h"
+#include "CallScript.h"
 #include "CallViews.h"
 #include "EventView.h"
 #include "Explainer.h"
@@ -49,6 +51,13 @@ public:
 
     // Who is shown all calls that are evaluated. Not owned; before the first cycle.
     void SetCallWatcher(ICallWatcher& watcher) { m_watcher = &watcher; }
+
+    // Has the scenario that --call stands for kept up with what is recorded. `root` is the loaded scripts' top element,
+    // `script` the last of them. Not owned; before the first cycle.
+    void SetCalls(const CallScript& script, IQxData::_HSScriptPtr& root);
+
+    // Tells of methods that --call names and that are not recorded so far.
+    void TellMissingCalls() const;
 
     // Takes over the places of the scripts that were loaded into the store. Before the first cycle.
     void SetPlaces(ScriptPlaces places) { m_places = std::move(places); }
@@ -114,6 +123,7 @@ private:
     Explainer* m_explainer = nullptr;
     RunAccount* m_account = nullptr;
     ICallWatcher* m_watcher = nullptr;
+    std::optional<CallEvents> m_calls;
     std::optional<std::uint64_t> m_since;
     std::map<unsigned short, std::uint64_t> m_history;  // calls that were dropped in this cycle and are not told yet
     unsigned long long m_key = 0;  // of the call that is being evaluated: an event is sent right after that

@@ -101,7 +101,8 @@ private:
 LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
     : m_options(options),
       m_common(common),
-      m_scripts(options.scripts.scripts),
+      m_callScript(options.scripts.calls),
+      m_scripts(options.scripts.scripts, m_callScript.Text()),
       m_explain(ExplainOf(options.scripts, m_scripts.Events())),
       m_printer(common.format, m_output, WidestOf(m_scripts.Events()), options.show),
       m_tracker(std::make_unique<QxLogTracker>(common.level, m_store)),
@@ -217,8 +218,9 @@ void LiveRun::Load() {
     std::string text = m_scripts.TextWithoutProcesses();
     std::pair<int, char*> bytes(static_cast<int>(text.size()), text.data());
     m_tracker->ParseScript(bytes);
-    const IQxData::_HSScriptPtr& root = RootOf(*m_store);
+    IQxData::_HSScriptPtr& root = RootOf(*m_store);
     m_run.SetPlaces(m_scripts.PlacesIn(root));
+    m_run.SetCalls(m_callScript, root);
     m_run.SetAccount(m_account);
     m_run.SetChangeSink([this](const ProcessNews& news) { PrintNews(m_common.format, m_output, news); });
     m_run.Begin(Start());
@@ -287,7 +289,7 @@ void LiveRun::OnDump(const std::string& process, const std::vector<char>& dump) 
 void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& decoded) {
     const std::string place = process + ", dump of cycle " + std::to_string(m_cycle);
     m_run.AddDump({process, place, process, m_counts[process]}, decoded);
-    m_calls = m_store->GetCallIMap()->size();
+    m_decoded = m_store->GetCallIMap()->size();
 }
 
 void LiveRun::OnCycleEnd() {
@@ -301,7 +303,7 @@ void LiveRun::OnCycleEnd() {
 void LiveRun::ShowHeartbeat() {
     const Clock::time_point now = Clock::now();
     const double seconds = std::chrono::duration<double>(now - m_beat).count();
-    const auto rate = static_cast<std::uint64_t>(static_cast<double>(m_calls) / std::max(seconds, 0.001));
+    const auto rate = static_cast<std::uint64_t>(static_cast<double>(m_decoded) / std::max(seconds, 0.001));
     m_beat = now;
     if (m_ending || IsQuiet() || m_options.watcher != nullptr) return;
     m_progress.Show("cycle " + std::to_string(m_cycle) + ", " + Counted(rate, "call") + " per second, " +
@@ -321,6 +323,7 @@ void LiveRun::NoteReading() {
     if (m_ending || m_readingTold || m_watch.LooksBlind()) return;
     m_readingTold = true;
     PrintNote("ready");
+    m_run.TellMissingCalls();
 }
 
 void LiveRun::PrintResults() {

@@ -88,6 +88,7 @@ private:
     const ClockOffset m_clock = WallClockOffset();              // and where the wall clock stood then
     const RunOptions& m_options;
     const CommonOptions& m_common;
+    const CallScript m_callScript;
     const JoinedScripts m_scripts;
     const ExplainOptions m_explain;
     Interruption m_interruption;
@@ -109,7 +110,7 @@ private:
     std::map<std::string, std::optional<LossCounts>> m_counts;  // of the cycle's dumps, by process
     std::optional<Explainer> m_explainer;
     bool m_primes = false;               // the cycle in progress
-    std::size_t m_calls = 0;             // that it decoded
+    std::size_t m_decoded = 0;           // its calls
     Clock::time_point m_beat = m_start;  // when the cycle before ended
     bool m_readingTold = false;          // whether it was told that events come from now on
     std::uint64_t m_cycle = 0;

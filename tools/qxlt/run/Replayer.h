@@ -35,6 +35,12 @@ public:
     // cannot be read. Everything that is handed over must outlive the replayer.
     Replayer(const JoinedScripts& scripts, const ReplayInput& input, EventSink sink, FaultSink faults,
              Progress& progress);
+
+    // The last of the scripts is that which --call stands for. Not owned.
+    void SetCalls(const CallScript& script) { m_run.SetCalls(script, *m_root); }
+
+    // Tells of methods that --call names and that were not recorded.
+    void TellMissingCalls() const { m_run.TellMissingCalls(); }
     Replayer(const Replayer&) = delete;
     Replayer& operator=(const Replayer&) = delete;
 

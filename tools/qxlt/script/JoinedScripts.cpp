@@ -27,13 +27,14 @@ constexpr std::size_t kEventDepth = 2;
 
 }  // namespace
 
-JoinedScripts::JoinedScripts(const std::vector<std::string>& files) {
+JoinedScripts::JoinedScripts(const std::vector<std::string>& files, const std::string& calls) {
     for (const std::string& file : files) {
         const ScriptText script(file);
         if (script.Defect()) ThrowMalformed(script);
         AppendScript(script);
     }
-    if (files.empty()) Append("<" + (m_top = qxscript::kScenario) + ">");
+    if (!calls.empty()) AppendScript(ScriptText("--call", calls));
+    if (m_places.empty()) Append("<" + (m_top = qxscript::kScenario) + ">");
     Append("</" + m_top + ">");
     if (m_text.size() > INT_MAX) throw Failure(kCannotStart, "the scripts are larger than 2 GiB; split them");
     if (m_top != qxscript::kScenario && m_top != qxscript::kSession) {

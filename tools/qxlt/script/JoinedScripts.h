@@ -16,9 +16,10 @@ struct ScriptElement;
 
 class JoinedScripts final {
 public:
-    // Reads the files; without any it is a scenario that does nothing. Throws a Failure: cannot start when one cannot
+    // Reads the files, and takes the script that --call stands for behind them, if there is one. Without any it is a
+    // scenario that does nothing. Throws a Failure: cannot start when one cannot
     // be read, input wrong when one is not well-formed.
-    explicit JoinedScripts(const std::vector<std::string>& files);
+    explicit JoinedScripts(const std::vector<std::string>& files, const std::string& calls = std::string());
 
     // The joined XML text. Without the actions' process attributes it may be loaded by a tracker that would otherwise
     // wait for the processes by itself.

@@ -1,0 +1,53 @@
+// Keeps the scenario that --call stands for up with what is recorded: a pattern's methods become known while the run
+// goes on.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+#include "CallScript.h"
+#include "CallView.h"
+#include "IQxData.h"
+
+namespace qxlt {
+
+class CallEvents final {
+public:
+    // Takes a line for the user.
+    using Tell = std::function<void(const std::string& text)>;
+
+    // `root` is the loaded scripts' top element, whose last actions are those of `script`. Both must outlive this.
+    CallEvents(const CallScript& script, IQxData::_HSScriptPtr& root, Tell tell);
+
+    // A method is recorded: from now on its calls are evaluated if it is meant. Not while a trace pass runs.
+    void AddMethod(const IQxData::_HSCallLocation& location);
+
+    // Whether the call is the first from its location that the event is evaluated for.
+    bool IsFirst(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call);
+
+    // Tells of a condition that does not fit what such calls hold.
+    void Look(const IQxData::_HSScriptPtr& event, const CallView& call) const;
+
+    // Tells of methods that were asked for and are not recorded so far, with what may have been meant.
+    void TellMissing() const;
+
+private:
+    static constexpr std::size_t kMostMethods = 10000;  // names kept; a hostile dump has any number of them
+
+    void AddTo(std::size_t action, const IQxData::_HSCallLocation& location);
+
+    const CallScript& m_script;
+    const Tell m_tell;
+    std::vector<IQxData::_HSScriptPtr*> m_actions;  // of the scripts' calls, in their order
+    std::vector<std::set<std::string>> m_added;     // to each of these
+    std::unordered_map<const IQxData::_HSScriptPtr*, const WhereCondition*> m_conditions;  // by event
+    std::set<std::pair<const IQxData::_HSScriptPtr*, std::uint64_t>> m_looked;             // events and locations
+    MethodNames m_methods;                                                                 // recorded so far
+};
+
+}  // namespace qxlt
