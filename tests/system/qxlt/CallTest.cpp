@@ -76,13 +76,14 @@ TEST_F(Call, TellsOfMethodsThatAreNotRecorded) {
 
 TEST_F(Call, TellsOfConditionsThatDoNotFitItsValues) {
     const auto told = [this](const std::string& call, const std::string& where) {
-        const std::string error = Replay({"--call", call, "--where", where}).error;
-        EXPECT_EQ(Lines(error).size(), 1U) << error;
-        return error;
+        const ToolResult result = Replay({"--call", call, "--where", where});
+        EXPECT_EQ(Lines(result.error).size(), 1U) << result.error;
+        EXPECT_EQ(result.output, "");
+        return result.error;
     };
     EXPECT_EQ(told("SetSource", "in.0 > 80"),
               "warning: --where \"in.0 > 80\": in.0 of input.SetSource is a text; write what it is compared with in "
-              "quotes\n");
+              "quotes; its calls are left out\n");
     EXPECT_THAT(told("SetVolume", "in.0 == '85'"), HasSubstr("is a number; leave out the quotes"));
     EXPECT_THAT(told("SetVolume", "in.1 == 85"), HasSubstr("audio.SetVolume has no in.1; it has in.0"));
     EXPECT_THAT(told("SetVolume", "ret == 85"), HasSubstr("has no ret"));

@@ -18,38 +18,46 @@ CallValue::Moment MomentOf(qxscript::Tag tag) {
     return tag == qxscript::Tag::In ? CallValue::Moment::In : CallValue::Moment::Out;
 }
 
-// Why a condition on values of that type says something else than it seems to; empty when it does not.
-std::string MisfitOf(qxscript::Type wanted, ValueType type) {
+// What a condition on values of that type says that it does not seem to; empty when there is nothing. `isOther`: it
+// compares what has no meaning.
+struct Misfit {
+    std::string text;
+    bool isOther = false;
+};
+
+Misfit MisfitOf(qxscript::Type wanted, ValueType type) {
+    const bool wantsText = wanted == qxscript::Type::String;
     switch (type.kind) {
         case ValueKind::Untold:
-            return std::string();
+            return {};
         case ValueKind::Text:
-            return wanted == qxscript::Type::String ? "" : "a text; write what it is compared with in quotes";
+            return wantsText ? Misfit() : Misfit{"a text; write what it is compared with in quotes", true};
         case ValueKind::Float:
-            return "a number with a fraction, which scenarios do not compare";
+            return {"a number with a fraction, which scenarios do not compare", true};
         case ValueKind::Bool:
         case ValueKind::Signed:
         case ValueKind::Unsigned:
             break;
     }
-    if (wanted == qxscript::Type::String) return "a number; leave out the quotes";
-    return type.size > sizeof(std::int32_t) ? "a number of 64 bits, of which scenarios compare the lower 32" : "";
+    if (wantsText) return {"a number; leave out the quotes", true};
+    if (type.size <= sizeof(std::int32_t)) return {};
+    return {"a number of 64 bits, of which scenarios compare the lower 32"};
 }
 
-std::string MisfitOf(const WhereCondition& condition, const CallView& call) {
-    const std::vector<CallValue> values = ValuesOf(call);
+Misfit MisfitOf(const WhereCondition& condition, const CallView& call) {
     std::vector<std::string> names;
-    for (const CallValue& value : values) {
+    for (const CallValue& value : ValuesOf(call)) {
         names.push_back(value.Name());
         if (value.moment != MomentOf(condition.tag) || value.index != condition.index) continue;
-        if (value.pairs->empty()) return std::string();
-        const std::string misfit = MisfitOf(condition.type, value.TypeOf(0));
-        return misfit.empty() ? "" : condition.Value() + " of " + MethodName(call) + " is " + misfit;
+        if (value.pairs->empty()) return {};
+        Misfit misfit = MisfitOf(condition.type, value.TypeOf(0));
+        if (!misfit.text.empty()) misfit.text = condition.Value() + " of " + MethodName(call) + " is " + misfit.text;
+        return misfit;
     }
     // A call that ended by an exception has no result, and others of its method do.
-    if (condition.tag == qxscript::Tag::Ret && call.location.args.retSize != 0) return std::string();
-    return MethodName(call) + " has no " + condition.Value() + "; it has " +
-           (names.empty() ? "no values" : CommaSeparated(names));
+    if (condition.tag == qxscript::Tag::Ret && call.location.args.retSize != 0) return {};
+    const std::string has = names.empty() ? "no values" : CommaSeparated(names);
+    return {MethodName(call) + " has no " + condition.Value() + "; it has " + has};
 }
 
 }  // namespace
@@ -87,16 +95,24 @@ void CallEvents::AddTo(std::size_t action, const IQxData::_HSCallLocation& locat
     (void)method.release();  // now the action's
 }
 
-bool CallEvents::IsFirst(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call) {
-    const std::uint64_t location = std::uint64_t{call.pid} << 32 | call.locId;
-    return m_looked.size() < kMostMethods && m_looked.emplace(&event, location).second;
+bool CallEvents::IsMisfit(const IQxData::_HSScriptPtr& event, const CallView& call) const {
+    const auto condition = m_conditions.find(&event);
+    if (condition == m_conditions.end()) return false;
+    const Misfit misfit = MisfitOf(*condition->second, call);
+    if (misfit.text.empty()) return false;
+    const std::string leaves = misfit.isOther ? "; its calls are left out" : "";
+    m_tell("--where \"" + Printable(condition->second->text) + "\": " + misfit.text + leaves);
+    return misfit.isOther;
 }
 
-void CallEvents::Look(const IQxData::_HSScriptPtr& event, const CallView& call) const {
-    const auto condition = m_conditions.find(&event);
-    if (condition == m_conditions.end()) return;
-    const std::string misfit = MisfitOf(*condition->second, call);
-    if (!misfit.empty()) m_tell("--where \"" + Printable(condition->second->text) + "\": " + misfit);
+bool CallEvents::LeavesOut(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call,
+                           const std::function<CallView()>& view) {
+    const std::pair<const IQxData::_HSScriptPtr*, std::uint64_t> place{&event,
+                                                                       std::uint64_t{call.pid} << 32 | call.locId};
+    const auto known = m_leftOut.find(place);
+    if (known != m_leftOut.end()) return known->second;
+    if (m_leftOut.size() >= kMostMethods) return false;
+    return m_leftOut[place] = IsMisfit(event, view());
 }
 
 void CallEvents::TellMissing() const {

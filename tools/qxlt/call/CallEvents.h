@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -27,11 +28,11 @@ public:
     // A method is recorded: from now on its calls are evaluated if it is meant. Not while a trace pass runs.
     void AddMethod(const IQxData::_HSCallLocation& location);
 
-    // Whether the call is the first from its location that the event is evaluated for.
-    bool IsFirst(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call);
-
-    // Tells of a condition that does not fit what such calls hold.
-    void Look(const IQxData::_HSScriptPtr& event, const CallView& call) const;
+    // The event is evaluated for the call. Whether it is to be left out whatever comes of it: its condition is about
+    // values of another kind than such calls hold, and would compare what has no meaning. That is told once for each
+    // location, as are other misfits. `view` gives the whole call, where it is needed.
+    bool LeavesOut(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call,
+                   const std::function<CallView()>& view);
 
     // Tells of methods that were asked for and are not recorded so far, with what may have been meant.
     void TellMissing() const;
@@ -39,6 +40,7 @@ public:
 private:
     static constexpr std::size_t kMostMethods = 10000;  // names kept; a hostile dump has any number of them
 
+    bool IsMisfit(const IQxData::_HSScriptPtr& event, const CallView& call) const;
     void AddTo(std::size_t action, const IQxData::_HSCallLocation& location);
 
     const CallScript& m_script;
@@ -46,7 +48,7 @@ private:
     std::vector<IQxData::_HSScriptPtr*> m_actions;  // of the scripts' calls, in their order
     std::vector<std::set<std::string>> m_added;     // to each of these
     std::unordered_map<const IQxData::_HSScriptPtr*, const WhereCondition*> m_conditions;  // by event
-    std::set<std::pair<const IQxData::_HSScriptPtr*, std::uint64_t>> m_looked;             // events and locations
+    std::map<std::pair<const IQxData::_HSScriptPtr*, std::uint64_t>, bool> m_leftOut;      // by event and location
     MethodNames m_methods;                                                                 // recorded so far
 };
 

@@ -117,7 +117,7 @@ int EventRun::OnEvent(std::string name, std::string value, IQxData::HSCall call,
 }
 
 void EventRun::Send(const std::string& name, const std::string& value, const IQxData::HSCall& call) {
-    if (m_over) return;
+    if (m_over || m_leftOut) return;
     const RunAccount::Clock::time_point began = RunAccount::Clock::now();
     m_sink({m_cycle, name, value, m_views.Of(m_key, call)});
     if (m_account != nullptr) m_account->AddCallback(call.pid, began);
@@ -147,10 +147,10 @@ void EventRun::OnCall(unsigned long long key, const IQxData::HSCall& call, const
 void EventRun::OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call,
                        QxOutcome outcome, const std::string& argument) {
     m_key = key;
-    if (m_explainer != nullptr) m_explainer->OnEvent(event, key, call, outcome, argument);
-    if (m_over) return;
-    m_observers.OnEvent(event, key, call, outcome, argument);
-    if (m_calls && m_calls->IsFirst(event, call)) m_calls->Look(event, m_views.Of(key, call));
+    m_leftOut = m_calls && m_calls->LeavesOut(event, call, [&] { return m_views.Of(key, call); });
+    const QxOutcome told = m_leftOut ? QxOutcome::NoArgument : outcome;
+    if (m_explainer != nullptr) m_explainer->OnEvent(event, key, call, told, argument);
+    if (!m_over) m_observers.OnEvent(event, key, call, told, argument);
 }
 
 void EventRun::OnError(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call,

@@ -127,6 +127,7 @@ private:
     std::optional<std::uint64_t> m_since;
     std::map<unsigned short, std::uint64_t> m_history;  // calls that were dropped in this cycle and are not told yet
     unsigned long long m_key = 0;  // of the call that is being evaluated: an event is sent right after that
+    bool m_leftOut = false;        // its event is left out
     std::string m_until;           // empty: no event ends the run
     std::function<void()> m_reached;
     std::uint64_t m_cycle = 0;
