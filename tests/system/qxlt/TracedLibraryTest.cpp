@@ -60,7 +60,7 @@ protected:
     const std::string m_name;
 };
 
-std::string Fired(const std::string& event, const std::string& value) {
+[[maybe_unused]] std::string Fired(const std::string& event, const std::string& value) {
     return "\"event\":\"" + event + "\",\"value\":\"" + value + "\"";
 }
 
