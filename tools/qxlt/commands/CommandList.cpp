@@ -4,7 +4,7 @@ namespace qxlt {
 
 const std::vector<AddFunction>& AllCommands() {
     static const std::vector<AddFunction> commands = {AddRun,   AddReplay, AddDecode, AddList,  AddClean,
-                                                      AddCheck, AddTest,   AddTrace,  AddExport};
+                                                      AddCheck, AddTest,   AddTrace,  AddExport, AddView};
     return commands;
 }
 

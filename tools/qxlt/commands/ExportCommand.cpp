@@ -34,7 +34,7 @@ struct ExportOptions {
 class TextTarget final {
 public:
     TextTarget(const std::string& path, Progress& progress) : m_output(&progress) {
-        if (!path.empty()) m_file.emplace(path);
+        if (!path.empty()) m_file.emplace(path, "export");
     }
     void Line(const std::string& text) { m_file ? m_file->Line(text) : m_output.Line(text); }
     void Close() {
@@ -71,7 +71,7 @@ bool ExportChrome(const CaptureShow& capture, const std::string& path, Progress&
 
 bool ExportCtf(const CaptureShow& capture, const std::string& path, Progress& progress) {
     if (path.empty()) throw Failure(kCannotStart, "a CTF trace is a directory; name a new one with -o");
-    CtfTrace trace(path, capture.Clock());
+    CtfTrace trace(path, capture.Start().clock);
     const bool whole = Show(capture, trace, progress, PrintFault);
     trace.Finish();
     if (trace.Unfit() > 0) {

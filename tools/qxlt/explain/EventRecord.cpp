@@ -74,10 +74,9 @@ Reason EventRecord::MainReason() const {
     return main;
 }
 
-std::string EventRecord::ConditionText() const {
-    std::string text =
-        "condition " + Printable(m_words[Words::kCondition]) + " " + Quoted(m_words[Words::kConditionValue]);
-    const std::string& type = m_words[Words::kConditionType];
+std::string ConditionText(const QxEventWords& words) {
+    std::string text = "condition " + Printable(words[Words::kCondition]) + " " + Quoted(words[Words::kConditionValue]);
+    const std::string& type = words[Words::kConditionType];
     return type.empty() ? text : text + " (" + Printable(type) + ")";
 }
 
@@ -96,9 +95,9 @@ std::string EventRecord::DecisionText(QxOutcome outcome) const {
         case QxOutcome::WrongRange:
             return "range needs two bounds, not " + Quoted(m_words[Words::kConditionValue]);
         case QxOutcome::ConditionFalse:
-            return ConditionText() + " does not hold";
+            return ConditionText(m_words) + " does not hold";
         case QxOutcome::NotRising:
-            return ConditionText() + " held before";
+            return ConditionText(m_words) + " held before";
         case QxOutcome::Fires:
             break;
     }
@@ -112,11 +111,11 @@ std::string EventRecord::ErrorText(QxStage stage) const {
         case QxStage::Field:
             return "the datakey " + Quoted(m_words[Words::kDatakey]) + " is past the end";
         case QxStage::Argument:
-            return ConditionText() + ": the value is no number in range";
+            return ConditionText(m_words) + ": the value is no number in range";
         case QxStage::Operand:
-            return ConditionText() + ": an operand is no number in range";
+            return ConditionText(m_words) + ": an operand is no number in range";
         case QxStage::Bound:
-            return ConditionText() + ": a bound is no number in range";
+            return ConditionText(m_words) + ": a bound is no number in range";
         case QxStage::Other:
             break;
     }

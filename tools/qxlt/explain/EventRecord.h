@@ -34,6 +34,9 @@ struct Reason {
     std::string Line() const;
 };
 
+// The condition of an event as its attributes say it; fit for a terminal.
+std::string ConditionText(const QxEventWords& words);
+
 class EventRecord final {
 public:
     // `event` must outlive the record.
@@ -67,7 +70,6 @@ private:
     std::uint64_t CountOf(QxOutcome outcome) const { return m_branches[static_cast<std::size_t>(outcome)].count; }
     std::uint64_t CountOf(QxStage stage) const { return m_errors[static_cast<std::size_t>(stage)]; }
     std::uint64_t DistanceOf(QxOutcome outcome, const std::string& argument) const;
-    std::string ConditionText() const;
 
     const IQxData::_HSScriptPtr& m_event;
     const QxEventWords m_words;

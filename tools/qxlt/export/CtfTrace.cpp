@@ -100,7 +100,7 @@ CtfEvent EventOf(const NestedItem& item) {
 CtfTrace::CtfTrace(const std::string& directory, ClockOffset clock)
     : m_streams(MakeEmpty(directory)),
       m_lastTime(static_cast<std::uint64_t>(INT64_MAX - std::max<std::int64_t>(clock.value_or(0), 0))) {
-    ResultFile metadata(directory + "/metadata");
+    ResultFile metadata(directory + "/metadata", "export");
     metadata.Write(CtfMetadata(clock));
     metadata.Close();
 }

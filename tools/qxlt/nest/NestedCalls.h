@@ -31,7 +31,7 @@ struct NestedItem {
     Kind kind = Kind::Call;
     CallThread thread;
     std::string threadName;  // empty: not known
-    CallTimes times;         // marks have no exit
+    CallTimes times;         // of a loss the exit is when the next call came, where one did; events have none
     std::string entry;       // what stands at its beginning,
     std::string exit;        // and at its end
 };

@@ -63,7 +63,8 @@ void NestedRun::OnCycleEnd() {
     Settle();
 }
 
-// When it was lost is not known: after what had come of the process by then, or else before the first that came.
+// When it was lost is not known: after what had come of the process by then, and most likely before the first that came
+// since; or else before that.
 void NestedRun::PlaceLosses() {
     for (Loss& loss : std::exchange(m_losses, {})) {
         const Process& process = m_processes[loss.process];
@@ -72,6 +73,8 @@ void NestedRun::PlaceLosses() {
         item.thread = {loss.process, process.pid, 0};
         item.times.time = process.newest != 0 ? process.newest : process.firstNow;
         if (item.times.time == UINT64_MAX) item.times.time = m_calls.Newest();
+        const bool isFollowed = process.firstNow != UINT64_MAX && process.firstNow > item.times.time;
+        item.times.exitTime = isFollowed ? process.firstNow : 0;
         item.entry = std::move(loss.text);
         m_calls.Add(std::move(item));
     }

@@ -9,7 +9,7 @@ namespace qxlt {
 
 // The capture is looked at before results are begun.
 CaptureShow::CaptureShow(const ShownCapture& capture)
-    : m_capture(capture), m_scripts(capture.scripts), m_clock(CaptureReader(capture.directory).Start().clock) {}
+    : m_capture(capture), m_scripts(capture.scripts), m_start(CaptureReader(capture.directory).Start()) {}
 
 bool CaptureShow::Run(ICallWatcher& calls, const EventSink& events, const FaultSink& faults, Progress& progress) const {
     ReplayInput input;
@@ -17,6 +17,8 @@ bool CaptureShow::Run(ICallWatcher& calls, const EventSink& events, const FaultS
     input.history = m_capture.history;
     Replayer replayer(m_scripts, input, events, faults, progress);
     replayer.SetCallWatcher(calls);
+    if (m_reasons != nullptr) m_reasons->Watch(replayer.Places());
+    if (m_reasons != nullptr) replayer.AddObserver(*m_reasons);
     replayer.Run();
     return replayer.Whole();
 }

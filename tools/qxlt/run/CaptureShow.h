@@ -7,10 +7,11 @@
 
 #include "EventView.h"
 #include "Fault.h"
+#include "FiringReasons.h"
 #include "ICallWatcher.h"
 #include "JoinedScripts.h"
 #include "Progress.h"
-#include "WallTime.h"
+#include "RunStart.h"
 
 namespace qxlt {
 
@@ -25,8 +26,11 @@ public:
     // Throws a Failure for what is no capture, and for scripts that cannot be loaded.
     explicit CaptureShow(const ShownCapture& capture);
 
-    // How far the wall clock was ahead of the recordings' clock when the run began.
-    ClockOffset Clock() const { return m_clock; }
+    // When the run began.
+    const RunStart& Start() const { return m_start; }
+
+    // Has `reasons` know why events fire. Not owned; before Run.
+    void SetReasons(FiringReasons& reasons) { m_reasons = &reasons; }
 
     // Replays the capture. What is wrong in it goes to `faults`. Returns whether nothing was. Throws a Failure as a
     // replay does.
@@ -35,7 +39,8 @@ public:
 private:
     const ShownCapture m_capture;
     const JoinedScripts m_scripts;
-    const ClockOffset m_clock;
+    const RunStart m_start;
+    FiringReasons* m_reasons = nullptr;
 };
 
 // Says how many calls were left out because they were made before the run, if any were.

@@ -59,6 +59,9 @@ public:
     // Tells of methods that --call names and that are not recorded so far.
     void TellMissingCalls() const;
 
+    // Who watches the evaluation besides. Not owned; before the first cycle.
+    void AddObserver(IQxEventObserver& observer) { m_observers.Add(observer); }
+
     // Takes over the places of the scripts that were loaded into the store. Before the first cycle.
     void SetPlaces(ScriptPlaces places) { m_places = std::move(places); }
     const ScriptPlaces& Places() const { return m_places; }

@@ -53,6 +53,9 @@ public:
     // Has all calls shown. Not owned.
     void SetCallWatcher(ICallWatcher& watcher) { m_run.SetCallWatcher(watcher); }
 
+    // Has the evaluation watched besides. Not owned.
+    void AddObserver(IQxEventObserver& observer) { m_run.AddObserver(observer); }
+
     // Has told what became of the processes.
     void SetChangeSink(ChangeSink sink) { m_run.SetChangeSink(std::move(sink)); }
 
