@@ -1,18 +1,18 @@
 // Opens a page of `qxlt view` in a browser without a window, does what a person would do, and prints what that person
 // would find, a JSON line for each step: node page.mjs PAGE STEP... What the page did besides comes last: {"besides":[]}.
-import { chromium } from 'playwright-core';
+import { nextFrame, openBrowser, openPage } from './browser.mjs';
 
 const rowPixels = 18;
 const complaints = [];
 
-// As a person moves the mouse over all rows, from left to right: what is said under it, once for each row.
+// As a person moves the mouse over the first rows, from left to right: what is said under it, once for each row.
 async function hovered(page) {
     return page.evaluate((height) => {
         const picture = document.getElementById('picture');
         const area = picture.getBoundingClientRect();
         const found = [];
-        for (let y = 26 + height / 2, row = 0; y < area.height - 62; y += height, ++row) {
-            for (let x = 0; x < area.width; x += 2) {
+        for (let y = 26 + height / 2, row = 0; row < 8; y += height, ++row) {
+            for (let x = 44; x < area.width - 44; x += 6) {
                 const place = { clientX: area.left + x, clientY: area.top + y, bubbles: true };
                 picture.querySelector('canvas').dispatchEvent(new MouseEvent('mousemove', place));
                 const tip = document.getElementById('tip');
@@ -71,17 +71,15 @@ async function perform(page, step) {
     const args = name === 'fill' ? [rest[0], rest.slice(1).join(' ')] : rest.length > 0 ? [rest.join(' ')] : [];
     if (!(name in steps)) throw new Error(`there is no step ${name}`);
     const result = await steps[name](page, ...args);
-    await page.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
+    await nextFrame(page);
     return { [step]: result };
 }
 
 const [file, ...wanted] = process.argv.slice(2);
-const browser = await chromium.launch({
-    executablePath: process.env.QX_CHROMIUM ?? '/usr/bin/chromium',
-    args: process.getuid() === 0 ? ['--no-sandbox'] : [],
-});
+const browser = await openBrowser();
 try {
     const page = await browser.newPage({ viewport: { width: 1200, height: 700 } });
+    page.setDefaultTimeout(50000);
     const address = `file://${file}`;
     page.on('request', (request) => request.url() !== address && complaints.push(`asked for ${request.url()}`));
     page.on('console', (message) => complaints.push(`console: ${message.text()}`));
@@ -90,8 +88,7 @@ try {
         complaints.push(`dialog: ${dialog.message()}`);
         return dialog.dismiss();
     });
-    await page.goto(address);
-    await page.waitForSelector('#page[aria-busy="false"]');
+    await openPage(page, file);
     for (const step of wanted) console.log(JSON.stringify(await perform(page, step)));
     console.log(JSON.stringify({ besides: complaints }));
 } finally {

@@ -16,14 +16,16 @@ const std::string kViewers = QXLT_SOURCE_DIR "/tests/viewers/";
 
 }  // namespace
 
+bool ToolHasPage() {
+    return RunTool({"view", "/nowhere", "-o", "/dev/null"}).error.find("QX_BUILD_VIEW") == std::string::npos;
+}
+
 std::string PagesMissing() {
     for (const std::string& needed :
          {std::string(kNode), std::string(kBrowser), kViewers + "node_modules/playwright-core"}) {
         if (!std::filesystem::exists(needed)) return needed + " is not installed: scripts/install-deps does that";
     }
-    const bool isBuilt =
-        RunTool({"view", "/nowhere", "-o", "/dev/null"}).error.find("QX_BUILD_VIEW") == std::string::npos;
-    return isBuilt ? "" : "the tool was built without the page";
+    return ToolHasPage() ? "" : "the tool was built without the page";
 }
 
 std::vector<json> Visit(const std::string& page, const std::vector<std::string>& steps) {

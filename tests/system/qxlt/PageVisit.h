@@ -5,6 +5,9 @@
 #include <string>
 #include <vector>
 
+// Whether the tool was built with the page that `qxlt view` fills in.
+bool ToolHasPage();
+
 // Why pages cannot be visited here; empty: they can.
 std::string PagesMissing();
 

@@ -12,6 +12,7 @@
 
 #include "Child.h"
 #include "CommandNames.h"
+#include "PageVisit.h"
 #include "Workplace.h"
 
 using testing::HasSubstr;
@@ -140,7 +141,10 @@ void WriteCompiler(const Workplace& place, const std::string& name, const std::s
 TEST(WalkThroughTest, EveryCommandOfTheToolWorksAndPrintsWhatIsShown) {
     const Workplace place;
     const Names names{{"media-server", place.CopyUnderOwnName(QXLT_MEDIA_SERVER)}};
-    const std::vector<Block> blocks = ReadBlocks(QXLT_SOURCE_DIR "/docs/qxlt.md", names);
+    std::vector<Block> blocks = ReadBlocks(QXLT_SOURCE_DIR "/docs/qxlt.md", names);
+    for (Block& block : blocks) {
+        if (!ToolHasPage() && block.text.rfind("qxlt view ", 0) == 0) block.kind = "sh fails";
+    }
     ASSERT_GT(blocks.size(), 10u);
     Walk(blocks, "audio.SetVolume", place, {});
 }

@@ -31,7 +31,7 @@ void NestedRun::OnDump(const DumpNews& news) {
 void NestedRun::Note(const NestedItem& item) {
     Process& process = m_processes[item.thread.process];
     process.pid = item.thread.pid;
-    process.firstNow = std::min(process.firstNow, item.times.time);
+    if (item.times.time >= process.newest) process.firstNow = std::min(process.firstNow, item.times.time);
     process.newestNow = std::max({process.newestNow, item.times.time, item.times.exitTime});
 }
 

@@ -53,7 +53,7 @@ private:
         std::uint64_t open = 0;    // calls that have not returned, and come later
         std::uint64_t newest = 0;  // when something of it happened last, before this cycle
         std::uint64_t newestNow = 0;
-        std::uint64_t firstNow = UINT64_MAX;  // and what this cycle has brought
+        std::uint64_t firstNow = UINT64_MAX;  // and the first of what this cycle has brought that is not before that
     };
     struct Loss {
         std::string process;

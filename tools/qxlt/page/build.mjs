@@ -11,7 +11,7 @@ const escaped = (text) => text.replaceAll('&', '&amp;').replaceAll('<', '&lt;');
 
 // The libraries that the program consists of besides its own code, with all that their licences want told.
 const libraries = [
-    ['Apache ECharts', ['echarts/NOTICE', 'echarts/LICENSE']],
+    ['Apache ECharts', ['echarts/NOTICE', 'echarts/LICENSE', 'echarts/licenses/LICENSE-d3']],
     ['ZRender', ['zrender/LICENSE']],
     ['tslib', ['tslib/LICENSE.txt']],
 ];
@@ -43,7 +43,7 @@ function checkLibraries(inputs) {
 }
 
 function licences() {
-    const text = ([name, files]) => `${name}\n\n${files.map((file) => read(`node_modules/${file}`)).join('\n')}`;
+    const text = ([name, files]) => `${name}\n\n${files.map((file) => read(`node_modules/${file}`)).join('\n\n')}`;
     return libraries.map(text).join('\n\n');
 }
 

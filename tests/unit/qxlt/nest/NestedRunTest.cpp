@@ -21,7 +21,8 @@ public:
     std::string Hold(const EventView& event) override { return "event " + event.event; }
     std::string Hold(const DumpNews& loss) override { return "lost of " + loss.process; }
     void Enter(const NestedItem& item, const CallNesting::Place& place) override {
-        lines.push_back(item.entry + " at " + std::to_string(item.times.time) + " in " + std::to_string(place.depth));
+        lines.push_back(item.entry + " at " + std::to_string(item.times.time) + " in " + std::to_string(place.depth) +
+                        (item.kind == NestedItem::Kind::Loss ? " until " + std::to_string(item.times.exitTime) : ""));
     }
     void Leave(const NestedItem&, const CallNesting::Place&) override {}
 
@@ -108,14 +109,14 @@ TEST(NestedRun, MarksALossBehindWhatCameBefore) {
     run.Dump(0, 5);
     run.Call("a", 10, 20);
     run.run.OnCycleEnd();
-    EXPECT_THAT(run.writer.Taken(), ElementsAre("a at 10 in 0", "lost of m at 10 in 0"));
+    EXPECT_THAT(run.writer.Taken(), ElementsAre("a at 10 in 0", "lost of m at 10 in 0 until 0"));
     run.Dump(0);
     run.run.OnCycleEnd();
     EXPECT_THAT(run.writer.Taken(), IsEmpty());
     run.Dump(0, 5);
     run.Call("b", 70, 80);
     run.run.OnCycleEnd();
-    EXPECT_THAT(run.writer.Taken(), ElementsAre("lost of m at 20 in 0", "b at 70 in 0"));
+    EXPECT_THAT(run.writer.Taken(), ElementsAre("lost of m at 20 in 0 until 70", "b at 70 in 0"));
     EXPECT_EQ(run.run.History(), 6u);
 }
 
@@ -129,14 +130,14 @@ TEST(NestedRun, MarksALossBehindWhatPrimed) {
     run.Call("a", 10, 20);
     run.Call("b", 70, 80);
     run.run.OnCycleEnd();
-    EXPECT_THAT(run.writer.Taken(), ElementsAre("a at 10 in 0", "lost of m at 20 in 0", "b at 70 in 0"));
+    EXPECT_THAT(run.writer.Taken(), ElementsAre("a at 10 in 0", "lost of m at 20 in 0 until 70", "b at 70 in 0"));
 }
 
 TEST(NestedRun, MarksALossOfWhichNoCallIsLeft) {
     TestRun run;
     run.Dump(0, 5);
     run.run.OnCycleEnd();
-    EXPECT_THAT(run.writer.Taken(), ElementsAre("lost of m at 0 in 0"));
+    EXPECT_THAT(run.writer.Taken(), ElementsAre("lost of m at 0 in 0 until 0"));
 }
 
 }  // namespace
