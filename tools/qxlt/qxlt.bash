@@ -39,6 +39,7 @@ _qxlt() {
             *,--format | *,--level | *,--pause | *,--on-loss | *,--time) words=$(_qxlt_choices "$program" "$command" "$previous") ;;
             *,--recording) words=$(_qxlt_recordings "$program") ;;
             check,--explain) words="$("$program" check --explain all | sed -n 's/^## \(QX[0-9]*\).*/\1/p') all" ;;
+            import,import) [ "${word:0:1}" = - ] || words='ctf uftrace' ;;&
             clean,*) [ "${word:0:1}" = - ] || words=$(_qxlt_recordings "$program") ;;&
             *) [ "${word:0:1}" = - ] && words=$(_qxlt_options "$program" "$command") ;;
         esac

@@ -59,6 +59,23 @@ std::string QxDumpBuilder::Finish(const std::string& description) {
     return dump;
 }
 
+// The process id stands whole in the first extra field, since that of the header keeps 16 bits of it.
+std::string QxDumpBuilder::HeaderItem(const std::string& process, std::uint32_t id) {
+    constexpr std::size_t kExtraFieldSize = 8;
+    std::string header;
+    AppendInteger(header, id & 0xFFFF, 2);
+    AppendText(header, process);
+    AppendText(header, "host 1");
+    AppendText(header, "");
+    AppendText(header, "");
+    const std::string digits = std::to_string(id % 100000000);
+    header += std::string(kExtraFieldSize - digits.size(), '0') + digits;
+    header.append(kExtraFieldSize, '\0');
+    std::string item;
+    AppendItem(item, kHeaderItem, header);
+    return item;
+}
+
 std::string QxDumpBuilder::Describe(const std::string& items) {
     std::string inner;
     AppendItem(inner, kPersistentBuffer, items);

@@ -28,6 +28,9 @@ public:
     // The whole dump, with the packets that Describe made.
     std::string Finish(const std::string& description);
 
+    // The header item of a process, which tells its whole id.
+    static std::string HeaderItem(const std::string& process, std::uint32_t id);
+
     // Layout and location items (as a persistent buffer holds them) as compressed packets.
     static std::string Describe(const std::string& items);
 

@@ -1,6 +1,5 @@
 #include "QxRecordingReader.h"
 
-#include "QxDumpFormat.h"
 #include "QxLossMath.h"
 #include "QxRecordingClock.h"
 
@@ -28,7 +27,7 @@ QxRecordingReader::~QxRecordingReader() {
 
 void QxRecordingReader::Read(QxCatalog& catalog, QxDumpBuilder& builder, std::uint64_t openCallLimitNs, bool isAlive) {
     const Target target{catalog, builder};
-    builder.AddProcess(HeaderItem());
+    builder.AddProcess(QxDumpBuilder::HeaderItem(m_file.Name().name, static_cast<std::uint32_t>(m_file.Name().pid)));
     m_isDrained = false;
     m_damage.clear();
     m_state = std::make_unique<State>(*m_kept);
@@ -273,23 +272,6 @@ void QxRecordingReader::GiveBackTids() {
     }
     for (const auto& [serial, tid] : m_threads) m_tids.GiveBack(tid);
     m_threads = std::move(stay);
-}
-
-// The process id stands whole in the first extra field, since that of the header keeps 16 bits of it.
-std::string QxRecordingReader::HeaderItem() const {
-    constexpr std::size_t kExtraFieldSize = 8;
-    std::string header;
-    AppendInteger(header, static_cast<std::uint64_t>(m_file.Name().pid) & 0xFFFF, 2);
-    AppendText(header, m_file.Name().name);
-    AppendText(header, "host 1");
-    AppendText(header, "");
-    AppendText(header, "");
-    const std::string pid = std::to_string(m_file.Name().pid % 100000000);
-    header += std::string(kExtraFieldSize - pid.size(), '0') + pid;
-    header.append(kExtraFieldSize, '\0');
-    std::string item;
-    AppendItem(item, dumpformat::kHeaderItem, header);
-    return item;
 }
 
 qx::host::Loss QxRecordingReader::GetLoss() const {

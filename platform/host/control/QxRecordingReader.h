@@ -80,7 +80,6 @@ private:
         QxDumpBuilder& builder;
     };
 
-    std::string HeaderItem() const;
     void ReadSlots(std::uint64_t openCallLimitNs, bool isAlive, const Target& target);
     void ReadSlot(std::size_t number, QxRetries& retries, const Target& target);
     bool TryReadSlot(std::size_t number, const Target& target);

@@ -73,8 +73,8 @@ bool IsValid(const std::string& file) {
 }  // namespace
 
 TEST(ManualTest, TellsOfEachCommandAndOption) {
-    ASSERT_THAT(CommandNames(),
-                ElementsAre("run", "replay", "decode", "list", "clean", "check", "test", "trace", "export", "view"));
+    ASSERT_THAT(CommandNames(), ElementsAre("run", "replay", "decode", "list", "clean", "check", "test", "trace",
+                                            "export", "import", "view"));
     for (const std::string& command : CommandNames()) {
         const std::string manual = ManualOf(command);
         ASSERT_NE(manual, "") << command;
@@ -89,7 +89,8 @@ TEST(ManualTest, TellsOfNoOptionThatIsNotThere) {
     for (const std::string& command : CommandNames()) {
         std::vector<std::string> known = LongOptions(command);
         known.emplace_back("--version");
-        if (command == "view") known.emplace_back("--format");  // among those of all other commands
+        // Among those of all other commands.
+        if (command == "view" || command == "import") known.emplace_back("--format");
         for (const std::string& option : Matches(ManualOf(command), "\n\\.[BI][A-Z]* [^\n]*(--[a-z-]+)")) {
             EXPECT_THAT(known, Contains(option)) << command;
         }
@@ -142,6 +143,7 @@ TEST(CompletionTest, KnowsTheWordsOfChoices) {
     EXPECT_THAT(Completions("decode --format = j"), ElementsAre("json"));
     EXPECT_THAT(Completions("decode --format ="), ElementsAre("text", "json"));
     EXPECT_THAT(Completions("export --format ''"), ElementsAre("chrome", "ctf"));
+    EXPECT_THAT(Completions("import ''"), ElementsAre("ctf", "uftrace"));
     EXPECT_THAT(Completions("trace --pause f"), ElementsAre("fast"));
     EXPECT_THAT(Completions("list --level ''"), ElementsAre("silent", "fatal", "major", "warning", "debug", "info"));
     EXPECT_THAT(Completions("check --explain QX02"), Contains("QX021"));

@@ -27,7 +27,7 @@ TEST(Usage, HelpOfEachCommandHasExamples) {
         EXPECT_THAT(result.output, HasSubstr("Examples:\n  qxlt " + command)) << command;
         const std::string formats = command == "export" ? "chrome|ctf" : "text|json";
         const bool hasFormats = result.output.find("--format " + formats) != std::string::npos;
-        EXPECT_EQ(hasFormats, command != "view") << result.output;
+        EXPECT_EQ(hasFormats, command != "view" && command != "import") << result.output;
         EXPECT_THAT(result.output, HasSubstr("--level silent|fatal|major|warning|debug|info")) << command;
     }
 }
