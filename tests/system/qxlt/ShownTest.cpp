@@ -107,6 +107,31 @@ TEST_F(ShownLines, OfDecodeAndListAreThoseThatTheFiltersLetPass) {
     EXPECT_THAT(RunTool({"list", dump, "--thread", "main"}).output, testing::Not(HasSubstr("mixer")));
 }
 
+// A file or a pipe gets all of them.
+TEST_F(ShownLines, OfDiagnosticsAreOnATerminalNoMoreThanAPersonCanRead) {
+    const std::string dump = m_place.Write("m.qxdump", VolumeDump(std::vector<int>(1000, 7)));
+    const std::vector<std::string> arguments = {"replay",  "-s",   m_place.At("v.xml"), "-p",  "media-server=412", dump,
+                                                "--event", "none", "--level",           "info"};
+    const std::string all = RunTool(arguments).error;
+    ASSERT_THAT(all, testing::Not(HasSubstr(" more")));
+    ASSERT_GE(Lines(all).size(), 1000U);
+    Child::Setup setup;
+    setup.terminal = true;
+    std::size_t shown = 0;
+    std::size_t leftOut = 0;
+    for (const std::string& line : Lines(RunTool(arguments, setup).output)) {
+        const std::string mark = "I QXLT: ... and ";
+        const std::size_t told = line.find(mark);
+        if (told != std::string::npos) {
+            leftOut += std::stoul(line.substr(told + mark.size()));
+        } else if (line.find("I QXLT: ") != std::string::npos) {
+            ++shown;
+        }
+    }
+    EXPECT_LT(shown, leftOut);
+    EXPECT_EQ(shown + leftOut, Lines(all).size());
+}
+
 TEST_F(ShownLines, FitATerminalAndAreHeaded) {
     Child::Setup setup;
     setup.terminal = true;
