@@ -8,9 +8,11 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 
+#include "QxRecordingClock.h"
 #include "QxSignalGuard.h"
 
 namespace qxhost {
@@ -70,6 +72,18 @@ int WriteWhole(int fd, const char* data, std::size_t size) {
     return static_cast<int>(written);
 }
 
+std::uint32_t Second() {
+    return static_cast<std::uint32_t>(NowNs() / 1000000000u);
+}
+
+void WriteLeftOut(char letter, std::uint32_t count) {
+    if (count == 0) return;
+    char line[100];
+    const std::size_t size = Written(
+        std::snprintf(line, sizeof line, "%c QXLT: ... and %u more; 2>FILE keeps all\n", letter, count), sizeof line);
+    WriteWhole(STDERR_FILENO, line, size);
+}
+
 }  // namespace
 
 QxLog::QxLog(const std::string& target) {
@@ -81,10 +95,12 @@ QxLog::QxLog(const std::string& target) {
         m_path = target;
         m_file = OpenFile(m_path);
         struct stat status {};
-        if (!m_file || ::fstat(m_file.Get(), &status) != 0) return;
-        m_device = status.st_dev;
-        m_inode = status.st_ino;
+        if (m_file && ::fstat(m_file.Get(), &status) == 0) {
+            m_device = status.st_dev;
+            m_inode = status.st_ino;
+        }
     }
+    m_isBounded = m_kind == Kind::Descriptor && !m_file && ::isatty(STDERR_FILENO) != 0;
 }
 
 QxLog QxLog::FromEnvironment() {
@@ -93,7 +109,7 @@ QxLog QxLog::FromEnvironment() {
 }
 
 int QxLog::Print(int priority, const char* tag, const char* format, std::va_list arguments) {
-    if (m_kind == Kind::None) return 0;
+    if (m_kind == Kind::None || !Admits(priority)) return 0;
     char line[kLineSize + 1];
     std::size_t size = Written(std::snprintf(line, kLineSize, "%c %s: ", PriorityLetter(priority), tag), kLineSize);
     size += Written(std::vsnprintf(line + size, kLineSize - size, format, arguments), kLineSize - size);
@@ -104,6 +120,19 @@ int QxLog::Print(int priority, const char* tag, const char* format, std::va_list
     }
     line[size] = '\n';
     return m_file ? WriteToFile(line, size + 1) : WriteWhole(STDERR_FILENO, line, size + 1);
+}
+
+bool QxLog::Admits(int priority) {
+    if (!m_isBounded) return true;
+    Bound& bound = PriorityLetter(priority) == m_errors.letter ? m_errors : m_others;
+    std::uint32_t leftOut = 0;
+    const bool isShown = bound.lines.Takes(Second(), leftOut);
+    WriteLeftOut(bound.letter, leftOut);
+    return isShown;
+}
+
+void QxLog::TellLeftOut() {
+    for (Bound* const bound : {&m_errors, &m_others}) WriteLeftOut(bound->letter, bound->lines.TakeLeftOut());
 }
 
 // The descriptor may be another file's by now. It is not replaced: other threads use it, without a lock.

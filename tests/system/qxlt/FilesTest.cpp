@@ -2,9 +2,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <filesystem>
+#include <map>
 #include <regex>
 #include <set>
+#include <utility>
 
 #include "Child.h"
 #include "CommandNames.h"
@@ -53,11 +56,13 @@ std::string ManualOf(const std::string& command) {
 }
 
 // What the completion offers for the last of the words.
-std::vector<std::string> Completions(const std::string& words) {
+std::vector<std::string> Completions(const std::string& words, std::map<std::string, std::string> environment = {}) {
     const std::string script = ". " + kFiles + "qxlt.bash; COMP_WORDS=(qxlt " + words +
                                "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _qxlt " QXLT_PROGRAM
                                "; printf '%s\\n' \"${COMPREPLY[@]}\"";
-    Child bash(Program({"/bin/bash", "-c", script}));
+    Child::Setup setup = Program({"/bin/bash", "-c", script});
+    setup.environment = std::move(environment);
+    Child bash(setup);
     EXPECT_EQ(bash.Finish(), 0) << bash.Error();
     EXPECT_EQ(bash.Error(), "");
     return Lines(bash.Output());
@@ -147,8 +152,46 @@ TEST(CompletionTest, KnowsTheWordsOfChoices) {
     EXPECT_THAT(Completions("trace --pause f"), ElementsAre("fast"));
     EXPECT_THAT(Completions("list --level ''"), ElementsAre("silent", "fatal", "major", "warning", "debug", "info"));
     EXPECT_THAT(Completions("check --explain QX02"), Contains("QX021"));
+    EXPECT_THAT(Completions("check --explain = QX02"), Contains("QX021"));
     EXPECT_THAT(Completions("check volume"), ElementsAre(""));
 }
+
+TEST(CompletionTest, KnowsTheEventsOfTheScriptsThatAreThere) {
+    const Workplace place;
+    const auto event = [](const std::string& name) {
+        return "<event name=\"" + name + "\" tag=\"IN\" value=\"0\" type=\"INT\" watch=\"ALWAYS\"/>";
+    };
+    const std::string one = place.Write("one.xml", VolumeScript(event("HIGH") + event("LOW") + event("HIGH")));
+    const std::string two = place.Write("two", VolumeScript(event("HUGE") + event("a b; `c`")));
+    EXPECT_THAT(Completions("run -s " + one + " --until ''"), ElementsAre("HIGH", "LOW"));
+    EXPECT_THAT(Completions("run -s " + one + " -s " + two + " --event H"), ElementsAre("HIGH", "HUGE"));
+    EXPECT_THAT(Completions("replay --script " + two + " --explain ="), ElementsAre("HUGE"));
+    EXPECT_THAT(Completions("replay -s " + two + " " + one + " --explain = L"), ElementsAre("LOW"));
+    // Without "=" it takes no event.
+    EXPECT_THAT(Completions("replay -s " + one + " --explain L"), ElementsAre(""));
+    EXPECT_THAT(Completions("run -s none.xml --until ''"), ElementsAre(""));
+    EXPECT_THAT(Completions("run -s " + place.Write("no.xml", "<Scenario") + " --until ''"), ElementsAre(""));
+}
+
+#ifdef QXLT_MEDIA_SERVER
+TEST(CompletionTest, KnowsTheProgramsThatRecord) {
+    const Workplace place;
+    const std::map<std::string, std::string> environment = {{"QX_RUNTIME_DIR", place.At("rec")}};
+    const std::string name = place.CopyUnderOwnName(QXLT_MEDIA_SERVER);
+    Child::Setup setup = Program({place.At(name), "--rate", "1000"});
+    setup.environment = environment;
+    Child server(setup);
+    const auto offered = [&environment](const std::string& words) { return Completions(words, environment); };
+    for (int i = 0; i < 600 && offered("run -p ''").front().empty(); ++i) continue;
+    for (const char* const words : {"run -p ''", "run --process =", "trace -p ''", "list -p ''", "decode -p ''"}) {
+        EXPECT_THAT(offered(words), ElementsAre(name)) << words;
+    }
+    server.Signal(SIGKILL);
+    server.Finish();
+    EXPECT_THAT(offered("run -p ''"), ElementsAre(""));
+    EXPECT_THAT(offered("list -p ''"), ElementsAre(name));
+}
+#endif
 
 TEST(SchemaTest, TakesTheExamplesAndWhatTheToolMakes) {
     if (!std::filesystem::exists(kSchemaChecker)) GTEST_SKIP() << kSchemaChecker << " is not installed";

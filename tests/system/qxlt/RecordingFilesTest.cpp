@@ -72,6 +72,25 @@ protected:
     const std::string m_name = m_place.CopyUnderOwnName(QXLT_MEDIA_SERVER);
 };
 
+TEST_F(RecordingFilesTest, HoldCallsOfATimeOfDay) {
+    const std::string crashed = Crashed();
+    for (const std::vector<std::string>& what : {std::vector<std::string>{"--recording", crashed}, {"-p", m_name}}) {
+        const auto list = [&](const std::string& option, const std::string& time) {
+            std::vector<std::string> arguments = {"list", option, time, "--method", "SetVolume"};
+            arguments.insert(arguments.end(), what.begin(), what.end());
+            const ToolResult result = Tool(arguments);
+            EXPECT_EQ(result.error, "");
+            return result.output;
+        };
+        EXPECT_THAT(list("--since", "2020-01-01T00:00:00Z"), ContainsRegex(" [1-9][0-9]* calls?  +audio.SetVolume"));
+        EXPECT_THAT(list("--until-time", "2020-01-01T00:00:00Z"), HasSubstr(" 0 calls  audio.SetVolume"));
+    }
+    const std::vector<std::string> decode = {"decode", "--recording", crashed, "--until-time", "2020-01-01T00:00:00Z"};
+    EXPECT_THAT(Tool(decode).output, Not(HasSubstr("\ncall ")));
+    EXPECT_EQ(Tool(decode).error, "");
+    EXPECT_THAT(Tool({"decode", "--recording", crashed}).output, HasSubstr("\ncall "));
+}
+
 TEST_F(RecordingFilesTest, WhatACrashedProgramLeftIsShownAgainAndAgain) {
     const std::string crashed = Crashed();
     const ToolResult first = Tool({"list", "-p", m_name});

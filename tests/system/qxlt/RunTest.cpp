@@ -188,6 +188,31 @@ TEST_F(Run, CountsTheSecondsOfWaitingOnATerminal) {
     EXPECT_THAT(tool.Output(), ContainsRegex("\r\033\\[Kwaiting for " + m_name + ", [1-9][0-9]* s"));
 }
 
+// Which is all that a person sees while nothing fires.
+TEST_F(Run, ShowsOnATerminalThatItGoesOn) {
+    m_place.Write("v.xml", VolumeScript(R"(<event name="NEVER" tag="NONE" keyword="x"/>)", m_name));
+    const Child server(Server());
+    Child::Setup setup = Tool({});
+    setup.terminal = true;
+    Child tool(setup);
+    EXPECT_TRUE(tool.WaitForOutput(" per second, 0 events, 0 lost"));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0);
+    EXPECT_THAT(tool.Output(),
+                ContainsRegex("\r\033\\[Kcycle [0-9]+, [0-9]+ calls? per second, 0 events, 0 lost\r\033\\[K"));
+}
+
+TEST_F(Run, ShowsNothingOfThatWhenItIsToBeQuiet) {
+    const Child server(Server());
+    Child::Setup setup = Tool({"--quiet", "--for", "2s"});
+    setup.terminal = true;
+    Child tool(setup);
+    EXPECT_EQ(tool.Finish(), 0);
+    EXPECT_THAT(tool.Output(), HasSubstr("VOLUME"));
+    EXPECT_THAT(tool.Output(), Not(HasSubstr("cycle ")));
+    EXPECT_THAT(tool.Output(), Not(HasSubstr("per second")));
+}
+
 TEST_F(Run, WatchesTheProcessesOfAllScriptsAndOptions) {
     const std::string other = m_place.Write("other.xml", VolumeScript("", m_name + "2"));
     Child tool(ToolSetup({"run", "-s", m_script, other, "-p", m_name + "3"}));

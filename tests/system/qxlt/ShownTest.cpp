@@ -107,6 +107,71 @@ TEST_F(ShownLines, OfDecodeAndListAreThoseThatTheFiltersLetPass) {
     EXPECT_THAT(RunTool({"list", dump, "--thread", "main"}).output, testing::Not(HasSubstr("mixer")));
 }
 
+TEST_F(ShownLines, OfDecodeAndListAreThoseOfATime) {
+    const std::string dump = m_place.At("capture/000001/media-server.qxdump");
+    const std::vector<std::pair<std::vector<std::string>, std::string>> rows = {
+        {{"--since", "0.000002", "--until-time", "0.000003"}, "1 call "},
+        {{"--since", "0.000002"}, "2 calls"},
+        {{"--until-time", "2026-03-01T12:30:00.000002105Z"}, "1 call "},
+        {{"--since", "2026-03-01T12:30:01Z"}, "0 calls"}};
+    for (const auto& [bounds, count] : rows) {
+        for (const std::string& input : {m_place.At("capture"), dump}) {
+            std::vector<std::string> list = {"list", input};
+            list.insert(list.end(), bounds.begin(), bounds.end());
+            const ToolResult result = RunTool(list);
+            EXPECT_THAT(result.output, HasSubstr(" " + count + "  audio.SetVolume")) << input;
+            EXPECT_EQ(result.error, "");
+        }
+        std::vector<std::string> decode = {"decode", dump, dump};
+        decode.insert(decode.end(), bounds.begin(), bounds.end());
+        const std::vector<std::string> lines = Lines(RunTool(decode).output);
+        const auto calls = std::count_if(lines.begin(), lines.end(),
+                                         [](const std::string& line) { return line.rfind("call ", 0) == 0; });
+        EXPECT_EQ(calls, 2 * std::stoi(count)) << bounds.front();
+    }
+}
+
+TEST_F(ShownLines, OfDumpsThatTellNoTimeAreAllThereAndThatIsToldOnce) {
+    const std::string dump = m_place.Write("loose/folder/m.qxdump", VolumeDump({1, 2, 3}));
+    const std::string warning =
+        "warning: --since and --until-time hold nothing back: these recordings do not tell their time, as captures "
+        "do\n";
+    const ToolResult list = RunTool({"list", dump, dump, "--since", "10s"});
+    EXPECT_THAT(list.output, HasSubstr(" 6 calls  audio.SetVolume"));
+    EXPECT_EQ(list.error, warning);
+    const ToolResult decode = RunTool({"decode", "-p", "m=1", dump, dump, "--until-time", "2026-03-01T12:30:00Z"});
+    EXPECT_THAT(Lines(decode.output), testing::Contains(StartsWith("call ")).Times(6));
+    EXPECT_EQ(decode.error, warning);
+    // What is no capture tells nothing either.
+    m_place.Write("loose/capture.json", "no json");
+    EXPECT_EQ(RunTool({"list", dump, "--since", "10s"}).error, warning);
+}
+
+// A file or a pipe gets all of them.
+TEST_F(ShownLines, OfDiagnosticsAreOnATerminalNoMoreThanAPersonCanRead) {
+    const std::string dump = m_place.Write("m.qxdump", VolumeDump(std::vector<int>(1000, 7)));
+    const std::vector<std::string> arguments = {"replay",  "-s",   m_place.At("v.xml"), "-p",  "media-server=412", dump,
+                                                "--event", "none", "--level",           "info"};
+    const std::string all = RunTool(arguments).error;
+    ASSERT_THAT(all, testing::Not(HasSubstr(" more")));
+    ASSERT_GE(Lines(all).size(), 1000U);
+    Child::Setup setup;
+    setup.terminal = true;
+    std::size_t shown = 0;
+    std::size_t leftOut = 0;
+    for (const std::string& line : Lines(RunTool(arguments, setup).output)) {
+        const std::string mark = "I QXLT: ... and ";
+        const std::size_t told = line.find(mark);
+        if (told != std::string::npos) {
+            leftOut += std::stoul(line.substr(told + mark.size()));
+        } else if (line.find("I QXLT: ") != std::string::npos) {
+            ++shown;
+        }
+    }
+    EXPECT_LT(shown, leftOut);
+    EXPECT_EQ(shown + leftOut, Lines(all).size());
+}
+
 TEST_F(ShownLines, FitATerminalAndAreHeaded) {
     Child::Setup setup;
     setup.terminal = true;

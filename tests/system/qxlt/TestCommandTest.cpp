@@ -1,6 +1,9 @@
 // `qxlt test`, run as its user runs it.
 #include <gmock/gmock.h>
 
+#include <filesystem>
+#include <set>
+
 #include "Child.h"
 #include "DumpWriter.h"
 #include "QxXMLDefaults.h"
@@ -39,7 +42,7 @@ TEST(TestCommand, ShowsWhatIsMissingAndWhy) {
     const ToolResult result = RunTool({"test", place.At("high")});
     EXPECT_EQ(result.status, 1);
     EXPECT_THAT(Lines(result.output),
-                ElementsAre("FAIL  " + place.At("high"), "    - {\"event\":\"HIGH\",\"value\":\"79\"}",
+                ElementsAre("FAIL  " + place.At("high"), "    - HIGH   79",
                             "      HIGH is missing, " + place.At("high/v.xml:4") +
                                 ": 2 of 3 calls fired; 1 call: condition > \"80\" does not hold; nearest \"79\"",
                             "1 folder, 1 failed"));
@@ -50,8 +53,7 @@ TEST(TestCommand, ShowsWhatIsNotExpected) {
     MakeFolder(place, "high", "{\"event\":\"HIGH\",\"value\":\"90\"}\n");
     const ToolResult result = RunTool({"test", place.At("high")});
     EXPECT_EQ(result.status, 1);
-    EXPECT_THAT(Lines(result.output)[1],
-                StartsWith("    + {\"cycle\":1,\"event\":\"HIGH\",\"value\":\"81\",\"call\":{"));
+    EXPECT_EQ(Lines(result.output)[1], "    + 2210  HIGH   81        2.0 us  media-server[0]  audio.SetVolume(81)");
     EXPECT_THAT(Lines(result.output)[2], StartsWith("      HIGH is not expected, "));
     EXPECT_EQ(Lines(result.output).size(), 4u);
 }
@@ -76,8 +78,7 @@ TEST(TestCommand, ShowsTheFirstOfManyDifferences) {
 TEST(TestCommand, LetsNoControlCharacterReachTheTerminal) {
     const Workplace place;
     MakeFolder(place, "high", "{\"event\":\"HIGH\",\"value\":\"\\u009b2J\\u007f\"}\n" + std::string(kBoth));
-    EXPECT_EQ(Lines(RunTool({"test", place.At("high")}).output)[1],
-              R"(    - {"event":"HIGH","value":"\xc2\x9b2J\x7f"})");
+    EXPECT_EQ(Lines(RunTool({"test", place.At("high")}).output)[1], R"(    - HIGH   \xc2\x9b2J\x7f)");
 }
 
 TEST(TestCommand, PrintsResultsAsJson) {
@@ -101,11 +102,122 @@ TEST(TestCommand, WritesTheExpectationWhenAsked) {
     EXPECT_EQ(RunTool({"test", place.At("high")}).status, 1);
     EXPECT_THAT(RunTool({"test", "--update", place.At("high")}).output, StartsWith("new   "));
     EXPECT_THAT(RunTool({"test", "--update", place.At("high")}).output, StartsWith("ok    "));
-    const ToolResult result = RunTool({"test", place.At("high")});
-    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(RunTool({"test", place.At("high")}).status, 0);
+    EXPECT_EQ(
+        Lines(place.Read("high/expected.jsonl")).front(),
+        R"({"cycle":1,"event":"HIGH","value":"81","call":{"process":"media-server","callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","in":[[{"name":"","hex":"51000000","int":81}]],"out":[],"ret":[]}})");
+}
+
+TEST(TestCommand, WritesTheWholeExpectationWhenAsked) {
+    const Workplace place;
+    MakeFolder(place, "high", kBoth);
+    EXPECT_THAT(RunTool({"test", "--update", place.At("high")}).output, StartsWith("ok    "));
+    EXPECT_EQ(place.Read("high/expected.jsonl"), kBoth);
+    EXPECT_THAT(RunTool({"test", "--update", "--exact", place.At("high")}).output, StartsWith("new   "));
+    EXPECT_EQ(RunTool({"test", place.At("high")}).status, 0);
     EXPECT_EQ(
         Lines(place.Read("high/expected.jsonl")).front(),
         R"({"cycle":1,"event":"HIGH","value":"81","call":{"process":"media-server","pid":0,"tid":3,"locId":3,"callerName":"SetVolume","packageName":"audio","srcCodeFileRaw":"volume.cpp","time":2210,"exitTime":4210,"in":[[{"name":"","hex":"51000000","int":81}]],"out":[],"ret":[],"duration":2000}})");
+    const ToolResult alone = RunTool({"test", "--exact", place.At("high")});
+    EXPECT_EQ(alone.status, 2);
+    EXPECT_THAT(alone.error, HasSubstr("--update"));
+}
+
+// What a person wrote into it stays, and what it says about counts is for him to change.
+TEST(TestCommand, UpdatesWhatDoesNotHold) {
+    const Workplace place;
+    const std::string rules =
+        "{\"event\":\"HIGH\",\"value\":\"90\",\"after\":\"HIGH\",\"within_ms\":0.003}\n"
+        "{\"event\":\"LOW\",\"count\":{\"min\":1}}\n";
+    MakeFolder(place, "high", "{\"event\":\"HIGH\",\"value\":\"80\"}\nno json\n" + rules);
+    const ToolResult result = RunTool({"test", "--update", place.At("high")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(Lines(result.output),
+                ElementsAre("FAIL  " + place.At("high"), "    - LOW", "      count: 0 events came, expected at least 1",
+                            "      LOW is missing, no event of that name in the scripts", "1 folder, 1 failed"));
+    EXPECT_THAT(place.Read("high/expected.jsonl"),
+                testing::AllOf(StartsWith("{\"cycle\":1,\"event\":\"HIGH\",\"value\":\"81\","),
+                               testing::EndsWith("\"ret\":[]}}\n" + rules)));
+}
+
+TEST(TestCommand, TellsWhereARuleIsWrong) {
+    const Workplace place;
+    const std::string wrong = std::string(kBoth) + "\n{\"event\":\"HIGH\",\"count\":\"3\"}\n";
+    MakeFolder(place, "high", wrong);
+    for (const std::string option : {"--format=text", "--update"}) {
+        const ToolResult result = RunTool({"test", option, place.At("high")});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_THAT(result.output, HasSubstr("high/expected.jsonl:4: count is \"3\"; write a number of events, or"));
+    }
+    EXPECT_EQ(place.Read("high/expected.jsonl"), wrong);
+}
+
+TEST(TestCommand, ShowsSideBySideWhatCameForWhat) {
+    const Workplace place;
+    MakeFolder(place, "high",
+               "{\"event\":\"HIGH\",\"value\":\"82\",\"call\":{\"in\":[[{\"int\":82}]]}}\n"
+               "{\"event\":\"HIGH\",\"value\":\"90\",\"within_ms\":0.002}\n");
+    const ToolResult result = RunTool({"test", place.At("high")});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_THAT(Lines(result.output),
+                ElementsAre("FAIL  " + place.At("high"), "    -       HIGH   82                                 (82)",
+                            "    + 2210  HIGH   81        2.0 us  media-server[0]  audio.SetVolume(81)",
+                            "      value: \"82\" -> \"81\"", "      call.in.0: 82 -> 81", "    -       HIGH   90",
+                            "    + 4315  HIGH   90        2.0 us  media-server[0]  audio.SetVolume(90)",
+                            "      within_ms: 2.1 us after the event before it, expected within 0.002 ms",
+                            "      HIGH is not as expected, " + place.At("high/v.xml:4") +
+                                ": 2 of 3 calls fired; 1 call: condition > \"80\" does not hold; nearest \"79\"",
+                            "1 folder, 1 failed"));
+}
+
+TEST(TestCommand, MarksOnATerminalWhatDiffers) {
+    const Workplace place;
+    MakeFolder(place, "high", "{\"event\":\"HIGH\",\"value\":\"82\"}\n{\"event\":\"HIGH\",\"value\":\"90\"}\n");
+    Child::Setup setup;
+    setup.terminal = true;
+    setup.columns = 60;
+    setup.environment = {{"TERM", "xterm"}, {"NO_COLOR", ""}};
+    const std::string output = RunTool({"test", place.At("high")}, setup).output;
+    EXPECT_THAT(output, HasSubstr("    \033[31m- \033[0m"));
+    EXPECT_THAT(output, HasSubstr("  HIGH   \033[31m82      \033[0m"));
+    EXPECT_THAT(output, HasSubstr("  HIGH   \033[32m81      \033[0m"));
+    EXPECT_THAT(output, testing::Not(HasSubstr("\033[32mHIGH")));
+}
+
+std::string WithoutPadding(const std::string& line) {
+    std::string text;
+    for (const char letter : line) {
+        if (letter != ' ' || (!text.empty() && text.back() != ' ')) text += letter;
+    }
+    return text;
+}
+
+// Of all kinds of scenarios, when nothing is expected of them.
+TEST(TestCommand, ShowsEventsAsReplayDoes) {
+    std::size_t compared = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(QXLT_SCENARIOS)) {
+        if (!std::filesystem::exists(entry.path() / "1.qxdump")) continue;
+        const Workplace place;
+        std::filesystem::copy(entry.path(), place.At("s"));
+        place.Write("s/expected.jsonl", "");
+        std::set<std::string> scripts;
+        std::set<std::string> dumps;
+        for (const auto& file : std::filesystem::directory_iterator(place.At("s"))) {
+            if (file.path().extension() == ".xml") scripts.insert(file.path().string());
+            if (file.path().extension() == ".qxdump") dumps.insert(file.path().string());
+        }
+        std::vector<std::string> replay = {"replay", "-p", "media-server", "--time", "raw"};
+        for (const std::string& script : scripts) replay.insert(replay.end(), {"-s", script});
+        replay.insert(replay.end(), dumps.begin(), dumps.end());
+        std::multiset<std::string> events;
+        for (const std::string& line : Lines(RunTool(replay).output)) events.insert("+ " + WithoutPadding(line));
+        for (const std::string& line : Lines(RunTool({"test", place.At("s")}).output)) {
+            if (line.rfind("    + ", 0) != 0 || line.find("    + cycle ") == 0) continue;
+            ++compared;
+            EXPECT_GE(events.count(WithoutPadding(line)), 1U) << entry.path() << "\n" << line;
+        }
+    }
+    EXPECT_GT(compared, 60U);
 }
 
 TEST(TestCommand, AcceptsWhatReplayPrints) {
@@ -197,7 +309,7 @@ TEST(TestCommand, WritesAJUnitReport) {
     EXPECT_THAT(report, HasSubstr("<testsuite name=\"qxlt\" tests=\"3\" failures=\"1\" errors=\"1\">"));
     EXPECT_THAT(report, HasSubstr("b&lt;&amp;&quot;\" time="));
     EXPECT_THAT(report, HasSubstr("<failure message=\"HIGH is missing, "));
-    EXPECT_THAT(report, HasSubstr("- {&quot;event&quot;:&quot;HIGH&quot;,&quot;value&quot;:&quot;5&quot;}"));
+    EXPECT_THAT(report, HasSubstr("\">- HIGH   5\n</failure>"));
     EXPECT_THAT(report, HasSubstr("<error message=\""));
     const QxXMLHandle parser(XML_ParserCreate(nullptr));
     EXPECT_EQ(XML_Parse(parser.get(), report.data(), static_cast<int>(report.size()), XML_TRUE), XML_STATUS_OK);

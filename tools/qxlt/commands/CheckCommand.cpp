@@ -5,10 +5,12 @@
 #include <algorithm>
 #include <deque>
 #include <memory>
+#include <set>
 #include <utility>
 
 #include "CheckRecorded.h"
 #include "Checks.h"
+#include "JoinedScripts.h"
 #include "JsonLine.h"
 #include "Output.h"
 #include "Text.h"
@@ -28,6 +30,7 @@ struct CheckOptions {
     std::vector<std::string> scripts;
     std::vector<std::string> against;
     std::string explain;
+    bool events = false;
 };
 
 class CheckRun final {
@@ -154,9 +157,18 @@ int Explain(const std::string& code, Format format) {
     return kDone;
 }
 
+// For the completion of the shell.
+int PrintEvents(const std::vector<std::string>& scripts) {
+    const std::vector<std::string> events = JoinedScripts(scripts).Events();
+    Output output;
+    for (const std::string& event : std::set<std::string>(events.begin(), events.end())) output.Line(Printable(event));
+    return kDone;
+}
+
 int PerformCheck(const CheckOptions& options, Format format) {
     if (!options.explain.empty()) return Explain(options.explain, format);
     if (options.scripts.empty()) throw Failure(kCannotStart, "no script is named; see qxlt check --help");
+    if (options.events) return PrintEvents(options.scripts);
     return CheckRun(options, format).Perform();
 }
 
@@ -175,6 +187,8 @@ void AddCheck(CLI::App& app, Invocation& invocation) {
         ->option_text("CAPTURE|DUMP");
     command.add_option("--explain", options->explain, "Tell what a check is about; \"all\" for every one")
         ->option_text("CODE");
+    // In no group, and so in no help: it is for the completion of the shell, in qxlt.bash.
+    command.add_flag("--events", options->events, "Print the names of the scripts' events")->group("");
 }
 
 }  // namespace qxlt

@@ -9,6 +9,7 @@
 #include "DecodeStore.h"
 #include "DumpHeader.h"
 #include "DumpInput.h"
+#include "DumpStarts.h"
 #include "Fault.h"
 #include "ProcessNames.h"
 #include "QxCycle.h"
@@ -16,6 +17,7 @@
 #include "ShowingOptions.h"
 #include "TakeCalls.h"
 #include "Text.h"
+#include "UntoldTimes.h"
 
 namespace qxlt {
 
@@ -25,6 +27,7 @@ constexpr char kExamples[] =
     "  qxlt decode media-server.qxdump\n"
     "  qxlt decode -p media-server=412 --format json *.qxdump | jq .record\n"
     "  qxlt decode --method 'Set*' --thread mixer media-server.qxdump\n"
+    "  qxlt decode capture/*/media-server.qxdump --since 10s --until-time 12s\n"
     "  qxlt decode --recording 'media-server[4711]'\n";
 
 struct DecodeOptions {
@@ -71,6 +74,7 @@ public:
 private:
     bool Decode(const std::string& file) {
         std::vector<char> dump = ReadDump(file);
+        if (m_filter.HasBounds()) m_start = m_starts.Of(file);
         if (!m_isNamed) Identify(dump);
         const QxCycle::Decoded decoded = QxCycle(nullptr, nullptr, m_store).Decode(m_process, dump);
         const std::size_t calls = m_store->GetCallIMap()->size();
@@ -101,12 +105,22 @@ private:
         constexpr std::uint64_t kCallsBetween = 1000;
         if (++m_calls % kCallsBetween == 0) ShowProgress();
         const CallView view = m_views.Of(key, call);
-        if (m_filter.ShowsCall(view)) m_output.Line(CallLine(m_format, view));
+        if (IsShown(view)) m_output.Line(CallLine(m_format, view));
+    }
+
+    // The line itself has the recorded times alone: a dump does not tell others.
+    bool IsShown(const CallView& view) {
+        const CallTime time = TimeOf(view.call, m_start);
+        m_untold.Look(m_filter, time);
+        return m_filter.ShowsTime(time) && m_filter.ShowsCall(view);
     }
 
     const bool m_isNamed;  // with -p
     const std::vector<std::string> m_dumps;
     const CallFilter m_filter;
+    UntoldTimes m_untold;
+    DumpStarts m_starts;
+    RunStart m_start;  // of the dump, as far as the bounds ask for it
     const Format m_format;
     Progress m_progress;
     Output m_output;
@@ -132,6 +146,7 @@ void AddDecode(CLI::App& app, Invocation& invocation) {
         ->allow_extra_args(false)
         ->option_text("NAME[PID]|FILE");
     AddFilterOptions(command, options->show);
+    AddBoundOptions(command, options->show);
     AddQuietOption(command);
 }
 

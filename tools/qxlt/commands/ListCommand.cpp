@@ -19,6 +19,7 @@
 #include "ShowingOptions.h"
 #include "StarterScript.h"
 #include "Text.h"
+#include "UntoldTimes.h"
 #include "Vocabulary.h"
 
 namespace qxlt {
@@ -29,6 +30,7 @@ constexpr char kExamples[] =
     "  qxlt list --recordings\n"
     "  qxlt list -p media-server\n"
     "  qxlt list capture --method 'audio.*'\n"
+    "  qxlt list capture --since 10s --until-time 12s\n"
     "  qxlt list --recording 'media-server[4711]'\n"
     "  qxlt list capture --format json\n"
     "  qxlt list media-server.qxdump --as-script > volume.xml\n";
@@ -225,11 +227,20 @@ void RequireOneInput(const ListOptions& options) {
                   "--recordings");
 }
 
-Inventory ReadInput(const ListOptions& options, Progress& progress) {
-    if (!options.processes.empty()) return Inventory::Take(options.processes, PrintFault);
+Inventory ReadInput(const ListOptions& options, const CountChoice& choice, Progress& progress) {
+    if (!options.processes.empty()) return Inventory::Take(options.processes, PrintFault, choice);
     std::vector<std::string> inputs = options.inputs;
     for (const std::string& recording : options.recordings) inputs.push_back(ChooseRecording(recording));
-    return Inventory::Read(inputs, PrintFault, progress);
+    return Inventory::Read(inputs, PrintFault, progress, choice);
+}
+
+// The calls in the bounds of the filter, which must outlive the choice. Nothing when there are none.
+CountChoice ChoiceOf(const CallFilter& filter) {
+    if (!filter.HasBounds()) return nullptr;
+    return [&filter, untold = UntoldTimes()](const IQxData::HSCall& call, const RunStart& start) mutable {
+        untold.Look(filter, TimeOf(call, start));
+        return filter.ShowsTime(TimeOf(call, start));
+    };
 }
 
 int ListRecordings(Format format) {
@@ -245,14 +256,14 @@ int List(const ListOptions& options, Format format) {
     if (options.allRecordings) return ListRecordings(format);
     Progress progress;
     Output output(&progress);
-    const Inventory inventory = ReadInput(options, progress);
+    const CallFilter filter(options.show.filter);
+    const Inventory inventory = ReadInput(options, ChoiceOf(filter), progress);
     if (!inventory.Whole()) output.Failed();
     if (options.asScript) {
         std::string text = StarterScript(inventory).Text();
         text.pop_back();  // the line's end comes with the output
         output.Line(text);
     } else {
-        const CallFilter filter(options.show.filter);
         Listing(inventory, filter, format, output).Print();
     }
     return inventory.Whole() ? kDone : kInputWrong;
@@ -276,6 +287,7 @@ void AddList(CLI::App& app, Invocation& invocation) {
         ->option_text("NAME[PID]|FILE");
     command.add_flag("--recordings", options->allRecordings, "Show which recordings there are");
     AddFilterOptions(command, options->show);
+    AddBoundOptions(command, options->show);
     AddQuietOption(command);
     command.add_flag("--as-script", options->asScript, "Print a scenario with an event for each value");
 }

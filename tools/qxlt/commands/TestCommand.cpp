@@ -1,13 +1,18 @@
 #include "CommandList.h"
 
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <memory>
+#include <string_view>
 #include <utility>
 
+#include "DifferenceText.h"
 #include "JUnitReport.h"
 #include "Json.h"
 #include "JsonLine.h"
+#include "Terminal.h"
 #include "TestFolder.h"
 #include "Text.h"
 
@@ -18,14 +23,19 @@ namespace {
 constexpr char kExamples[] =
     "  qxlt test scenarios\n"
     "  qxlt test scenarios/volume --update\n"
+    "  qxlt test scenarios/volume --update --exact\n"
     "  qxlt test scenarios --junit results.xml\n";
 
-constexpr std::size_t kShownLines = 20;  // of one folder's differences, in the text output
+constexpr std::size_t kShownDifferences = 20;  // of one folder, in the text output
+constexpr std::string_view kIndent = "    ";   // of these
 
 struct TestOptions {
     std::vector<std::string> directories;
     bool update = false;
+    bool exact = false;
     std::string junit;
+
+    Updating Asked() const { return !update ? Updating::No : exact ? Updating::Exact : Updating::Lean; }
 };
 
 void PrintText(Output& output, const TestResult& result) {
@@ -33,20 +43,19 @@ void PrintText(Output& output, const TestResult& result) {
     const std::string word = !result.Passed() ? paint.Red("FAIL") : paint.Green(result.updated ? "new " : "ok  ");
     output.Line(word + "  " + Printable(result.folder));
     if (!result.failure.empty()) output.Line("      " + Printable(result.failure));
-    const std::vector<std::string> lines = DiffText(result);
-    const std::size_t shown = std::min(lines.size(), kShownLines);
-    for (std::size_t i = 0; i < shown; ++i) {
-        const std::string line = Printable(lines[i]);
-        output.Line("    " + (lines[i].front() == '-' ? paint.Red(line) : paint.Green(line)));
+    const std::size_t width = TerminalWidth(STDOUT_FILENO);
+    const std::size_t room = width > kIndent.size() ? width - kIndent.size() : width;
+    for (const std::string& line :
+         DifferenceLines(result.differences, kShownDifferences, result.start, output.Paint(), room)) {
+        output.Line(std::string(kIndent) + line);
     }
-    if (shown < lines.size()) output.Line("    and " + std::to_string(lines.size() - shown) + " more");
     if (!result.explanation.empty()) output.Line("      " + Printable(result.explanation));
 }
 
-void AddDifferences(JsonLine& line, const char* key, const TestResult& result, DiffLine::Kind kind) {
+void AddDifferences(JsonLine& line, const char* key, const TestResult& result, SharedJson Difference::*side) {
     line.BeginList(key);
-    for (const DiffLine& difference : result.diff) {
-        if (difference.kind == kind) line.AddJson(difference.line->dump());
+    for (const Difference& difference : result.differences) {
+        if (difference.*side != nullptr) line.AddJson((difference.*side)->dump());
     }
     line.EndList();
 }
@@ -57,8 +66,8 @@ void PrintJson(Output& output, const TestResult& result) {
     line.Add("passed", result.Passed());
     line.Add("updated", result.updated);
     line.AddText("failure", result.failure);
-    AddDifferences(line, "missing", result, DiffLine::Kind::Missing);
-    AddDifferences(line, "unexpected", result, DiffLine::Kind::Unexpected);
+    AddDifferences(line, "missing", result, &Difference::missing);
+    AddDifferences(line, "unexpected", result, &Difference::unexpected);
     line.AddText("explanation", result.explanation);
     output.Line(std::move(line).Finish());
 }
@@ -73,7 +82,7 @@ int Test(const TestOptions& options, Format format) {
     std::vector<TestResult> results;
     for (const std::string& folder : folders) {
         progress.Show("folder " + std::to_string(results.size() + 1) + " of " + std::to_string(folders.size()));
-        results.push_back(TestFolder(folder).Run(options.update, output, progress));
+        results.push_back(TestFolder(folder).Run(options.Asked(), output, progress));
         (format == Format::Json ? PrintJson : PrintText)(output, results.back());
     }
     const auto failed = static_cast<std::size_t>(
@@ -94,7 +103,11 @@ void AddTest(CLI::App& app, Invocation& invocation) {
     command.add_option("DIR", options->directories, "Folders with *.xml, a capture or dumps, and expected.jsonl")
         ->required()
         ->option_text("...");
-    command.add_flag("--update", options->update, "Write what happens to expected.jsonl");
+    CLI::Option* const update = command.add_flag(
+        "--update", options->update,
+        "Have expected.jsonl hold: what happens, without times and ids; lines that hold stay as they are");
+    command.add_flag("--exact", options->exact, "With --update: write all of it anew, with times and ids")
+        ->needs(update);
     command.add_option("--junit", options->junit, "Write the results as JUnit XML")->option_text("FILE");
 }
 

@@ -1,8 +1,5 @@
 #include "CallValues.h"
 
-#include <array>
-#include <cstdio>
-
 #include "QxScriptScenario.h"
 #include "ResultType.h"
 #include "Text.h"
@@ -18,12 +15,6 @@ void AddValues(std::vector<CallValue>& values, Moment moment, const std::vector<
     for (std::size_t i = 0; i < list.size(); ++i) {
         values.push_back({moment, i, &list[i], types == nullptr ? nullptr : &(*types)[i]});
     }
-}
-
-std::string FractionText(double number) {
-    std::array<char, 40> text{};
-    const int size = std::snprintf(text.data(), text.size(), "%g", number);
-    return {text.data(), static_cast<std::size_t>(size)};
 }
 
 struct Shown {

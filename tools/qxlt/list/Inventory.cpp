@@ -6,7 +6,9 @@
 #include "CaptureReader.h"
 #include "DumpHeader.h"
 #include "DumpInput.h"
+#include "DumpStarts.h"
 #include "InventoryStore.h"
+#include "Platform.h"
 #include "ProcessNames.h"
 #include "QxCycle.h"
 #include "QxFormat.h"
@@ -18,11 +20,12 @@ namespace qxlt {
 // Decodes as tracking does, and puts together what came.
 class Inventory::Reader final {
 public:
-    explicit Reader(const FaultSink& faults) : m_faults(faults) {}
+    Reader(const FaultSink& faults, const CountChoice& choice) : m_faults(faults), m_choice(choice) {}
 
     void ReadCapture(const std::string& directory, Progress& progress) {
         CaptureReader capture(directory);
         m_names = capture.Processes();
+        m_start = capture.Start();
         m_names.Register(*m_store);
         while (capture.Next()) {
             progress.Show("cycle " + std::to_string(capture.Cycle()));
@@ -32,17 +35,19 @@ public:
                 if (!file.empty()) Decode(cycle, process.first, file, ReadDump(file));
             }
             // The first cycle's calls stay, so that one that was still open then can return.
-            if (capture.Cycle() != 1) m_store->CountCalls();
+            if (capture.Cycle() != 1) CountCalls();
         }
     }
 
     void ReadDumps(const std::vector<std::string>& files, Progress& progress) {
         RequireReadable(files);
+        DumpStarts starts;
         const std::string process = Identify(files.front());
         for (const std::string& file : files) {
             progress.Show(file);
             DecodeFile(process, file);
-            m_store->CountCalls();
+            m_start = m_choice ? starts.Of(file) : RunStart();
+            CountCalls();
         }
     }
 
@@ -54,15 +59,16 @@ public:
             m_ended[process] = dump.ended;
         }
         m_names.Register(*m_store);
+        m_start.clock = WallClockOffset();
         for (auto& [process, dump] : dumps) {
             QxCycle cycle(nullptr, nullptr, m_store);
             Decode(cycle, process, process + ", dump", std::move(dump.bytes));
-            m_store->CountCalls();
+            CountCalls();
         }
     }
 
     Inventory Finish() {
-        m_store->CountCalls();
+        CountCalls();
         Inventory inventory;
         for (const auto& [name, pid] : m_names.Pids()) {
             inventory.m_processes.push_back({name, pid, m_store->ProcessIds(pid), m_ended[name]});
@@ -74,6 +80,11 @@ public:
     }
 
 private:
+    void CountCalls() {
+        if (!m_choice) return m_store->CountCalls();
+        m_store->CountCalls([this](const IQxData::HSCall& call) { return m_choice(call, m_start); });
+    }
+
     std::string Identify(const std::string& file) {
         std::vector<char> dump = ReadDump(file);
         const DumpHeader header = HeaderOf(dump).value_or(DumpHeader());
@@ -109,6 +120,8 @@ private:
     }
 
     const FaultSink& m_faults;
+    const CountChoice& m_choice;
+    RunStart m_start;  // of the calls that the store holds
     const std::shared_ptr<InventoryStore> m_store = std::make_shared<InventoryStore>();
     ProcessNames m_names;
     std::map<std::string, std::string> m_ended;  // by name, as CurrentDump has it
@@ -136,8 +149,9 @@ bool IsLetters(const RecordedValue& value) {
 
 }  // namespace
 
-Inventory Inventory::Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress) {
-    Reader reader(faults);
+Inventory Inventory::Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress,
+                          const CountChoice& choice) {
+    Reader reader(faults, choice);
     if (paths.size() == 1 && IsDirectory(paths.front())) {
         reader.ReadCapture(paths.front(), progress);
     } else {
@@ -146,8 +160,9 @@ Inventory Inventory::Read(const std::vector<std::string>& paths, const FaultSink
     return reader.Finish();
 }
 
-Inventory Inventory::Take(const std::vector<std::string>& processes, const FaultSink& faults) {
-    Reader reader(faults);
+Inventory Inventory::Take(const std::vector<std::string>& processes, const FaultSink& faults,
+                          const CountChoice& choice) {
+    Reader reader(faults, choice);
     reader.Take(processes);
     return reader.Finish();
 }

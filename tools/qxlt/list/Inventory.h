@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -14,6 +15,7 @@
 #include "IQxData.h"
 #include "Progress.h"
 #include "QxScriptWords.h"
+#include "RunStart.h"
 
 namespace qxlt {
 
@@ -60,15 +62,20 @@ struct RecordedThread {
     std::optional<std::uint32_t> processId;  // whole
 };
 
+// Whether a call of such a run counts.
+using CountChoice = std::function<bool(const IQxData::HSCall& call, const RunStart& start)>;
+
 class Inventory final {
 public:
-    // A capture, or the dumps of one process, decoded in this order. What is wrong in them goes to `faults`. Throws a
-    // Failure (cannot start) for what cannot be read.
-    static Inventory Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress);
+    // A capture, or the dumps of one process, decoded in this order. What is wrong in them goes to `faults`. Calls
+    // count that are chosen: all of them without a choice. Throws a Failure (cannot start) for what cannot be read.
+    static Inventory Read(const std::vector<std::string>& paths, const FaultSink& faults, Progress& progress,
+                          const CountChoice& choice = nullptr);
 
     // What is recorded under these names now, by those that run or, where none does, by the one that ended last. Throws
     // a Failure (cannot start) that says why when there is nothing.
-    static Inventory Take(const std::vector<std::string>& processes, const FaultSink& faults);
+    static Inventory Take(const std::vector<std::string>& processes, const FaultSink& faults,
+                          const CountChoice& choice = nullptr);
 
     // By pid, then by name.
     const std::vector<RecordedProcess>& Processes() const { return m_processes; }

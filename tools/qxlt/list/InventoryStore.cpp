@@ -105,9 +105,10 @@ InventoryStore::Site* InventoryStore::SiteOf(const HSCall& call, KnownSites& kno
     return entry->second;
 }
 
-void InventoryStore::CountCalls() {
+void InventoryStore::CountCalls(const std::function<bool(const HSCall&)>& counts) {
     KnownSites known;
     TakeCalls(*this, [&](unsigned long long, const HSCall& call) {
+        if (counts && !counts(call)) return;
         if (Site* const site = SiteOf(call, known)) Count(call, *site);
     });
 }

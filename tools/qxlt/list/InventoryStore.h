@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <tuple>
@@ -23,8 +24,8 @@ public:
     void AppendCallLocation(_HSCallLocation& location) override;
     void AppendCompArgDesc(std::string name, _HSCompArgDesc desc) override;
 
-    // Counts the calls that the store holds, and drops them.
-    void CountCalls();
+    // Counts those of the calls that the store holds that are to count, and drops all of them.
+    void CountCalls(const std::function<bool(const HSCall&)>& counts = nullptr);
 
     // How many records of all kinds it has taken, calls only while they are held.
     std::uint64_t Records() { return m_records + GetCallIMap()->size(); }

@@ -1,7 +1,9 @@
 #include "Text.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
+#include <cstdio>
 
 namespace qxlt {
 
@@ -99,6 +101,20 @@ std::string Hex(std::string_view bytes) {
         result += digits[value & 0x0F];
     }
     return result;
+}
+
+std::string Unhex(const std::string& hex) {
+    if (hex.size() % 2 != 0 || hex.find_first_not_of("0123456789abcdef") != std::string::npos) return hex;
+    const auto digit = [](char c) { return c <= '9' ? c - '0' : c - 'a' + 10; };
+    std::string bytes;
+    for (std::size_t i = 0; i < hex.size(); i += 2) bytes += static_cast<char>(digit(hex[i]) * 16 + digit(hex[i + 1]));
+    return bytes;
+}
+
+std::string FractionText(double number) {
+    std::array<char, 40> text{};
+    const int size = std::snprintf(text.data(), text.size(), "%g", number);
+    return {text.data(), static_cast<std::size_t>(size)};
 }
 
 std::string Printable(const std::string& text) {

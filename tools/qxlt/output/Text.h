@@ -17,6 +17,12 @@ std::string ReplaceInvalid(std::string_view text);
 // All bytes in lower-case hex.
 std::string Hex(std::string_view bytes);
 
+// The bytes that such hex stands for; what is no hex as it is.
+std::string Unhex(const std::string& hex);
+
+// A number with a fraction in six digits: "0.25", "1e+09".
+std::string FractionText(double number);
+
 // For terminals: control characters and bytes that are not UTF-8 become \n, \t or \xNN.
 std::string Printable(const std::string& text);
 

@@ -6,7 +6,6 @@
 
 #include "CallValues.h"
 #include "JsonLine.h"
-#include "Messages.h"
 #include "Terminal.h"
 #include "Text.h"
 
@@ -62,19 +61,13 @@ void EventPrinter::Expect(const std::vector<std::string>& events) {
 
 void EventPrinter::Print(const EventView& view) {
     ++m_counts[view.event];
-    TellOfTime(view.call);
+    m_untold.Look(m_filter, TimeOf(view.call));
     if (!m_filter.ShowsEvent(view.event) || !m_filter.ShowsCall(view.call)) return;
     if (m_format == Format::Json) {
         m_output.Line(EventJson(view));
     } else {
         PrintText(view);
     }
-}
-
-void EventPrinter::TellOfTime(const CallView& call) {
-    if (m_timeTold || !m_filter.LacksTime(call)) return;
-    m_timeTold = true;
-    PrintWarning("--since and --until-time hold nothing back: these recordings do not tell their time, as captures do");
 }
 
 // The columns are headed for a person alone: elsewhere each line is an event. Their words are as wide as the first

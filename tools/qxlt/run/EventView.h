@@ -11,6 +11,7 @@
 #include "Format.h"
 #include "Output.h"
 #include "ShowOptions.h"
+#include "UntoldTimes.h"
 
 namespace qxlt {
 
@@ -42,7 +43,6 @@ public:
     const std::map<std::string, std::uint64_t>& Counts() const { return m_counts; }
 
 private:
-    void TellOfTime(const CallView& call);
     void PrintText(const EventView& view);
 
     const Format m_format;
@@ -51,8 +51,8 @@ private:
     const TimeFormat m_time;
     const std::size_t m_width;  // of the terminal; 0: there is none
     LineLayout m_layout;
-    bool m_timeTold = false;  // that a bound holds nothing back
-    bool m_headed = false;    // whether the words above the columns were printed
+    UntoldTimes m_untold;
+    bool m_headed = false;  // whether the words above the columns were printed
     std::map<std::string, std::uint64_t> m_counts;
 };
 

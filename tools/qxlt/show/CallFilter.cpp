@@ -43,14 +43,22 @@ std::optional<TimeBound> ReadWall(const std::string& text) {
     return TimeBound{TimeBound::Kind::Wall, static_cast<std::uint64_t>(seconds) * 1000000000 + *ns};
 }
 
-// When the call was made, counted as the bound is.
-std::optional<std::uint64_t> TimeOf(const CallView& call, TimeBound::Kind kind) {
-    if (kind == TimeBound::Kind::Wall) return WallTime(call.call.time, call.clock);
+// Counted as the bound is.
+std::optional<std::uint64_t> CountedAs(const CallTime& call, TimeBound::Kind kind) {
+    if (kind == TimeBound::Kind::Wall) return WallTime(call.time, call.clock);
     if (!call.start) return std::nullopt;
-    return call.call.time < *call.start ? 0 : call.call.time - *call.start;
+    return call.time < *call.start ? 0 : call.time - *call.start;
 }
 
 }  // namespace
+
+CallTime TimeOf(const CallView& call) {
+    return {call.call.time, call.start, call.clock};
+}
+
+CallTime TimeOf(const IQxData::HSCall& call, const RunStart& start) {
+    return {call.time, start.time, start.clock};
+}
 
 std::optional<TimeBound> ReadTimeBound(const std::string& text) {
     const std::optional<double> seconds = ReadSeconds(text);
@@ -61,8 +69,7 @@ std::optional<TimeBound> ReadTimeBound(const std::string& text) {
 
 CallFilter::CallFilter(FilterPatterns patterns)
     : m_patterns(std::move(patterns)),
-      m_all(m_patterns.methods.empty() && m_patterns.processes.empty() && m_patterns.threads.empty() &&
-            m_patterns.since.kind == TimeBound::Kind::None && m_patterns.until.kind == TimeBound::Kind::None) {}
+      m_all(m_patterns.methods.empty() && m_patterns.processes.empty() && m_patterns.threads.empty() && !HasBounds()) {}
 
 bool CallFilter::ShowsEvent(const std::string& name) const {
     return MatchesAny(m_patterns.events, name);
@@ -81,19 +88,19 @@ bool CallFilter::ShowsThread(const std::string& name, unsigned number) const {
     return MatchesAny(m_patterns.threads, name) || MatchesAny(m_patterns.threads, std::to_string(number));
 }
 
-bool CallFilter::IsInTime(const CallView& call) const {
+bool CallFilter::ShowsTime(const CallTime& call) const {
     const auto isBefore = [&call](const TimeBound& bound) {
-        const std::optional<std::uint64_t> time = TimeOf(call, bound.kind);
+        const std::optional<std::uint64_t> time = CountedAs(call, bound.kind);
         return time && *time < bound.ns;
     };
     if (m_patterns.since.kind != TimeBound::Kind::None && isBefore(m_patterns.since)) return false;
     const TimeBound& until = m_patterns.until;
-    return until.kind == TimeBound::Kind::None || !TimeOf(call, until.kind) || isBefore(until);
+    return until.kind == TimeBound::Kind::None || !CountedAs(call, until.kind) || isBefore(until);
 }
 
-bool CallFilter::LacksTime(const CallView& call) const {
+bool CallFilter::LacksTime(const CallTime& call) const {
     const auto isUntold = [&call](const TimeBound& bound) {
-        return bound.kind != TimeBound::Kind::None && !TimeOf(call, bound.kind);
+        return bound.kind != TimeBound::Kind::None && !CountedAs(call, bound.kind);
     };
     return isUntold(m_patterns.since) || isUntold(m_patterns.until);
 }
@@ -101,7 +108,7 @@ bool CallFilter::LacksTime(const CallView& call) const {
 bool CallFilter::ShowsCall(const CallView& call) const {
     if (m_all) return true;
     return ShowsMethod(call.location) && ShowsProcess(call.process) &&
-           ShowsThread(std::string(call.thread), call.call.tid) && IsInTime(call);
+           ShowsThread(std::string(call.thread), call.call.tid) && ShowsTime(TimeOf(call));
 }
 
 }  // namespace qxlt

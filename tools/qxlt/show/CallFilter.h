@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "CallView.h"
+#include "RunStart.h"
 
 namespace qxlt {
 
@@ -30,6 +31,16 @@ struct FilterPatterns {
     TimeBound until;
 };
 
+// When a call was made, on the clock of the recordings, and what is known of that clock.
+struct CallTime {
+    std::uint64_t time;
+    std::optional<std::uint64_t> start;  // when the run began
+    ClockOffset clock;
+};
+
+CallTime TimeOf(const CallView& call);
+CallTime TimeOf(const IQxData::HSCall& call, const RunStart& start);
+
 class CallFilter final {
 public:
     explicit CallFilter(FilterPatterns patterns = {});
@@ -41,15 +52,21 @@ public:
     bool ShowsProcess(const std::string& name) const;
     bool ShowsThread(const std::string& name, unsigned number) const;
 
-    // All that is known of a call, and when it was made. A bound that cannot be told for it holds nothing back.
+    // When a call was made. A bound that cannot be told for it holds nothing back.
+    bool ShowsTime(const CallTime& call) const;
+
+    // All that is known of a call, its time included.
     bool ShowsCall(const CallView& call) const;
 
+    // Whether a bound is asked for.
+    bool HasBounds() const {
+        return m_patterns.since.kind != TimeBound::Kind::None || m_patterns.until.kind != TimeBound::Kind::None;
+    }
+
     // Whether a bound is asked for that cannot be told for the call.
-    bool LacksTime(const CallView& call) const;
+    bool LacksTime(const CallTime& call) const;
 
 private:
-    bool IsInTime(const CallView& call) const;
-
     FilterPatterns m_patterns;
     bool m_all;  // nothing is asked for
 };

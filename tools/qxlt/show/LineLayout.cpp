@@ -71,8 +71,12 @@ void LineLayout::MakeRoom() {
     if (m_width == 0 || m_isChosen) return;
     for (const Column column : kDispensable) {
         if (WidthBefore(m_columns.size() - 1) + kLeastRest <= m_width) return;
-        m_columns.erase(std::remove(m_columns.begin(), m_columns.end(), column), m_columns.end());
+        Drop(column);
     }
+}
+
+void LineLayout::Drop(Column column) {
+    m_columns.erase(std::remove(m_columns.begin(), m_columns.end(), column), m_columns.end());
 }
 
 // The last column has what the others leave of the line, and needs no blanks behind it.
@@ -88,6 +92,10 @@ std::string LineLayout::Cell(std::size_t place, const std::string& text) const {
 }
 
 std::string LineLayout::Line(const Cells& cells, const Colors& paint) {
+    return Line(cells, [&paint](Column column, const std::string& text) { return Painted(column, text, paint); });
+}
+
+std::string LineLayout::Line(const Cells& cells, const CellPaint& paint) {
     for (const Column column : m_columns) {
         if (column != m_columns.back()) Reserve(column, CharactersOf(cells[static_cast<std::size_t>(column)]));
     }
@@ -95,7 +103,7 @@ std::string LineLayout::Line(const Cells& cells, const Colors& paint) {
     std::string line;
     for (std::size_t i = 0; i < m_columns.size(); ++i) {
         const std::string cell = Cell(i, cells[static_cast<std::size_t>(m_columns[i])]);
-        line += (i == 0 ? "" : std::string(kGap, ' ')) + Painted(m_columns[i], cell, paint);
+        line += (i == 0 ? "" : std::string(kGap, ' ')) + paint(m_columns[i], cell);
     }
     return line;
 }

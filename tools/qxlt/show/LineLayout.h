@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,6 +25,9 @@ std::optional<std::vector<Column>> ReadColumns(const std::string& text);
 // What a line shows, in the order of Column.
 using Cells = std::array<std::string, kColumns>;
 
+// How a cell of that column is painted.
+using CellPaint = std::function<std::string(Column, const std::string&)>;
+
 class LineLayout final {
 public:
     // No columns: those that are shown unless others are asked for, of which a narrow terminal shows fewer. `width` is
@@ -33,7 +37,11 @@ public:
     // Has the column at least that wide.
     void Reserve(Column column, std::size_t width);
 
-    // The line, in colours. Columns get wider with what comes.
+    // Leaves the column out.
+    void Drop(Column column);
+
+    // The line, in colours of its own or in these. Columns get wider with what comes.
+    std::string Line(const Cells& cells, const CellPaint& paint);
     std::string Line(const Cells& cells, const Colors& paint);
 
     // The words above the columns, as wide as these are by now.

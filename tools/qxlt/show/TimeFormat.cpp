@@ -6,14 +6,14 @@ namespace {
 
 constexpr std::uint64_t kSecondNs = 1000000000;
 
+}  // namespace
+
 std::string RelativeText(std::uint64_t time, std::uint64_t start) {
     const bool isBefore = time < start;
     const std::uint64_t ns = isBefore ? start - time : time - start;
     std::string fraction = std::to_string(kSecondNs + ns % kSecondNs);
     return (isBefore ? "-" : "") + std::to_string(ns / kSecondNs) + "." + fraction.substr(1, 6);
 }
-
-}  // namespace
 
 std::string TimeText(TimeFormat format, const CallView& call) {
     const std::uint64_t time = call.call.time;

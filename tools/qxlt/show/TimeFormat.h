@@ -19,6 +19,9 @@ enum class TimeFormat {
 // recorded. Requires: the format is not Chosen.
 std::string TimeText(TimeFormat format, const CallView& call);
 
+// The time in seconds since the start, "0.104233", or before it, "-0.000002".
+std::string RelativeText(std::uint64_t time, std::uint64_t start);
+
 // "12 ns", "4.5 us", "17.3 ms", "2.1 s".
 std::string SpanText(std::uint64_t ns);
 

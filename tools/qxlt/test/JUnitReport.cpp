@@ -6,8 +6,8 @@
 #include <fstream>
 #include <sstream>
 
+#include "DifferenceText.h"
 #include "Failure.h"
-#include "Json.h"
 #include "Text.h"
 #include "Xml.h"
 
@@ -25,7 +25,10 @@ void WriteFailure(std::ostream& out, const TestResult& result) {
         return;
     }
     out << "<failure message=\"" << Escaped(result.explanation) << "\">";
-    for (const std::string& line : DiffText(result)) out << Escaped(line) << "\n";
+    const Colors plain(-1);
+    const std::vector<std::string> lines =
+        DifferenceLines(result.differences, result.differences.size(), result.start, plain, 0);
+    for (const std::string& line : lines) out << Escaped(line) << "\n";
     out << "</failure>";
 }
 
@@ -38,19 +41,11 @@ void WriteCase(std::ostream& out, const TestResult& result) {
 
 }  // namespace
 
-std::vector<std::string> DiffText(const TestResult& result) {
-    std::vector<std::string> lines;
-    for (const DiffLine& difference : result.diff) {
-        lines.push_back((difference.kind == DiffLine::Kind::Missing ? "- " : "+ ") + difference.line->dump());
-    }
-    return lines;
-}
-
 void WriteJUnit(const std::string& file, const std::vector<TestResult>& results) {
     const auto errors =
         std::count_if(results.begin(), results.end(), [](const TestResult& result) { return !result.failure.empty(); });
-    const auto failed =
-        std::count_if(results.begin(), results.end(), [](const TestResult& result) { return !result.diff.empty(); });
+    const auto failed = std::count_if(results.begin(), results.end(),
+                                      [](const TestResult& result) { return !result.differences.empty(); });
     std::ofstream out(file, std::ios::trunc);
     out << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<testsuite name=\"qxlt\" tests=\"" << results.size()
         << "\" failures=\"" << failed << "\" errors=\"" << errors << "\">\n";

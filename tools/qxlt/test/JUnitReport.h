@@ -11,7 +11,4 @@ namespace qxlt {
 // Throws a Failure (cannot start) when the file cannot be written.
 void WriteJUnit(const std::string& file, const std::vector<TestResult>& results);
 
-// The differing lines, "- " before one that is missing and "+ " before one that is not expected.
-std::vector<std::string> DiffText(const TestResult& result);
-
 }  // namespace qxlt

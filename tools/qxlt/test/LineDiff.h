@@ -1,23 +1,24 @@
-// What differs between the lines that were expected and those that came.
+// How the lines that were expected and those that came stand side by side, as many as can be beside one that they
+// match.
 #pragma once
 
-#include <string>
+#include <cstddef>
+#include <functional>
 #include <vector>
-
-#include "JsonFwd.h"
 
 namespace qxlt {
 
-struct DiffLine {
-    enum class Kind { Missing, Unexpected } kind;
-    SharedJson line;
+// One step down the two columns, by the lines' places in them.
+struct LineStep {
+    enum class Kind { Same, Missing, Unexpected } kind;
+    std::size_t expected;  // unless it is unexpected
+    std::size_t actual;    // unless it is missing
 };
 
-// Whether the line that came is the expected one. An expected object may leave keys out, also one in a
-// list; "key" does not count.
-bool IsExpected(const JsonObject& expected, const JsonObject& actual);
+// Whether the line that came at the second place matches the one that is expected at the first.
+using LineMatch = std::function<bool(std::size_t expected, std::size_t actual)>;
 
-// The lines that are on one side only, in order; both sides are aligned so that these are few.
-std::vector<DiffLine> Diff(const std::vector<JsonObject>& expected, const std::vector<JsonObject>& actual);
+// The steps past all lines of both columns, of that many lines each, in order.
+std::vector<LineStep> Align(std::size_t expected, std::size_t actual, const LineMatch& matches);
 
 }  // namespace qxlt

@@ -1,24 +1,18 @@
 #include "TestFolder.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <system_error>
 #include <utility>
 
 #include "CaptureLayout.h"
+#include "Expectation.h"
 #include "Explainer.h"
 #include "Failure.h"
 #include "Format.h"
 #include "JoinedScripts.h"
 #include "Json.h"
-#include "Messages.h"
-#include "ReadFile.h"
 
 namespace qxlt {
 
@@ -55,12 +49,19 @@ bool IsTest(const fs::directory_entry& entry) {
     return entry.is_directory(ignored) && !Entries(entry.path().string(), IsScript).empty();
 }
 
-std::string Explain(const Explainer& explainer, const DiffLine& first) {
-    const auto event = first.line->find("event");
-    if (event == first.line->end() || !event->is_string()) return std::string();
-    const std::string name = event->get<std::string>();
-    return name + (first.kind == DiffLine::Kind::Missing ? " is missing, " : " is not expected, ") +
-           explainer.ReasonOf(name);
+std::string Explain(const Explainer& explainer, const Difference& first) {
+    const std::string name = JsonText(first.missing != nullptr ? *first.missing : *first.unexpected, "event");
+    if (name.empty()) return std::string();
+    const char* const what = first.unexpected == nullptr ? " is missing, "
+                             : first.missing == nullptr  ? " is not expected, "
+                                                         : " is not as expected, ";
+    return name + what + explainer.ReasonOf(name);
+}
+
+// Returns whether the expectation changed.
+bool Update(const Expectation& expectation, Updating updating, const RunLines& run) {
+    if (updating == Updating::No) return false;
+    return updating == Updating::Exact ? expectation.UpdateExactly(run) : expectation.Update(run);
 }
 
 }  // namespace
@@ -79,13 +80,13 @@ std::vector<std::string> TestFolder::Find(const std::vector<std::string>& argume
     return folders;
 }
 
-TestResult TestFolder::Run(bool update, Output& output, Progress& progress) const {
+TestResult TestFolder::Run(Updating updating, Output& output, Progress& progress) const {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point start = Clock::now();
     TestResult result;
     result.folder = m_path;
     try {
-        Compare(update, output, progress, result);
+        Compare(updating, output, progress, result);
     } catch (const Failure& failure) {
         result.failure = failure.what();
     }
@@ -93,14 +94,15 @@ TestResult TestFolder::Run(bool update, Output& output, Progress& progress) cons
     return result;
 }
 
-void TestFolder::Compare(bool update, Output& output, Progress& progress, TestResult& result) const {
+void TestFolder::Compare(Updating updating, Output& output, Progress& progress, TestResult& result) const {
     ForgetEvents();
     const JoinedScripts scripts(Entries(m_path, IsScript));
     const ReplayInput input = Input(scripts);
-    Lines actual;
-    const auto take = [&actual](const std::string& line) { actual.push_back(ParseJson("", line)); };
-    const auto takeEvent = [&take](EventView view) {
+    RunLines run;
+    const auto take = [&run](const std::string& line) { run.Add(Shared(ParseJson("", line))); };
+    const auto takeEvent = [&take, &result](EventView view) {
         view.call.key.reset();
+        result.start = view.call.start;
         take(EventJson(view));
     };
     const auto takeFault = [&take](const Fault& fault) { take(fault.record); };
@@ -108,12 +110,11 @@ void TestFolder::Compare(bool update, Output& output, Progress& progress, TestRe
     Explainer explainer(Format::Text, output, replayer.Root(), replayer.Places(), "");
     replayer.SetExplainer(explainer);
     replayer.Run();
-    if (update) {
-        result.updated = Update(actual);
-        return;
-    }
-    result.diff = Diff(ReadExpected(), actual);
-    if (!result.diff.empty()) result.explanation = Explain(explainer, result.diff.front());
+    const Expectation expectation(m_path + "/expected.jsonl");
+    result.updated = Update(expectation, updating, run);
+    const std::vector<ExpectedLine> expected = expectation.Read();
+    result.differences = Comparison(expected, run).Differences();
+    if (!result.differences.empty()) result.explanation = Explain(explainer, result.differences.front());
 }
 
 ReplayInput TestFolder::Input(const JoinedScripts& scripts) const {
@@ -136,41 +137,6 @@ ReplayInput TestFolder::Input(const JoinedScripts& scripts) const {
     }
     input.process = scripts.Processes().front();
     return input;
-}
-
-TestFolder::Lines TestFolder::ReadExpected() const {
-    std::error_code ignored;
-    if (!fs::exists(ExpectedPath(), ignored)) {
-        throw Failure(kCannotStart, ExpectedPath() + ": is missing; write it with --update");
-    }
-    std::istringstream text(ReadFile(ExpectedPath()));
-    Lines lines;
-    std::size_t number = 0;
-    for (std::string line; std::getline(text, line);) {
-        ++number;
-        if (line.empty()) continue;
-        lines.push_back(ParseJson(Place(ExpectedPath(), number), line));
-        if (!lines.back().is_object()) {
-            throw Failure(kCannotStart, Place(ExpectedPath(), number) + ": no JSON object; write it with --update");
-        }
-    }
-    return lines;
-}
-
-// Written beside and then renamed: a failure leaves the old expectation. Returns whether it changed.
-bool TestFolder::Update(const Lines& lines) const {
-    std::string text;
-    for (const JsonObject& line : lines) text += line.dump() + "\n";
-    std::error_code ignored;
-    if (fs::exists(ExpectedPath(), ignored) && ReadFile(ExpectedPath()) == text) return false;
-    const std::string beside = ExpectedPath() + ".new";
-    std::ofstream file(beside, std::ios::binary | std::ios::trunc);
-    file << text;
-    file.close();
-    if (!file || std::rename(beside.c_str(), ExpectedPath().c_str()) != 0) {
-        throw Failure(kCannotStart, ExpectedPath() + ": " + std::strerror(errno) + "; it keeps its old content");
-    }
-    return true;
 }
 
 }  // namespace qxlt

@@ -3,25 +3,36 @@
 // expected, expected.jsonl.
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include "JsonFwd.h"
-#include "LineDiff.h"
+#include "Comparison.h"
 #include "Output.h"
 #include "Replayer.h"
+#include "RunLines.h"
 
 namespace qxlt {
 
 struct TestResult {
     std::string folder;
-    std::string failure;         // why it could not be tested; empty: it was
-    std::vector<DiffLine> diff;  // what differs
-    std::string explanation;     // of the first difference
-    bool updated = false;        // the expectation was written anew
+    std::string failure;                  // why it could not be tested; empty: it was
+    std::vector<Difference> differences;  // from what is expected
+    std::string explanation;              // of the first of them
+    std::optional<std::uint64_t> start;   // when the run began, on the clock of its calls
+    bool updated = false;                 // the expectation was written anew
     double seconds = 0;
 
-    bool Passed() const { return failure.empty() && diff.empty(); }
+    bool Passed() const { return failure.empty() && differences.empty(); }
+};
+
+// What is done with expected.jsonl before the comparison.
+enum class Updating {
+    No,
+    Lean,   // it is made to hold, without what differs from run to run
+    Exact,  // it is written anew, with all keys
 };
 
 class TestFolder final {
@@ -32,18 +43,13 @@ public:
     // in the order of their names. Throws a Failure (cannot start) when there are none.
     static std::vector<std::string> Find(const std::vector<std::string>& arguments);
 
-    // Tests the folder, or writes its expectation. Nothing of an earlier test is remembered. Throws nothing that the
-    // folder's content can cause.
-    TestResult Run(bool update, Output& output, Progress& progress) const;
+    // Tests the folder, after its expectation was updated if that is asked for. Nothing of an earlier test is
+    // remembered. Throws nothing that the folder's content can cause.
+    TestResult Run(Updating updating, Output& output, Progress& progress) const;
 
 private:
-    using Lines = std::vector<JsonObject>;
-
-    void Compare(bool update, Output& output, Progress& progress, TestResult& result) const;
+    void Compare(Updating updating, Output& output, Progress& progress, TestResult& result) const;
     ReplayInput Input(const JoinedScripts& scripts) const;
-    Lines ReadExpected() const;
-    bool Update(const Lines& lines) const;
-    std::string ExpectedPath() const { return m_path + "/expected.jsonl"; }
 
     const std::string m_path;
 };

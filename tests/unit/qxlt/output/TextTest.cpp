@@ -51,6 +51,13 @@ TEST(Text, ShowsValuesAsPeopleReadThem) {
     for (const auto& [bytes, shown] : rows) EXPECT_EQ(ShownValue(bytes), shown);
 }
 
+TEST(Text, ReadsHexBack) {
+    std::string all;
+    for (int byte = 0; byte < 256; ++byte) all += static_cast<char>(byte);
+    EXPECT_EQ(Unhex(Hex(all)), all);
+    for (const char* const none : {"0", "0g", "FF", "0x"}) EXPECT_EQ(Unhex(none), none);
+}
+
 TEST(Text, PadsByCharacters) {
     EXPECT_EQ(Pad("\xC3\xA4", 3), "\xC3\xA4  ");
     EXPECT_EQ(Pad("abcd", 3), "abcd");

@@ -99,15 +99,15 @@ TEST_F(ShownCall, IsNotHeldBackByBoundsThatCannotBeTold) {
 
 TEST_F(ShownCall, SaysWhichBoundsCannotBeTold) {
     FilterPatterns patterns;
-    EXPECT_FALSE(CallFilter(patterns).LacksTime(View()));
+    EXPECT_FALSE(CallFilter(patterns).LacksTime(TimeOf(View())));
     patterns.since = ReadTimeBound("10s").value();
-    EXPECT_TRUE(CallFilter(patterns).LacksTime(View()));
+    EXPECT_TRUE(CallFilter(patterns).LacksTime(TimeOf(View())));
     m_start = kSecond;
-    EXPECT_FALSE(CallFilter(patterns).LacksTime(View()));
+    EXPECT_FALSE(CallFilter(patterns).LacksTime(TimeOf(View())));
     patterns.until = ReadTimeBound("2026-03-01T12:30:01Z").value();
-    EXPECT_TRUE(CallFilter(patterns).LacksTime(View()));
+    EXPECT_TRUE(CallFilter(patterns).LacksTime(TimeOf(View())));
     m_clock = kMarch;
-    EXPECT_FALSE(CallFilter(patterns).LacksTime(View()));
+    EXPECT_FALSE(CallFilter(patterns).LacksTime(TimeOf(View())));
 }
 
 TEST(TimeBound, IsReadOrRefused) {

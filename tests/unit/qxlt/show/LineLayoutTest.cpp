@@ -33,6 +33,13 @@ TEST(LineLayout, KeepsColumnsAsWideAsTheyHaveBeen) {
     EXPECT_EQ(layout.Header(), "  time  event    call");
 }
 
+TEST(LineLayout, LeavesOutWhatIsDropped) {
+    LineLayout layout({Column::Time, Column::Event, Column::Call}, 0);
+    layout.Drop(Column::Call);
+    layout.Drop(Column::Time);
+    EXPECT_EQ(layout.Line(Sample(), [](Column, const std::string& text) { return "<" + text + ">"; }), "<VOLUME_HIGH>");
+}
+
 TEST(LineLayout, FitsATerminal) {
     for (std::size_t width = 60; width <= 200; ++width) {
         LineLayout layout({}, width);
