@@ -3,8 +3,8 @@
 namespace qxlt {
 
 const std::vector<AddFunction>& AllCommands() {
-    static const std::vector<AddFunction> commands = {AddRun,   AddReplay, AddDecode, AddList,  AddClean,
-                                                      AddCheck, AddTest,   AddTrace,  AddExport, AddView};
+    static const std::vector<AddFunction> commands = {AddRun,  AddReplay, AddDecode, AddList,   AddClean,  AddCheck,
+                                                      AddTest, AddTrace,  AddTop,    AddReport, AddExport, AddView};
     return commands;
 }
 
