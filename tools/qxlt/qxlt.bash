@@ -14,7 +14,7 @@ _qxlt_options() {
 
 # The words that an option with a choice takes: "--format text|json".
 _qxlt_choices() {
-    _qxlt_help "$1" "$2" | sed -n "s/^  ${3} \([a-z]*\(|[a-z]*\)\+\)\( .*\)\?$/\1/p" | tr '|' '\n'
+    _qxlt_help "$1" "$2" | sed -n "s/^  ${3} \([a-z0-9]*\(|[a-z0-9]*\)\+\)\( .*\)\?$/\1/p" | tr '|' '\n'
 }
 
 # The recordings that there are: "jobq[4711]". Names are the programs' own, and words are expanded: only plain ones.
@@ -54,7 +54,7 @@ _qxlt() {
     else
         local command=${COMP_WORDS[1]}
         case $command,$previous in
-            *,--format | *,--level | *,--pause | *,--on-loss | *,--time) words=$(_qxlt_choices "$program" "$command" "$previous") ;;
+            *,--format | *,--level | *,--pause | *,--on-loss | *,--time | *,--sort) words=$(_qxlt_choices "$program" "$command" "$previous") ;;
             *,--recording) words=$(_qxlt_recordings "$program") ;;
             run,-p | run,--process | trace,-p | trace,--process) words=$(_qxlt_processes "$program" running) ;;
             *,-p | *,--process) words=$(_qxlt_processes "$program") ;;

@@ -7,6 +7,7 @@
 #include <sys/ioctl.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -63,6 +64,7 @@ void WaitForEnd(const Ends& pipe) {
 [[noreturn]] void Execute(const Child::Setup& setup, int output, int error) {
     if (setup.impatient && (fcntl(output, F_SETPIPE_SZ, 4096) < 0 || fcntl(output, F_SETFL, O_NONBLOCK) != 0))
         _exit(127);
+    if (setup.keyboard) dup2(output, STDIN_FILENO);
     dup2(output, STDOUT_FILENO);
     dup2(error, STDERR_FILENO);
     for (const auto& [name, value] : setup.environment) setenv(name.c_str(), value.c_str(), 1);
@@ -146,6 +148,23 @@ bool Child::WaitForError(const std::string& text) {
 
 void Child::Signal(int number) {
     kill(m_pid, number);
+}
+
+void Child::Type(const std::string& keys) const {
+    if (write(m_output.fd, keys.data(), keys.size()) != static_cast<ssize_t>(keys.size())) {
+        throw std::runtime_error("terminal");
+    }
+}
+
+void Child::Resize(unsigned short columns, unsigned short lines) const {
+    const winsize size = {lines, columns, 0, 0};
+    if (ioctl(m_output.fd, TIOCSWINSZ, &size) != 0) throw std::runtime_error("terminal");
+}
+
+bool Child::IsTerminalPlain() const {
+    termios settings = {};
+    if (tcgetattr(m_output.fd, &settings) != 0) throw std::runtime_error("terminal");
+    return (settings.c_lflag & ECHO) != 0 && (settings.c_lflag & ICANON) != 0;
 }
 
 void Child::CloseOutput() {

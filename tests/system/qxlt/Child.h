@@ -17,6 +17,7 @@ public:
         bool impatient = false;      // writes to the output's pipe, which holds one page, do not wait
         bool terminal = false;       // standard output and error are one terminal, read as output
         unsigned short columns = 0;  // the terminal's width; 0: it tells none
+        bool keyboard = false;       // standard input is that terminal, too
     };
 
     // Starts the child, which goes by its program's name from here on. Throws std::runtime_error.
@@ -32,6 +33,13 @@ public:
     bool WaitForError(const std::string& text);
 
     void Signal(int number);
+
+    // What a user of the terminal does: types, and gives it another size. Requires: the output is one.
+    void Type(const std::string& keys) const;
+    void Resize(unsigned short columns, unsigned short lines) const;
+
+    // Whether the terminal shows what is typed, and hands it on line by line. Requires: as above.
+    bool IsTerminalPlain() const;
 
     // From now on nobody reads the standard output.
     void CloseOutput();

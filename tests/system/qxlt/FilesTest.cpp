@@ -78,8 +78,8 @@ bool IsValid(const std::string& file) {
 }  // namespace
 
 TEST(ManualTest, TellsOfEachCommandAndOption) {
-    ASSERT_THAT(CommandNames(), ElementsAre("run", "replay", "decode", "list", "clean", "check", "test", "trace",
-                                            "export", "import", "view"));
+    ASSERT_THAT(CommandNames(), ElementsAre("run", "replay", "decode", "list", "clean", "check", "test", "trace", "top",
+                                            "report", "export", "import", "view"));
     for (const std::string& command : CommandNames()) {
         const std::string manual = ManualOf(command);
         ASSERT_NE(manual, "") << command;
@@ -150,6 +150,8 @@ TEST(CompletionTest, KnowsTheWordsOfChoices) {
     EXPECT_THAT(Completions("export --format ''"), ElementsAre("chrome", "ctf"));
     EXPECT_THAT(Completions("import ''"), ElementsAre("ctf", "uftrace"));
     EXPECT_THAT(Completions("trace --pause f"), ElementsAre("fast"));
+    EXPECT_THAT(Completions("report --sort t"), ElementsAre("threads"));
+    EXPECT_THAT(Completions("top --sort p"), ElementsAre("p99"));
     EXPECT_THAT(Completions("list --level ''"), ElementsAre("silent", "fatal", "major", "warning", "debug", "info"));
     EXPECT_THAT(Completions("check --explain QX02"), Contains("QX021"));
     EXPECT_THAT(Completions("check --explain = QX02"), Contains("QX021"));

@@ -29,6 +29,8 @@ TEST(LineSchema, RefusesWhatIsNoLine) {
                                   R"({"record":"call",)" + call + R"(,"record2":1})",
                                   R"({"cycle":1,"lifecycle":{"process":"m","process_id":1,"state":"gone"}})",
                                   R"({"record":"hex"})",
+                                  R"({"interval":1,"seconds":1.5,"statistics":{"method":"f"}})",
+                                  R"({"statistics":{"method":"f"}})",
                                   "{}",
                                   "[]",
                                   "7",
@@ -52,7 +54,7 @@ TEST(LineSchema, TakesTheLinesOfThePage) {
             EXPECT_EQ(SchemaFault(line), "");
         }
     }
-    EXPECT_EQ(lines, 20U);
+    EXPECT_EQ(lines, 22U);
 }
 
 TEST(LineSchema, TakesTheLinesThatAreKept) {

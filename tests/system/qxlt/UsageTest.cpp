@@ -14,7 +14,7 @@ TEST(Usage, HelpShowsTheCommands) {
     const ToolResult result = RunTool({"--help"});
     EXPECT_EQ(result.status, 0);
     for (const char* const command :
-         {"run", "replay", "decode", "list", "clean", "check", "test", "trace", "export", "view"}) {
+         {"run", "replay", "decode", "list", "clean", "check", "test", "trace", "top", "report", "export", "view"}) {
         EXPECT_THAT(result.output, HasSubstr(std::string("  ") + command + " ")) << command;
     }
     EXPECT_EQ(result.error, "");

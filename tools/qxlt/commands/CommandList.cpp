@@ -3,8 +3,9 @@
 namespace qxlt {
 
 const std::vector<AddFunction>& AllCommands() {
-    static const std::vector<AddFunction> commands = {AddRun,  AddReplay, AddDecode, AddList,   AddClean, AddCheck,
-                                                      AddTest, AddTrace,  AddExport, AddImport, AddView};
+    static const std::vector<AddFunction> commands = {AddRun,    AddReplay, AddDecode, AddList, AddClean,
+                                                      AddCheck,  AddTest,   AddTrace,  AddTop,  AddReport,
+                                                      AddExport, AddImport, AddView};
     return commands;
 }
 

@@ -21,6 +21,8 @@ void AddTest(CLI::App& app, Invocation& invocation);
 void AddTrace(CLI::App& app, Invocation& invocation);
 void AddExport(CLI::App& app, Invocation& invocation);
 void AddImport(CLI::App& app, Invocation& invocation);
+void AddTop(CLI::App& app, Invocation& invocation);
+void AddReport(CLI::App& app, Invocation& invocation);
 void AddView(CLI::App& app, Invocation& invocation);
 
 // All of them, in the order in which the help shows them.

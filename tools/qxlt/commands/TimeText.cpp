@@ -24,4 +24,9 @@ std::optional<double> ReadSeconds(const std::string& text) {
     return std::nullopt;
 }
 
+std::string RequireLength(const std::string& text) {
+    if (ReadSeconds(text)) return std::string();
+    return "\"" + text + "\" is no time above 0; write seconds, or 20us, 500ms, 10s, 2m, 1h";
+}
+
 }  // namespace qxlt

@@ -10,4 +10,7 @@ namespace qxlt {
 // texts, and for a time that is not above 0.
 std::optional<double> ReadSeconds(const std::string& text);
 
+// What is wrong with a text that is no such time; empty: nothing is.
+std::string RequireLength(const std::string& text);
+
 }  // namespace qxlt

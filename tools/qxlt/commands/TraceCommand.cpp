@@ -27,11 +27,6 @@ struct TraceOptions {
     RunOptions run;
 };
 
-std::string RequireTime(const std::string& text) {
-    if (ReadSeconds(text)) return std::string();
-    return "\"" + text + "\" is no time above 0; write seconds, or 20us, 500ms, 10s, 2m, 1h";
-}
-
 std::uint64_t NanosecondsOf(const std::string& text) {
     constexpr double kMost = 1e18;  // none lasts longer
     return static_cast<std::uint64_t>(std::min(ReadSeconds(text).value_or(0) * 1e9, kMost));
@@ -85,7 +80,7 @@ void AddLongerOption(CLI::App& command, TraceChoice& choice) {
         .add_option_function<std::string>(
             "--longer-than", [&choice](const std::string& text) { choice.longerThan = NanosecondsOf(text); },
             "Calls that took longer only (20us, 5ms, 1s)")
-        ->check(RequireTime)
+        ->check(RequireLength)
         ->option_text("TIME");
 }
 
@@ -99,7 +94,7 @@ void AddLiveOptions(CLI::App& command, RunOptions& run) {
         .add_option_function<std::string>(
             "--for", [&run](const std::string& text) { run.seconds = ReadSeconds(text).value_or(0); },
             "Live: end after this time, waiting included")
-        ->check(RequireTime)
+        ->check(RequireLength)
         ->option_text("TIME");
 }
 

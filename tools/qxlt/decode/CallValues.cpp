@@ -92,11 +92,13 @@ std::string EntryText(const CallView& view) {
     return MethodName(view) + "(" + Joined(ValuesOf(view), Moment::In) + ")";
 }
 
+std::string ResultText(const CallView& view) {
+    return LacksResult(view.location, view.call) ? "no result" : Joined(ValuesOf(view), Moment::Ret);
+}
+
 std::string ExitText(const CallView& view) {
-    const std::vector<CallValue> values = ValuesOf(view);
-    const std::string out = view.call.args.out.empty() ? "" : " out (" + Joined(values, Moment::Out) + ")";
-    if (LacksResult(view.location, view.call)) return out + " = no result";
-    return out + (view.call.args.ret.empty() ? "" : " = " + Joined(values, Moment::Ret));
+    const std::string out = view.call.args.out.empty() ? "" : " out (" + Joined(ValuesOf(view), Moment::Out) + ")";
+    return out + (view.call.args.ret.empty() ? "" : " = " + ResultText(view));
 }
 
 }  // namespace qxlt

@@ -47,6 +47,9 @@ std::string CallText(const CallView& view);
 // "audio.GetLevel(7)": the method with what was passed to it.
 std::string EntryText(const CallView& view);
 
+// "1", or "no result" of a call that returned none; empty where nothing is returned.
+std::string ResultText(const CallView& view);
+
 // "out (9) = 1", " = no result", or nothing: what came back.
 std::string ExitText(const CallView& view);
 

@@ -19,10 +19,16 @@ struct DumpNews {
     std::uint64_t history;  // calls that are not shown, because they were made before the run
 };
 
-// All calls come from the thread that runs the cycles. What is handed over is valid for the call only.
+// All calls but the first two come from the thread that runs the cycles. What is handed over is valid for the call
+// only.
 class ICallWatcher {
 public:
     virtual ~ICallWatcher() = default;
+
+    // All processes of a live run were found, and its cycles begin; it is to end. Called by the thread that started the
+    // run, the second while a cycle may be in progress; others may follow, with what is left.
+    virtual void OnBegin() {}
+    virtual void OnEnding() {}
 
     // The dumps of a cycle, before the calls that they brought. A process without a dump is told of as well.
     virtual void OnDump(const DumpNews& news) = 0;

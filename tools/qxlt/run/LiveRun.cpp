@@ -64,6 +64,22 @@ private:
     std::vector<std::string> m_names;  // that were said last
 };
 
+// Tells who watches, if anybody does, of the beginning and the end.
+class WatchedSpan final {
+public:
+    explicit WatchedSpan(ICallWatcher* watcher) : m_watcher(watcher) {
+        if (m_watcher != nullptr) m_watcher->OnBegin();
+    }
+    WatchedSpan(const WatchedSpan&) = delete;
+    WatchedSpan& operator=(const WatchedSpan&) = delete;
+    ~WatchedSpan() {
+        if (m_watcher != nullptr) m_watcher->OnEnding();
+    }
+
+private:
+    ICallWatcher* const m_watcher;
+};
+
 // While it lives, a signal ends the program at once: what is left to do takes as long as a reader of the output that
 // does not read. After a first signal a second one has to come later, since one wish to end may send several: to the
 // program, and to its group.
@@ -221,6 +237,7 @@ void LiveRun::Load() {
     IQxData::_HSScriptPtr& root = RootOf(*m_store);
     m_run.SetPlaces(m_scripts.PlacesIn(root));
     m_run.SetCalls(m_callScript, root);
+    if (!m_options.tellHistory) m_account.KeepHistoryQuiet();
     m_run.SetAccount(m_account);
     m_run.SetChangeSink([this](const ProcessNews& news) { PrintNews(m_common.format, m_output, news); });
     m_run.Begin(Start());
@@ -241,13 +258,18 @@ void LiveRun::Reach() {
 
 // The cycle in progress goes to its end, and the results are printed.
 void LiveRun::Track() {
-    m_tracker->Run(EventRun::OnEvent, &m_run, m_options.fast ? kShortPause : kLongPause);
-    const Interruption::Cause cause = m_interruption.Wait(m_end);
+    const Interruption::Cause cause = TrackUntilTheEnd();
     const EndOnSignal endOnSignal(m_interruption, cause == Interruption::Cause::Signal);
     m_tracker->Stop();
     const bool isRegular = cause == Interruption::Cause::Signal || cause == Interruption::Cause::TimeOver;
     if (isRegular && !m_run.IsOver()) FetchTheRest();
     PrintResults();
+}
+
+Interruption::Cause LiveRun::TrackUntilTheEnd() {
+    const WatchedSpan span(m_options.watcher);
+    m_tracker->Run(EventRun::OnEvent, &m_run, m_options.fast ? kShortPause : kLongPause);
+    return m_interruption.Wait(m_end);
 }
 
 // What was recorded since the last dump belongs to the run. Only a cycle that does not prime evaluates it.

@@ -42,6 +42,7 @@ struct RunOptions {
     bool failOnLoss = false;             // a run that lost something failed
     bool history = false;                // calls from before the start are evaluated, too
     ICallWatcher* watcher = nullptr;     // is shown all calls; not owned. Where it is there, events are not counted
+    bool tellHistory = true;             // how many calls from before the start are left out
 };
 
 class LiveRun final : private IQxCycleObserver {
@@ -53,6 +54,9 @@ public:
 
     // Returns the exit status. Throws a Failure (cannot start) when the time is over before the processes run.
     int Perform();
+
+    // Has the run end, without what was recorded since the last cycle. Any thread may call it.
+    void End() { m_interruption.Request(); }
 
 private:
     using Clock = Interruption::Clock;
@@ -77,6 +81,7 @@ private:
     std::uint64_t Fired() const;
     void Load();
     void Track();
+    Interruption::Cause TrackUntilTheEnd();
     void FetchTheRest();
     void PrintResults();
     void PrintCounts() const;

@@ -73,7 +73,7 @@ std::uint64_t RunAccount::LostCalls() const {
 
 void RunAccount::PrintHistory() const {
     const std::uint64_t calls = History();
-    if (calls == 0) return;
+    if (calls == 0 || !m_tellsHistory) return;
     PrintNote(Counted(calls, "call") + " from before the start raised no events; --history evaluates them");
 }
 

@@ -25,6 +25,9 @@ public:
     RunAccount(Format format, Output& output, const ProcessNames& processes)
         : m_format(format), m_output(output), m_processes(processes) {}
 
+    // From now on nothing is said, for a person, about calls that were made before the run.
+    void KeepHistoryQuiet() { m_tellsHistory = false; }
+
     void SetCycle(std::uint64_t number) { m_cycle = number; }
 
     // What became of a process's calls in this cycle. Prints a line when something was lost, if the counts are known:
@@ -74,6 +77,7 @@ private:
     const ProcessNames& m_processes;
     std::uint64_t m_cycle = 0;
     std::map<std::string, Row> m_rows;  // by process; calls of unregistered ones belong to ""
+    bool m_tellsHistory = true;
     bool m_known = false;
     bool m_lost = false;
 };

@@ -70,6 +70,7 @@ TEST(CallValues, TellsWhatWentInAndWhatCameBack) {
     const CallView view{call, location, process, std::nullopt};
     EXPECT_EQ(EntryText(view), "location 9()");
     EXPECT_EQ(ExitText(view), "");
+    EXPECT_EQ(ResultText(view), "");
     location.callerName = "Get";
     call.args.in = {{{"", dump::Stored("a")}}, {{"", dump::Stored("b")}}};
     EXPECT_EQ(EntryText(view), "Get(\"a\", \"b\")");
@@ -78,6 +79,7 @@ TEST(CallValues, TellsWhatWentInAndWhatCameBack) {
     call.args.ret = {{{"", dump::Stored("d")}}};
     EXPECT_EQ(MethodName(view), "audio.Get");
     EXPECT_EQ(ExitText(view), " out (\"c\") = \"d\"");
+    EXPECT_EQ(ResultText(view), "\"d\"");
     location.args.retType = "result<int>";
     location.args.retSize = dump::kCompositeSize;
     call.args.ret = {{}};
