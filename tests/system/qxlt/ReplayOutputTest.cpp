@@ -8,6 +8,7 @@
 #include "Captures.h"
 #include "Child.h"
 #include "DumpWriter.h"
+#include "PageVisit.h"
 #include "Workplace.h"
 
 namespace {
@@ -226,8 +227,9 @@ TEST(Replay, NeedsNoMoreMemoryForALongCapture) {
     };
     const std::string few = capture("few", 3);
     const std::string many = capture("many", 24);
-    const std::vector<std::vector<std::string>> commands = {
+    std::vector<std::vector<std::string>> commands = {
         {"replay", "-s", script, few}, {"list", few}, {"trace", few}, {"export", "--format", "chrome", few}};
+    if (ToolHasPage()) commands.push_back({"view", "-o", place.At("page.html"), few});
     for (std::vector<std::string> command : commands) {
         const ToolResult shortRun = RunTool(command, setup);
         command.back() = many;

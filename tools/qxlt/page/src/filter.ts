@@ -23,10 +23,6 @@ function hasValue(call: Call, part: string): boolean {
     return [...call.in, ...(call.out ?? []), ...result].some((value) => has(value, part));
 }
 
-export function isEmpty(wanted: Wanted): boolean {
-    return wanted.method === '' && wanted.event === '' && wanted.value === '';
-}
-
 // Parts of names and values, in any case. An event is looked for by its name, by its value or those of its call, and by
 // its call's method; a call by its method and its values or, where an event is named, if it raised one that is found.
 export function find(run: Run, given: Wanted): Found {

@@ -1,7 +1,7 @@
 // Draws what is visible of the lanes, as shapes of the chart library.
 import { graphic } from 'echarts/core';
 import type { Band, Layout, Piece, Row } from './rows';
-import { eventsTop, piecesOf } from './rows';
+import { eventsTop, heightOf, piecesOf } from './rows';
 import type { Loss, Run } from './run';
 import { endOf, methodOf } from './run';
 
@@ -91,7 +91,7 @@ export class Painter {
 
     private paintBand(view: View, band: Band, rects: Shape[], texts: Shape[]): void {
         const top = yOf(view, band.top);
-        const height = (1 + Math.max(band.rows.length, 1)) * view.perRow;
+        const height = heightOf(band) * view.perRow;
         if (top > view.area.y + view.area.height || top + height < view.area.y) return;
         ++this.drawnNow.lanes;
         paintName(view, band.top, band.name, rects, texts);

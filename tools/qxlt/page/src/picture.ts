@@ -8,7 +8,7 @@ import type { CustomSeriesRenderItemAPI, CustomSeriesRenderItemParams } from 'ec
 import { CanvasRenderer } from 'echarts/renderers';
 import { Painter } from './painter';
 import type { Layout } from './rows';
-import { callAt, eventsHeight, eventsTop } from './rows';
+import { bandAt, callAt, eventsHeight, eventsTop } from './rows';
 import type { Run } from './run';
 import type { Clock } from './times';
 
@@ -210,14 +210,14 @@ export class Picture {
     }
 
     private callAt(row: number, time: number, reach: number): number {
-        const band = this.layout.bands.find(({ top, rows }) => row >= top && row < top + 1 + Math.max(rows.length, 1));
+        const band = bandAt(this.layout, row);
         const depth = band === undefined ? -1 : Math.floor(row) - band.top - 1;
         if (band === undefined || depth < 0 || depth >= band.rows.length) return -1;
         return callAt(band.rows[depth], time, reach);
     }
 
     private lossAt(row: number, time: number, reach: number): Target | undefined {
-        const band = this.layout.bands.find(({ top, rows }) => row >= top && row < top + 1 + Math.max(rows.length, 1));
+        const band = bandAt(this.layout, row);
         if (band === undefined) return undefined;
         const { process, pid } = this.run.lanes[band.lane];
         const index = this.run.losses.findIndex(

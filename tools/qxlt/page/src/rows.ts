@@ -79,9 +79,18 @@ export function layOut(run: Run): Layout {
     for (const lane of inOrder(run)) {
         const rows = sorted[lane].map((order) => rowOf(run.calls, order));
         bands.push({ name: laneName(run.lanes[lane]), lane, top, rows });
-        top += 1 + Math.max(rows.length, 1);
+        top += heightOf({ rows });
     }
     return { bands, height: top };
+}
+
+// How high a thread is: its name, and at least one row.
+export function heightOf(band: { rows: Row[] }): number {
+    return 1 + Math.max(band.rows.length, 1);
+}
+
+export function bandAt(layout: Layout, row: number): Band | undefined {
+    return layout.bands.find((band) => row >= band.top && row < band.top + heightOf(band));
 }
 
 // How many of the numbers, which rise, are less.

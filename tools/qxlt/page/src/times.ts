@@ -44,7 +44,7 @@ export class Clock {
         return wall === undefined ? Clock.seconds(time - this.start, digitsFor(step)) : wall.text(digitsFor(step));
     }
 
-    // For an axis: the day is left out, and what all of its labels have in common can be.
+    // For an axis: without the day.
     label(at: number, step: number): string {
         const text = this.text(at, step);
         return this.chosen === 'wall' ? text.replace(/^.*T/, '').replace('Z', '') : text;
