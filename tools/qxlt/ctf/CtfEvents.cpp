@@ -226,7 +226,7 @@ void CtfEvents::Enter(const Event& event, const EventMeaning& meaning) {
 
 void CtfEvents::Leave(const Event& event, const EventMeaning& meaning) {
     ImportedCall::Exit exit = ExitOf(event.event, event.time, *meaning.rule);
-    if (!m_open.Leave(event.thread, MethodOf(event.event, meaning), std::move(exit))) m_capture.DropExit();
+    if (!m_open.Leave(event.thread, MethodOf(event.event, meaning), std::move(exit))) m_capture.DropExit(event.thread);
 }
 
 }  // namespace qxlt

@@ -83,7 +83,8 @@ void CtfEvents::TakeOwn(const Event& event) {
         exit.time = event.time;
         exit.out = ValuesIn(payload, "out_values");
         exit.result = ResultIn(payload);
-        if (!m_open.Leave(event.thread, CallOf(payload, event.time).method, std::move(exit))) m_capture.DropExit();
+        if (!m_open.Leave(event.thread, CallOf(payload, event.time).method, std::move(exit)))
+            m_capture.DropExit(event.thread);
     }
 }
 

@@ -112,6 +112,11 @@ std::optional<ImportedCapture::Packed> ImportedCapture::Pack(std::uint16_t threa
     return std::nullopt;
 }
 
+void ImportedCapture::DropExit(std::uint16_t thread) {
+    ++m_exitsDropped;
+    if (thread != 0) ++m_threads[thread - 1u].program->exitsDropped;
+}
+
 void ImportedCapture::Add(const Packed& call) {
     const ThreadPlace& place = m_threads[call.thread - 1u];
     if (!place.program->maker->Add(place.thread, call.record)) {
@@ -138,7 +143,8 @@ void ImportedCapture::EndCycle() {
         LossCounts counts;
         counts.recorded = program.delivered + program.dropped;
         counts.delivered = program.delivered;
-        counts.dropped = program.dropped;
+        counts.dropped = std::exchange(program.dropped, 0);
+        counts.exitsDropped = std::exchange(program.exitsDropped, 0);
         std::vector<char> dump;
         if (program.delivered > 0) {
             const std::string bytes = program.maker->Take();
@@ -146,7 +152,6 @@ void ImportedCapture::EndCycle() {
         }
         m_writer.AddDump(name, dump, counts);
         program.delivered = 0;
-        program.dropped = 0;
     }
     m_writer.EndCycle();
     m_inCycle = 0;
@@ -155,7 +160,10 @@ void ImportedCapture::EndCycle() {
 
 // Names have ids of 16 bits that no other name has: descriptions of call sites are told apart by them.
 bool ImportedCapture::Finish(std::optional<std::int64_t> clockOffset) {
-    if (m_inCycle > 0 || m_cycle == 1) EndCycle();
+    const bool hasLoss = std::any_of(m_programs.begin(), m_programs.end(), [](const auto& program) {
+        return program.second.dropped + program.second.exitsDropped > 0;
+    });
+    if (m_inCycle > 0 || m_cycle == 1 || hasLoss) EndCycle();
     ProcessNames processes;
     std::set<std::uint16_t> taken;
     for (const auto& [process, program] : m_names) {

@@ -57,7 +57,7 @@ public:
     void Add(const Packed& call);
 
     // A return without its call.
-    void DropExit() { ++m_exitsDropped; }
+    void DropExit(std::uint16_t thread);
 
     // Writes what is left, and the description of it all. Returns whether all could be written.
     bool Finish(std::optional<std::int64_t> clockOffset);
@@ -76,6 +76,7 @@ private:
         std::map<std::string, std::uint32_t> sites;  // of calls that returned, by what is known at their entry
         std::uint64_t delivered = 0;                 // in this cycle
         std::uint64_t dropped = 0;
+        std::uint64_t exitsDropped = 0;
     };
     struct ThreadPlace {
         Program* program = nullptr;

@@ -98,7 +98,7 @@ private:
         ImportedCall::Exit exit;
         exit.time = record.time;
         if (!record.values.empty()) exit.result = record.values.front();
-        if (!m_open.Leave(m_thread, record.method, std::move(exit))) m_capture.DropExit();
+        if (!m_open.Leave(m_thread, record.method, std::move(exit))) m_capture.DropExit(m_thread);
     }
 
     // One that did not return ended, for all that is known, when its thread was heard of last.

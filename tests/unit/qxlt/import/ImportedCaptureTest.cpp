@@ -167,6 +167,22 @@ TEST(ImportedCapture, TellsCallsApartByWhatTheirValuesAre) {
     EXPECT_NE(siteOfOpen(other), site);
 }
 
+// Also when it is the last that is heard of.
+TEST(ImportedCapture, KeepsCountOfWhatIsMissing) {
+    const Workplace place;
+    ImportedCapture capture(place.At("c"));
+    const std::uint16_t thread = capture.Thread(7, "m", 1, "");
+    for (std::size_t i = 0; i < ImportedCapture::kCycleCalls; ++i) Take(capture, thread, Call(i));
+    capture.DropExit(thread);
+    EXPECT_FALSE(Take(capture, thread, Call(UINT64_MAX)));
+    capture.DropExit(0);
+    capture.Finish(std::nullopt);
+    EXPECT_EQ(capture.ExitsDropped(), 2u);
+    EXPECT_EQ(place.Read("c/000003/m.qxloss"),
+              "{\"recorded\":1,\"delivered\":0,\"open\":0,\"overwritten\":0,\"refused\":0,\"dropped\":1,"
+              "\"exitsDropped\":1}\n");
+}
+
 TEST(ImportedCapture, NeedsAnEmptyDirectory) {
     const Workplace place;
     place.Write("c/x", "");
