@@ -123,6 +123,8 @@ Difference Comparison::Changed(const LineStep& missing, const LineStep& unexpect
                              KeyDifferences(expected.Keys(), *m_run[arrival.line])};
     const std::string lateness = expected.LatenessOf(m_run, arrival);
     if (!lateness.empty()) difference.notes.push_back(lateness);
+    // Of columns that are too long to be set side by side.
+    if (difference.notes.empty()) difference.notes.emplace_back("came in another place");
     return difference;
 }
 

@@ -61,6 +61,19 @@ TEST(Comparison, SetsBesideEachOtherWhatIsAboutOneEvent) {
     EXPECT_THAT(Shown({kA1, kB1}, "B1 A2"), ElementsAre("A1 -> ", " -> A2"));
 }
 
+// That are too many to be set side by side.
+TEST(Comparison, TellsOfLinesThatDifferInTheirPlaceAlone) {
+    std::vector<std::string> lines;
+    std::string words;
+    for (int i = 0; i < 1200; ++i) {
+        lines.insert(lines.end(), {kA1, kB1});
+        words += "B1 A1 ";
+    }
+    const std::vector<std::string> shown = Shown(lines, words);
+    ASSERT_EQ(shown.size(), 2400U);
+    EXPECT_EQ(shown.front(), "A1 -> A1 | came in another place");
+}
+
 TEST(Comparison, NamesEachKeyThatDiffers) {
     EXPECT_THAT(Shown({R"({"event":"A","value":"1","call":{"tid":4,"name":"n"},"x":[1]})"}, "A2"),
                 ElementsAre("A1 -> A2 | value: \"1\" -> \"2\" | call.tid: 4 -> 3 | call.name: \"n\" -> not there | x: "
