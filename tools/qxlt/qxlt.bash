@@ -56,7 +56,7 @@ _qxlt() {
         case $command,$previous in
             *,--format | *,--level | *,--pause | *,--on-loss | *,--time | *,--sort) words=$(_qxlt_choices "$program" "$command" "$previous") ;;
             *,--recording) words=$(_qxlt_recordings "$program") ;;
-            run,-p | run,--process | trace,-p | trace,--process) words=$(_qxlt_processes "$program" running) ;;
+            run,-p | run,--process | trace,-p | trace,--process | top,-p | top,--process) words=$(_qxlt_processes "$program" running) ;;
             *,-p | *,--process) words=$(_qxlt_processes "$program") ;;
             check,--explain) words="$("$program" check --explain all | sed -n 's/^## \(QX[0-9]*\).*/\1/p') all" ;;
             import,import) [ "${word:0:1}" = - ] || words='ctf uftrace' ;;&
