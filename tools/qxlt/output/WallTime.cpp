@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <ctime>
 #include <limits>
 
 namespace qxlt {
@@ -36,6 +37,24 @@ Date DateOf(std::uint64_t days) {
     return {era * 400 + yearOfEra + (month <= 2 ? 1 : 0), month, day};
 }
 
+// The days since 1970, which the date is not before; those of a month may be more than it has.
+std::uint64_t DaysOf(const Date& date) {
+    const std::uint64_t year = date.month > 2 ? date.year : date.year - 1;
+    const std::uint64_t dayOfYear = (153 * (date.month > 2 ? date.month - 3 : date.month + 9) + 2) / 5 + date.day - 1;
+    const std::uint64_t yearOfEra = year % 400;
+    return year / 400 * 146097 + yearOfEra * 365 + yearOfEra / 4 - yearOfEra / 100 + dayOfYear - 719468;
+}
+
+// The digits behind the point, as nanoseconds; nothing when something else stands there.
+std::optional<std::uint64_t> ReadFraction(const std::string& text) {
+    if (text.empty()) return 0;
+    const std::string digits = text.substr(1);
+    const bool isFraction = text.front() == '.' && !digits.empty() && digits.size() <= 9 &&
+                            digits.find_first_not_of("0123456789") == std::string::npos;
+    if (!isFraction) return std::nullopt;
+    return std::stoull(digits + std::string(9 - digits.size(), '0'));
+}
+
 }  // namespace
 
 std::optional<std::uint64_t> WallTime(std::uint64_t time, ClockOffset offset) {
@@ -60,6 +79,20 @@ std::string WallText(std::uint64_t wall) {
     Put(begin + 17, ofDay % 60, 2);
     Put(begin + 20, wall % kSecondNs, 9);
     return text;
+}
+
+std::optional<std::uint64_t> ReadWallText(const std::string& text) {
+    if (text.empty() || text.back() != 'Z') return std::nullopt;
+    std::tm date{};
+    const char* const rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &date);
+    if (rest == nullptr || date.tm_year < 70) return std::nullopt;
+    const std::optional<std::uint64_t> ns = ReadFraction(std::string(rest, &text.back()));
+    const auto number = [](int part) { return static_cast<std::uint64_t>(part); };
+    const std::uint64_t days = DaysOf({number(date.tm_year) + 1900, number(date.tm_mon) + 1, number(date.tm_mday)});
+    const std::uint64_t ofDay = number(date.tm_hour) * 3600 + number(date.tm_min) * 60 + number(date.tm_sec);
+    const std::uint64_t seconds = days * kDaySeconds + ofDay;
+    if (!ns || seconds > kMost / kSecondNs) return std::nullopt;
+    return seconds * kSecondNs + *ns;
 }
 
 }  // namespace qxlt

@@ -18,4 +18,8 @@ std::optional<std::uint64_t> WallTime(std::uint64_t time, ClockOffset offset);
 // "2026-03-01T12:30:00.000000001Z": RFC 3339 with all nanoseconds, so that texts sort as times do.
 std::string WallText(std::uint64_t wall);
 
+// Reads such a text, with as many digits of the second's fraction as it has, up to nine; nothing for other texts, and
+// for times that no 64 bits of nanoseconds have room for. Where the system has 32 bits its own times end in 2038.
+std::optional<std::uint64_t> ReadWallText(const std::string& text);
+
 }  // namespace qxlt

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <ctime>
 #include <utility>
 
 #include "TimeText.h"
+#include "WallTime.h"
 
 namespace qxlt {
 
@@ -20,27 +20,6 @@ bool MatchesAny(const std::vector<std::string>& patterns, const std::string& nam
     return patterns.empty() || std::any_of(patterns.begin(), patterns.end(), [&name](const std::string& pattern) {
                return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
            });
-}
-
-// The digits behind the point, as nanoseconds; nothing when something else stands there.
-std::optional<std::uint64_t> ReadFraction(const std::string& text) {
-    if (text.empty()) return 0;
-    const std::string digits = text.substr(1);
-    const bool isFraction = text.front() == '.' && !digits.empty() && digits.size() <= 9 &&
-                            digits.find_first_not_of("0123456789") == std::string::npos;
-    if (!isFraction) return std::nullopt;
-    return std::stoull(digits + std::string(9 - digits.size(), '0'));
-}
-
-std::optional<TimeBound> ReadWall(const std::string& text) {
-    if (text.empty() || text.back() != 'Z') return std::nullopt;
-    std::tm date{};
-    const char* const rest = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%S", &date);
-    if (rest == nullptr) return std::nullopt;
-    const std::optional<std::uint64_t> ns = ReadFraction(std::string(rest, &text.back()));
-    const std::time_t seconds = timegm(&date);
-    if (!ns || seconds < 0 || static_cast<double>(seconds) > kMostSeconds) return std::nullopt;
-    return TimeBound{TimeBound::Kind::Wall, static_cast<std::uint64_t>(seconds) * 1000000000 + *ns};
 }
 
 // Counted as the bound is.
@@ -62,7 +41,10 @@ CallTime TimeOf(const IQxData::HSCall& call, const RunStart& start) {
 
 std::optional<TimeBound> ReadTimeBound(const std::string& text) {
     const std::optional<double> seconds = ReadSeconds(text);
-    if (!seconds) return ReadWall(text);
+    if (!seconds) {
+        const std::optional<std::uint64_t> wall = ReadWallText(text);
+        return wall ? std::make_optional(TimeBound{TimeBound::Kind::Wall, *wall}) : std::nullopt;
+    }
     if (*seconds > kMostSeconds) return std::nullopt;
     return TimeBound{TimeBound::Kind::SinceStart, static_cast<std::uint64_t>(std::llround(*seconds * kSecondNs))};
 }

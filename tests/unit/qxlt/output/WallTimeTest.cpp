@@ -3,7 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <ctime>
+#include <limits>
 #include <random>
 
 #include "Platform.h"
@@ -41,12 +43,28 @@ TEST(WallTime, IsWrittenWithAllNanoseconds) {
 TEST(WallTime, HasTheDatesOfTheSystem) {
     std::mt19937_64 random(1);
     for (int i = 0; i < 20000; ++i) {
-        const auto seconds = static_cast<std::time_t>(random() % 9223372036);
+        const auto most = std::min<std::uint64_t>(9223372036, std::numeric_limits<std::time_t>::max());
+        const auto seconds = static_cast<std::time_t>(random() % most);
         std::tm date{};
         ASSERT_NE(gmtime_r(&seconds, &date), nullptr);
         char text[32];
         ASSERT_NE(std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &date), 0U);
         ASSERT_EQ(WallText(static_cast<std::uint64_t>(seconds) * kSecond), std::string(text) + ".000000000Z");
+    }
+}
+
+TEST(WallTime, IsReadAsItIsWritten) {
+    std::mt19937_64 random(2);
+    for (int i = 0; i < 20000; ++i) {
+        const std::uint64_t wall = random() % INT64_MAX;
+        ASSERT_EQ(ReadWallText(WallText(wall)), wall) << WallText(wall);
+    }
+    EXPECT_EQ(ReadWallText("2100-03-01T00:00:00.5Z"), 4107542400ULL * kSecond + kSecond / 2);
+    EXPECT_EQ(ReadWallText("2026-03-01T12:30:00Z"), 1772368200ULL * kSecond);
+    for (const char* const text :
+         {"", "Z", "1969-12-31T23:59:59Z", "2300-01-01T00:00:00Z", "2026-03-01T12:30:00", "2026-03-01T12:30:00.Z",
+          "2026-03-01T12:30:00.0000000001Z", "2026-13-01T00:00:00Z"}) {
+        EXPECT_EQ(ReadWallText(text), std::nullopt) << text;
     }
 }
 
