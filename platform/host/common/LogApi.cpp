@@ -1,27 +1,29 @@
 #include <dlog.h>
 
-#include <cstdlib>
+#include <atomic>
+#include <cstdarg>
 
 #include "QxLog.h"
 
 namespace {
 
-qxhost::QxLog& Log();
-
-void TellLeftOut() {
-    Log().TellLeftOut();
-}
+// The log, once it has printed to a terminal. It is never destroyed: threads may still print while the process ends.
+std::atomic<qxhost::QxLog*> g_bounded;
 
 qxhost::QxLog& MakeLog() {
     auto& log = *new qxhost::QxLog(qxhost::QxLog::FromEnvironment());
-    if (log.IsBounded()) std::atexit(TellLeftOut);
+    if (log.IsBounded()) g_bounded = &log;
     return log;
 }
 
-// Never destroyed: threads may still print while the process ends.
 qxhost::QxLog& Log() {
     static qxhost::QxLog& log = MakeLog();
     return log;
+}
+
+// At the program's end, or when the library that this is in is unloaded.
+[[gnu::destructor]] void TellLeftOut() {
+    if (qxhost::QxLog* const log = g_bounded) log->TellLeftOut();
 }
 
 }  // namespace

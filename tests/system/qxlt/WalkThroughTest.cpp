@@ -148,11 +148,13 @@ void Walk(const std::vector<Block>& blocks, const std::string& ready, const Work
     }
 }
 
+#ifdef QXLT_CXX
 // A compiler under the name that a page calls it by, with the options that all of this is built with.
 void WriteCompiler(const Workplace& place, const std::string& name, const std::string& command) {
     const std::string path = place.Write(name, "#!/bin/sh\nexec " + command + " \"$@\"\n");
     std::filesystem::permissions(path, std::filesystem::perms::owner_all);
 }
+#endif
 
 }  // namespace
 
@@ -167,6 +169,7 @@ TEST(WalkThroughTest, EveryCommandOfTheToolWorksAndPrintsWhatIsShown) {
     Walk(blocks, "audio.SetVolume", place, {});
 }
 
+#ifdef QXLT_CXX
 // The compilers find headers and library as if they were installed.
 TEST(WalkThroughTest, EveryCommandFromAnUntracedProgramToItsFirstEventWorks) {
     const Workplace place;
@@ -181,6 +184,7 @@ TEST(WalkThroughTest, EveryCommandFromAnUntracedProgramToItsFirstEventWorks) {
           {"LIBRARY_PATH", DirectoryOf(QXLT_RECORDER)},
           {"LD_LIBRARY_PATH", DirectoryOf(QXLT_RECORDER)}});
 }
+#endif
 
 TEST(WalkThroughTest, TellsOfEveryCommand) {
     std::string commands;
