@@ -102,6 +102,12 @@ TEST(ManualTest, TellsOfNoOptionThatIsNotThere) {
     }
 }
 
+TEST(ManualTest, HasAnExampleOfEachCommand) {
+    const std::string page = std::regex_replace(qxlt::ReadFile(kFiles + "qxlt.1"), std::regex("\\\\-"), "-");
+    const std::string examples = page.substr(page.find("\n.SH EXAMPLES"));
+    for (const std::string& command : CommandNames()) EXPECT_THAT(examples, HasSubstr("\nqxlt " + command + " "));
+}
+
 // Each of these is a cause in the program.
 TEST(ManualTest, NamesTheCausesOfEachExitStatus) {
     const std::string page = std::regex_replace(qxlt::ReadFile(kFiles + "qxlt.1"), std::regex("\\\\-"), "-");
