@@ -4,6 +4,7 @@
 #include <memory>
 #include <optional>
 
+#include "CallFilter.h"
 #include "CallValues.h"
 #include "QxSubscriptions.h"
 #include "ScenarioOutline.h"
@@ -60,6 +61,10 @@ Misfit MisfitOf(const WhereCondition& condition, const CallView& call) {
     return {MethodName(call) + " has no " + condition.Value() + "; it has " + has};
 }
 
+std::uint64_t LocationOf(const IQxData::HSCall& call) {
+    return std::uint64_t{call.pid} << 32 | call.locId;
+}
+
 }  // namespace
 
 CallEvents::CallEvents(const CallScript& script, IQxData::_HSScriptPtr& root, Tell tell)
@@ -85,7 +90,7 @@ void CallEvents::AddMethod(const IQxData::_HSCallLocation& location) {
 // What is no pattern stands in the script already.
 void CallEvents::AddTo(std::size_t action, const IQxData::_HSCallLocation& location) {
     const std::string& call = m_script.Calls()[action];
-    if (!IsCallPattern(call) || !MatchesCall(call, location.packageName, location.callerName)) return;
+    if (!IsCallPattern(call) || !MatchesMethod(call, location.packageName, location.callerName)) return;
     if (!m_added[action].insert(location.callerName).second) return;
     auto method = std::make_unique<IQxData::_HSScriptPtr>();
     method->name = qxscript::kMethod;
@@ -105,14 +110,14 @@ bool CallEvents::IsMisfit(const IQxData::_HSScriptPtr& event, const CallView& ca
     return misfit.isOther;
 }
 
-bool CallEvents::LeavesOut(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call,
-                           const std::function<CallView()>& view) {
-    const std::pair<const IQxData::_HSScriptPtr*, std::uint64_t> place{&event,
-                                                                       std::uint64_t{call.pid} << 32 | call.locId};
-    const auto known = m_leftOut.find(place);
+std::optional<bool> CallEvents::LeavesOut(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call) const {
+    const auto known = m_leftOut.find({&event, LocationOf(call)});
     if (known != m_leftOut.end()) return known->second;
-    if (m_leftOut.size() >= kMostMethods) return false;
-    return m_leftOut[place] = IsMisfit(event, view());
+    return m_leftOut.size() < kMostMethods ? std::nullopt : std::make_optional(false);
+}
+
+bool CallEvents::Look(const IQxData::_HSScriptPtr& event, const CallView& call) {
+    return m_leftOut[{&event, LocationOf(call.call)}] = IsMisfit(event, call);
 }
 
 void CallEvents::TellMissing() const {
@@ -120,7 +125,7 @@ void CallEvents::TellMissing() const {
     for (const auto& [package, name] : m_methods) names.push_back(name);
     for (const std::string& call : m_script.Calls()) {
         const bool isThere = std::any_of(m_methods.begin(), m_methods.end(), [&call](const auto& method) {
-            return IsCallPattern(call) ? MatchesCall(call, method.first, method.second) : method.second == call;
+            return IsCallPattern(call) ? MatchesMethod(call, method.first, method.second) : method.second == call;
         });
         if (isThere) continue;
         const std::string meant = Meant(call, names);

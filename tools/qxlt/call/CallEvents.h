@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -28,11 +29,12 @@ public:
     // A method is recorded: from now on its calls are evaluated if it is meant. Not while a trace pass runs.
     void AddMethod(const IQxData::_HSCallLocation& location);
 
-    // The event is evaluated for the call. Whether it is to be left out whatever comes of it: its condition is about
-    // values of another kind than such calls hold, and would compare what has no meaning. That is told once for each
-    // location, as are other misfits. `view` gives the whole call, where it is needed.
-    bool LeavesOut(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call,
-                   const std::function<CallView()>& view);
+    // Whether the event is to be left out for the call, whatever comes of it: its condition is about values of another
+    // kind than calls from there hold, and would compare what has no meaning. Nothing: Look is to find out.
+    std::optional<bool> LeavesOut(const IQxData::_HSScriptPtr& event, const IQxData::HSCall& call) const;
+
+    // The same for the first call from a location. Tells of this and of other misfits.
+    bool Look(const IQxData::_HSScriptPtr& event, const CallView& call);
 
     // Tells of methods that were asked for and are not recorded so far, with what may have been meant.
     void TellMissing() const;

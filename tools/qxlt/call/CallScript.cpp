@@ -1,9 +1,8 @@
 #include "CallScript.h"
 
-#include <fnmatch.h>
-
 #include <algorithm>
 
+#include "CallFilter.h"
 #include "Failure.h"
 #include "Findings.h"
 #include "Text.h"
@@ -58,7 +57,7 @@ std::string CallScript::Action(const std::string& call, const MethodNames& metho
     text += ">\n";
     std::set<std::string> names;
     for (const auto& [package, name] : methods) {
-        if (IsXmlText(name) && MatchesCall(call, package, name)) names.insert(name);
+        if (IsXmlText(name) && MatchesMethod(call, package, name)) names.insert(name);
     }
     if (!IsCallPattern(call)) names = {call};
     for (const std::string& name : names) text += MethodElement(name);
@@ -84,11 +83,6 @@ std::string CallScript::Text(const MethodNames& methods, const std::vector<std::
 
 bool IsCallPattern(const std::string& call) {
     return call.find_first_of("*?[\\.") != std::string::npos;
-}
-
-bool MatchesCall(const std::string& call, const std::string& package, const std::string& name) {
-    const auto matches = [&call](const std::string& text) { return fnmatch(call.c_str(), text.c_str(), 0) == 0; };
-    return matches(name) || matches(package + "." + name);
 }
 
 }  // namespace qxlt

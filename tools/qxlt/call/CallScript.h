@@ -53,7 +53,4 @@ private:
 // Whether more than the method of that very name may be meant: there is a wildcard in it, or a package before it.
 bool IsCallPattern(const std::string& call);
 
-// Whether a method is meant, by its name alone or as "package.Name".
-bool MatchesCall(const std::string& call, const std::string& package, const std::string& name);
-
 }  // namespace qxlt

@@ -30,10 +30,9 @@ MethodNames RecordedNow(const std::string& process) {
     }
 }
 
-int Print(std::string text) {
+void Print(std::string text) {
     text.pop_back();  // the line's end comes with the output
     Output().Line(std::move(text));
-    return kDone;
 }
 
 }  // namespace
@@ -41,14 +40,17 @@ int Print(std::string text) {
 int ShowScript(const CallScript& script, const std::vector<std::string>& processes) {
     MethodNames names;
     for (const std::string& process : processes) names.merge(RecordedNow(process));
-    return Print(script.Text(names, processes));
+    Print(script.Text(names, processes));
+    return kDone;
 }
 
 int ShowScript(const CallScript& script, const ReplayInput& input) {
     Progress progress;
     const std::vector<std::string> paths =
         input.capture.empty() ? input.dumps : std::vector<std::string>{input.capture};
-    return Print(script.Text(NamesOf(Inventory::Read(paths, PrintFault, progress))));
+    const Inventory inventory = Inventory::Read(paths, PrintFault, progress);
+    Print(script.Text(NamesOf(inventory)));
+    return inventory.Whole() ? kDone : kInputWrong;
 }
 
 }  // namespace qxlt

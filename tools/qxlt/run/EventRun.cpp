@@ -144,10 +144,17 @@ void EventRun::OnCall(unsigned long long key, const IQxData::HSCall& call, const
     if (m_watcher != nullptr) m_watcher->OnCall(m_views.Of(key, call));
 }
 
+// What is known of a call is put together for the first one from a location alone.
+bool EventRun::IsLeftOut(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call) {
+    if (!m_calls) return false;
+    const std::optional<bool> known = m_calls->LeavesOut(event, call);
+    return known ? *known : m_calls->Look(event, m_views.Of(key, call));
+}
+
 void EventRun::OnEvent(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call,
                        QxOutcome outcome, const std::string& argument) {
     m_key = key;
-    m_leftOut = m_calls && m_calls->LeavesOut(event, call, [&] { return m_views.Of(key, call); });
+    m_leftOut = IsLeftOut(event, key, call);
     const QxOutcome told = m_leftOut ? QxOutcome::NoArgument : outcome;
     if (m_explainer != nullptr) m_explainer->OnEvent(event, key, call, told, argument);
     if (!m_over) m_observers.OnEvent(event, key, call, told, argument);

@@ -108,6 +108,7 @@ private:
                  const std::string& error) override;
 
     void Send(const std::string& name, const std::string& value, const IQxData::HSCall& call);
+    bool IsLeftOut(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call);
     void End();
     void DropHistory();
     std::uint64_t HistoryOf(const std::string& process);

@@ -57,9 +57,16 @@ bool CallFilter::ShowsEvent(const std::string& name) const {
     return MatchesAny(m_patterns.events, name);
 }
 
+bool MatchesMethod(const std::string& pattern, const std::string& package, const std::string& name) {
+    const auto matches = [&pattern](const std::string& text) { return fnmatch(pattern.c_str(), text.c_str(), 0) == 0; };
+    return matches(name) || matches(package + "." + name);
+}
+
 bool CallFilter::ShowsMethod(const IQxData::_HSCallLocation& location) const {
-    return MatchesAny(m_patterns.methods, location.callerName) ||
-           MatchesAny(m_patterns.methods, location.packageName + "." + location.callerName);
+    const std::vector<std::string>& patterns = m_patterns.methods;
+    return patterns.empty() || std::any_of(patterns.begin(), patterns.end(), [&](const std::string& pattern) {
+               return MatchesMethod(pattern, location.packageName, location.callerName);
+           });
 }
 
 bool CallFilter::ShowsProcess(const std::string& name) const {

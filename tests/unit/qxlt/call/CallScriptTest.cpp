@@ -3,6 +3,7 @@
 
 #include <gmock/gmock.h>
 
+#include "CallFilter.h"
 #include "Failure.h"
 
 namespace {
@@ -55,11 +56,11 @@ TEST(CallScriptTest, RefusesWhatNamesNoMethod) {
 }
 
 TEST(CallScriptTest, MatchesByNameOrWithThePackage) {
-    EXPECT_TRUE(MatchesCall("Set*", "audio", "SetVolume"));
-    EXPECT_TRUE(MatchesCall("audio.Set*", "audio", "SetVolume"));
-    EXPECT_TRUE(MatchesCall("*", "audio", "a.b"));
-    EXPECT_FALSE(MatchesCall("video.*", "audio", "SetVolume"));
-    EXPECT_FALSE(MatchesCall("Set", "audio", "SetVolume"));
+    EXPECT_TRUE(MatchesMethod("Set*", "audio", "SetVolume"));
+    EXPECT_TRUE(MatchesMethod("audio.Set*", "audio", "SetVolume"));
+    EXPECT_TRUE(MatchesMethod("*", "audio", "a.b"));
+    EXPECT_FALSE(MatchesMethod("video.*", "audio", "SetVolume"));
+    EXPECT_FALSE(MatchesMethod("Set", "audio", "SetVolume"));
     EXPECT_TRUE(IsCallPattern("audio.SetVolume"));
     EXPECT_FALSE(IsCallPattern("Volume::Set"));
 }
