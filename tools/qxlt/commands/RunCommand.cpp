@@ -20,11 +20,6 @@ constexpr char kExamples[] =
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n";
 
-std::string RequireTime(const std::string& text) {
-    if (ReadSeconds(text)) return std::string();
-    return "\"" + text + "\" is no time above 0; write seconds, or 500ms, 10s, 2m, 1h";
-}
-
 std::string RequireName(const std::string& text) {
     return text.empty() ? "the process has no name" : "";
 }
@@ -52,7 +47,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
         .add_option_function<std::string>(
             "--for", [options](const std::string& text) { options->seconds = ReadSeconds(text).value_or(0); },
             "End after this time (10s, 500ms, 2m, 1h), waiting included")
-        ->check(RequireTime)
+        ->check(RequireLength)
         ->option_text("TIME");
     AddEndOption(command, options->until);
     command.add_flag("--history", options->history, "Evaluate calls from before the start, too");
