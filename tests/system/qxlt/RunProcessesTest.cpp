@@ -314,7 +314,7 @@ TEST_F(RunProcesses, RefusesATimeThatIsNone) {
     for (const char* const time : {"0", "-1s", "soon", "10 s", ""}) {
         const ToolResult result = RunTool({"run", "-s", m_place.At("v.xml"), "--for", time});
         EXPECT_EQ(result.status, 2) << time;
-        EXPECT_THAT(result.error, HasSubstr("is no time above 0; write seconds, or 500ms, 10s, 2m, 1h")) << time;
+        EXPECT_THAT(result.error, HasSubstr("is no time above 0; write seconds, or 20us, 500ms, 10s, 2m, 1h")) << time;
     }
 }
 

@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::size_t kReadSize = 64 << 10;
 constexpr std::size_t kMostError = 4096;
+constexpr int kCouldNotRun = 127;  // a child's status, by POSIX, where the spawning itself could not tell
 
 [[noreturn]] void CannotRun(const std::string& program, int error, const std::string& advice) {
     throw Failure(kCannotStart, program + ": " + std::strerror(error) + "; " + advice);
@@ -137,7 +138,9 @@ ChildEnd ReadChildLines(const std::vector<std::string>& command, const std::stri
         ~Closing() { output.Close(); }
     } const closing{output};
     ReadLines(output.Get(), mostLine, sink);
-    return EndOf(child.Wait(), errors.Get());
+    const int status = child.Wait();
+    if (WIFEXITED(status) && WEXITSTATUS(status) == kCouldNotRun) CannotRun(command.front(), ENOENT, advice);
+    return EndOf(status, errors.Get());
 }
 
 }  // namespace qxlt
