@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "KeptDumps.h"
 #include "LiveRun.h"
 #include "ShowScript.h"
 #include "ShowingOptions.h"
@@ -57,7 +58,16 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddFilterOptions(command, options->show);
     AddBoundOptions(command, options->show);
     AddQuietOption(command);
-    command.add_option("--keep", options->keep, "Keep the dumps, to be replayed")->option_text("DIR");
+    command
+        .add_option_function<std::string>(
+            "--keep",
+            [options](const std::string& directory) {
+                if (directory.empty()) return;
+                options->parts.emplace_back(
+                    [directory](const RunSurroundings&) { return std::make_unique<KeptDumps>(directory); });
+            },
+            "Keep the dumps, to be replayed")
+        ->option_text("DIR");
 }
 
 }  // namespace qxlt

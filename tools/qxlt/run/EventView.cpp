@@ -59,15 +59,16 @@ void EventPrinter::Expect(const std::vector<std::string>& events) {
     for (const std::string& event : events) m_counts.emplace(event, 0);
 }
 
-void EventPrinter::Print(const EventView& view) {
+bool EventPrinter::Print(const EventView& view) {
     ++m_counts[view.event];
     m_untold.Look(m_filter, TimeOf(view.call));
-    if (!m_filter.ShowsEvent(view.event) || !m_filter.ShowsCall(view.call)) return;
+    if (!m_filter.ShowsEvent(view.event) || !m_filter.ShowsCall(view.call)) return false;
     if (m_format == Format::Json) {
         m_output.Line(EventJson(view));
     } else {
         PrintText(view);
     }
+    return true;
 }
 
 // The columns are headed for a person alone: elsewhere each line is an event. Their words are as wide as the first

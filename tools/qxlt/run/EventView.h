@@ -36,8 +36,8 @@ public:
     // Has these events counted from the beginning: those that never fire with 0.
     void Expect(const std::vector<std::string>& events);
 
-    // Prints the event if it is one that is to be shown.
-    void Print(const EventView& view);
+    // Prints the event if it is one that is to be shown, and returns whether it is.
+    bool Print(const EventView& view);
 
     // Of all events, those that are not shown included.
     const std::map<std::string, std::uint64_t>& Counts() const { return m_counts; }

@@ -1,9 +1,12 @@
 // What ends a live run from outside: Ctrl-C and other signals, a reader of the output that has gone, or a request of
-// the program's own. One thread waits for all of them at once.
+// the program's own; and what comes from outside without ending it. One thread waits for all of them at once.
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <optional>
+#include <utility>
+#include <vector>
 
 #include "Descriptor.h"
 
@@ -22,6 +25,13 @@ public:
     Interruption& operator=(const Interruption&) = delete;
     ~Interruption() = default;
 
+    // From now on the signal calls `handler`, from within Wait and on its thread, and ends nothing. It is taken here
+    // only, in this thread and in those that it starts later. Before the first Wait.
+    void Handle(int signal, std::function<void()> handler);
+
+    // The same for whatever makes the descriptor readable; `handler` reads it. Not owned.
+    void Watch(int descriptor, std::function<void()> handler);
+
     // Ends the next wait. Any thread may call it.
     void Request();
 
@@ -29,6 +39,15 @@ public:
     Cause Wait(std::optional<Clock::time_point> limit);
 
 private:
+    struct Source {
+        int descriptor;
+        std::function<void()> handler;
+    };
+
+    bool TakeSignal();
+
+    std::vector<std::pair<int, std::function<void()>>> m_handlers;  // by signal
+    std::vector<Source> m_sources;
     const Descriptor m_signals;
     const Descriptor m_requests;
     bool m_readerWatched = true;  // until it has been seen to be gone

@@ -125,11 +125,11 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_waiting(Wanted()),
       m_account(common.format, m_output, m_processes),
       m_run(
-          m_store, m_processes, [this](const EventView& view) { m_printer.Print(view); }, PrintFault) {
+          m_store, m_processes, [this](const EventView& view) { Fire(view); }, PrintFault) {
     m_printer.Expect(m_scripts.Events());
     RequireKnownEnd(options.until, m_scripts.Events());
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
-    if (!options.keep.empty()) m_capture.emplace(options.keep);
+    for (const RunPartMaker& make : options.parts) m_parts.push_back(make({m_scripts, m_interruption}));
     if (options.seconds > 0) m_end = EndOf(m_start, std::chrono::duration<double>(options.seconds));
     m_output.OnEnd([this](ExitStatus status) {
         if (status != kDone) m_failed = true;
@@ -160,7 +160,7 @@ void LiveRun::WatchAll() {
 int LiveRun::Perform() {
     if (WaitForProcesses()) {
         Load();
-        if (m_capture) m_capture->Begin(m_processes, Start());
+        for (const auto& part : m_parts) part->OnBegin(m_processes, Start());
         Track();
     } else {
         PrintCounts();
@@ -178,7 +178,11 @@ bool LiveRun::HasFailed() {
         m_failed = true;
     }
     if (m_options.failOnLoss && m_account.Lost()) m_failed = true;
-    return m_failed || !m_run.Whole() || (m_capture && m_capture->Failed());
+    return m_failed || !m_run.Whole() || HasFailedPart();
+}
+
+bool LiveRun::HasFailedPart() const {
+    return std::any_of(m_parts.begin(), m_parts.end(), [](const auto& part) { return part->Failed(); });
 }
 
 // Registers the process, if it runs, under its own id: the tracker by itself takes the first whose name begins alike.
@@ -263,6 +267,7 @@ void LiveRun::Track() {
     m_tracker->Stop();
     const bool isRegular = cause == Interruption::Cause::Signal || cause == Interruption::Cause::TimeOver;
     if (isRegular && !m_run.IsOver()) FetchTheRest();
+    for (const auto& part : m_parts) part->OnEnd();
     PrintResults();
 }
 
@@ -281,12 +286,17 @@ void LiveRun::FetchTheRest() {
     } while (m_primes);
 }
 
+void LiveRun::Fire(const EventView& view) {
+    if (!m_printer.Print(view)) return;
+    for (const auto& part : m_parts) part->OnEvent(view);
+}
+
 void LiveRun::OnCycle(bool primes) {
     ++m_cycle;
     m_primes = primes;
     if (primes) NoteTracked();
     m_run.BeginCycle(m_cycle);
-    if (m_capture) m_capture->BeginCycle(m_cycle);
+    for (const auto& part : m_parts) part->OnCycle(m_cycle, primes);
 }
 
 void LiveRun::NoteTracked() const {
@@ -303,9 +313,7 @@ void LiveRun::OnDump(const std::string& process, const std::vector<char>& dump) 
     if (counts && dump.empty()) counts->LoseDump();
     const std::vector<ProcessChange> changes = m_watch.Look(process);
     m_run.TellChanges(process, changes);
-    if (!m_capture) return;
-    m_capture->AddDump(process, dump, counts);
-    m_capture->AddChanges(process, changes);
+    for (const auto& part : m_parts) part->OnDump({process, dump, counts, changes});
 }
 
 void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& decoded) {
@@ -316,7 +324,7 @@ void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& deco
 
 void LiveRun::OnCycleEnd() {
     m_run.EndCycle(m_primes);
-    if (m_capture) m_capture->EndCycle();
+    for (const auto& part : m_parts) part->OnCycleEnd();
     NoteReading();
     ShowHeartbeat();
 }

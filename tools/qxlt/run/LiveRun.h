@@ -12,12 +12,12 @@
 #include <string>
 #include <vector>
 
-#include "CaptureWriter.h"
 #include "CommonOptions.h"
 #include "EventRun.h"
 #include "EventView.h"
 #include "Explainer.h"
 #include "IQxCycleObserver.h"
+#include "IRunPart.h"
 #include "Interruption.h"
 #include "JoinedScripts.h"
 #include "Output.h"
@@ -38,7 +38,7 @@ struct RunOptions {
     bool fast = false;                   // a short pause after each dump
     double seconds = 0;                  // ends after that long, waiting included; 0: never
     std::string until;                   // ends when this event fires; empty: never
-    std::string keep;                    // keeps the dumps in this directory; empty: nowhere
+    std::vector<RunPartMaker> parts;     // what else takes part, in the order in which it is told of things
     bool failOnLoss = false;             // a run that lost something failed
     bool history = false;                // calls from before the start are evaluated, too
     ICallWatcher* watcher = nullptr;     // is shown all calls; not owned. Where it is there, events are not counted
@@ -67,6 +67,8 @@ private:
     void OnDecoded(const std::string& process, const QxCycle::Decoded& decoded) override;
     void OnCycleEnd() override;
     void Reach();
+    void Fire(const EventView& view);
+    bool HasFailedPart() const;
 
     std::set<std::string> Wanted() const;
     void WatchAll();
@@ -100,7 +102,6 @@ private:
     Progress m_progress;  // the worker's while it runs
     Output m_output{&m_progress};
     EventPrinter m_printer;  // the worker's while it runs
-    std::optional<CaptureWriter> m_capture;
     std::shared_ptr<ProcessStore> m_store = std::make_shared<ProcessStore>();
     std::unique_ptr<QxLogTracker> m_tracker;
     const Clock::time_point m_start = Clock::now();
@@ -114,6 +115,7 @@ private:
     ProcessWatch m_watch;
     std::map<std::string, std::optional<LossCounts>> m_counts;  // of the cycle's dumps, by process
     std::optional<Explainer> m_explainer;
+    std::vector<std::unique_ptr<IRunPart>> m_parts;
     bool m_primes = false;               // the cycle in progress
     std::size_t m_decoded = 0;           // its calls
     Clock::time_point m_beat = m_start;  // when the cycle before ended

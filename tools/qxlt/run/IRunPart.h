@@ -1,0 +1,65 @@
+// What takes part in a live run besides the printing of its events: keeps dumps, starts programs, publishes, and so on.
+// Each is made by an option of its own; the run knows none of them.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "EventView.h"
+#include "JoinedScripts.h"
+#include "Lifecycle.h"
+#include "LossCounts.h"
+#include "ProcessNames.h"
+#include "RunStart.h"
+
+namespace qxlt {
+
+class Interruption;
+
+// The dump that was fetched from a process, before it is decoded; empty when there was none.
+struct RunDump {
+    const std::string& process;
+    const std::vector<char>& bytes;
+    const std::optional<LossCounts>& counts;  // nothing: they are not known
+    const std::vector<ProcessChange>& changes;
+};
+
+// All calls but the first and the last come from the thread that runs the cycles. What is handed over is valid for the
+// call only.
+class IRunPart {
+public:
+    virtual ~IRunPart() = default;
+
+    // All processes were found, and the cycles begin. Called by the thread that started the run. Throws a Failure
+    // (cannot start).
+    virtual void OnBegin(const ProcessNames& /*processes*/, const RunStart& /*start*/) {}
+
+    // A cycle, counted from 1; its dumps one by one; the events that fire and are to be shown; and its end, after which
+    // the store is as the next cycle finds it.
+    virtual void OnCycle(std::uint64_t /*number*/, bool /*primes*/) {}
+    virtual void OnDump(const RunDump& /*dump*/) {}
+    virtual void OnEvent(const EventView& /*view*/) {}
+    virtual void OnCycleEnd() {}
+
+    // The last cycle has ended, and the results are about to be printed. Not called for a run that ended before its
+    // cycles began. Called by the thread that started the run.
+    virtual void OnEnd() {}
+
+    // Whether something was lost that was asked for: the run then ends with the status for that. After OnEnd.
+    virtual bool Failed() const { return false; }
+};
+
+// What a part may use for as long as it lives.
+struct RunSurroundings {
+    const JoinedScripts& scripts;
+    Interruption& interruption;  // handlers run on the thread that started the run, also before OnBegin and after OnEnd
+};
+
+// Makes a part of the run that is about to begin. Throws a Failure (cannot start).
+using RunPartMaker = std::function<std::unique_ptr<IRunPart>(const RunSurroundings& surroundings)>;
+
+}  // namespace qxlt
