@@ -1,8 +1,8 @@
 #include "Broker.h"
 
 #include <poll.h>
-#include <signal.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -20,6 +20,20 @@ std::string UrlOf(const std::string& scheme, std::uint16_t port, const std::stri
     return scheme + "://127.0.0.1:" + std::to_string(port) + "/" + prefix;
 }
 
+// What the listener answers to these words, up to so many bytes; less, when it closes or says nothing for some seconds.
+std::string Ask(std::uint16_t port, const std::string& words, std::size_t size) {
+    const int connection = ConnectToPort(port);
+    if (connection < 0) return {};
+    const timeval patience = {6, 0};
+    setsockopt(connection, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    std::string answer(size, '\0');
+    const bool said = send(connection, words.data(), words.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(words.size());
+    const ssize_t count = said ? recv(connection, &answer[0], size, MSG_WAITALL) : 0;
+    close(connection);
+    answer.resize(count < 0 ? 0 : static_cast<std::size_t>(count));
+    return answer;
+}
+
 // What a client of MQTT 3.1.1 says first: a session of its own each time, 60 s to live.
 std::string FirstWords(const std::string& client) {
     std::string body("\0\4MQTT\4\2\0\74\0", 11);
@@ -28,19 +42,16 @@ std::string FirstWords(const std::string& client) {
     return std::string("\20") + static_cast<char>(body.size()) + body;
 }
 
-// Whether the listener takes a client. False, too, when it says nothing for some seconds.
 bool TakesClient(std::uint16_t port) {
-    const int connection = ConnectToPort(port);
-    if (connection < 0) return false;
-    const std::string words = FirstWords("ready" + std::to_string(port));
-    pollfd answered = {connection, POLLIN, 0};
-    char answer[4] = {};
-    const bool taken =
-        send(connection, words.data(), words.size(), MSG_NOSIGNAL) == static_cast<ssize_t>(words.size()) &&
-        poll(&answered, 1, 6000) == 1 && recv(connection, answer, sizeof answer, MSG_WAITALL) == sizeof answer;
-    close(connection);
+    const std::string answer = Ask(port, FirstWords("ready" + std::to_string(port)), 4);
     constexpr char kAnswer = 0x20;
-    return taken && answer[0] == kAnswer && answer[3] == 0;
+    return answer.size() == 4 && answer[0] == kAnswer && answer[3] == 0;
+}
+
+// Whether the node knows who leads the cluster. A client that comes before makes it wait for some seconds.
+bool KnowsLeader(std::uint16_t monitorPort) {
+    const std::string answer = Ask(monitorPort, "GET /jsz HTTP/1.0\r\n\r\n", 4096);
+    return answer.find("\"leader\": \"") != std::string::npos;
 }
 
 }  // namespace
@@ -99,10 +110,11 @@ bool NatsCluster::IsInstalled() {
 }
 
 NatsCluster::NatsCluster() {
-    const std::vector<std::uint16_t> ports = FreePorts(2 * kNodes);
+    const std::vector<std::uint16_t> ports = FreePorts(3 * kNodes);
     for (std::size_t node = 0; node < kNodes; ++node) {
-        m_nodes[node].clusterPort = ports[2 * node];
-        m_nodes[node].mqttPort = ports[2 * node + 1];
+        m_nodes[node].clusterPort = ports[3 * node];
+        m_nodes[node].mqttPort = ports[3 * node + 1];
+        m_nodes[node].monitorPort = ports[3 * node + 2];
     }
     for (std::size_t node = 0; node < kNodes; ++node) {
         const std::string name = "node" + std::to_string(node);
@@ -110,6 +122,8 @@ NatsCluster::NatsCluster() {
         m_nodes[node].process = std::make_unique<ServerProcess>(
             std::vector<std::string>{FindProgram("nats-server"), "-c", configuration}, m_place.At(name + ".log"));
         m_nodes[node].process->Start();
+        m_nodes[node].process->WaitForPort(
+            m_nodes[node].clusterPort);  // the next one looks for it at once, or in a second
     }
     for (std::size_t node = 0; node < kNodes; ++node) WaitUntilReady(node);
 }
@@ -122,8 +136,9 @@ void NatsCluster::StartNode(std::size_t node) {
 void NatsCluster::WaitUntilReady(std::size_t node) {
     ServerProcess& process = *m_nodes.at(node).process;
     const Clock::time_point limit = Clock::now() + kPatience;
+    const std::uint16_t monitorPort = m_nodes.at(node).monitorPort;
     process.WaitForPort(Port(node));
-    while (!TakesClient(Port(node))) {
+    while (!KnowsLeader(monitorPort) || !TakesClient(Port(node))) {
         if (!process.IsRunning()) throw std::runtime_error("nats-server ended: " + LogEnd(node));
         if (Clock::now() > limit) throw std::runtime_error("nats-server takes no client: " + LogEnd(node));
         poll(nullptr, 0, 20);
@@ -134,7 +149,9 @@ std::string NatsCluster::Configuration(std::size_t node) const {
     std::string routes;
     for (const Node& other : m_nodes) routes += " \"nats://127.0.0.1:" + std::to_string(other.clusterPort) + "\",";
     const std::string name = "node" + std::to_string(node);
-    return "server_name: " + name + "\nhost: 127.0.0.1\nport: -1\njetstream { store_dir: \"" + m_place.At(name) +
+    return "server_name: " + name +
+           "\nhost: 127.0.0.1\nport: -1\nhttp: \"127.0.0.1:" + std::to_string(m_nodes[node].monitorPort) +
+           "\"\njetstream { store_dir: \"" + m_place.At(name) +
            "\" }\ncluster { name: fleet, host: 127.0.0.1, port: " + std::to_string(m_nodes[node].clusterPort) +
            ", routes: [" + routes + " ] }\nmqtt { host: 127.0.0.1, port: " + std::to_string(Port(node)) + " }\n";
 }

@@ -95,6 +95,7 @@ private:
     struct Node {
         std::uint16_t clusterPort = 0;
         std::uint16_t mqttPort = 0;
+        std::uint16_t monitorPort = 0;
         std::unique_ptr<ServerProcess> process;
     };
 
