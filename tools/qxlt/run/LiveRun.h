@@ -24,6 +24,7 @@
 #include "ProcessNames.h"
 #include "ProcessStore.h"
 #include "ProcessWatch.h"
+#include "PublishOptions.h"
 #include "RunAccount.h"
 #include "ScriptOptions.h"
 
@@ -39,6 +40,7 @@ struct RunOptions {
     double seconds = 0;                  // ends after that long, waiting included; 0: never
     std::string until;                   // ends when this event fires; empty: never
     std::vector<RunPartMaker> parts;     // what else takes part, in the order in which it is told of things
+    PublishOptions publish;              // made a part of it by the command
     bool failOnLoss = false;             // a run that lost something failed
     bool history = false;                // calls from before the start are evaluated, too
     ICallWatcher* watcher = nullptr;     // is shown all calls; not owned. Where it is there, events are not counted
