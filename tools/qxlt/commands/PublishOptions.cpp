@@ -9,7 +9,7 @@ namespace qxlt {
 
 namespace {
 
-constexpr std::uint64_t kLeastOutbox = 1000 * 1000;
+constexpr std::uint64_t kLeastOutbox = 4 * 1000 * 1000;
 
 // An option that takes a time, and belongs to --publish.
 void AddTime(CLI::App& command, CLI::Option& publish, const std::string& name, double& seconds,
@@ -25,7 +25,7 @@ void AddTime(CLI::App& command, CLI::Option& publish, const std::string& name, d
 std::string RequireOutboxSize(const std::string& text) {
     const std::string problem = RequireSize(text);
     if (!problem.empty() || *ReadSize(text) >= kLeastOutbox) return problem;
-    return "an outbox of " + text + " holds too little; give it 1MB or more";
+    return "an outbox of " + text + " holds too little; give it 4MB or more";
 }
 
 }  // namespace
