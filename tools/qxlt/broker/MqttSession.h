@@ -74,7 +74,8 @@ public:
     // The numbers of those that the broker has taken over since the last call.
     std::vector<int> TakeAcknowledged();
 
-    // With QoS 1. Returns whether the broker was asked. Requires: IsConnected.
+    // With QoS 1. Returns whether the broker was asked; one that does not grant it ends the connection. Requires:
+    // IsConnected.
     bool Subscribe(const std::string& filter);
 
     // Takes the connection for lost.
@@ -95,6 +96,7 @@ private:
     void RethrowPending();
 
     void OnConnect(int code);
+    void OnSubscribe(const std::vector<int>& granted);
     void OnDisconnect(int code);
     void OnMessage(const ReceivedMessage& message);
     void OnLog(int level, const char* text);

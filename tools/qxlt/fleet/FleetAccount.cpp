@@ -84,8 +84,7 @@ FleetAccount::Entry& FleetAccount::Find(const std::string& device) {
     return m_devices.emplace(device, Entry{std::move(*kept), m_order.begin()}).first->second;
 }
 
-FleetRun& FleetAccount::Add(FleetDevice& device, const std::string& boot, const std::string& run,
-                            std::uint64_t first) {
+FleetRun& FleetAccount::Add(FleetDevice& device, const std::string& boot, const std::string& run, std::uint64_t first) {
     if (device.runs.size() == kMostRuns) {
         device.pastMissing = Sum(device.pastMissing, device.runs.back().numbers.Missing());
         device.pastDropped = Sum(device.pastDropped, device.runs.back().numbers.Dropped());

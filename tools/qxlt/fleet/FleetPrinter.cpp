@@ -64,8 +64,10 @@ std::string GapText(const GapNews& gap) {
     const std::uint64_t count = gap.range.last - gap.range.first + 1;
     const bool isDropped = gap.kind == RunNumbers::Kind::Dropped;
     return gap.origin.device + ": " + Counted(count, "event") +
-           (isDropped ? " dropped by its outbox" : count == 1 ? " is missing" : " are missing") + ": " +
-           RangeText(gap.range) + " of run " + gap.origin.run;
+           (isDropped    ? " dropped by its outbox"
+            : count == 1 ? " is missing"
+                         : " are missing") +
+           ": " + RangeText(gap.range) + " of run " + gap.origin.run;
 }
 
 void AddNews(JsonLine& line, const GapNews& gap) {
@@ -103,8 +105,7 @@ FleetTotals TotalsOf(const FleetDevice& device) {
 
 std::vector<std::string> CellsOf(const std::string& name, const FleetTotals& totals) {
     std::vector<std::string> cells = {name};
-    for (const std::uint64_t count :
-         {totals.received, totals.doubled, totals.late, totals.missing, totals.dropped}) {
+    for (const std::uint64_t count : {totals.received, totals.doubled, totals.late, totals.missing, totals.dropped}) {
         cells.push_back(std::to_string(count));
     }
     return cells;

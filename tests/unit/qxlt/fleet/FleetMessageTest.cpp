@@ -107,23 +107,22 @@ TEST(FleetMessage, RefusesAnotherNameThanThatOfTheTopic) {
 }
 
 TEST(FleetMessage, RefusesOddContent) {
-    const std::vector<std::pair<std::string, std::string>> events = {
-        {R"("cycle":3)", R"("cycle":-3)"},
-        {R"("cycle":3)", R"("cycle":3.5)"},
-        {R"("cycle":3)", R"("cycle":99999999999999)"},
-        {R"("cycle":3,)", ""},
-        {"2026-11-22T", "2026-11-22 "},
-        {R"("2026-11-22T10:00:00.000000005Z")", "5"},
-        {R"("value":"85")", R"("value":85)"},
-        {R"("call":{)", R"("call":[{)"},
-        {":7\"", ":0\""},
-        {":7\"", ":07\""},
-        {":7\"", ":35184372088833\""},
-        {":7\"", ":18446744073709551623\""},
-        {":7\"", "\""},
-        {kBoot, std::string(32, 'B')},
-        {kRun, kRun + "c"},
-        {"\"tv-1\"", "7"}};
+    const std::vector<std::pair<std::string, std::string>> events = {{R"("cycle":3)", R"("cycle":-3)"},
+                                                                     {R"("cycle":3)", R"("cycle":3.5)"},
+                                                                     {R"("cycle":3)", R"("cycle":99999999999999)"},
+                                                                     {R"("cycle":3,)", ""},
+                                                                     {"2026-11-22T", "2026-11-22 "},
+                                                                     {R"("2026-11-22T10:00:00.000000005Z")", "5"},
+                                                                     {R"("value":"85")", R"("value":85)"},
+                                                                     {R"("call":{)", R"("call":[{)"},
+                                                                     {":7\"", ":0\""},
+                                                                     {":7\"", ":07\""},
+                                                                     {":7\"", ":35184372088833\""},
+                                                                     {":7\"", ":18446744073709551623\""},
+                                                                     {":7\"", "\""},
+                                                                     {kBoot, std::string(32, 'B')},
+                                                                     {kRun, kRun + "c"},
+                                                                     {"\"tv-1\"", "7"}};
     for (const auto& [part, other] : events) {
         const std::string text = With(EventText(), part, other);
         const FleetMessage message = Read(kEventTopic, text);
@@ -131,11 +130,16 @@ TEST(FleetMessage, RefusesOddContent) {
         // One of them is no JSON any more.
         EXPECT_EQ(std::get<Refusal>(message), other == R"("call":[{)" ? Refusal::Json : Refusal::Content) << text;
     }
-    const std::vector<std::pair<std::string, std::string>> statuses = {
-        {"running", "walking"},    {kBoot, "b"},           {R"("taken":9)", R"("taken":"9")"},
-        {R"("waiting":2,)", ""},   {R"(",1,3])", R"(",3,1])"}, {R"(",1,3])", R"(",0,3])"},
-        {R"(",1,3])", R"(",1])"},  {kBoot + ":", kBoot + "-"}, {R"("health":{"uptime":1})", R"("health":1)"},
-        {R"("taken":9)", R"("taken":35184372088833)"}};
+    const std::vector<std::pair<std::string, std::string>> statuses = {{"running", "walking"},
+                                                                       {kBoot, "b"},
+                                                                       {R"("taken":9)", R"("taken":"9")"},
+                                                                       {R"("waiting":2,)", ""},
+                                                                       {R"(",1,3])", R"(",3,1])"},
+                                                                       {R"(",1,3])", R"(",0,3])"},
+                                                                       {R"(",1,3])", R"(",1])"},
+                                                                       {kBoot + ":", kBoot + "-"},
+                                                                       {R"("health":{"uptime":1})", R"("health":1)"},
+                                                                       {R"("taken":9)", R"("taken":35184372088833)"}};
     for (const auto& [part, other] : statuses) {
         EXPECT_EQ(RefusalOf(kStatusTopic, With(StatusText(), part, other)), Refusal::Content) << other;
     }
@@ -154,8 +158,7 @@ TEST(FleetMessage, RefusesWhatIsNoJson) {
 
 TEST(FleetMessage, BoundsItsLength) {
     const std::string good = EventText();
-    EXPECT_TRUE(
-        std::holds_alternative<FleetEvent>(FleetReader("fleet/home", good.size()).Read(kEventTopic, good)));
+    EXPECT_TRUE(std::holds_alternative<FleetEvent>(FleetReader("fleet/home", good.size()).Read(kEventTopic, good)));
     EXPECT_EQ(std::get<Refusal>(FleetReader("fleet/home", good.size() - 1).Read(kEventTopic, good)), Refusal::Long);
 }
 

@@ -115,7 +115,8 @@ TEST_P(FleetStore, KeepsWhatIsNotKnownAsNull) {
 
 TEST_P(FleetStore, KeepsTextsOfAnyBytes) {
     const std::unique_ptr<IFleetStore> store = OpenFleetStore(Place(), "here");
-    const FleetEvent event = EventOf("a", 1, std::string("x\0\xff", 3), R"({"a\u0000":"\u0000\\u0000","b":[["\u0000"]]})");
+    const FleetEvent event =
+        EventOf("a", 1, std::string("x\0\xff", 3), R"({"a\u0000":"\u0000\\u0000","b":[["\u0000"]]})");
     EXPECT_EQ(store->Write({kNow, {&event}, {}}), 0u);
     EXPECT_THAT(Ask("SELECT value FROM events"), ElementsAre("x\xEF\xBF\xBD\xEF\xBF\xBD"));
     EXPECT_THAT(Ask("SELECT call ->> 'a\xEF\xBF\xBD' FROM events"), ElementsAre("\xEF\xBF\xBD\\u0000"));
