@@ -199,6 +199,7 @@ void MqttSession::OnConnect(int code) {
 // In the place of what is granted, version 3.1.1 says that nothing is.
 void MqttSession::OnSubscribe(const std::vector<int>& granted) {
     constexpr int kFailure = 0x80;
+    m_granted += granted.size();
     if (std::none_of(granted.begin(), granted.end(), [](int qos) { return qos >= kFailure; })) return;
     EndWith(Ending::Refused, "it does not let this client subscribe; look at the broker's rules");
 }

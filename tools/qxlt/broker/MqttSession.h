@@ -78,6 +78,9 @@ public:
     // IsConnected.
     bool Subscribe(const std::string& filter);
 
+    // How many of these the broker has granted.
+    std::size_t Granted() const { return m_granted; }
+
     // Takes the connection for lost.
     void GiveUp(const std::string& problem) { EndWith(Ending::Network, problem); }
 
@@ -109,6 +112,7 @@ private:
     std::string m_problem;
     std::string m_tlsProblem;  // what the library said of it last
     std::vector<int> m_acknowledged;
+    std::size_t m_granted = 0;
     std::exception_ptr m_thrown;                // by `receive`: nothing is thrown through the library
     std::unique_ptr<mosquitto, End> m_session;  // the last: it ends first
 };

@@ -80,6 +80,8 @@ public:
         return value;
     }
 
+    const JsonObject& ObjectOrNull(const char* key) const { return Find(key).is_null() ? Find(key) : Object(key); }
+
     // Null: there is none.
     const JsonObject* Maybe(const char* key) const {
         const auto found = m_object.find(key);
@@ -134,7 +136,7 @@ FleetEvent ReadEvent(const Address& address, const JsonObject& object) {
     event.cycle = fields.Number("cycle");
     event.event = NameOf(fields, "event", *address.event, kMostEvent);
     event.value = fields.Text("value");
-    event.call = Shared(fields.Object("call"));
+    event.call = Shared(fields.ObjectOrNull("call"));
     event.duration = DurationOf(*event.call);
     return event;
 }

@@ -111,6 +111,12 @@ std::vector<std::string> CellsOf(const std::string& name, const FleetTotals& tot
     return cells;
 }
 
+std::string TotalText(const FleetTotals& totals) {
+    return Counted(totals.received, "event") + " of " + Counted(totals.devices, "device") + "; " +
+           std::to_string(totals.doubled) + " doubled, " + std::to_string(totals.late) + " late, " +
+           std::to_string(totals.missing) + " missing, " + std::to_string(totals.dropped) + " dropped";
+}
+
 // Those of many devices that lack something stand first.
 std::vector<const FleetDevice*> RowsOf(const FleetAccount& account) {
     std::vector<const FleetDevice*> devices = account.Devices();
@@ -146,8 +152,10 @@ void TellAccount(const FleetAccount& account, const RefusedMessages& refused) {
     const FleetTotals totals = account.Totals();
     const std::vector<const FleetDevice*> rows = RowsOf(account);
     for (const FleetDevice* const row : rows) cells.push_back(CellsOf(Printable(row->name), TotalsOf(*row)));
-    if (totals.devices != 1) cells.push_back(CellsOf("all " + std::to_string(totals.devices), totals));
-    for (const std::string& line : TableLines(cells, TerminalWidth(STDERR_FILENO))) PrintNote(line);
+    if (rows.size() > 1) {
+        for (const std::string& line : TableLines(cells, TerminalWidth(STDERR_FILENO))) PrintNote(line);
+    }
+    PrintNote(TotalText(totals));
     for (const auto& [reason, count] : refused.counts) {
         PrintWarning(Counted(count, "message") + " not taken: " + reason);
     }

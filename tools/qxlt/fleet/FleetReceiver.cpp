@@ -216,6 +216,7 @@ private:
         const std::uint64_t before = m_taken;
         m_session->Read();
         if (m_session->IsConnected() && !m_isSubscribed) Subscribe();
+        TellReceiving();
         return m_taken != before;
     }
 
@@ -224,6 +225,14 @@ private:
         for (const std::string& topic : m_topics) m_session->Subscribe(topic);
         m_backoff.Reset();
         m_broker.Over(BrokerText(m_access.address) + ": connected again");
+    }
+
+    // Once: from now on nothing is missed.
+    void TellReceiving() {
+        if (m_isReceiving || m_session->Granted() < m_topics.size() || m_session->IsOver()) return;
+        m_isReceiving = true;
+        PrintNote("receiving from " + BrokerText(m_access.address) +
+                  (m_options.IsLasting() ? " as the client " + m_client : ""));
     }
 
     // Answers are written after what they answer is kept, and until then nothing is.
@@ -284,6 +293,7 @@ private:
     std::uint64_t m_taken = 0;     // messages
     bool m_isSubscribed = false;
     bool m_wasConnected = false;
+    bool m_isReceiving = false;
     bool m_isHolding = false;  // what the store did not take
     Backoff m_backoff{std::random_device()()};
     Clock::time_point m_nextTry{};

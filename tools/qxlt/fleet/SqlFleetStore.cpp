@@ -46,7 +46,7 @@ std::string NamesOf(const Columns& columns) {
 
 // What may be unknown of an event or a device; all else is always there.
 bool IsOptional(const std::string& name, bool isDevice) {
-    return name == "time" || name == "duration" || (isDevice && name != "device" && name != "heard");
+    return name == "time" || name == "duration" || name == "call" || (isDevice && name != "device" && name != "heard");
 }
 
 std::string TableText(const std::string& name, const Columns& columns, const std::string& key) {

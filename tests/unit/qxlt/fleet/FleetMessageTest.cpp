@@ -57,6 +57,14 @@ TEST(FleetMessage, ReadsAnEvent) {
     EXPECT_EQ(event.call->dump(), R"({"callerName":"SetVolume","duration":2000})");
 }
 
+TEST(FleetMessage, ReadsAnEventWhoseCallWasLeftOut) {
+    const FleetMessage message =
+        Read(kEventTopic, With(EventText(), R"({"callerName":"SetVolume","duration":2000})", "null"));
+    ASSERT_TRUE(std::holds_alternative<FleetEvent>(message));
+    EXPECT_TRUE(std::get<FleetEvent>(message).call->is_null());
+    EXPECT_EQ(std::get<FleetEvent>(message).duration, std::nullopt);
+}
+
 TEST(FleetMessage, ReadsAStatus) {
     const FleetMessage message = Read(kStatusTopic, StatusText());
     ASSERT_TRUE(std::holds_alternative<FleetStatus>(message));

@@ -109,8 +109,9 @@ TEST_P(FleetStore, KeepsWhatIsNotKnownAsNull) {
     FleetEvent event = EventOf("a", 1);
     event.time.reset();
     event.duration.reset();
+    event.call = Shared(JsonObject());
     store->Write({kNow, {&event}, {}});
-    EXPECT_THAT(Ask("SELECT time, duration FROM events"), ElementsAre("null|null"));
+    EXPECT_THAT(Ask("SELECT time, duration, call FROM events"), ElementsAre("null|null|null"));
 }
 
 TEST_P(FleetStore, KeepsTextsOfAnyBytes) {
@@ -145,7 +146,7 @@ TEST_P(FleetStore, GoesOnFromTheAccountThatItKept) {
                 ElementsAre("1|1|late", "4|5|late", "6|6|dropped", "7|7|late"));
     Keep(*store, account, {EventOf("a", 4)});
     EXPECT_THAT(Ask("SELECT first, last, state FROM gaps ORDER BY first"),
-                ElementsAre("1|1|late", "5|5|late", "6|6|dropped", "7|8|late"));
+                ElementsAre("1|1|late", "5|5|late", "6|6|dropped", "7|7|late", "8|8|late"));
     EXPECT_THAT(Ask("SELECT device, state, taken, missing, health ->> 'uptime' FROM devices"),
                 ElementsAre("a|running|8|4|5"));
 }
