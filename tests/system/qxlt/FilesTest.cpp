@@ -79,7 +79,7 @@ bool IsValid(const std::string& file) {
 
 TEST(ManualTest, TellsOfEachCommandAndOption) {
     ASSERT_THAT(CommandNames(), ElementsAre("run", "replay", "decode", "list", "clean", "check", "test", "trace", "top",
-                                            "report", "export", "import", "view"));
+                                            "report", "export", "import", "view", "fleet"));
     for (const std::string& command : CommandNames()) {
         const std::string manual = ManualOf(command);
         ASSERT_NE(manual, "") << command;
