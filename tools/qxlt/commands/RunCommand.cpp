@@ -5,6 +5,7 @@
 
 #include "KeptDumps.h"
 #include "LiveRun.h"
+#include "OutputOptions.h"
 #include "ShowScript.h"
 #include "ShowingOptions.h"
 #include "TimeText.h"
@@ -19,7 +20,8 @@ constexpr char kExamples[] =
     "  qxlt run -p media-server --call 'audio.Set*' --where 'ret < 0' --show-script > failed.xml\n"
     "  qxlt run -s volume.xml --event 'VOLUME_*' --columns time,value,thread --quiet\n"
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
-    "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n";
+    "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n"
+    "  qxlt run -s volume.xml --format json --output events.jsonl --rotate 10MB\n";
 
 std::string RequireName(const std::string& text) {
     return text.empty() ? "the process has no name" : "";
@@ -68,6 +70,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
             },
             "Keep the dumps, to be replayed")
         ->option_text("DIR");
+    AddOutputOptions(command, *options);
 }
 
 }  // namespace qxlt

@@ -120,6 +120,7 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_callScript(options.scripts.calls),
       m_scripts(options.scripts.scripts, m_callScript.Text()),
       m_explain(ExplainOf(options.scripts, m_scripts.Events())),
+      m_sink(options.sink ? options.sink() : nullptr),
       m_printer(common.format, m_output, WidestOf(m_scripts.Events()), options.show),
       m_tracker(std::make_unique<QxLogTracker>(common.level, m_store)),
       m_waiting(Wanted()),
@@ -129,6 +130,7 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
     m_printer.Expect(m_scripts.Events());
     RequireKnownEnd(options.until, m_scripts.Events());
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
+    if (m_sink) m_interruption.LeaveReader();
     for (const RunPartMaker& make : options.parts) m_parts.push_back(make({m_scripts, m_interruption}));
     if (options.seconds > 0) m_end = EndOf(m_start, std::chrono::duration<double>(options.seconds));
     m_output.OnEnd([this](ExitStatus status) {
@@ -165,6 +167,7 @@ int LiveRun::Perform() {
     } else {
         PrintCounts();
     }
+    if (m_sink) m_sink->End();
     return HasFailed() ? kInputWrong : kDone;
 }
 
@@ -178,6 +181,7 @@ bool LiveRun::HasFailed() {
         m_failed = true;
     }
     if (m_options.failOnLoss && m_account.Lost()) m_failed = true;
+    if (m_sink && m_sink->Failed()) m_failed = true;
     return m_failed || !m_run.Whole() || HasFailedPart();
 }
 
@@ -287,7 +291,8 @@ void LiveRun::FetchTheRest() {
 }
 
 void LiveRun::Fire(const EventView& view) {
-    if (!m_printer.Print(view)) return;
+    if (!m_printer.Takes(view)) return;
+    m_printer.Print(view);
     for (const auto& part : m_parts) part->OnEvent(view);
 }
 
