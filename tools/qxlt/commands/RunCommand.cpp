@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "KeptDumps.h"
+#include "KeepOptions.h"
 #include "LiveRun.h"
 #include "OutputOptions.h"
 #include "ShowScript.h"
@@ -21,6 +21,7 @@ constexpr char kExamples[] =
     "  qxlt run -s volume.xml --event 'VOLUME_*' --columns time,value,thread --quiet\n"
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n"
+    "  qxlt run -s volume.xml --keep-on VOLUME_HIGH --before 20 --after 5 captures\n"
     "  qxlt run -s volume.xml --format json --output events.jsonl --rotate 10MB\n";
 
 std::string RequireName(const std::string& text) {
@@ -60,16 +61,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddFilterOptions(command, options->show);
     AddBoundOptions(command, options->show);
     AddQuietOption(command);
-    command
-        .add_option_function<std::string>(
-            "--keep",
-            [options](const std::string& directory) {
-                if (directory.empty()) return;
-                options->parts.emplace_back(
-                    [directory](const RunSurroundings&) { return std::make_unique<KeptDumps>(directory); });
-            },
-            "Keep the dumps, to be replayed")
-        ->option_text("DIR");
+    AddKeepOptions(command, *options);
     AddOutputOptions(command, *options);
 }
 
