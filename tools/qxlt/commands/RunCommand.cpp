@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "KeepOptions.h"
+#include "LimitOptions.h"
 #include "LiveRun.h"
 #include "OutputOptions.h"
 #include "ShowScript.h"
@@ -63,6 +64,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddQuietOption(command);
     AddKeepOptions(command, *options);
     AddOutputOptions(command, *options);
+    AddLimitOptions(command, *options);
 }
 
 }  // namespace qxlt

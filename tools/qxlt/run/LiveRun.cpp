@@ -122,6 +122,7 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_explain(ExplainOf(options.scripts, m_scripts.Events())),
       m_sink(options.sink ? options.sink() : nullptr),
       m_printer(common.format, m_output, WidestOf(m_scripts.Events()), options.show),
+      m_limits(options.limits, common.format, m_output),
       m_tracker(std::make_unique<QxLogTracker>(common.level, m_store)),
       m_waiting(Wanted()),
       m_account(common.format, m_output, m_processes),
@@ -271,6 +272,7 @@ void LiveRun::Track() {
     m_tracker->Stop();
     const bool isRegular = cause == Interruption::Cause::Signal || cause == Interruption::Cause::TimeOver;
     if (isRegular && !m_run.IsOver()) FetchTheRest();
+    m_limits.End(m_cycle);
     for (const auto& part : m_parts) part->OnEnd();
     PrintResults();
 }
@@ -291,7 +293,7 @@ void LiveRun::FetchTheRest() {
 }
 
 void LiveRun::Fire(const EventView& view) {
-    if (!m_printer.Takes(view)) return;
+    if (!m_printer.Takes(view) || !m_limits.Lets(view)) return;
     m_printer.Print(view);
     for (const auto& part : m_parts) part->OnEvent(view);
 }
@@ -329,6 +331,7 @@ void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& deco
 
 void LiveRun::OnCycleEnd() {
     m_run.EndCycle(m_primes);
+    m_limits.EndCycle(m_cycle);
     for (const auto& part : m_parts) part->OnCycleEnd();
     NoteReading();
     ShowHeartbeat();
