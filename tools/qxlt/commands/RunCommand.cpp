@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "ActOptions.h"
 #include "KeepOptions.h"
 #include "LimitOptions.h"
 #include "LiveRun.h"
@@ -23,7 +24,8 @@ constexpr char kExamples[] =
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n"
     "  qxlt run -s volume.xml --keep-on VOLUME_HIGH --before 20 --after 5 captures\n"
-    "  qxlt run -s volume.xml --format json --output events.jsonl --rotate 10MB\n";
+    "  qxlt run -s volume.xml --format json --output events.jsonl --rotate 10MB\n"
+    "  qxlt run -s volume.xml --exec 'VOLUME_HIGH=logger -t volume \"$QX_EVENT_VALUE\"' --exec-limit 2s\n";
 
 std::string RequireName(const std::string& text) {
     return text.empty() ? "the process has no name" : "";
@@ -65,6 +67,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddKeepOptions(command, *options);
     AddOutputOptions(command, *options);
     AddLimitOptions(command, *options);
+    AddActOptions(command, *options);
 }
 
 }  // namespace qxlt
