@@ -3,8 +3,11 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "KeptDumps.h"
+#include "ActOptions.h"
+#include "KeepOptions.h"
+#include "LimitOptions.h"
 #include "LiveRun.h"
+#include "OutputOptions.h"
 #include "ShowScript.h"
 #include "ShowingOptions.h"
 #include "TimeText.h"
@@ -19,7 +22,10 @@ constexpr char kExamples[] =
     "  qxlt run -p media-server --call 'audio.Set*' --where 'ret < 0' --show-script > failed.xml\n"
     "  qxlt run -s volume.xml --event 'VOLUME_*' --columns time,value,thread --quiet\n"
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
-    "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n";
+    "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n"
+    "  qxlt run -s volume.xml --keep-on VOLUME_HIGH --before 20 --after 5 captures\n"
+    "  qxlt run -s volume.xml --format json --output events.jsonl --rotate 10MB\n"
+    "  qxlt run -s volume.xml --exec 'VOLUME_HIGH=logger -t volume \"$QX_EVENT_VALUE\"' --exec-limit 2s\n";
 
 std::string RequireName(const std::string& text) {
     return text.empty() ? "the process has no name" : "";
@@ -58,16 +64,10 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddFilterOptions(command, options->show);
     AddBoundOptions(command, options->show);
     AddQuietOption(command);
-    command
-        .add_option_function<std::string>(
-            "--keep",
-            [options](const std::string& directory) {
-                if (directory.empty()) return;
-                options->parts.emplace_back(
-                    [directory](const RunSurroundings&) { return std::make_unique<KeptDumps>(directory); });
-            },
-            "Keep the dumps, to be replayed")
-        ->option_text("DIR");
+    AddKeepOptions(command, *options);
+    AddOutputOptions(command, *options);
+    AddLimitOptions(command, *options);
+    AddActOptions(command, *options);
 }
 
 }  // namespace qxlt
