@@ -97,8 +97,8 @@ void PublishPart::OnEnd() {
     const OutboxCounts counts = m_outbox.Count();
     if (m_notTaken != 0) PrintWarning(Counted(m_notTaken, "event") + " could not be kept for the broker");
     if (counts.waiting != 0) {
-        PrintWarning(Counted(counts.waiting, "event") + " not published yet; the next run with " + m_file +
-                     " publishes them");
+        PrintWarning("not published yet: " + Counted(counts.waiting, "event") + "; the next run with " + m_file +
+                     " publishes what waits there");
     }
 }
 
