@@ -25,16 +25,25 @@ constexpr char kExamples[] =
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n"
     "  qxlt run -s volume.xml --keep-on VOLUME_HIGH --before 20 --after 5 captures\n"
     "  qxlt run -s volume.xml --format json --output events.jsonl --rotate 10MB\n"
-    "  qxlt run -s volume.xml --exec 'VOLUME_HIGH=logger -t volume \"$QX_EVENT_VALUE\"' --exec-limit 2s\n";
+    "  qxlt run -s volume.xml --exec 'VOLUME_HIGH=logger -t volume \"$QX_EVENT_VALUE\"' --exec-limit 2s\n"
+    "  qxlt run -s volume.xml --publish mqtts://broker.example/plant --credentials /etc/qxlt/broker\n";
 
 std::string RequireName(const std::string& text) {
     return text.empty() ? "the process has no name" : "";
 }
 
-int Run(const RunOptions& options, const CommonOptions& common) {
+void AddPublishing(RunOptions& options, const Invocation& invocation) {
+    if (!invocation.extensions.publish) BecomeFleetProgram("run --publish", invocation.arguments);
+    options.parts.emplace_back([&options, &invocation](const RunSurroundings& surroundings) {
+        return invocation.extensions.publish(options.publish, surroundings);
+    });
+}
+
+int Run(RunOptions& options, const Invocation& invocation) {
     RequireScripts(options.scripts);
-    if (!options.scripts.showScript) return LiveRun(options, common).Perform();
-    return ShowScript(CallScript(options.scripts.calls), options.processes);
+    if (options.scripts.showScript) return ShowScript(CallScript(options.scripts.calls), options.processes);
+    if (options.publish.IsWanted()) AddPublishing(options, invocation);
+    return LiveRun(options, invocation.common).Perform();
 }
 
 }  // namespace
@@ -42,7 +51,7 @@ int Run(const RunOptions& options, const CommonOptions& common) {
 void AddRun(CLI::App& app, Invocation& invocation) {
     const auto options = std::make_shared<RunOptions>();
     CLI::App& command = AddCommand(app, invocation, "run", "Track live processes and print events as they fire",
-                                   kExamples, [options, &invocation] { return Run(*options, invocation.common); });
+                                   kExamples, [options, &invocation] { return Run(*options, invocation); });
     AddScriptOptions(command, options->scripts).allow_extra_args(true);
     command.add_option("-p,--process", options->processes, "Watch this process, too")
         ->allow_extra_args(false)
@@ -68,6 +77,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddOutputOptions(command, *options);
     AddLimitOptions(command, *options);
     AddActOptions(command, *options);
+    AddPublishOptions(command, options->publish);
 }
 
 }  // namespace qxlt

@@ -27,6 +27,7 @@
 #include "ProcessNames.h"
 #include "ProcessStore.h"
 #include "ProcessWatch.h"
+#include "PublishOptions.h"
 #include "RunAccount.h"
 #include "ScriptOptions.h"
 
@@ -44,6 +45,7 @@ struct RunOptions {
     std::vector<EventLimit> limits;      // how many events are handed on
     std::function<std::unique_ptr<ILineSink>()> sink;  // opens what takes the lines; empty: they go to standard output
     std::vector<RunPartMaker> parts;     // what else takes part, in the order in which it is told of things
+    PublishOptions publish;              // made a part of it by the command
     bool failOnLoss = false;             // a run that lost something failed
     bool history = false;                // calls from before the start are evaluated, too
     ICallWatcher* watcher = nullptr;     // is shown all calls; not owned. Where it is there, events are not counted
