@@ -80,6 +80,10 @@ public:
     std::vector<HSCall> TakeRecords() { return m_spare.TakeRecords(); }
     void KeepRecords(std::vector<HSCall> records) { m_spare.KeepRecords(std::move(records)); }
 
+    // About the bytes of memory that stay taken from one cycle to the next: what processes have described, and calls
+    // kept to be filled anew.
+    std::uint64_t KeptBytes() const { return m_described.Taken() + m_spare.Cost(); }
+
     // Whether something is told of this element of the script tree for the first time.
     bool IsFirstReport(const _HSScriptPtr& element) { return m_reported.insert(&element).second; }
 

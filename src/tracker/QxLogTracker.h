@@ -12,6 +12,7 @@
 #include "IQxCycleObserver.h"
 #include "IQxLogTracker.h"
 #include "QxTask.h"
+#include "QxTrackerHealth.h"
 
 class IQxEventObserver;
 
@@ -51,13 +52,20 @@ public:
     // Who watches the cycles themselves; nobody at first. Not owned. Set before Run.
     void SetCycleObserver(IQxCycleObserver* observer) { m_cycleObserver = observer != nullptr ? observer : &m_nobody; }
 
+    // What is counted; any thread. Events are counted from the next Run on.
+    const QxTrackerHealth& Health() const { return m_health; }
+    void CountEvents() { m_health.CountEvents(); }
+
     // Another pause after each dump than Run was given. Not while the worker runs.
     void SetDumpPause(int dumpPause) { m_dumpPause = dumpPause; }
 
 private:
+    static int m_CallBack(std::string name, std::string value, IQxData::HSCall call, void* context);
+
     void m_Reset();
     void m_RegisterProcesses(const IQxData::_HSScriptPtr& action);
     std::vector<std::vector<char>> m_FetchDumps() const;
+    void m_Decode(QxCycle& cycle);
     void m_PauseAfterDump() const;
 
     std::set<std::string> m_processes;
@@ -70,4 +78,5 @@ private:
     IQxEventObserver* m_observer = nullptr;
     IQxCycleObserver m_nobody;
     IQxCycleObserver* m_cycleObserver = &m_nobody;
+    QxTrackerHealth m_health;
 };
