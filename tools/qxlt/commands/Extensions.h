@@ -5,6 +5,8 @@
 #include <functional>
 #include <memory>
 
+#include "CommonOptions.h"
+#include "FleetOptions.h"
 #include "IRunPart.h"
 #include "PublishOptions.h"
 
@@ -14,6 +16,9 @@ struct Extensions {
     // Makes the part of a live run that publishes its events. Throws a Failure (cannot start).
     std::function<std::unique_ptr<IRunPart>(const PublishOptions& options, const RunSurroundings& surroundings)>
         publish;
+
+    // Receives from a broker until it is ended; returns the exit status. Throws a Failure (cannot start).
+    std::function<int(const FleetOptions& options, const CommonOptions& common)> receive;
 };
 
 // Becomes qxlt-fleet with the arguments of this program. `work` says what it is needed for: "run --publish". Throws a

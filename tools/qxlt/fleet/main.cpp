@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "Dispatcher.h"
+#include "FleetReceiver.h"
 #include "PublishPart.h"
 
 namespace {
@@ -17,5 +18,6 @@ std::unique_ptr<qxlt::IRunPart> Publish(const qxlt::PublishOptions& options,
 int main(int argc, char** argv) {
     qxlt::Extensions extensions;
     extensions.publish = Publish;
+    extensions.receive = qxlt::ReceiveFleet;
     return qxlt::RunTool({argv + 1, argv + argc}, extensions);
 }
