@@ -206,6 +206,28 @@ public:
         }
     }
 
+    // ImportFuzzer takes the text of the tasks, and behind a byte 0 what is printed.
+    void AddRecordings() const {
+        const std::string tasks =
+            "SESS timestamp=1.0 pid=70 sid=a exename=\"/bin/tuner\"\nTASK timestamp=1.0 tid=71 pid=70\n"
+            "FORK timestamp=1.0 pid=72 ppid=70\n";
+        const std::string printed =
+            "reading 70.dat\n"
+            "    1.000010000     70: [entry] SetVolume(1) depth: 1\n"
+            "    1.000010000     70: [args ] length = 24\n"
+            "  args[0] i32: 0x00000055\n"
+            "  args[1] str: two\nlines\n"
+            "  args[2] f64: 0x4034000000000000\n"
+            "    1.000090000     70: [exit ] SetVolume(1) depth: 1\n"
+            "    1.000090000     70: [retval] length = 4\n"
+            "  retval i32: 0xffffffff\n"
+            "    1.000091000     70: [lost 12 records]\n"
+            "reading 71.dat\n"
+            "    1.000020000     71: [entry] GetVolume(1) depth: 0\n";
+        const std::string whole = tasks + '\0' + printed;
+        Write("ImportFuzzer", "made", Bytes(whole.begin(), whole.end()));
+    }
+
 private:
     void Write(const std::string& fuzzer, const std::string& name, const Bytes& bytes) const {
         fs::create_directories(m_directory / fuzzer);
@@ -301,5 +323,6 @@ int main(int argc, char** argv) {
     seeds.AddScenarios();
     seeds.AddSamples();
     seeds.AddFleet();
+    seeds.AddRecordings();
     return 0;
 }

@@ -30,6 +30,7 @@ TEST(LineSchema, RefusesWhatIsNoLine) {
                                   R"({"cycle":1,"lifecycle":{"process":"m","process_id":1,"state":"gone"}})",
                                   R"({"gap":{"device":"d","boot":"b","run":"c","state":"missing","first":1,"last":1}})",
                                   R"({"fleet":{"devices":1}})",
+                                  R"({"cycle":1,"held":{"event":"E","count":0}})",
                                   R"({"record":"hex"})",
                                   R"({"interval":1,"seconds":1.5,"statistics":{"method":"f"}})",
                                   R"({"statistics":{"method":"f"}})",
@@ -56,7 +57,7 @@ TEST(LineSchema, TakesTheLinesOfThePage) {
             EXPECT_EQ(SchemaFault(line), "");
         }
     }
-    EXPECT_EQ(lines, 28U);
+    EXPECT_EQ(lines, 29U);
 }
 
 TEST(LineSchema, TakesTheLinesThatAreKept) {

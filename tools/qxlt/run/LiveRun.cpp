@@ -120,7 +120,9 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_callScript(options.scripts.calls),
       m_scripts(options.scripts.scripts, m_callScript.Text()),
       m_explain(ExplainOf(options.scripts, m_scripts.Events())),
+      m_sink(options.sink ? options.sink() : nullptr),
       m_printer(common.format, m_output, WidestOf(m_scripts.Events()), options.show),
+      m_limits(options.limits, common.format, m_output),
       m_tracker(std::make_unique<QxLogTracker>(common.level, m_store)),
       m_waiting(Wanted()),
       m_account(common.format, m_output, m_processes),
@@ -129,6 +131,7 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
     m_printer.Expect(m_scripts.Events());
     RequireKnownEnd(options.until, m_scripts.Events());
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
+    if (m_sink) m_interruption.LeaveReader();
     for (const RunPartMaker& make : options.parts) m_parts.push_back(make({m_scripts, m_interruption}));
     if (options.seconds > 0) m_end = EndOf(m_start, std::chrono::duration<double>(options.seconds));
     m_output.OnEnd([this](ExitStatus status) {
@@ -165,6 +168,7 @@ int LiveRun::Perform() {
     } else {
         PrintCounts();
     }
+    if (m_sink) m_sink->End();
     return HasFailed() ? kInputWrong : kDone;
 }
 
@@ -178,6 +182,7 @@ bool LiveRun::HasFailed() {
         m_failed = true;
     }
     if (m_options.failOnLoss && m_account.Lost()) m_failed = true;
+    if (m_sink && m_sink->Failed()) m_failed = true;
     return m_failed || !m_run.Whole() || HasFailedPart();
 }
 
@@ -267,6 +272,7 @@ void LiveRun::Track() {
     m_tracker->Stop();
     const bool isRegular = cause == Interruption::Cause::Signal || cause == Interruption::Cause::TimeOver;
     if (isRegular && !m_run.IsOver()) FetchTheRest();
+    m_limits.End(m_cycle);
     for (const auto& part : m_parts) part->OnEnd();
     PrintResults();
 }
@@ -287,7 +293,8 @@ void LiveRun::FetchTheRest() {
 }
 
 void LiveRun::Fire(const EventView& view) {
-    if (!m_printer.Print(view)) return;
+    if (!m_printer.Takes(view) || !m_limits.Lets(view)) return;
+    m_printer.Print(view);
     for (const auto& part : m_parts) part->OnEvent(view);
 }
 
@@ -324,6 +331,7 @@ void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& deco
 
 void LiveRun::OnCycleEnd() {
     m_run.EndCycle(m_primes);
+    m_limits.EndCycle(m_cycle);
     for (const auto& part : m_parts) part->OnCycleEnd();
     NoteReading();
     ShowHeartbeat();

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -13,9 +14,11 @@
 #include <vector>
 
 #include "CommonOptions.h"
+#include "EventLimits.h"
 #include "EventRun.h"
 #include "EventView.h"
 #include "Explainer.h"
+#include "ILineSink.h"
 #include "IQxCycleObserver.h"
 #include "IRunPart.h"
 #include "Interruption.h"
@@ -39,6 +42,8 @@ struct RunOptions {
     bool fast = false;                   // a short pause after each dump
     double seconds = 0;                  // ends after that long, waiting included; 0: never
     std::string until;                   // ends when this event fires; empty: never
+    std::vector<EventLimit> limits;      // how many events are handed on
+    std::function<std::unique_ptr<ILineSink>()> sink;  // opens what takes the lines; empty: they go to standard output
     std::vector<RunPartMaker> parts;     // what else takes part, in the order in which it is told of things
     PublishOptions publish;              // made a part of it by the command
     bool failOnLoss = false;             // a run that lost something failed
@@ -102,8 +107,10 @@ private:
     const ExplainOptions m_explain;
     Interruption m_interruption;
     Progress m_progress;  // the worker's while it runs
-    Output m_output{&m_progress};
+    const std::unique_ptr<ILineSink> m_sink;  // may be null
+    Output m_output{&m_progress, m_sink.get()};
     EventPrinter m_printer;  // the worker's while it runs
+    EventLimits m_limits;    // likewise
     std::shared_ptr<ProcessStore> m_store = std::make_shared<ProcessStore>();
     std::unique_ptr<QxLogTracker> m_tracker;
     const Clock::time_point m_start = Clock::now();
