@@ -280,6 +280,26 @@ TEST_F(Receive, EndsWithItsReader) {
     EXPECT_EQ(receiver->Finish(), 0) << receiver->Error();
 }
 
+// It waits for its reader in the middle of the first batch, which is more than a pipe holds.
+TEST_F(Receive, EndsBetweenTwoBatches) {
+    MosquittoBroker::Setup setup;
+    setup.settings = "max_inflight_messages 0\nmax_queued_messages 0\n";
+    m_broker = std::make_unique<MosquittoBroker>(setup);
+    End(*Start({"--client", "stays"}));
+    constexpr int kAll = 4000;
+    Publisher publisher(*m_broker);
+    for (int number = 1; number <= kAll; ++number) publisher.Event("tv", number);
+    const auto receiver = Start({"--client", "stays"});
+    EXPECT_TRUE(receiver->WaitForOutput("VOLUME    1 "));
+    End(*receiver);
+    EXPECT_LT(Lines(receiver->Output()).size(), std::size_t{kAll});
+    // What was not shown was not answered, either.
+    const auto again = Start({"--client", "stays"});
+    EXPECT_TRUE(again->WaitForOutput("VOLUME    " + std::to_string(kAll)));
+    End(*again);
+    EXPECT_THAT(again->Output(), HasSubstr("VOLUME    " + std::to_string(Lines(receiver->Output()).size() + 1) + " "));
+}
+
 TEST_F(Receive, EndsWhenItsTimeIsOver) {
     Child receiver(Tool({"--for", "300ms"}));
     EXPECT_EQ(receiver.Finish(), 0) << receiver.Error();

@@ -173,6 +173,16 @@ TEST_P(FleetStore, GoesOnFromTheAccountThatItKept) {
                 ElementsAre("a|running|8|4|5"));
 }
 
+TEST_P(FleetStore, KeepsTheHealthThatADeviceToldLast) {
+    const std::unique_ptr<IFleetStore> store = OpenFleetStore(Place(), "here");
+    FleetAccount account = Account(*store);
+    account.Take(StatusOf("a", 0), {});
+    Keep(*store, account, {});
+    EXPECT_EQ(account.Devices().front()->status->health, "");
+    Keep(*store, account, {EventOf("a", 1)});
+    EXPECT_THAT(Ask("SELECT health ->> 'uptime' FROM devices"), ElementsAre("5"));
+}
+
 TEST_P(FleetStore, KeepsTheAccountsOfReceiversApart) {
     const std::unique_ptr<IFleetStore> store = OpenFleetStore(Place(), "here");
     FleetAccount account = Account(*store);
