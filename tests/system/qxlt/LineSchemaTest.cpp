@@ -31,6 +31,7 @@ TEST(LineSchema, RefusesWhatIsNoLine) {
                                   R"({"record":"hex"})",
                                   R"({"interval":1,"seconds":1.5,"statistics":{"method":"f"}})",
                                   R"({"statistics":{"method":"f"}})",
+                                  R"({"state":"running","time":"x","started":"x","pid":1,"cycles":1})",
                                   "{}",
                                   "[]",
                                   "7",
@@ -54,7 +55,7 @@ TEST(LineSchema, TakesTheLinesOfThePage) {
             EXPECT_EQ(SchemaFault(line), "");
         }
     }
-    EXPECT_EQ(lines, 22U);
+    EXPECT_EQ(lines, 23U);
 }
 
 TEST(LineSchema, TakesTheLinesThatAreKept) {

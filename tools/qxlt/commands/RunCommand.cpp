@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "HealthOptions.h"
 #include "KeptDumps.h"
 #include "LiveRun.h"
 #include "ShowScript.h"
@@ -58,6 +59,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddFilterOptions(command, options->show);
     AddBoundOptions(command, options->show);
     AddQuietOption(command);
+    AddHealthOptions(command, *options);
     command
         .add_option_function<std::string>(
             "--keep",

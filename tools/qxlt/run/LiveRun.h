@@ -16,6 +16,7 @@
 #include "EventRun.h"
 #include "EventView.h"
 #include "Explainer.h"
+#include "HealthPart.h"
 #include "IQxCycleObserver.h"
 #include "IRunPart.h"
 #include "Interruption.h"
@@ -39,10 +40,11 @@ struct RunOptions {
     double seconds = 0;                  // ends after that long, waiting included; 0: never
     std::string until;                   // ends when this event fires; empty: never
     std::vector<RunPartMaker> parts;     // what else takes part, in the order in which it is told of things
-    bool failOnLoss = false;             // a run that lost something failed
-    bool history = false;                // calls from before the start are evaluated, too
-    ICallWatcher* watcher = nullptr;     // is shown all calls; not owned. Where it is there, events are not counted
-    bool tellHistory = true;             // how many calls from before the start are left out
+    HealthFiles health;
+    bool failOnLoss = false;          // a run that lost something failed
+    bool history = false;             // calls from before the start are evaluated, too
+    ICallWatcher* watcher = nullptr;  // is shown all calls; not owned. Where it is there, events are not counted
+    bool tellHistory = true;          // how many calls from before the start are left out
 };
 
 class LiveRun final : private IQxCycleObserver {
@@ -68,6 +70,8 @@ private:
     void OnCycleEnd() override;
     void Reach();
     void Fire(const EventView& view);
+    void MakeParts();
+    std::vector<HealthFigure> Figures() const;
     bool HasFailedPart() const;
 
     std::set<std::string> Wanted() const;
