@@ -6,6 +6,8 @@
 #include "HealthOptions.h"
 #include "KeptDumps.h"
 #include "LiveRun.h"
+#include "OptionFile.h"
+#include "ServicePart.h"
 #include "ShowScript.h"
 #include "ShowingOptions.h"
 #include "TimeText.h"
@@ -20,7 +22,8 @@ constexpr char kExamples[] =
     "  qxlt run -p media-server --call 'audio.Set*' --where 'ret < 0' --show-script > failed.xml\n"
     "  qxlt run -s volume.xml --event 'VOLUME_*' --columns time,value,thread --quiet\n"
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
-    "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n";
+    "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n"
+    "  qxlt run --config volume.conf --status-file volume.json --metrics-file /var/lib/node-exporter/volume.prom\n";
 
 std::string RequireName(const std::string& text) {
     return text.empty() ? "the process has no name" : "";
@@ -60,6 +63,8 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddBoundOptions(command, options->show);
     AddQuietOption(command);
     AddHealthOptions(command, *options);
+    AddServicePart(*options);
+    AddConfigOption(command);
     command
         .add_option_function<std::string>(
             "--keep",
