@@ -204,13 +204,14 @@ int QxLogTracker::m_CallBack(std::string name, std::string value, IQxData::HSCal
 
 // One dump for each watched process, in the order of the set; empty where there is none. A framework without a control
 // interface ends the process by the pointer's own assertion.
-std::vector<std::vector<char>> QxLogTracker::m_FetchDumps() const {
+std::vector<std::vector<char>> QxLogTracker::m_FetchDumps() {
     const boost::shared_ptr<qx::IControl> control = qx::api::GetControl();
     std::vector<std::vector<char>> dumps;
     std::vector<char> path;
     for (const std::string& process : m_processes) {
         path.clear();
-        control->getQxBufferDump(path, process, m_firstCycle);
+        const bool isAnew = m_anew.erase(process) != 0;
+        control->getQxBufferDump(path, process, m_firstCycle || isAnew);
         dumps.push_back(ReadDump(process, std::string(path.begin(), path.end())));
         m_PauseAfterDump();
         QxDebugPrint::GetInstance()->Print("t_process", __LINE__, Info, "getQxBufferDump END !! Process[%s] data[%d]",

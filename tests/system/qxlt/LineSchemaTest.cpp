@@ -28,6 +28,7 @@ TEST(LineSchema, RefusesWhatIsNoLine) {
                                   R"({"cycle":1,"event":"E","value":"v"})",
                                   R"({"record":"call",)" + call + R"(,"record2":1})",
                                   R"({"cycle":1,"lifecycle":{"process":"m","process_id":1,"state":"gone"}})",
+                                  R"({"cycle":1,"held":{"event":"E","count":0}})",
                                   R"({"record":"hex"})",
                                   R"({"interval":1,"seconds":1.5,"statistics":{"method":"f"}})",
                                   R"({"statistics":{"method":"f"}})",

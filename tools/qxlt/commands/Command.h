@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "CommonOptions.h"
+#include "Extensions.h"
 #include "Failure.h"
 
 namespace qxlt {
@@ -19,6 +20,8 @@ struct Invocation {
     using Rewriting = std::function<std::vector<std::string>(const std::vector<std::string>& arguments)>;
 
     CommonOptions common;
+    Extensions extensions;                        // what this program does beyond qxlt
+    std::vector<std::string> arguments;           // all of them, as they were given
     std::function<int()> work;                    // set by the command that was chosen; returns the exit status
     std::map<std::string, Rewriting> rewritings;  // by a command's name: of all arguments, before they are parsed
 };

@@ -24,6 +24,7 @@ void AddImport(CLI::App& app, Invocation& invocation);
 void AddTop(CLI::App& app, Invocation& invocation);
 void AddReport(CLI::App& app, Invocation& invocation);
 void AddView(CLI::App& app, Invocation& invocation);
+void AddFleet(CLI::App& app, Invocation& invocation);
 
 // All of them, in the order in which the help shows them.
 const std::vector<AddFunction>& AllCommands();

@@ -59,11 +59,13 @@ int Perform(const Invocation& invocation) {
 
 }  // namespace
 
-int RunTool(std::vector<std::string> arguments) {
+int RunTool(std::vector<std::string> arguments, const Extensions& extensions) {
     CLI::App app("See what a program records, and write, run and test scenarios that watch it.", "qxlt");
     app.set_version_flag("--version", "qxlt " QXLT_VERSION);
     app.require_subcommand(1);
     Invocation invocation;
+    invocation.extensions = extensions;
+    invocation.arguments = arguments;
     for (const AddFunction add : AllCommands()) add(app, invocation);
     try {
         RequireKnownCommand(arguments, app);

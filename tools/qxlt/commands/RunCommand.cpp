@@ -3,10 +3,13 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
+#include "ActOptions.h"
 #include "HealthOptions.h"
-#include "KeptDumps.h"
+#include "KeepOptions.h"
+#include "LimitOptions.h"
 #include "LiveRun.h"
 #include "OptionFile.h"
+#include "OutputOptions.h"
 #include "ServicePart.h"
 #include "ShowScript.h"
 #include "ShowingOptions.h"
@@ -23,16 +26,28 @@ constexpr char kExamples[] =
     "  qxlt run -s volume.xml --event 'VOLUME_*' --columns time,value,thread --quiet\n"
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n"
-    "  qxlt run --config volume.conf --status-file volume.json --metrics-file /var/lib/node-exporter/volume.prom\n";
+    "  qxlt run --config volume.conf --status-file volume.json --metrics-file /var/lib/node-exporter/volume.prom\n"
+    "  qxlt run -s volume.xml --keep-on VOLUME_HIGH --before 20 --after 5 captures\n"
+    "  qxlt run -s volume.xml --format json --output events.jsonl --rotate 10MB\n"
+    "  qxlt run -s volume.xml --exec 'VOLUME_HIGH=logger -t volume \"$QX_EVENT_VALUE\"' --exec-limit 2s\n"
+    "  qxlt run -s volume.xml --publish mqtts://broker.example/plant --credentials /etc/qxlt/broker\n";
 
 std::string RequireName(const std::string& text) {
     return text.empty() ? "the process has no name" : "";
 }
 
-int Run(const RunOptions& options, const CommonOptions& common) {
+void AddPublishing(RunOptions& options, const Invocation& invocation) {
+    if (!invocation.extensions.publish) BecomeFleetProgram("run --publish", invocation.arguments);
+    options.parts.emplace_back([&options, &invocation](const RunSurroundings& surroundings) {
+        return invocation.extensions.publish(options.publish, surroundings);
+    });
+}
+
+int Run(RunOptions& options, const Invocation& invocation) {
     RequireScripts(options.scripts);
-    if (!options.scripts.showScript) return LiveRun(options, common).Perform();
-    return ShowScript(CallScript(options.scripts.calls), options.processes);
+    if (options.scripts.showScript) return ShowScript(CallScript(options.scripts.calls), options.processes);
+    if (options.publish.IsWanted()) AddPublishing(options, invocation);
+    return LiveRun(options, invocation.common).Perform();
 }
 
 }  // namespace
@@ -40,7 +55,7 @@ int Run(const RunOptions& options, const CommonOptions& common) {
 void AddRun(CLI::App& app, Invocation& invocation) {
     const auto options = std::make_shared<RunOptions>();
     CLI::App& command = AddCommand(app, invocation, "run", "Track live processes and print events as they fire",
-                                   kExamples, [options, &invocation] { return Run(*options, invocation.common); });
+                                   kExamples, [options, &invocation] { return Run(*options, invocation); });
     AddScriptOptions(command, options->scripts).allow_extra_args(true);
     command.add_option("-p,--process", options->processes, "Watch this process, too")
         ->allow_extra_args(false)
@@ -65,16 +80,11 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddHealthOptions(command, *options);
     AddServicePart(*options);
     AddConfigOption(command);
-    command
-        .add_option_function<std::string>(
-            "--keep",
-            [options](const std::string& directory) {
-                if (directory.empty()) return;
-                options->parts.emplace_back(
-                    [directory](const RunSurroundings&) { return std::make_unique<KeptDumps>(directory); });
-            },
-            "Keep the dumps, to be replayed")
-        ->option_text("DIR");
+    AddKeepOptions(command, *options);
+    AddOutputOptions(command, *options);
+    AddLimitOptions(command, *options);
+    AddActOptions(command, *options);
+    AddPublishOptions(command, options->publish);
 }
 
 }  // namespace qxlt

@@ -7,8 +7,8 @@ namespace qxlt {
 
 namespace {
 
-constexpr std::pair<const char*, double> kUnits[] = {{"", 1},  {"us", 0.000001}, {"ms", 0.001},
-                                                     {"s", 1}, {"m", 60},        {"h", 3600}};
+constexpr std::pair<const char*, double> kUnits[] = {{"", 1},   {"us", 0.000001}, {"ms", 0.001}, {"s", 1},
+                                                     {"m", 60}, {"h", 3600},      {"d", 86400}};
 
 }  // namespace
 

@@ -6,8 +6,8 @@
 
 namespace qxlt {
 
-// The seconds that "10s", "500ms", "20us", "2m" or "1h" stand for; a number alone counts seconds. Nothing for other
-// texts, and for a time that is not above 0.
+// The seconds that "10s", "500ms", "20us", "2m", "1h" or "7d" stand for; a number alone counts seconds. Nothing for
+// other texts, and for a time that is not above 0.
 std::optional<double> ReadSeconds(const std::string& text);
 
 // What is wrong with a text that is no such time; empty: nothing is.

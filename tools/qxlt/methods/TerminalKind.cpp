@@ -12,21 +12,25 @@ namespace qxlt {
 
 namespace {
 
-// Null for a terminal that cannot, and an address of -1 for a word that is none.
-bool HasCursor() {
-    const char* const text = tigetstr("cup");
-    return text != nullptr && reinterpret_cast<std::intptr_t>(text) != -1;
+// Empty for what a terminal cannot. The library says null, or an address of -1 for a word that is none.
+std::string Capability(const char* word) {
+    const char* const text = tigetstr(word);
+    return text == nullptr || reinterpret_cast<std::intptr_t>(text) == -1 ? "" : text;
 }
 
 }  // namespace
 
 // Asked for before a screen is opened: one that fails to open leaves memory behind.
 bool CanDraw() {
+    return !ClearText().empty();
+}
+
+std::string ClearText() {
     int fault = 0;
-    if (setupterm(nullptr, STDOUT_FILENO, &fault) != OK) return false;
-    const bool hasCursor = HasCursor();
+    if (setupterm(nullptr, STDOUT_FILENO, &fault) != OK) return "";
+    const std::string clear = Capability("cup").empty() ? "" : Capability("clear");
     del_curterm(cur_term);
-    return hasCursor;
+    return clear;
 }
 
 }  // namespace qxlt

@@ -121,7 +121,9 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_callScript(options.scripts.calls),
       m_scripts(options.scripts.scripts, m_callScript.Text()),
       m_explain(ExplainOf(options.scripts, m_scripts.Events())),
+      m_sink(options.sink ? options.sink() : nullptr),
       m_printer(common.format, m_output, WidestOf(m_scripts.Events()), options.show),
+      m_limits(options.limits, common.format, m_output),
       m_tracker(std::make_unique<QxLogTracker>(common.level, m_store)),
       m_waiting(Wanted()),
       m_account(common.format, m_output, m_processes),
@@ -130,6 +132,7 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
     m_printer.Expect(m_scripts.Events());
     RequireKnownEnd(options.until, m_scripts.Events());
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
+    if (m_sink) m_interruption.LeaveReader();
     MakeParts();
     if (options.seconds > 0) m_end = EndOf(m_start, std::chrono::duration<double>(options.seconds));
     m_output.OnEnd([this](ExitStatus status) {
@@ -185,6 +188,7 @@ int LiveRun::Perform() {
     } else {
         PrintCounts();
     }
+    if (m_sink) m_sink->End();
     return HasFailed() ? kInputWrong : kDone;
 }
 
@@ -198,6 +202,7 @@ bool LiveRun::HasFailed() {
         m_failed = true;
     }
     if (m_options.failOnLoss && m_account.Lost()) m_failed = true;
+    if (m_sink && m_sink->Failed()) m_failed = true;
     return m_failed || !m_run.Whole() || HasFailedPart();
 }
 
@@ -292,6 +297,7 @@ void LiveRun::Track() {
     for (const auto& part : m_parts) part->OnEnding();
     const bool isRegular = cause == Interruption::Cause::Signal || cause == Interruption::Cause::TimeOver;
     if (isRegular && !m_run.IsOver()) FetchTheRest();
+    m_limits.End(m_cycle);
     for (const auto& part : m_parts) part->OnEnd();
     PrintResults();
 }
@@ -312,7 +318,8 @@ void LiveRun::FetchTheRest() {
 }
 
 void LiveRun::Fire(const EventView& view) {
-    if (!m_printer.Print(view)) return;
+    if (!m_printer.Takes(view) || !m_limits.Lets(view)) return;
+    m_printer.Print(view);
     for (const auto& part : m_parts) part->OnEvent(view);
 }
 
@@ -349,6 +356,7 @@ void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& deco
 
 void LiveRun::OnCycleEnd() {
     m_run.EndCycle(m_primes);
+    m_limits.EndCycle(m_cycle);
     for (const auto& part : m_parts) part->OnCycleEnd();
     NoteReading();
     ShowHeartbeat();

@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -13,10 +14,12 @@
 #include <vector>
 
 #include "CommonOptions.h"
+#include "EventLimits.h"
 #include "EventRun.h"
 #include "EventView.h"
 #include "Explainer.h"
 #include "HealthPart.h"
+#include "ILineSink.h"
 #include "IQxCycleObserver.h"
 #include "IRunPart.h"
 #include "Interruption.h"
@@ -25,6 +28,7 @@
 #include "ProcessNames.h"
 #include "ProcessStore.h"
 #include "ProcessWatch.h"
+#include "PublishOptions.h"
 #include "RunAccount.h"
 #include "ScriptOptions.h"
 
@@ -39,12 +43,15 @@ struct RunOptions {
     bool fast = false;                   // a short pause after each dump
     double seconds = 0;                  // ends after that long, waiting included; 0: never
     std::string until;                   // ends when this event fires; empty: never
+    std::vector<EventLimit> limits;      // how many events are handed on
+    std::function<std::unique_ptr<ILineSink>()> sink;  // opens what takes the lines; empty: they go to standard output
     std::vector<RunPartMaker> parts;     // what else takes part, in the order in which it is told of things
+    PublishOptions publish;              // made a part of it by the command
     HealthFiles health;
-    bool failOnLoss = false;          // a run that lost something failed
-    bool history = false;             // calls from before the start are evaluated, too
-    ICallWatcher* watcher = nullptr;  // is shown all calls; not owned. Where it is there, events are not counted
-    bool tellHistory = true;          // how many calls from before the start are left out
+    bool failOnLoss = false;             // a run that lost something failed
+    bool history = false;                // calls from before the start are evaluated, too
+    ICallWatcher* watcher = nullptr;     // is shown all calls; not owned. Where it is there, events are not counted
+    bool tellHistory = true;             // how many calls from before the start are left out
 };
 
 class LiveRun final : private IQxCycleObserver {
@@ -104,8 +111,10 @@ private:
     const ExplainOptions m_explain;
     Interruption m_interruption;
     Progress m_progress;  // the worker's while it runs
-    Output m_output{&m_progress};
+    const std::unique_ptr<ILineSink> m_sink;  // may be null
+    Output m_output{&m_progress, m_sink.get()};
     EventPrinter m_printer;  // the worker's while it runs
+    EventLimits m_limits;    // likewise
     std::shared_ptr<ProcessStore> m_store = std::make_shared<ProcessStore>();
     std::unique_ptr<QxLogTracker> m_tracker;
     const Clock::time_point m_start = Clock::now();

@@ -57,13 +57,6 @@ std::string ResultText(const JsonObject& call) {
     return " = " + JsonArgumentsText(results);
 }
 
-std::string JsonCallText(const JsonObject& call) {
-    std::string text = MethodText(call);
-    if (call.contains("in")) text += "(" + JsonArgumentsText(ListOf(call, "in")) + ")";
-    if (!ListOf(call, "out").empty()) text += " out (" + JsonArgumentsText(ListOf(call, "out")) + ")";
-    return text + ResultText(call);
-}
-
 std::string MakerOf(const JsonObject& call) {
     const std::string process = Printable(JsonText(call, "process"));
     std::optional<std::uint64_t> id = NumberOf(call, "process_id");
@@ -104,6 +97,13 @@ Cells CellsOf(const JsonObject& event, std::optional<std::uint64_t> start) {
             MakerOf(call),
             Printable(JsonText(call, "thread")),
             JsonCallText(call)};
+}
+
+std::string JsonCallText(const JsonObject& call) {
+    std::string text = MethodText(call);
+    if (call.contains("in")) text += "(" + JsonArgumentsText(ListOf(call, "in")) + ")";
+    if (!ListOf(call, "out").empty()) text += " out (" + JsonArgumentsText(ListOf(call, "out")) + ")";
+    return text + ResultText(call);
 }
 
 std::string FaultText(const JsonObject& line) {

@@ -17,6 +17,9 @@ bool IsEvent(const JsonObject& line);
 // Empty where the event does not have what stands there. Times are counted from the start where it is known.
 Cells CellsOf(const JsonObject& event, std::optional<std::uint64_t> start);
 
+// "audio.SetVolume(85) = 1": the call of an event.
+std::string JsonCallText(const JsonObject& call);
+
 // "error VOLUME, what stoi": the keys and values of what is no event.
 std::string FaultText(const JsonObject& line);
 
