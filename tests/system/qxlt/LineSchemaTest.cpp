@@ -34,6 +34,7 @@ TEST(LineSchema, RefusesWhatIsNoLine) {
                                   R"({"record":"hex"})",
                                   R"({"interval":1,"seconds":1.5,"statistics":{"method":"f"}})",
                                   R"({"statistics":{"method":"f"}})",
+                                  R"({"state":"running","time":"x","started":"x","pid":1,"cycles":1})",
                                   "{}",
                                   "[]",
                                   "7",

@@ -4,10 +4,13 @@
 #include <memory>
 
 #include "ActOptions.h"
+#include "HealthOptions.h"
 #include "KeepOptions.h"
 #include "LimitOptions.h"
 #include "LiveRun.h"
+#include "OptionFile.h"
 #include "OutputOptions.h"
+#include "ServicePart.h"
 #include "ShowScript.h"
 #include "ShowingOptions.h"
 #include "TimeText.h"
@@ -23,6 +26,7 @@ constexpr char kExamples[] =
     "  qxlt run -s volume.xml --event 'VOLUME_*' --columns time,value,thread --quiet\n"
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n"
+    "  qxlt run --config volume.conf --status-file volume.json --metrics-file /var/lib/node-exporter/volume.prom\n"
     "  qxlt run -s volume.xml --keep-on VOLUME_HIGH --before 20 --after 5 captures\n"
     "  qxlt run -s volume.xml --format json --output events.jsonl --rotate 10MB\n"
     "  qxlt run -s volume.xml --exec 'VOLUME_HIGH=logger -t volume \"$QX_EVENT_VALUE\"' --exec-limit 2s\n"
@@ -73,6 +77,9 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddFilterOptions(command, options->show);
     AddBoundOptions(command, options->show);
     AddQuietOption(command);
+    AddHealthOptions(command, *options);
+    AddServicePart(*options);
+    AddConfigOption(command);
     AddKeepOptions(command, *options);
     AddOutputOptions(command, *options);
     AddLimitOptions(command, *options);

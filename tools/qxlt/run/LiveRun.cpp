@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <thread>
 #include <utility>
 
@@ -132,13 +133,32 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
     RequireKnownEnd(options.until, m_scripts.Events());
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
     if (m_sink) m_interruption.LeaveReader();
-    for (const RunPartMaker& make : options.parts) m_parts.push_back(make({m_scripts, m_interruption}));
+    MakeParts();
     if (options.seconds > 0) m_end = EndOf(m_start, std::chrono::duration<double>(options.seconds));
     m_output.OnEnd([this](ExitStatus status) {
         if (status != kDone) m_failed = true;
         m_interruption.Request();
     });
     WatchAll();
+}
+
+// The health comes first: others give it out.
+void LiveRun::MakeParts() {
+    const auto storeBytes = [this] { return m_store->KeptBytes(); };
+    const HealthPart::Sources sources = {m_scripts.Events(), m_account, storeBytes, [this] { return Figures(); }};
+    auto health = std::make_unique<HealthPart>(m_options.health, sources, m_interruption);
+    const RunSurroundings surroundings = {m_scripts, m_interruption, *health};
+    m_parts.push_back(std::move(health));
+    for (const RunPartMaker& make : m_options.parts) m_parts.push_back(make(surroundings));
+}
+
+std::vector<HealthFigure> LiveRun::Figures() const {
+    std::vector<HealthFigure> all;
+    for (const auto& part : m_parts) {
+        std::vector<HealthFigure> figures = part->Health();
+        std::move(figures.begin(), figures.end(), std::back_inserter(all));
+    }
+    return all;
 }
 
 // The tracker goes first: its worker uses everything else.
@@ -221,6 +241,7 @@ bool LiveRun::WaitForProcesses() {
         if (missing.empty()) return true;
         NoteNear(missing);
         notice.Show(missing);
+        for (const auto& part : m_parts) part->OnWaiting(missing);
         const Clock::time_point again = Clock::now() + kLookAgain;
         if (m_interruption.Wait(m_end ? std::min(*m_end, again) : again) != Interruption::Cause::TimeOver) return false;
         if (m_end && Clock::now() >= *m_end) GiveUp(missing);
@@ -255,6 +276,9 @@ void LiveRun::Load() {
     if (m_explain.wanted) {
         m_run.SetExplainer(m_explainer.emplace(m_common.format, m_output, root, m_run.Places(), m_explain.event));
     }
+    for (const auto& part : m_parts) {
+        if (IQxEventObserver* const observer = part->Observer()) m_run.AddObserver(*observer);
+    }
     m_tracker->SetObserver(&m_run.Observer());
     m_tracker->SetCycleObserver(this);
 }
@@ -270,6 +294,7 @@ void LiveRun::Track() {
     const Interruption::Cause cause = TrackUntilTheEnd();
     const EndOnSignal endOnSignal(m_interruption, cause == Interruption::Cause::Signal);
     m_tracker->Stop();
+    for (const auto& part : m_parts) part->OnEnding();
     const bool isRegular = cause == Interruption::Cause::Signal || cause == Interruption::Cause::TimeOver;
     if (isRegular && !m_run.IsOver()) FetchTheRest();
     m_limits.End(m_cycle);

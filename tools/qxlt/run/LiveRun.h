@@ -18,6 +18,7 @@
 #include "EventRun.h"
 #include "EventView.h"
 #include "Explainer.h"
+#include "HealthPart.h"
 #include "ILineSink.h"
 #include "IQxCycleObserver.h"
 #include "IRunPart.h"
@@ -46,6 +47,7 @@ struct RunOptions {
     std::function<std::unique_ptr<ILineSink>()> sink;  // opens what takes the lines; empty: they go to standard output
     std::vector<RunPartMaker> parts;     // what else takes part, in the order in which it is told of things
     PublishOptions publish;              // made a part of it by the command
+    HealthFiles health;
     bool failOnLoss = false;             // a run that lost something failed
     bool history = false;                // calls from before the start are evaluated, too
     ICallWatcher* watcher = nullptr;     // is shown all calls; not owned. Where it is there, events are not counted
@@ -75,6 +77,8 @@ private:
     void OnCycleEnd() override;
     void Reach();
     void Fire(const EventView& view);
+    void MakeParts();
+    std::vector<HealthFigure> Figures() const;
     bool HasFailedPart() const;
 
     std::set<std::string> Wanted() const;
