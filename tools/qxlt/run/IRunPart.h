@@ -15,6 +15,7 @@
 #include "Lifecycle.h"
 #include "LossCounts.h"
 #include "ProcessNames.h"
+#include "RuleExchange.h"
 #include "RunStart.h"
 
 class IQxEventObserver;
@@ -44,6 +45,9 @@ public:
     // All processes were found, and the cycles begin. Called by the thread that started the run. Throws a Failure
     // (cannot start).
     virtual void OnBegin(const ProcessNames& /*processes*/, const RunStart& /*start*/) {}
+
+    // One that was not among those is tracked from the cycle on that began last.
+    virtual void OnProcess(const LateProcess& /*process*/) {}
 
     // A cycle, counted from 1; its dumps one by one; the events that fire and are to be shown; and its end, after which
     // the store is as the next cycle finds it.
@@ -77,7 +81,8 @@ public:
 
 // What a part may use for as long as it lives.
 struct RunSurroundings {
-    const JoinedScripts& scripts;
+    const JoinedScripts& scripts;  // with which the run begins
+    RuleExchange& rules;           // which of them run, and others to take their place
     Interruption& interruption;  // handlers run on the thread that started the run, also before OnBegin and after OnEnd
     const HealthPart& health;    // may be asked by any thread
 };
