@@ -15,11 +15,14 @@ namespace qxlt {
 class EvaluationTally final : public IQxEventObserver {
 public:
     // These events are there from the beginning.
-    explicit EvaluationTally(const std::vector<std::string>& events) {
-        for (const std::string& event : events) m_events.Expect(event);
-    }
+    explicit EvaluationTally(const std::vector<std::string>& events) { Expect(events); }
     EvaluationTally(const EvaluationTally&) = delete;
     EvaluationTally& operator=(const EvaluationTally&) = delete;
+
+    // And these from now on.
+    void Expect(const std::vector<std::string>& events) {
+        for (const std::string& event : events) m_events.Expect(event);
+    }
 
     void BeginCycle() { m_events.BeginCycle(); }
 

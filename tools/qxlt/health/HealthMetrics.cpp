@@ -16,6 +16,10 @@ nanoseconds Since1970(std::uint64_t wall) {
 void AddRun(MetricsText& text, const RunHealth& health) {
     text.Family("qxlt_info", "The version of the tool.");
     text.Add({{"version", QXLT_VERSION}}, 1);
+    if (!health.rules.empty()) {
+        text.Family("qxlt_rules_info", "The hash of the scenarios that run.");
+        text.Add({{"rules", health.rules}}, 1);
+    }
     text.Family("qxlt_running", "1 while events are raised, 0 before and after.");
     text.Add({}, health.state == RunState::Running ? 1 : 0);
     text.Family("qxlt_start_time_seconds", "When the run was started, since 1970.");

@@ -9,6 +9,7 @@
 #include <fstream>
 #include <utility>
 
+#include "Digest.h"
 #include "Failure.h"
 #include "Interruption.h"
 #include "Messages.h"
@@ -86,14 +87,29 @@ void HealthPart::OnBegin(const ProcessNames& processes, const RunStart& start) {
     m_names = processes;
     m_next.waitingFor.clear();
     m_next.clock = start.clock;
-    for (const auto& [name, id] : processes.Pids()) {
-        ProcessHealth& process = m_next.processes[name];
-        process.since = WallNow();
-        for (const ProcessStatus& status : ProcessesOf(name)) {
-            if (status.isRunning) process.ids.push_back(status.pid);
-        }
-    }
+    for (const auto& [name, id] : processes.Pids()) BeginProcess(name);
     Publish();
+}
+
+void HealthPart::BeginProcess(const std::string& name) {
+    ProcessHealth& process = m_next.processes[name];
+    process.since = WallNow();
+    process.ids.clear();
+    for (const ProcessStatus& status : ProcessesOf(name)) {
+        if (status.isRunning) process.ids.push_back(status.pid);
+    }
+}
+
+// What events counted that are no more is still true.
+void HealthPart::OnRules(const RuleNumbers& rules, const std::vector<std::string>& events) {
+    m_next.rules = DigestText(rules.Hash());
+    m_tally.Expect(events);
+    m_next.events = m_tally.Events();
+}
+
+void HealthPart::OnProcess(const LateProcess& process) {
+    m_names.Add(process.name, process.pid);
+    BeginProcess(process.name);
 }
 
 void HealthPart::OnCycle(std::uint64_t number, bool primes) {

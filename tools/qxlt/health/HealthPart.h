@@ -42,6 +42,8 @@ public:
 
     void OnWaiting(const std::vector<std::string>& missing) override;
     void OnBegin(const ProcessNames& processes, const RunStart& start) override;
+    void OnRules(const RuleNumbers& rules, const std::vector<std::string>& events) override;
+    void OnProcess(const LateProcess& process) override;
     void OnCycle(std::uint64_t number, bool primes) override;
     void OnDump(const RunDump& dump) override;
     void OnCycleEnd() override;
@@ -55,6 +57,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    void BeginProcess(const std::string& name);
     void TakeChange(ProcessHealth& process, const ProcessChange& change);
     void TakeCalls();
     void TakeAccount();

@@ -134,6 +134,7 @@ std::string HealthJson(const RunHealth& health) {
     AddTime(line, "started", health.started);
     line.Add("pid", health.pid);
     line.Add("cycles", health.cycles);
+    if (!health.rules.empty()) line.AddText("rules", health.rules);
     line.AddTexts("waitingFor", health.waitingFor);
     AddFigures(line, health.figures, "");
     AddProcesses(line, health);

@@ -40,6 +40,7 @@ struct RunHealth {
     std::vector<std::string> waitingFor;  // processes that do not run yet
     std::uint64_t started = 0;            // on the wall clock
     std::uint64_t cycles = 0;
+    std::string rules;  // the hash of those that run; empty: none so far
     std::map<std::string, ProcessHealth> processes;
     QxEventTally::Rows events;
     ClockOffset clock;    // of the events' times

@@ -2,16 +2,25 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 #include "RuleSet.h"
 
 namespace qxlt {
 
-// Any thread may call it.
+// Any thread may call it, but for the first two.
 class RuleExchange final {
 public:
+    // Who is told by the thread that reads that it begins to, and that what it read was offered, is as before, or was
+    // refused. Before anything is read.
+    void SetReadingSink(std::function<void(bool begins)> sink) { m_readingSink = std::move(sink); }
+    void TellReading(bool begins) const {
+        if (m_readingSink) m_readingSink(begins);
+    }
+
     // Has the set take over with the next cycle, unless another one is offered before.
     void Offer(std::unique_ptr<RuleSet> rules) {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -35,6 +44,7 @@ public:
     }
 
 private:
+    std::function<void(bool)> m_readingSink;
     mutable std::mutex m_mutex;  // guards what follows
     std::unique_ptr<RuleSet> m_offered;
     std::uint64_t m_hash = 0;

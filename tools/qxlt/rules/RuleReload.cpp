@@ -84,6 +84,12 @@ void RuleReload::OnSignal() {
 }
 
 void RuleReload::Read(Asked asked) {
+    m_rules.TellReading(true);
+    Look(asked);
+    m_rules.TellReading(false);
+}
+
+void RuleReload::Look(Asked asked) {
     try {
         const Texts texts(m_source.files);
         const std::vector<std::string> errors = texts.Errors();

@@ -37,6 +37,7 @@ private:
 
     void OnSignal();
     void Read(Asked asked);
+    void Look(Asked asked);
     void Take(std::shared_ptr<const JoinedScripts> scripts, Asked asked);
     void Refuse(std::uint64_t content, Asked asked, const std::vector<std::string>& reasons);
 

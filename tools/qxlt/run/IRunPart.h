@@ -46,6 +46,10 @@ public:
     // (cannot start).
     virtual void OnBegin(const ProcessNames& /*processes*/, const RunStart& /*start*/) {}
 
+    // The rules that run, and the names of their events: those of the beginning, by the thread that started the run
+    // and ahead of OnBegin, and others that take over with the cycle that begins next.
+    virtual void OnRules(const RuleNumbers& /*rules*/, const std::vector<std::string>& /*events*/) {}
+
     // One that was not among those is tracked from the cycle on that began last.
     virtual void OnProcess(const LateProcess& /*process*/) {}
 

@@ -152,6 +152,9 @@ void LiveRun::MakeParts() {
     auto health = std::make_unique<HealthPart>(m_options.health, sources, m_interruption);
     const RunSurroundings surroundings = {m_scripts, m_rules, m_interruption, *health};
     m_parts.push_back(std::move(health));
+    m_rules.SetReadingSink([this](bool begins) {
+        for (const auto& part : m_parts) begins ? part->OnReloading() : part->OnReloaded();
+    });
     for (const RunPartMaker& make : m_options.parts) m_parts.push_back(make(surroundings));
 }
 
@@ -285,6 +288,7 @@ void LiveRun::Load() {
     m_definitions = EventDefinitions(root);
     const RuleNumbers rules(m_scripts, m_options.scripts.scripts);
     m_rules.SetHash(rules.Hash());
+    for (const auto& part : m_parts) part->OnRules(rules, m_scripts.Events());
     if (m_options.watchesRules) PrintRules(m_common.format, m_output, {1, rules, {}});
     m_tracker->SetObserver(&m_run.Observer());
     m_tracker->SetCycleObserver(this);
@@ -318,6 +322,7 @@ void LiveRun::ChangeScripts(RuleSet& rules) {
     m_printer.Expect(rules.scripts->Events());
     m_definitions = std::move(rules.definitions);
     m_rules.SetHash(rules.numbers.Hash());
+    for (const auto& part : m_parts) part->OnRules(rules.numbers, rules.scripts->Events());
 }
 
 // What a process recorded that was not tracked so far belongs to nobody's rules.
