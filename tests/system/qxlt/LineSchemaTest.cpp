@@ -29,6 +29,8 @@ TEST(LineSchema, RefusesWhatIsNoLine) {
                                   R"({"record":"call",)" + call + R"(,"record2":1})",
                                   R"({"cycle":1,"lifecycle":{"process":"m","process_id":1,"state":"gone"}})",
                                   R"({"cycle":1,"held":{"event":"E","count":0}})",
+                                  R"({"cycle":1,"rules":"1f2e","scripts":1,"events":1,"forgotten":[]})",
+                                  R"({"cycle":1,"rules":"1f2e3d4c5b6a7988","scripts":1,"events":1})",
                                   R"({"record":"hex"})",
                                   R"({"interval":1,"seconds":1.5,"statistics":{"method":"f"}})",
                                   R"({"statistics":{"method":"f"}})",
@@ -55,7 +57,7 @@ TEST(LineSchema, TakesTheLinesOfThePage) {
             EXPECT_EQ(SchemaFault(line), "");
         }
     }
-    EXPECT_EQ(lines, 23U);
+    EXPECT_EQ(lines, 24U);
 }
 
 TEST(LineSchema, TakesTheLinesThatAreKept) {

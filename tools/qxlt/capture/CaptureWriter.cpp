@@ -98,9 +98,27 @@ bool CaptureWriter::TryBegin(const ProcessNames& processes, const RunStart& star
 }
 
 bool CaptureWriter::WriteDescription(const std::string& text) {
+    m_description = text;
     const std::string line = text + "\n";
     m_size += line.size();
     return WriteFile(m_directory + "/" + kCaptureFile, line.data(), line.size());
+}
+
+// Whoever reads the capture meanwhile has the old description or the new one.
+void CaptureWriter::AddProcess(const LateProcess& process) {
+    if (m_failed) return;
+    JsonObject late = {{"cycle", process.cycle}, {"process", process.name}};
+    if (process.since) late["since"] = *process.since;
+    JsonObject description = ParseJson(m_directory, m_description);
+    if (!description["processes"].contains(process.name)) description["processes"][process.name] = process.pid;
+    description["late"].push_back(std::move(late));
+    m_description = description.dump();
+    const std::string line = m_description + "\n";
+    const std::string path = m_directory + "/" + kCaptureFile;
+    const std::string beside = m_directory + "/." + kCaptureFile;
+    const bool isWritten =
+        WriteFile(beside, line.data(), line.size()) && std::rename(beside.c_str(), path.c_str()) == 0;
+    if (!isWritten) Fail(path);
 }
 
 void CaptureWriter::BeginCycle(std::uint64_t number) {

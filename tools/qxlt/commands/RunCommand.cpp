@@ -8,6 +8,7 @@
 #include "LimitOptions.h"
 #include "LiveRun.h"
 #include "OutputOptions.h"
+#include "RulesOptions.h"
 #include "ShowScript.h"
 #include "ShowingOptions.h"
 #include "TimeText.h"
@@ -26,7 +27,8 @@ constexpr char kExamples[] =
     "  qxlt run -s volume.xml --keep-on VOLUME_HIGH --before 20 --after 5 captures\n"
     "  qxlt run -s volume.xml --format json --output events.jsonl --rotate 10MB\n"
     "  qxlt run -s volume.xml --exec 'VOLUME_HIGH=logger -t volume \"$QX_EVENT_VALUE\"' --exec-limit 2s\n"
-    "  qxlt run -s volume.xml --publish mqtts://broker.example/plant --credentials /etc/qxlt/broker\n";
+    "  qxlt run -s volume.xml --publish mqtts://broker.example/plant --credentials /etc/qxlt/broker\n"
+    "  qxlt run -s /etc/qxlt/volume.xml --watch --format json\n";
 
 std::string RequireName(const std::string& text) {
     return text.empty() ? "the process has no name" : "";
@@ -68,6 +70,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddEndOption(command, options->until);
     command.add_flag("--history", options->history, "Evaluate calls from before the start, too");
     AddLossOption(command, options->failOnLoss);
+    AddRulesOptions(command, *options);
     AddTimeOption(command, options->show);
     AddEventOptions(command, options->show);
     AddFilterOptions(command, options->show);

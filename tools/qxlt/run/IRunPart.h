@@ -14,6 +14,7 @@
 #include "Lifecycle.h"
 #include "LossCounts.h"
 #include "ProcessNames.h"
+#include "RuleExchange.h"
 #include "RunStart.h"
 
 namespace qxlt {
@@ -38,6 +39,9 @@ public:
     // (cannot start).
     virtual void OnBegin(const ProcessNames& /*processes*/, const RunStart& /*start*/) {}
 
+    // One that was not among those is tracked from the cycle on that began last.
+    virtual void OnProcess(const LateProcess& /*process*/) {}
+
     // A cycle, counted from 1; its dumps one by one; the events that fire and are to be shown; and its end, after which
     // the store is as the next cycle finds it.
     virtual void OnCycle(std::uint64_t /*number*/, bool /*primes*/) {}
@@ -55,7 +59,8 @@ public:
 
 // What a part may use for as long as it lives.
 struct RunSurroundings {
-    const JoinedScripts& scripts;
+    const JoinedScripts& scripts;  // with which the run begins
+    RuleExchange& rules;           // which of them run, and others to take their place
     Interruption& interruption;  // handlers run on the thread that started the run, also before OnBegin and after OnEnd
 };
 

@@ -121,6 +121,20 @@ TEST_F(Firings, WhileOneIsWrittenBelongToIt) {
     EXPECT_THAT(CyclesOf("HIGH-000003"), ElementsAre("000003", "000004", "capture.json"));
 }
 
+TEST_F(Firings, TellOfProcessesThatCameMeanwhile) {
+    const auto firings = Begin();
+    Cycle(*firings, 2, {"HIGH"});
+    firings->OnProcess({3, "late", 413, 17});
+    Cycle(*firings, 3, {"LOW"});
+    firings->OnEnd();
+    for (const char* const capture : {"kept/HIGH-000001", "kept/LOW-000002"}) {
+        const CaptureReader reader(m_place.At(capture));
+        ASSERT_EQ(reader.Late().size(), 1U) << capture;
+        EXPECT_EQ(reader.Late()[0].name, "late");
+        EXPECT_EQ(reader.Late()[0].pid, 413);
+    }
+}
+
 TEST_F(Firings, GoOnWithTheNumbersOfEarlierRuns) {
     fs::create_directories(m_place.At("kept/HIGH-1000000"));
     m_place.Write("kept/OLD-1000041/capture.json", "{}");

@@ -1,0 +1,43 @@
+// Hands a set of rules from the thread that has read it to the one that runs the cycles.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "RuleSet.h"
+
+namespace qxlt {
+
+// Any thread may call it.
+class RuleExchange final {
+public:
+    // Has the set take over with the next cycle, unless another one is offered before.
+    void Offer(std::unique_ptr<RuleSet> rules) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_offered = std::move(rules);
+    }
+
+    // The set that is to take over now; null: there is none.
+    std::unique_ptr<RuleSet> Take() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return std::move(m_offered);
+    }
+
+    // The hash of what runs.
+    std::uint64_t Hash() const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_hash;
+    }
+    void SetHash(std::uint64_t hash) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_hash = hash;
+    }
+
+private:
+    mutable std::mutex m_mutex;  // guards what follows
+    std::unique_ptr<RuleSet> m_offered;
+    std::uint64_t m_hash = 0;
+};
+
+}  // namespace qxlt
