@@ -17,24 +17,13 @@
 #include "JsonLine.h"
 #include "Messages.h"
 #include "Text.h"
+#include "WriteAll.h"
 
 namespace qxlt {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// Returns whether all was written; errno tells why not.
-bool WriteAll(int fd, const char* bytes, std::size_t size) {
-    while (size > 0) {
-        const ssize_t count = write(fd, bytes, size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
-        bytes += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
 
 bool WriteFile(const std::string& path, const char* bytes, std::size_t size) {
     Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));

@@ -3,14 +3,13 @@
 #include "Failure.h"
 
 #include <gmock/gmock.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <filesystem>
 #include <optional>
 
 #include "CaptureLayout.h"
 #include "CaptureReader.h"
+#include "FileSizeLimit.h"
 #include "Workplace.h"
 
 namespace {
@@ -18,22 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using qxlt::CaptureWriter;
-
-// As on a full disk, no file can grow beyond the limit.
-class FileSizeLimit final {
-public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit = {bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before;
-};
 
 void WriteCycle(CaptureWriter& writer, std::uint64_t number, std::size_t size) {
     writer.BeginCycle(number);

@@ -2,7 +2,6 @@
 #include "KeptFirings.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -11,6 +10,7 @@
 
 #include "CaptureReader.h"
 #include "Failure.h"
+#include "FileSizeLimit.h"
 #include "Messages.h"
 #include "Workplace.h"
 
@@ -22,22 +22,6 @@ using namespace qxlt;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-// As on a full disk, no file can grow beyond the limit.
-class FileSizeLimit final {
-public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit = {bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before;
-};
 
 std::vector<std::string> EntriesOf(const std::string& directory) {
     std::vector<std::string> names;
