@@ -110,8 +110,8 @@ void DatabaseServer::Kill() {
 }
 
 void DatabaseServer::Restart() {
-    m_pid = Begin({m_programs + "/postgres", "-D", m_directory + "/data", "-k", m_directory, "-c", "listen_addresses=",
-                   "-c", "fsync=off", "-c", "max_connections=10", "-c", "shared_buffers=4MB"});
+    m_pid = Begin({m_programs + "/postgres", "-D", m_directory + "/data", "-k", m_directory, "-c",
+                   "listen_addresses=", "-c", "fsync=off", "-c", "max_connections=10", "-c", "shared_buffers=4MB"});
     WaitUntilReady();
 }
 

@@ -2,6 +2,7 @@
 
 #include <mosquitto.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <cstring>
@@ -70,6 +71,9 @@ MqttSession::MqttSession(const BrokerAccess& access, Setup setup) : m_access(acc
                                       [](mosquitto*, void* self, int code) { SessionOf(self).OnDisconnect(code); });
     mosquitto_publish_callback_set(
         session, [](mosquitto*, void* self, int number) { SessionOf(self).m_acknowledged.push_back(number); });
+    mosquitto_subscribe_callback_set(session, [](mosquitto*, void* self, int, int count, const int* granted) {
+        SessionOf(self).OnSubscribe({granted, granted + count});
+    });
     mosquitto_log_callback_set(
         session, [](mosquitto*, void* self, int level, const char* text) { SessionOf(self).OnLog(level, text); });
     mosquitto_message_callback_set(session, [](mosquitto*, void* self, const mosquitto_message* message) {
@@ -190,6 +194,14 @@ void MqttSession::Disconnect() {
 void MqttSession::OnConnect(int code) {
     m_connected = code == 0;
     if (!m_connected) EndWith(IsRefusal(code) ? Ending::Refused : Ending::Network, RefusalText(code));
+}
+
+// In the place of what is granted, version 3.1.1 says that nothing is.
+void MqttSession::OnSubscribe(const std::vector<int>& granted) {
+    constexpr int kFailure = 0x80;
+    m_granted += granted.size();
+    if (std::none_of(granted.begin(), granted.end(), [](int qos) { return qos >= kFailure; })) return;
+    EndWith(Ending::Refused, "it does not let this client subscribe; look at the broker's rules");
 }
 
 void MqttSession::OnDisconnect(int code) {

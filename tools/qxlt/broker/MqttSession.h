@@ -74,8 +74,12 @@ public:
     // The numbers of those that the broker has taken over since the last call.
     std::vector<int> TakeAcknowledged();
 
-    // With QoS 1. Returns whether the broker was asked. Requires: IsConnected.
+    // With QoS 1. Returns whether the broker was asked; one that does not grant it ends the connection. Requires:
+    // IsConnected.
     bool Subscribe(const std::string& filter);
+
+    // How many of these the broker has granted.
+    std::size_t Granted() const { return m_granted; }
 
     // Takes the connection for lost.
     void GiveUp(const std::string& problem) { EndWith(Ending::Network, problem); }
@@ -95,6 +99,7 @@ private:
     void RethrowPending();
 
     void OnConnect(int code);
+    void OnSubscribe(const std::vector<int>& granted);
     void OnDisconnect(int code);
     void OnMessage(const ReceivedMessage& message);
     void OnLog(int level, const char* text);
@@ -107,6 +112,7 @@ private:
     std::string m_problem;
     std::string m_tlsProblem;  // what the library said of it last
     std::vector<int> m_acknowledged;
+    std::size_t m_granted = 0;
     std::exception_ptr m_thrown;                // by `receive`: nothing is thrown through the library
     std::unique_ptr<mosquitto, End> m_session;  // the last: it ends first
 };

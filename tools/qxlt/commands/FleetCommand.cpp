@@ -12,7 +12,8 @@ namespace {
 
 constexpr char kExamples[] =
     "  qxlt fleet mqtt://broker.example/fleet\n"
-    "  qxlt fleet mqtts://broker.example/fleet --ca ca.pem --credentials broker.conf --device 'tv-*' --event 'VOLUME_*'\n"
+    "  qxlt fleet mqtts://broker.example/fleet --ca ca.pem --credentials broker.conf --device 'tv-*' --event "
+    "'VOLUME_*'\n"
     "  qxlt fleet mqtts://broker.example/fleet --store events.sqlite --quiet > /dev/null\n"
     "  qxlt fleet mqtts://broker.example/fleet --store postgresql://qxlt@database.example/fleet\n"
     "  qxlt fleet mqtt://broker.example/fleet --top --every 10s\n";

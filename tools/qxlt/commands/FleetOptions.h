@@ -12,8 +12,8 @@ struct FleetOptions {
     BrokerOptions broker;
     std::vector<std::string> devices;  // patterns as those of a shell; none: all
     std::vector<std::string> events;
-    std::string store;        // a file, or a database's address; empty: nothing is stored
-    std::string client;       // under which the broker keeps what comes meanwhile; empty: one is made
+    std::string store;         // a file, or a database's address; empty: nothing is stored
+    std::string client;        // under which the broker keeps what comes meanwhile; empty: one is made
     double graceSeconds = 10;  // how long a number may be late before it is missing
     double seconds = 0;        // end after this time; 0: never
     bool top = false;          // a table in the place of lines

@@ -84,8 +84,7 @@ FleetAccount::Entry& FleetAccount::Find(const std::string& device) {
     return m_devices.emplace(device, Entry{std::move(*kept), m_order.begin()}).first->second;
 }
 
-FleetRun& FleetAccount::Add(FleetDevice& device, const std::string& boot, const std::string& run,
-                            std::uint64_t first) {
+FleetRun& FleetAccount::Add(FleetDevice& device, const std::string& boot, const std::string& run, std::uint64_t first) {
     if (device.runs.size() == kMostRuns) {
         device.pastMissing = Sum(device.pastMissing, device.runs.back().numbers.Missing());
         device.pastDropped = Sum(device.pastDropped, device.runs.back().numbers.Dropped());
@@ -199,7 +198,9 @@ std::vector<const FleetDevice*> FleetAccount::Changed() const {
 
 void FleetAccount::Saved() {
     for (const std::string& name : m_changed) {
-        for (FleetRun& run : m_devices.at(name).device.runs) run.changed = false;
+        FleetDevice& device = m_devices.at(name).device;
+        for (FleetRun& run : device.runs) run.changed = false;
+        if (device.status) device.status->health = {};  // it may be long, and is kept where it was saved
     }
     m_changed.clear();
     while (m_devices.size() > m_bounds.devices || (m_gaps > m_bounds.gaps && m_devices.size() > 1)) {

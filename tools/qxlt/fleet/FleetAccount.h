@@ -70,8 +70,8 @@ struct FleetTotals {
     std::uint64_t dropped = 0;
 };
 
-// Memory is bounded, whatever comes: the devices that were not heard of for longest are forgotten, and so are the oldest
-// of many runs of one device.
+// Memory is bounded, whatever comes: the devices that were not heard of for longest are forgotten, and so are the
+// oldest of many runs of one device.
 class FleetAccount final {
 public:
     using Time = RunNumbers::Time;
@@ -80,7 +80,7 @@ public:
 
     struct Bounds {
         std::size_t devices = 262144;
-        std::size_t gaps = 1048576;                      // of all devices together
+        std::size_t gaps = 1048576;              // of all devices together
         std::chrono::milliseconds grace{10000};  // how long a number may be late before it is missing
     };
 

@@ -9,8 +9,8 @@ namespace qxlt {
 
 bool MatchesAny(const std::vector<std::string>& patterns, const std::string& name) {
     return patterns.empty() || std::any_of(patterns.begin(), patterns.end(), [&name](const std::string& pattern) {
-        return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
-    });
+               return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
+           });
 }
 
 void FleetInbox::Take(std::string_view topic, std::string_view payload) {

@@ -31,7 +31,7 @@ struct FleetEvent {
     std::string event;
     std::string value;
     std::optional<std::uint64_t> duration;  // of the call, in nanoseconds
-    SharedJson call;
+    SharedJson call;                        // null in it where the device has left it out
 };
 
 // Numbers that a device's outbox did not keep, of the run that is meant or an earlier one.

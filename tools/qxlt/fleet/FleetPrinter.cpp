@@ -64,8 +64,10 @@ std::string GapText(const GapNews& gap) {
     const std::uint64_t count = gap.range.last - gap.range.first + 1;
     const bool isDropped = gap.kind == RunNumbers::Kind::Dropped;
     return gap.origin.device + ": " + Counted(count, "event") +
-           (isDropped ? " dropped by its outbox" : count == 1 ? " is missing" : " are missing") + ": " +
-           RangeText(gap.range) + " of run " + gap.origin.run;
+           (isDropped    ? " dropped by its outbox"
+            : count == 1 ? " is missing"
+                         : " are missing") +
+           ": " + RangeText(gap.range) + " of run " + gap.origin.run;
 }
 
 void AddNews(JsonLine& line, const GapNews& gap) {
@@ -103,11 +105,16 @@ FleetTotals TotalsOf(const FleetDevice& device) {
 
 std::vector<std::string> CellsOf(const std::string& name, const FleetTotals& totals) {
     std::vector<std::string> cells = {name};
-    for (const std::uint64_t count :
-         {totals.received, totals.doubled, totals.late, totals.missing, totals.dropped}) {
+    for (const std::uint64_t count : {totals.received, totals.doubled, totals.late, totals.missing, totals.dropped}) {
         cells.push_back(std::to_string(count));
     }
     return cells;
+}
+
+std::string TotalText(const FleetTotals& totals) {
+    return Counted(totals.received, "event") + " of " + Counted(totals.devices, "device") + "; " +
+           std::to_string(totals.doubled) + " doubled, " + std::to_string(totals.late) + " late, " +
+           std::to_string(totals.missing) + " missing, " + std::to_string(totals.dropped) + " dropped";
 }
 
 // Those of many devices that lack something stand first.
@@ -145,8 +152,10 @@ void TellAccount(const FleetAccount& account, const RefusedMessages& refused) {
     const FleetTotals totals = account.Totals();
     const std::vector<const FleetDevice*> rows = RowsOf(account);
     for (const FleetDevice* const row : rows) cells.push_back(CellsOf(Printable(row->name), TotalsOf(*row)));
-    if (totals.devices != 1) cells.push_back(CellsOf("all " + std::to_string(totals.devices), totals));
-    for (const std::string& line : TableLines(cells, TerminalWidth(STDERR_FILENO))) PrintNote(line);
+    if (rows.size() > 1) {
+        for (const std::string& line : TableLines(cells, TerminalWidth(STDERR_FILENO))) PrintNote(line);
+    }
+    PrintNote(TotalText(totals));
     for (const auto& [reason, count] : refused.counts) {
         PrintWarning(Counted(count, "message") + " not taken: " + reason);
     }

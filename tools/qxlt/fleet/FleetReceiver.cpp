@@ -3,6 +3,7 @@
 #include <sys/epoll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
@@ -13,16 +14,17 @@
 #include <string>
 #include <system_error>
 
-#include "BrokerAddress.h"
+#include "Backoff.h"
+#include "BrokerAccess.h"
 #include "Descriptor.h"
 #include "FleetAccount.h"
 #include "FleetInbox.h"
-#include "FleetLink.h"
 #include "FleetPrinter.h"
 #include "FleetTop.h"
 #include "IFleetStore.h"
 #include "Interruption.h"
 #include "Messages.h"
+#include "MqttSession.h"
 #include "Output.h"
 #include "Topics.h"
 
@@ -33,8 +35,7 @@ namespace {
 using Clock = Interruption::Clock;
 
 constexpr std::chrono::seconds kTick{1};
-constexpr std::chrono::seconds kLongestPause{30};  // between two tries to reach the broker
-constexpr std::chrono::seconds kPatience{5};       // for a store that is away when all is over
+constexpr std::chrono::seconds kPatience{5};  // for a store that is away when all is over
 
 // FNV-1a, in hex: the same for the same text on each machine.
 std::string HashText(const std::string& text) {
@@ -69,16 +70,6 @@ std::string ClientOf(const FleetOptions& options, const std::vector<std::string>
     if (options.IsLasting()) return "qxlt-fleet-" + HashText(HostName() + " " + topics.front());
     std::random_device random;
     return "qxlt-fleet-" + HashText(std::to_string(random()) + " " + std::to_string(random()));
-}
-
-FleetSubscription SubscriptionOf(const FleetOptions& options) {
-    FleetSubscription subscription;
-    subscription.address = ReadBrokerAddress(options.broker.address);
-    subscription.options = options.broker;
-    subscription.topics = TopicsOf(subscription.address.prefix, options.devices);
-    subscription.client = ClientOf(options, subscription.topics);
-    subscription.isLasting = options.IsLasting();
-    return subscription;
 }
 
 FleetAccount::Bounds BoundsOf(const FleetOptions& options) {
@@ -128,31 +119,39 @@ class Receiver final {
 public:
     Receiver(const FleetOptions& options, Format format)
         : m_options(options),
-          m_subscription(SubscriptionOf(options)),
-          m_store(options.store.empty() ? nullptr : OpenFleetStore(options.store, m_subscription.client)),
+          m_access(ReadBrokerAccess(options.broker)),
+          m_topics(TopicsOf(m_access.address.prefix, options.devices)),
+          m_client(ClientOf(options, m_topics)),
+          m_store(options.store.empty() ? nullptr : OpenFleetStore(options.store, m_client)),
           m_display(DisplayOf(options, format, m_output)),
           m_account(BoundsOf(options), LoadOf(m_store.get())),
-          m_inbox(m_subscription.address.prefix, {options.devices, options.events}, m_account, m_store.get(),
-                  *m_display),
+          m_inbox(m_access.address.prefix, {options.devices, options.events}, m_account, m_store.get(), *m_display),
           m_ready(OpenEpoll()) {}
 
     int Run() {
         m_output.OnEnd([this](ExitStatus status) {
             m_status = status;
+            m_hasReader = false;
             m_interruption.Request();
         });
         m_interruption.Watch(m_ready.Get(), [this] { OnReady(); });
-        std::optional<Clock::time_point> end;
-        if (m_options.seconds > 0) {
-            end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
-                                     std::chrono::duration<double>(m_options.seconds));
-        }
+        const std::optional<Clock::time_point> end = EndOf(m_options.seconds);
         do Tick();
-        while (m_interruption.Wait(NextTick(end)) == Interruption::Cause::TimeOver && (!end || Clock::now() < *end));
+        while (GoesOn(m_interruption.Wait(NextTick(end))) && (!end || Clock::now() < *end));
         return End();
     }
 
 private:
+    static std::optional<Clock::time_point> EndOf(double seconds) {
+        if (seconds <= 0) return std::nullopt;
+        return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    }
+
+    // A request is also how what was read in part is gone on with.
+    bool GoesOn(Interruption::Cause cause) const {
+        return cause == Interruption::Cause::TimeOver || (cause == Interruption::Cause::Request && m_hasReader);
+    }
+
     Clock::time_point NextTick(std::optional<Clock::time_point> end) const {
         Clock::time_point next = Clock::now() + kTick;
         if (end) next = std::min(next, *end);
@@ -160,11 +159,11 @@ private:
         return next;
     }
 
-    // What the passing of time brings. A library of secure connections may hold messages that nothing tells of.
+    // What the passing of time brings. The library of secure connections may hold messages that no descriptor tells of.
     void Tick() {
-        if (m_link == nullptr && Clock::now() >= m_nextTry) Connect();
-        if (m_link != nullptr) {
-            m_link->Tick();
+        if (m_session == nullptr && !m_isHolding && Clock::now() >= m_nextTry) Connect();
+        if (m_session != nullptr) {
+            m_session->Keep();
             Receive();
         } else {
             Settle();
@@ -173,65 +172,87 @@ private:
     }
 
     void Connect() {
-        if (m_isHolding) return;
-        m_link = std::make_unique<FleetLink>(m_subscription, [this](std::string_view topic, std::string_view payload) {
-            m_inbox.Take(topic, payload);
-        });
-        m_pause = std::min<std::chrono::seconds>(std::max<std::chrono::seconds>(m_pause * 2, std::chrono::seconds(1)),
-                                                 kLongestPause);
-        m_nextTry = Clock::now() + m_pause;
+        MqttSession::Setup setup;
+        setup.client = m_client;
+        setup.forgets = !m_options.IsLasting();
+        setup.holdsAnswers = true;
+        setup.receive = [this](const ReceivedMessage& message) {
+            ++m_taken;
+            m_inbox.Take(message.topic, message.payload);
+        };
+        m_session = std::make_unique<MqttSession>(m_access, setup);
+        m_isSubscribed = false;
         m_interest = 0;
-        Watch();
     }
 
-    // The descriptor leaves with the link that closes it.
+    // Has the descriptor watched for what the session waits for. It leaves with the session, which closes it.
     void Watch() {
-        if (m_link == nullptr) return;
-        if (m_link->IsLost() || m_link->Socket() < 0) return Drop();
-        const std::uint32_t interest = EPOLLIN | (m_link->WantsWrite() ? std::uint32_t{EPOLLOUT} : 0u);
+        if (m_session == nullptr) return;
+        if (m_session->IsOver()) return Drop();
+        const std::uint32_t interest = EPOLLIN | (m_session->WantsToWrite() ? std::uint32_t{EPOLLOUT} : 0u);
         if (interest == m_interest) return;
         epoll_event event{};
         event.events = interest;
         const int change = m_interest == 0 ? EPOLL_CTL_ADD : EPOLL_CTL_MOD;
-        if (epoll_ctl(m_ready.Get(), change, m_link->Socket(), &event) != 0) return Drop();
+        if (epoll_ctl(m_ready.Get(), change, m_session->Descriptor(), &event) != 0) {
+            throw std::system_error(errno, std::generic_category(), "epoll_ctl");
+        }
         m_interest = interest;
     }
 
+    // What was never so is a mistake of the user's; what was so once may be so again.
     void Drop() {
-        const std::string why = m_link->Fault().empty() ? "the connection is lost" : m_link->Fault();
-        const std::string text = BrokerText(m_subscription.address) + ": " + why;
-        const bool isRefused = m_link->IsRefused() && !m_wasSubscribed;
-        m_link.reset();
-        if (isRefused) throw Failure(kCannotStart, text);
+        const bool isRefused = m_session->HowEnded() != MqttSession::Ending::Network;
+        const std::string text = BrokerText(m_access.address) + ": " + m_session->Problem();
+        m_session.reset();
+        if (isRefused && !m_wasConnected) throw Failure(kCannotStart, text);
         m_broker.Tell(text);
+        const Backoff::Seconds pause = isRefused ? m_backoff.NextLong() : m_backoff.Next();
+        m_nextTry = Clock::now() + std::chrono::duration_cast<Clock::duration>(pause);
     }
 
     void OnReady() {
-        if (m_link == nullptr) return;
-        m_link->Write();
+        if (m_session == nullptr) return;
+        m_session->Write();
         Receive();
     }
 
-    // Answers are written after what they answer is kept; until then, nothing is.
+    // Whether there was something.
+    bool Read() {
+        const std::uint64_t before = m_taken;
+        m_session->Read();
+        if (m_session->IsConnected() && !m_isSubscribed) Subscribe();
+        TellReceiving();
+        return m_taken != before;
+    }
+
+    void Subscribe() {
+        m_isSubscribed = m_wasConnected = true;
+        for (const std::string& topic : m_topics) m_session->Subscribe(topic);
+        m_backoff.Reset();
+        m_broker.Over(BrokerText(m_access.address) + ": connected again");
+    }
+
+    // Once: from now on nothing is missed.
+    void TellReceiving() {
+        if (m_isReceiving || m_session->Granted() < m_topics.size() || m_session->IsOver()) return;
+        m_isReceiving = true;
+        PrintNote("receiving from " + BrokerText(m_access.address) +
+                  (m_options.IsLasting() ? " as the client " + m_client : ""));
+    }
+
+    // Answers are written after what they answer is kept, and until then nothing is. Between two batches there is a
+    // look at signals.
     void Receive() {
         bool hasRead = true;
-        while (hasRead && m_link != nullptr) {
-            hasRead = false;
-            while (!m_inbox.IsFull() && m_link->Read()) hasRead = true;
-            if (m_link->IsSubscribed() && !m_wasSubscribed) TellConnected();
-            Settle();
-            if (m_link != nullptr) m_link->Write();
-        }
+        while (hasRead && !m_inbox.IsFull()) hasRead = Read();
+        if (hasRead) m_interruption.Request();
+        Settle();
+        if (m_session != nullptr) m_session->Write();
         Watch();
     }
 
-    void TellConnected() {
-        m_wasSubscribed = true;
-        m_pause = {};
-        m_broker.Over(BrokerText(m_subscription.address) + ": connected again");
-    }
-
-    // The broker sends again what a broken connection leaves without an answer.
+    // A session that ends without a word leaves all without an answer: the broker sends it again.
     void Settle() {
         try {
             m_inbox.Settle(Clock::now(), WallNow());
@@ -240,7 +261,7 @@ private:
         } catch (const StoreAway& error) {
             m_isHolding = true;
             m_storage.Tell(error.what());
-            m_link.reset();
+            m_session.reset();
             m_nextTry = Clock::now();
         }
     }
@@ -252,28 +273,37 @@ private:
                m_interruption.Wait(Clock::now() + kTick) == Interruption::Cause::TimeOver) {
             Settle();
         }
-        if (m_link != nullptr) m_link->Leave();
+        if (m_session != nullptr) {
+            m_session->Disconnect();
+            m_session->Write();
+        }
         m_display->Finish(m_account, m_inbox.Refused());
         if (!m_isHolding) return m_status;
-        PrintError("the last events are not stored; the broker keeps them for the client " + m_subscription.client);
+        PrintError("the last events are not stored; the broker keeps them for the client " + m_client);
         return kInputWrong;
     }
 
     const FleetOptions& m_options;
-    const FleetSubscription m_subscription;
+    const BrokerAccess m_access;
+    const std::vector<std::string> m_topics;
+    const std::string m_client;
     Output m_output;
     const std::unique_ptr<IFleetStore> m_store;
     const std::unique_ptr<IFleetDisplay> m_display;
     FleetAccount m_account;
     FleetInbox m_inbox;
     Interruption m_interruption;
-    const Descriptor m_ready;  // readable when the link has something to do
-    std::unique_ptr<FleetLink> m_link;
-    std::uint32_t m_interest = 0;  // what the link's descriptor is watched for
-    Clock::time_point m_nextTry{};
-    std::chrono::seconds m_pause{};
-    bool m_wasSubscribed = false;
+    const Descriptor m_ready;  // can be read when the session's descriptor has something to do
+    std::unique_ptr<MqttSession> m_session;
+    std::uint32_t m_interest = 0;  // what that is watched for
+    std::uint64_t m_taken = 0;     // messages
+    bool m_isSubscribed = false;
+    bool m_wasConnected = false;
+    bool m_isReceiving = false;
+    bool m_hasReader = true;
     bool m_isHolding = false;  // what the store did not take
+    Backoff m_backoff{std::random_device()()};
+    Clock::time_point m_nextTry{};
     Trouble m_broker;
     Trouble m_storage;
     ExitStatus m_status = kDone;

@@ -18,7 +18,7 @@ namespace qxlt {
 
 namespace {
 
-constexpr std::size_t kWidest = 32;    // of a name
+constexpr std::size_t kWidest = 32;     // of a name
 constexpr std::size_t kUsualRows = 40;  // where no terminal bounds them
 
 std::string PerSecond(std::uint64_t count, double seconds) {
@@ -143,7 +143,8 @@ void FleetTop::PrintJson(double seconds) {
 }
 
 void FleetTop::Finish(const FleetAccount& account, const RefusedMessages& refused) {
-    if (m_isNew && m_begin) EndInterval(std::chrono::duration<double>(std::chrono::steady_clock::now() - *m_begin).count());
+    if (m_isNew && m_begin)
+        EndInterval(std::chrono::duration<double>(std::chrono::steady_clock::now() - *m_begin).count());
     if (m_format == Format::Json)
         PrintAccountJson(m_output, account, refused);
     else

@@ -17,9 +17,9 @@ public:
 
 // What differs between databases.
 struct SqlDialect {
-    std::string begin;    // a transaction that is going to write
-    std::string lock;     // a statement, as the first of a transaction: nobody else makes tables meanwhile; empty: none
-    std::string text;     // the types of columns
+    std::string begin;  // a transaction that is going to write
+    std::string lock;   // a statement, as the first of a transaction: nobody else makes tables meanwhile; empty: none
+    std::string text;   // the types of columns
     std::string number;
     std::string time;
     std::string json;
@@ -44,8 +44,8 @@ public:
     virtual bool IsForeign() = 0;
 
     // Runs one statement, with $1, $2 and so on, in the order of their first use, for the parameters. Returns its rows.
-    // Connects anew where the connection is lost, unless a transaction is open. Throws StoreAway and DataRefused; whoever
-    // began a transaction then rolls it back.
+    // Connects anew where the connection is lost, unless a transaction is open. Throws StoreAway and DataRefused;
+    // whoever began a transaction then rolls it back.
     virtual std::vector<Row> Run(const std::string& statement, const std::vector<std::string>& parameters = {}) = 0;
 
     // Ends what was begun, if something was; nothing is thrown.

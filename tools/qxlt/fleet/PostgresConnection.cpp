@@ -18,9 +18,9 @@ using Result = std::unique_ptr<PGresult, ResultCloser>;
 
 // Used where the address does not say otherwise. A server that does not answer is given up before the broker gives up
 // this client; times are written and read in UTC.
-constexpr const char* kKeys[] = {"connect_timeout",  "keepalives_idle",          "keepalives_interval",
-                                 "keepalives_count", "tcp_user_timeout",         "application_name",
-                                 "client_encoding",  "dbname",                   nullptr};
+constexpr const char* kKeys[] = {"connect_timeout",  "keepalives_idle",  "keepalives_interval",
+                                 "keepalives_count", "tcp_user_timeout", "application_name",
+                                 "client_encoding",  "dbname",           nullptr};
 constexpr const char* kValues[] = {"5", "5", "5", "2", "10000", "qxlt fleet", "UTF8"};
 
 // Messages of the library have several lines.
@@ -83,12 +83,13 @@ void PostgresConnection::Connect() {
         throw StoreAway(why);
     }
     // Notices are no errors, and would stand on standard error.
-    PQsetNoticeReceiver(m_connection.get(), [](void*, const PGresult*) {}, nullptr);
+    PQsetNoticeReceiver(
+        m_connection.get(), [](void*, const PGresult*) {}, nullptr);
 }
 
 const SqlDialect& PostgresConnection::Dialect() const {
-    static const SqlDialect dialect = {"BEGIN", "SELECT pg_advisory_xact_lock(5137004719)", "text", "bigint",
-                                       "timestamptz", "jsonb"};
+    static const SqlDialect dialect = {
+        "BEGIN", "SELECT pg_advisory_xact_lock(5137004719)", "text", "bigint", "timestamptz", "jsonb"};
     return dialect;
 }
 

@@ -79,9 +79,9 @@ private:
     std::uint64_t& CountOf(Kind kind) { return kind == Kind::Missing ? m_missing : m_dropped; }
 
     Gaps m_gaps;
-    std::uint64_t m_next;        // one more than the highest that came or should have come
-    std::uint64_t m_floor;       // below it gaps are not known
-    std::uint64_t m_lost = 0;    // were missing in those that were given up
+    std::uint64_t m_next;      // one more than the highest that came or should have come
+    std::uint64_t m_floor;     // below it gaps are not known
+    std::uint64_t m_lost = 0;  // were missing in those that were given up
     std::uint64_t m_missing = 0;
     std::uint64_t m_dropped = 0;
     std::size_t m_untold = 0;  // gaps that are missing

@@ -23,13 +23,13 @@ Columns EventColumns(const SqlDialect& is) {
 }
 
 Columns DeviceColumns(const SqlDialect& is) {
-    return {{"device", is.text},    {"state", is.text},     {"boot", is.text},      {"run", is.text},
-            {"time", is.time},      {"taken", is.number},   {"waiting", is.number}, {"dropped", is.number},
-            {"missing", is.number}, {"health", is.json},    {"heard", is.time}};
+    return {{"device", is.text},    {"state", is.text},   {"boot", is.text},      {"run", is.text},
+            {"time", is.time},      {"taken", is.number}, {"waiting", is.number}, {"dropped", is.number},
+            {"missing", is.number}, {"health", is.json},  {"heard", is.time}};
 }
 
 Columns RunColumns(const SqlDialect& is) {
-    return {{"client", is.text},  {"device", is.text},  {"boot", is.text},   {"run", is.text}, {"taken", is.number},
+    return {{"client", is.text}, {"device", is.text},  {"boot", is.text},   {"run", is.text},  {"taken", is.number},
             {"next", is.number}, {"floor", is.number}, {"lost", is.number}, {"heard", is.time}};
 }
 
@@ -46,7 +46,7 @@ std::string NamesOf(const Columns& columns) {
 
 // What may be unknown of an event or a device; all else is always there.
 bool IsOptional(const std::string& name, bool isDevice) {
-    return name == "time" || name == "duration" || (isDevice && name != "device" && name != "heard");
+    return name == "time" || name == "duration" || name == "call" || (isDevice && name != "device" && name != "heard");
 }
 
 std::string TableText(const std::string& name, const Columns& columns, const std::string& key) {
@@ -172,10 +172,18 @@ std::string ListText(Fill fill) {
     return text.substr(kBefore, text.size() - kBefore - 1);
 }
 
+// What is written over a row that is there. The health of a device is told now and then, and kept in between.
+std::string NewValue(const std::string& table, const std::string& column) {
+    const std::string written = "excluded." + column;
+    return column == "health" ? "coalesce(" + written + ", " + table + "." + column + ")" : written;
+}
+
 std::string Upsert(const std::string& table, const Columns& columns, const std::string& rows, const std::string& key) {
     std::string text = "INSERT INTO " + table + "(" + NamesOf(columns) + ") SELECT " + NamesOf(columns) + " FROM " +
                        rows + " WHERE true ON CONFLICT(" + key + ") DO UPDATE SET ";
-    for (const auto& [name, type] : columns) text += (&name == &columns.front().first ? "" : ", ") + name + " = excluded." + name;
+    for (const auto& column : columns) {
+        text += (&column == &columns.front() ? "" : ", ") + column.first + " = " + NewValue(table, column.first);
+    }
     return text;
 }
 
@@ -265,10 +273,10 @@ std::optional<FleetDevice> SqlFleetStore::Load(const std::string& name) {
 
 // Those that were not told so far count as told long ago when they are looked at.
 void SqlFleetStore::LoadGaps(FleetDevice& device, std::vector<RunNumbers::Kept>& numbers) {
-    const std::vector<Row> rows = m_connection->Run(
-        "SELECT boot, run, first, last, state FROM gaps WHERE client = $1 AND device = $2 LIMIT " +
-            std::to_string(FleetAccount::kMostRuns * RunNumbers::kMostGaps),
-        {m_client, StoredText(device.name)});
+    const std::vector<Row> rows =
+        m_connection->Run("SELECT boot, run, first, last, state FROM gaps WHERE client = $1 AND device = $2 LIMIT " +
+                              std::to_string(FleetAccount::kMostRuns * RunNumbers::kMostGaps),
+                          {m_client, StoredText(device.name)});
     for (const Row& row : rows) {
         std::size_t place = 0;
         for (const FleetRun& run : device.runs) {
@@ -284,9 +292,8 @@ void SqlFleetStore::LoadGaps(FleetDevice& device, std::vector<RunNumbers::Kept>&
 }
 
 void SqlFleetStore::LoadStatus(FleetDevice& device) {
-    const std::vector<Row> rows =
-        m_connection->Run("SELECT state, boot, run, taken, waiting, dropped FROM devices WHERE device = $1",
-                          {StoredText(device.name)});
+    const std::vector<Row> rows = m_connection->Run(
+        "SELECT state, boot, run, taken, waiting, dropped FROM devices WHERE device = $1", {StoredText(device.name)});
     if (rows.empty()) return;
     const Row& row = rows.front();
     const std::optional<DeviceState> state = ReadDeviceState(row[0].value_or(""));
@@ -365,8 +372,9 @@ void SqlFleetStore::WriteDevices(const FleetBatch& batch) {
     const std::string runRows = to.RowsOfJson(RunColumns(is));
     to.Run(Upsert("devices", DeviceColumns(is), to.RowsOfJson(DeviceColumns(is)), "device"), {devices});
     to.Run(Upsert("runs", RunColumns(is), runRows, "client, device, boot, run"), {runs});
-    to.Run("DELETE FROM gaps WHERE (client, device, boot, run) IN (SELECT client, device, boot, run FROM " + runRows + ")",
-           {runs});
+    to.Run(
+        "DELETE FROM gaps WHERE (client, device, boot, run) IN (SELECT client, device, boot, run FROM " + runRows + ")",
+        {runs});
     if (gaps == "[]") return;
     const Columns columns = GapColumns(is);
     to.Run("INSERT INTO gaps(" + NamesOf(columns) + ") SELECT " + NamesOf(columns) + " FROM " + to.RowsOfJson(columns) +

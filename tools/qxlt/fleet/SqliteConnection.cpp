@@ -35,8 +35,8 @@ bool IsOfTheData(int code) {
 class SqliteConnection::Statement final {
 public:
     Statement(const SqliteConnection& owner, const std::string& text) : m_owner(owner) {
-        const int code = sqlite3_prepare_v2(owner.m_database, text.data(), static_cast<int>(text.size()), &m_statement,
-                                            nullptr);
+        const int code =
+            sqlite3_prepare_v2(owner.m_database, text.data(), static_cast<int>(text.size()), &m_statement, nullptr);
         if (code != SQLITE_OK) owner.Fail(code);
     }
     Statement(const Statement&) = delete;

@@ -42,8 +42,7 @@ FleetStatus Status(const std::string& device, char run, std::uint64_t taken, std
 std::string TextOf(const FleetNews& news) {
     if (const auto* const gap = std::get_if<GapNews>(&news)) {
         return gap->origin.device + (gap->kind == RunNumbers::Kind::Missing ? " missing " : " dropped ") +
-               gap->origin.run.front() + " " + std::to_string(gap->range.first) + "-" +
-               std::to_string(gap->range.last);
+               gap->origin.run.front() + " " + std::to_string(gap->range.first) + "-" + std::to_string(gap->range.last);
     }
     const FleetStatus& status = std::get<DeviceNews>(news).status;
     return status.origin.device + " " + qxlt::TextOf(status.state) + " " + status.origin.run.front();

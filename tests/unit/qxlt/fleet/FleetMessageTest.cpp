@@ -57,6 +57,14 @@ TEST(FleetMessage, ReadsAnEvent) {
     EXPECT_EQ(event.call->dump(), R"({"callerName":"SetVolume","duration":2000})");
 }
 
+TEST(FleetMessage, ReadsAnEventWhoseCallWasLeftOut) {
+    const FleetMessage message =
+        Read(kEventTopic, With(EventText(), R"({"callerName":"SetVolume","duration":2000})", "null"));
+    ASSERT_TRUE(std::holds_alternative<FleetEvent>(message));
+    EXPECT_TRUE(std::get<FleetEvent>(message).call->is_null());
+    EXPECT_EQ(std::get<FleetEvent>(message).duration, std::nullopt);
+}
+
 TEST(FleetMessage, ReadsAStatus) {
     const FleetMessage message = Read(kStatusTopic, StatusText());
     ASSERT_TRUE(std::holds_alternative<FleetStatus>(message));
@@ -107,23 +115,22 @@ TEST(FleetMessage, RefusesAnotherNameThanThatOfTheTopic) {
 }
 
 TEST(FleetMessage, RefusesOddContent) {
-    const std::vector<std::pair<std::string, std::string>> events = {
-        {R"("cycle":3)", R"("cycle":-3)"},
-        {R"("cycle":3)", R"("cycle":3.5)"},
-        {R"("cycle":3)", R"("cycle":99999999999999)"},
-        {R"("cycle":3,)", ""},
-        {"2026-11-22T", "2026-11-22 "},
-        {R"("2026-11-22T10:00:00.000000005Z")", "5"},
-        {R"("value":"85")", R"("value":85)"},
-        {R"("call":{)", R"("call":[{)"},
-        {":7\"", ":0\""},
-        {":7\"", ":07\""},
-        {":7\"", ":35184372088833\""},
-        {":7\"", ":18446744073709551623\""},
-        {":7\"", "\""},
-        {kBoot, std::string(32, 'B')},
-        {kRun, kRun + "c"},
-        {"\"tv-1\"", "7"}};
+    const std::vector<std::pair<std::string, std::string>> events = {{R"("cycle":3)", R"("cycle":-3)"},
+                                                                     {R"("cycle":3)", R"("cycle":3.5)"},
+                                                                     {R"("cycle":3)", R"("cycle":99999999999999)"},
+                                                                     {R"("cycle":3,)", ""},
+                                                                     {"2026-11-22T", "2026-11-22 "},
+                                                                     {R"("2026-11-22T10:00:00.000000005Z")", "5"},
+                                                                     {R"("value":"85")", R"("value":85)"},
+                                                                     {R"("call":{)", R"("call":[{)"},
+                                                                     {":7\"", ":0\""},
+                                                                     {":7\"", ":07\""},
+                                                                     {":7\"", ":35184372088833\""},
+                                                                     {":7\"", ":18446744073709551623\""},
+                                                                     {":7\"", "\""},
+                                                                     {kBoot, std::string(32, 'B')},
+                                                                     {kRun, kRun + "c"},
+                                                                     {"\"tv-1\"", "7"}};
     for (const auto& [part, other] : events) {
         const std::string text = With(EventText(), part, other);
         const FleetMessage message = Read(kEventTopic, text);
@@ -131,11 +138,16 @@ TEST(FleetMessage, RefusesOddContent) {
         // One of them is no JSON any more.
         EXPECT_EQ(std::get<Refusal>(message), other == R"("call":[{)" ? Refusal::Json : Refusal::Content) << text;
     }
-    const std::vector<std::pair<std::string, std::string>> statuses = {
-        {"running", "walking"},    {kBoot, "b"},           {R"("taken":9)", R"("taken":"9")"},
-        {R"("waiting":2,)", ""},   {R"(",1,3])", R"(",3,1])"}, {R"(",1,3])", R"(",0,3])"},
-        {R"(",1,3])", R"(",1])"},  {kBoot + ":", kBoot + "-"}, {R"("health":{"uptime":1})", R"("health":1)"},
-        {R"("taken":9)", R"("taken":35184372088833)"}};
+    const std::vector<std::pair<std::string, std::string>> statuses = {{"running", "walking"},
+                                                                       {kBoot, "b"},
+                                                                       {R"("taken":9)", R"("taken":"9")"},
+                                                                       {R"("waiting":2,)", ""},
+                                                                       {R"(",1,3])", R"(",3,1])"},
+                                                                       {R"(",1,3])", R"(",0,3])"},
+                                                                       {R"(",1,3])", R"(",1])"},
+                                                                       {kBoot + ":", kBoot + "-"},
+                                                                       {R"("health":{"uptime":1})", R"("health":1)"},
+                                                                       {R"("taken":9)", R"("taken":35184372088833)"}};
     for (const auto& [part, other] : statuses) {
         EXPECT_EQ(RefusalOf(kStatusTopic, With(StatusText(), part, other)), Refusal::Content) << other;
     }
@@ -152,10 +164,29 @@ TEST(FleetMessage, RefusesWhatIsNoJson) {
     EXPECT_EQ(RefusalOf(kEventTopic, With(good, "2000", std::string(2000, '9'))), Refusal::Json);
 }
 
+TEST(FleetMessage, BoundsTheKeysOfAnObjectAndItsDepth) {
+    const auto isEvent = [](const std::string& call) {
+        return std::holds_alternative<FleetEvent>(
+            Read(kEventTopic, With(EventText(), R"({"callerName":"SetVolume","duration":2000})", call)));
+    };
+    const auto withKeys = [](int count) {
+        std::string keys;
+        for (int i = 0; i < count; ++i) keys += (i == 0 ? "\"" : ",\"") + std::to_string(i) + "\":{}";
+        return "{" + keys + "}";
+    };
+    EXPECT_TRUE(isEvent(withKeys(1024)));
+    EXPECT_FALSE(isEvent(withKeys(1025)));
+    EXPECT_TRUE(isEvent("{\"a\":[" + withKeys(1024) + "," + withKeys(1024) + "]}"));
+    const auto nested = [](std::size_t depth) {
+        return "{\"a\":" + std::string(depth, '[') + std::string(depth, ']') + "}";
+    };
+    EXPECT_TRUE(isEvent(nested(62)));
+    EXPECT_FALSE(isEvent(nested(70)));
+}
+
 TEST(FleetMessage, BoundsItsLength) {
     const std::string good = EventText();
-    EXPECT_TRUE(
-        std::holds_alternative<FleetEvent>(FleetReader("fleet/home", good.size()).Read(kEventTopic, good)));
+    EXPECT_TRUE(std::holds_alternative<FleetEvent>(FleetReader("fleet/home", good.size()).Read(kEventTopic, good)));
     EXPECT_EQ(std::get<Refusal>(FleetReader("fleet/home", good.size() - 1).Read(kEventTopic, good)), Refusal::Long);
 }
 
