@@ -31,9 +31,12 @@ TEST(LineSchema, RefusesWhatIsNoLine) {
                                   R"({"gap":{"device":"d","boot":"b","run":"c","state":"missing","first":1,"last":1}})",
                                   R"({"fleet":{"devices":1}})",
                                   R"({"cycle":1,"held":{"event":"E","count":0}})",
+                                  R"({"cycle":1,"rules":"1f2e","scripts":1,"events":1,"forgotten":[]})",
+                                  R"({"cycle":1,"rules":"1f2e3d4c5b6a7988","scripts":1,"events":1})",
                                   R"({"record":"hex"})",
                                   R"({"interval":1,"seconds":1.5,"statistics":{"method":"f"}})",
                                   R"({"statistics":{"method":"f"}})",
+                                  R"({"state":"running","time":"x","started":"x","pid":1,"cycles":1})",
                                   "{}",
                                   "[]",
                                   "7",
@@ -57,7 +60,7 @@ TEST(LineSchema, TakesTheLinesOfThePage) {
             EXPECT_EQ(SchemaFault(line), "");
         }
     }
-    EXPECT_EQ(lines, 29U);
+    EXPECT_EQ(lines, 30U);
 }
 
 TEST(LineSchema, TakesTheLinesThatAreKept) {

@@ -88,6 +88,8 @@ void ProgramRunner::Wake() {
 void ProgramRunner::Finish() {
     End(Clock::now() + m_bounds.limit);
     if (m_leftOut > 0) PrintWarning("--exec: " + Counted(m_leftOut, "command") + " left out, for which no room was");
+    const std::uint64_t untold = m_told.TakeHeld();
+    if (untold > 0) PrintWarning("--exec: " + Counted(untold, "failure") + " not told");
 }
 
 void ProgramRunner::End(Clock::time_point last) {

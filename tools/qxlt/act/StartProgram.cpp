@@ -11,6 +11,7 @@
 #include <system_error>
 
 #include "Descriptor.h"
+#include "WriteAll.h"
 
 namespace qxlt {
 
@@ -62,13 +63,10 @@ private:
 int OpenInput(const std::string& input) {
     const int file = memfd_create("event", MFD_CLOEXEC);
     if (file < 0) Require(errno, "memfd_create");
-    const ssize_t written = write(file, input.data(), input.size());
-    const bool isWhole = written == static_cast<ssize_t>(input.size()) && lseek(file, 0, SEEK_SET) == 0;
-    const int error = written < 0 ? errno : ENOSPC;
-    if (isWhole) return file;
+    if (WriteAll(file, input.data(), input.size()) && lseek(file, 0, SEEK_SET) == 0) return file;
+    const int error = errno;
     close(file);
-    Require(error, "standard input");
-    return -1;
+    throw std::system_error(error, std::generic_category(), "standard input");
 }
 
 std::string_view NameOf(std::string_view variable) {
@@ -78,6 +76,7 @@ std::string_view NameOf(std::string_view variable) {
 // What this process has, without what is set anew.
 std::vector<char*> Environment(const std::vector<std::string>& own) {
     std::vector<char*> all;
+    all.reserve(own.size() + 1);
     for (const std::string& variable : own) all.push_back(const_cast<char*>(variable.c_str()));
     for (char** variable = environ; variable != nullptr && *variable != nullptr; ++variable) {
         const bool isSet = std::any_of(

@@ -17,24 +17,13 @@
 #include "JsonLine.h"
 #include "Messages.h"
 #include "Text.h"
+#include "WriteAll.h"
 
 namespace qxlt {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// Returns whether all was written; errno tells why not.
-bool WriteAll(int fd, const char* bytes, std::size_t size) {
-    while (size > 0) {
-        const ssize_t count = write(fd, bytes, size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
-        bytes += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
 
 bool WriteFile(const std::string& path, const char* bytes, std::size_t size) {
     Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
@@ -98,9 +87,27 @@ bool CaptureWriter::TryBegin(const ProcessNames& processes, const RunStart& star
 }
 
 bool CaptureWriter::WriteDescription(const std::string& text) {
+    m_description = text;
     const std::string line = text + "\n";
     m_size += line.size();
     return WriteFile(m_directory + "/" + kCaptureFile, line.data(), line.size());
+}
+
+// Whoever reads the capture meanwhile has the old description or the new one.
+void CaptureWriter::AddProcess(const LateProcess& process) {
+    if (m_failed) return;
+    JsonObject late = {{"cycle", process.cycle}, {"process", process.name}};
+    if (process.since) late["since"] = *process.since;
+    JsonObject description = ParseJson(m_directory, m_description);
+    if (!description["processes"].contains(process.name)) description["processes"][process.name] = process.pid;
+    description["late"].push_back(std::move(late));
+    m_description = description.dump();
+    const std::string line = m_description + "\n";
+    const std::string path = m_directory + "/" + kCaptureFile;
+    const std::string beside = m_directory + "/." + kCaptureFile;
+    const bool isWritten =
+        WriteFile(beside, line.data(), line.size()) && std::rename(beside.c_str(), path.c_str()) == 0;
+    if (!isWritten) Fail(path);
 }
 
 void CaptureWriter::BeginCycle(std::uint64_t number) {

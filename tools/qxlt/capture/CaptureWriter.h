@@ -36,6 +36,9 @@ public:
     void Begin(const ProcessNames& processes, const RunStart& start);
     bool TryBegin(const ProcessNames& processes, const RunStart& start, const KeptFor& reason);
 
+    // Writes down one more, which is tracked from its cycle on.
+    void AddProcess(const LateProcess& process);
+
     // A cycle, its dumps one by one (empty ones are left out) with the counts that are known of them, what became of
     // the processes, and its end. One thread at a time. The first failure is told and ends the capture before this
     // cycle; the calls then do nothing.
@@ -57,6 +60,7 @@ private:
 
     const std::string m_directory;
     const ProblemSink m_problems;
+    std::string m_description;
     std::uint64_t m_cycle = 0;
     std::string m_unfinished;         // where the current cycle is written
     std::set<std::string> m_counted;  // processes whose counts were kept with some cycle

@@ -95,9 +95,11 @@ void AddKeepOptions(CLI::App& command, RunOptions& options) {
     AddNumber(command, "--keep-most", on.bounds.captures, 1, "How many captures stay, the oldest go (default 100)",
               keepOn);
     AddSize(command, "--keep-size", on.bounds.bytes, "How large all of them are at most (default 256MB)", keepOn);
-    command.add_option_function<std::string>(
-        "DIR", [choice, take](const std::string& directory) { take(choice->firing, directory); },
-        "Where --keep-on keeps captures");
+    command
+        .add_option_function<std::string>(
+            "DIR", [choice, take](const std::string& directory) { take(choice->firing, directory); },
+            "Where --keep-on keeps captures")
+        ->option_text(" ");
 }
 
 }  // namespace qxlt

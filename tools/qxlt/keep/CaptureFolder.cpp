@@ -65,10 +65,11 @@ void CaptureFolder::Look() {
     std::error_code error;
     for (fs::directory_iterator entry(m_path, error), end; !error && entry != end; entry.increment(error)) {
         const std::optional<std::uint64_t> number = NumberOf(entry->path().filename());
-        if (!number || !HoldsCapture(*entry)) continue;
+        if (!number) continue;
+        m_next = std::max(m_next, *number + 1);  // also of what a run that was killed has left behind
+        if (!HoldsCapture(*entry)) continue;
         m_captures.push_back({*number, entry->path(), SizeOf(entry->path()), false});
         m_bytes += m_captures.back().bytes;
-        m_next = std::max(m_next, *number + 1);
     }
     if (error) throw Failure(kCannotStart, m_path + ": " + error.message() + "; name a directory that can be read");
     std::sort(m_captures.begin(), m_captures.end(),

@@ -22,6 +22,12 @@ void KeptFirings::OnBegin(const ProcessNames& processes, const RunStart& start) 
     m_start = start;
 }
 
+// Those that are being written have it from this cycle on, later ones from the beginning.
+void KeptFirings::OnProcess(const LateProcess& process) {
+    m_late.push_back(process);
+    for (const Open& capture : m_open) capture.writer->AddProcess(process);
+}
+
 void KeptFirings::Note(const std::string& event) {
     const bool isWanted = std::any_of(m_options.events.begin(), m_options.events.end(),
                                       [&event](const std::string& pattern) { return MatchesPattern(pattern, event); });
@@ -83,7 +89,10 @@ std::optional<KeptFirings::Open> KeptFirings::Make(const std::string& event) {
         Stop(failure.what());
     }
     const KeptFor reason{event, m_ring.Cycles().back().number};
-    if (capture.writer && capture.writer->TryBegin(m_processes, m_start, reason)) return capture;
+    if (capture.writer && capture.writer->TryBegin(m_processes, m_start, reason)) {
+        for (const LateProcess& late : m_late) capture.writer->AddProcess(late);
+        return capture;
+    }
     m_folder.Remove(path);
     return std::nullopt;
 }

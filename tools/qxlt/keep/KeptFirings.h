@@ -31,6 +31,7 @@ public:
     KeptFirings(const std::string& folder, Options options);
 
     void OnBegin(const ProcessNames& processes, const RunStart& start) override;
+    void OnProcess(const LateProcess& process) override;
     void OnCycle(std::uint64_t number, bool primes) override { m_ring.Begin(number, primes); }
     void OnDump(const RunDump& dump) override { m_ring.Add(dump); }
     void OnEvent(const EventView& view) override { Note(view.event); }
@@ -64,6 +65,7 @@ private:
     CycleRing m_ring;
     ProcessNames m_processes;
     RunStart m_start;
+    std::vector<LateProcess> m_late;
     std::vector<std::string> m_fired;  // in this cycle, each once
     std::list<Open> m_open;
     std::uint64_t m_kept = 0;

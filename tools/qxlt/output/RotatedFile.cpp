@@ -12,6 +12,7 @@
 
 #include "Failure.h"
 #include "Messages.h"
+#include "WriteAll.h"
 
 namespace qxlt {
 
@@ -26,18 +27,6 @@ bool EndsWithinALine(int file, off_t size) {
 std::uint64_t SizeOf(int file) {
     struct stat status = {};
     return fstat(file, &status) == 0 ? static_cast<std::uint64_t>(status.st_size) : 0;
-}
-
-// Returns whether all was written; errno tells why not.
-bool WriteAll(int file, const char* bytes, std::size_t size) {
-    while (size > 0) {
-        const ssize_t count = write(file, bytes, size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
-        bytes += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
 }
 
 }  // namespace

@@ -66,6 +66,7 @@ EventPrinter::EventPrinter(Format format, Output& output, std::size_t nameWidth,
 
 void EventPrinter::Expect(const std::vector<std::string>& events) {
     for (const std::string& event : events) m_counts.emplace(event, 0);
+    m_layout.Reserve(Column::Event, WidestOf(events));
 }
 
 bool EventPrinter::Takes(const EventView& view) {

@@ -37,7 +37,7 @@ public:
     // `output` must outlive the printer. `nameWidth` is that of the longest event name, for the columns of the text.
     EventPrinter(Format format, Output& output, std::size_t nameWidth, const ShowOptions& show = {});
 
-    // Has these events counted from the beginning: those that never fire with 0.
+    // Has these events counted from now on, those that never fire with 0, and room made for their names.
     void Expect(const std::vector<std::string>& events);
 
     // Counts the event, and returns whether it is one that is to be shown; and prints it.

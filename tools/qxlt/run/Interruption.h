@@ -35,6 +35,9 @@ public:
     // From now on nobody need read standard output: nothing is written there. Before the first Wait.
     void LeaveReader() { m_readerWatched = false; }
 
+    // From within a handler: the wait ends as with a signal that ends.
+    void EndBySignal() { m_endsBySignal = true; }
+
     // Ends the next wait. Any thread may call it.
     void Request();
 
@@ -54,6 +57,7 @@ private:
     const Descriptor m_signals;
     const Descriptor m_requests;
     bool m_readerWatched = true;  // until it has been seen to be gone, or is not needed
+    bool m_endsBySignal = false;
 };
 
 }  // namespace qxlt

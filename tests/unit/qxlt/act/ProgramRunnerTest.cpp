@@ -125,7 +125,8 @@ TEST(ProgramRunner, TellsOfSoManyFailuresOnly) {
         for (int i = 0; i < 40; ++i) runner.Run("A", {"exit 3", {}, ""});
         runner.Finish();
     });
-    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 10);
+    EXPECT_EQ(std::count(errors.begin(), errors.end(), '\n'), 11);
+    EXPECT_THAT(errors, testing::EndsWith("warning: --exec: 30 failures not told\n"));
 }
 
 // The child of the command, too.

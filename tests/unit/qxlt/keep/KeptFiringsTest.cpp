@@ -2,7 +2,6 @@
 #include "KeptFirings.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -11,6 +10,7 @@
 
 #include "CaptureReader.h"
 #include "Failure.h"
+#include "FileSizeLimit.h"
 #include "Messages.h"
 #include "Workplace.h"
 
@@ -22,22 +22,6 @@ using namespace qxlt;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
-
-// As on a full disk, no file can grow beyond the limit.
-class FileSizeLimit final {
-public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit = {bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before;
-};
 
 std::vector<std::string> EntriesOf(const std::string& directory) {
     std::vector<std::string> names;
@@ -121,12 +105,26 @@ TEST_F(Firings, WhileOneIsWrittenBelongToIt) {
     EXPECT_THAT(CyclesOf("HIGH-000003"), ElementsAre("000003", "000004", "capture.json"));
 }
 
+TEST_F(Firings, TellOfProcessesThatCameMeanwhile) {
+    const auto firings = Begin();
+    Cycle(*firings, 2, {"HIGH"});
+    firings->OnProcess({3, "late", 413, 17});
+    Cycle(*firings, 3, {"LOW"});
+    firings->OnEnd();
+    for (const char* const capture : {"kept/HIGH-000001", "kept/LOW-000002"}) {
+        const CaptureReader reader(m_place.At(capture));
+        ASSERT_EQ(reader.Late().size(), 1U) << capture;
+        EXPECT_EQ(reader.Late()[0].name, "late");
+        EXPECT_EQ(reader.Late()[0].pid, 413);
+    }
+}
+
 TEST_F(Firings, GoOnWithTheNumbersOfEarlierRuns) {
-    fs::create_directories(m_place.At("kept/HIGH-1000000"));
+    fs::create_directories(m_place.At("kept/HIGH-2000000"));  // a run was killed before it wrote anything there
     m_place.Write("kept/OLD-1000041/capture.json", "{}");
     const auto firings = Begin();
     Cycle(*firings, 2, {"HIGH"});
-    EXPECT_THAT(Kept(), ElementsAre("HIGH-1000000", "HIGH-1000042", "OLD-1000041"));
+    EXPECT_THAT(Kept(), ElementsAre("HIGH-2000000", "HIGH-2000001", "OLD-1000041"));
 }
 
 // Numbers count, names and times do not; what is no capture stays.

@@ -2,12 +2,12 @@
 #include "RotatedFile.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <filesystem>
 
 #include "Failure.h"
+#include "FileSizeLimit.h"
 #include "Workplace.h"
 
 namespace {
@@ -16,22 +16,6 @@ namespace fs = std::filesystem;
 
 using qxlt::RotatedFile;
 using testing::HasSubstr;
-
-// As on a full disk, no file can grow beyond the limit.
-class FileSizeLimit final {
-public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit = {bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before;
-};
 
 TEST(RotatedFile, GoesOnBehindWhatIsThere) {
     const Workplace place;
