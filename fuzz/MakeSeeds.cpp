@@ -175,10 +175,57 @@ public:
         }
     }
 
+    // FleetFuzzer takes how it shows, and steps: here 0 for a topic and a message, 1 for an event with its number and
+    // call, 3 for a status with what was dropped and how far it is, 4 for time that passes.
+    void AddFleet() const {
+        const Bytes id = Bytes(32, 'b') + ":" + Bytes(16, 'c');
+        const Bytes event =
+            R"({"id":"tv%202:)" + id +
+            R"(:7","device":"tv 2","time":"2026-11-22T10:00:00.5Z","cycle":3,"event":"E","value":"\ufffd",)"
+            R"("valueHex":"ff","call":{"callerName":"f","in":[[{"name":"","hex":"01","int":1}]],)"
+            R"("ret":[[]],"duration":5}})";
+        const Bytes status = R"({"device":"tv 2","boot":")" + id.substr(0, 32) + R"(","run":")" + id.substr(33) +
+                             R"(","state":"gone","time":null,"taken":9,"waiting":1,"dropped":2,"droppedIds":[[")" + id +
+                             R"(",1,2]],"health":{"cycles":5}})";
+        const Bytes messages = Number(0) + Block("f/tv%202/events/E") + Block(event) + Number(0) +
+                               Block("f/tv%202/status") + Block(status);
+        const Bytes call = Block("{\"callerName\":\"f\"}");
+        const Bytes numbers = Number(1) + Number(3) + call + Number(1) + Number(9) + call + Number(3) + Number(4) +
+                              Number(20) + Number(2) + Number(6);
+        const Bytes passing = Number(4 + 15 * 8);
+        for (unsigned shown = 0; shown < 4; ++shown) {
+            Write("FleetFuzzer", "made-" + std::to_string(shown),
+                  Number(shown) + messages + numbers + passing + Number(6) + messages + numbers + Number(5 + 8) +
+                      messages + Number(5) + passing);
+        }
+    }
+
     void AddSamples() const {
         for (const fs::path& script : Files(kSource / "tests/system/qxlt/samples", ".xml")) {
             AddScript("sample-" + script.stem().string(), Read(script));
         }
+    }
+
+    // ImportFuzzer takes the text of the tasks, and behind a byte 0 what is printed.
+    void AddRecordings() const {
+        const std::string tasks =
+            "SESS timestamp=1.0 pid=70 sid=a exename=\"/bin/tuner\"\nTASK timestamp=1.0 tid=71 pid=70\n"
+            "FORK timestamp=1.0 pid=72 ppid=70\n";
+        const std::string printed =
+            "reading 70.dat\n"
+            "    1.000010000     70: [entry] SetVolume(1) depth: 1\n"
+            "    1.000010000     70: [args ] length = 24\n"
+            "  args[0] i32: 0x00000055\n"
+            "  args[1] str: two\nlines\n"
+            "  args[2] f64: 0x4034000000000000\n"
+            "    1.000090000     70: [exit ] SetVolume(1) depth: 1\n"
+            "    1.000090000     70: [retval] length = 4\n"
+            "  retval i32: 0xffffffff\n"
+            "    1.000091000     70: [lost 12 records]\n"
+            "reading 71.dat\n"
+            "    1.000020000     71: [entry] GetVolume(1) depth: 0\n";
+        const std::string whole = tasks + '\0' + printed;
+        Write("ImportFuzzer", "made", Bytes(whole.begin(), whole.end()));
     }
 
 private:
@@ -275,5 +322,7 @@ int main(int argc, char** argv) {
     seeds.AddReal();
     seeds.AddScenarios();
     seeds.AddSamples();
+    seeds.AddFleet();
+    seeds.AddRecordings();
     return 0;
 }

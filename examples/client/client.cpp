@@ -1,5 +1,6 @@
 // Prints the events of a scenario as they fire: client SCENARIO [SECONDS]. Ends after the seconds, or with Ctrl-C.
 #include <IQxLogTracker.h>
+#include <QxLogTrackerHealth.h>
 
 #include <csignal>
 #include <cstdio>
@@ -36,5 +37,10 @@ int main(int argc, char** argv) {
     sigtimedwait(&stop, nullptr, &limit);
     tracker->Stop();
     std::printf("%d events\n", events);
+    QxHealth health;
+    QxHealthOf(*tracker, health);
+    std::fprintf(stderr, "%llu calls in %llu cycles, %llu bytes not decoded\n",
+                 static_cast<unsigned long long>(health.calls), static_cast<unsigned long long>(health.cycles),
+                 static_cast<unsigned long long>(health.bytesNotDecoded));
     return 0;
 }

@@ -69,6 +69,7 @@ public:
     }
     // Where events that fire go, for scripts.
     QxEventSink& Events() { return m_events; }
+    const QxEventSink& Events() const { return m_events; }
 
     // Who watches the trace pass decide; null, as it is at first, for nobody. Not owned.
     void SetObserver(IQxEventObserver* observer) { m_observer = observer; }

@@ -34,6 +34,12 @@ QxEventMemory::Result QxEventMemory::ExchangeResult(const std::string& event, bo
     return {true, previous};
 }
 
+void QxEventMemory::Forget(const std::string& event) {
+    const std::lock_guard<std::mutex> lock(memoryMutex);
+    m_EventValues.erase(event);
+    m_DconditionValues.erase(event);
+}
+
 void QxEventMemory::Clear() {
     const std::lock_guard<std::mutex> lock(memoryMutex);
     m_EventValues.clear();

@@ -32,6 +32,9 @@ public:
     // Remembers the result and gives the one before.
     static Result ExchangeResult(const std::string& event, bool result);
 
+    // Forgets what is remembered under the name: the event begins anew. For rules that are changed while they run.
+    static void Forget(const std::string& event);
+
     // Forgets everything: each event begins anew, as in a new process. The tracker itself never does.
     static void Clear();
 };

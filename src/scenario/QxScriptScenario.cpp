@@ -186,6 +186,7 @@ void QxScriptScenario::PushGuarded(IQxData::_HSScriptPtr* event, IQxData::HSCall
         parser->Log().Print("MakeEvent", __LINE__, Major,
                             "[QxScriptScenario::MakeEvent] Event in error, event: %s, error: %s",
                             QxEventWords(*event)[QxEventWords::kName].c_str(), error.what());
+        parser->Events().CountError();
         if (parser->Observer() == nullptr) return;
         const QxStage stage = evaluation ? evaluation->Stage() : QxStage::Other;
         parser->Observer()->OnError(*event, m_Key, *call, stage, error.what());

@@ -23,11 +23,17 @@ QxData::QxData() {
     QxData::clear();
 }
 
-// A load that failed leaves the slot on the element that was open there, somewhere below the top element.
 QxData::~QxData() {
-    _HSScriptPtr* top = m_script;
-    while (top != nullptr && top->parent != nullptr) top = top->parent;
-    delete top;
+    QxData::ExchangeScript(nullptr);
+}
+
+// A load that failed leaves the slot on the element that was open there, somewhere below the top element. Elements of
+// another tree may come to lie where those of this one lay.
+std::unique_ptr<IQxData::_HSScriptPtr> QxData::ExchangeScript(std::unique_ptr<_HSScriptPtr> top) {
+    _HSScriptPtr* old = std::exchange(m_script, top.release());
+    while (old != nullptr && old->parent != nullptr) old = old->parent;
+    m_reported.clear();
+    return std::unique_ptr<_HSScriptPtr>(old);
 }
 
 void QxData::clear() {

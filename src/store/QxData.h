@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <deque>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <unordered_map>
@@ -79,6 +80,14 @@ public:
     // Records that are no part of the store, to write over; and back again.
     std::vector<HSCall> TakeRecords() { return m_spare.TakeRecords(); }
     void KeepRecords(std::vector<HSCall> records) { m_spare.KeepRecords(std::move(records)); }
+
+    // About the bytes of memory that stay taken from one cycle to the next: what processes have described, and calls
+    // kept to be filled anew.
+    std::uint64_t KeptBytes() const { return m_described.Taken() + m_spare.Cost(); }
+
+    // Puts another script tree in the place of the loaded one, which is returned; either may be null. Not while a trace
+    // pass runs or a script is being loaded.
+    std::unique_ptr<_HSScriptPtr> ExchangeScript(std::unique_ptr<_HSScriptPtr> top);
 
     // Whether something is told of this element of the script tree for the first time.
     bool IsFirstReport(const _HSScriptPtr& element) { return m_reported.insert(&element).second; }

@@ -68,6 +68,12 @@ void QxDescriptionBudget::Refuse(unsigned short pid) {
     throw QxData::PERR_INVALID_SIZE;
 }
 
+std::uint64_t QxDescriptionBudget::Taken() const {
+    std::uint64_t sum = 0;
+    for (const auto& process : m_taken) sum += process.second;
+    return sum;
+}
+
 bool QxDescriptionBudget::TryTake(const Share& share) {
     std::uint64_t& taken = m_taken[share.pid];
     if (share.cost > qxformat::kMaxDescriptionBytes - taken) return false;

@@ -28,6 +28,9 @@ public:
     // The same for a new record, printing and throwing nothing; false past the limit.
     bool TryTake(const Share& share);
 
+    // What all processes have taken.
+    std::uint64_t Taken() const;
+
     // The next refusal is printed again.
     void BeginDump() { m_isPrinted = false; }
 

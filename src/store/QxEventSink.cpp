@@ -12,6 +12,7 @@ void QxEventSink::Keep(IQxData& store, const std::string& name, const std::strin
 }
 
 void QxEventSink::Send(const std::string& name, std::string value, IQxData::HSCall call) {
+    ++m_sent;
     if (m_callback == nullptr) return;
     try {
         m_callback(name, std::move(value), std::move(call), m_context);

@@ -22,8 +22,17 @@ public:
     // Calls the client back. What the callback throws is printed and goes no further.
     void Send(const std::string& name, std::string value, IQxData::HSCall call);
 
+    // An evaluation failed, and nothing was sent.
+    void CountError() { ++m_errors; }
+
+    // How many events were sent, and how many evaluations failed, since this was made.
+    std::uint64_t Sent() const { return m_sent; }
+    std::uint64_t Errors() const { return m_errors; }
+
 private:
     IQxLogTracker::Callback m_callback;
     void* m_context;
     QxEventRoom m_room;
+    std::uint64_t m_sent = 0;
+    std::uint64_t m_errors = 0;
 };

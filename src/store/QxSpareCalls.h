@@ -37,6 +37,9 @@ public:
 
     std::size_t Size() const { return m_calls.size(); }
 
+    // About the bytes of memory that the calls took when they were kept.
+    std::uint64_t Cost() const { return m_cost; }
+
 private:
     void ClearCalls();
     void Keep(Map::node_type node);

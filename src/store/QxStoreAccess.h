@@ -2,6 +2,7 @@
 // it is another implementation or a class derived from it. What the store holds afterwards is the same.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -35,6 +36,9 @@ public:
     // Whether something is told of this element of the store's script tree for the first time. Other implementations do
     // not remember: there it is always the first time.
     bool IsFirstReport(const IQxData::_HSScriptPtr& element) const;
+
+    // About what the store keeps between cycles; of other implementations that is not known, and 0.
+    std::uint64_t KeptBytes() const { return m_own != nullptr ? m_own->KeptBytes() : 0; }
 
     // A new call to fill in; its list `in` may hold values to write over. It is stored, used up by it, and its key
     // returned by AddCall, which comes before the next NewCall.

@@ -29,6 +29,7 @@ public:
     QxCycle(IQxLogTracker::Callback callback, void* context, std::shared_ptr<IQxData> store);
 
     QxParser& Parser() { return m_parser; }
+    const QxParser& Parser() const { return m_parser; }
 
     // Makes the process current in the store and decodes its dump, if there is one. An error that the dump raises is
     // printed and goes no further.

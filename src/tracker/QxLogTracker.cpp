@@ -12,6 +12,7 @@
 #include "QxDebugPrint.h"
 #include "QxDumpFile.h"
 #include "QxScriptWords.h"
+#include "QxStoreAccess.h"
 #include "QxTimer.h"
 #include "QxXMLLoader.h"
 #include "qx/api.h"
@@ -166,32 +167,51 @@ int QxLogTracker::t_onEvent(QxEvent event) {
 }
 
 int QxLogTracker::t_process() {
-    QxCycle cycle(m_callback, m_context, m_instance);
-    cycle.Parser().SetObserver(m_observer);
+    m_health.BeginCycle();
+    QxCycle cycle(m_health.CountsEvents() ? m_CallBack : m_callback, m_health.CountsEvents() ? this : m_context,
+                  m_instance);
+    cycle.Parser().SetObserver(m_observer == nullptr && m_health.CountsEvents() ? &m_health.Tally() : m_observer);
     m_cycleObserver->OnCycle(m_firstCycle);
-    std::vector<std::vector<char>> dumps = m_FetchDumps();
-    auto dump = dumps.begin();
-    for (const std::string& process : m_processes) {
-        m_cycleObserver->OnDump(process, *dump);
-        cycle.Decode(process, *dump++);
-    }
-    auto decoded = cycle.Dumps().begin();
-    for (const std::string& process : m_processes) m_cycleObserver->OnDecoded(process, *decoded++);
+    m_Decode(cycle);
     cycle.Finish(m_firstCycle);
     m_firstCycle = false;
+    m_health.EndCycle(cycle, QxStoreAccess(*m_instance).KeptBytes());
     m_cycleObserver->OnCycleEnd();
     return 1;
 }
 
+void QxLogTracker::m_Decode(QxCycle& cycle) {
+    std::vector<std::vector<char>> dumps = m_FetchDumps();
+    m_health.BeginDecoding(m_instance->GetCallIMap()->size());
+    auto dump = dumps.begin();
+    for (const std::string& process : m_processes) {
+        m_cycleObserver->OnDump(process, *dump);
+        m_health.AddDump(dump->size());
+        cycle.Decode(process, *dump++);
+    }
+    m_health.EndDecoding(m_instance->GetCallIMap()->size());
+    auto decoded = cycle.Dumps().begin();
+    for (const std::string& process : m_processes) m_cycleObserver->OnDecoded(process, *decoded++);
+}
+
+// The client's callback, and how long it takes, also when it throws.
+int QxLogTracker::m_CallBack(std::string name, std::string value, IQxData::HSCall call, void* context) {
+    auto& tracker = *static_cast<QxLogTracker*>(context);
+    const QxTrackerHealth::Span span(tracker.m_health);
+    if (tracker.m_callback == nullptr) return 0;
+    return tracker.m_callback(std::move(name), std::move(value), std::move(call), tracker.m_context);
+}
+
 // One dump for each watched process, in the order of the set; empty where there is none. A framework without a control
 // interface ends the process by the pointer's own assertion.
-std::vector<std::vector<char>> QxLogTracker::m_FetchDumps() const {
+std::vector<std::vector<char>> QxLogTracker::m_FetchDumps() {
     const boost::shared_ptr<qx::IControl> control = qx::api::GetControl();
     std::vector<std::vector<char>> dumps;
     std::vector<char> path;
     for (const std::string& process : m_processes) {
         path.clear();
-        control->getQxBufferDump(path, process, m_firstCycle);
+        const bool isAnew = m_anew.erase(process) != 0;
+        control->getQxBufferDump(path, process, m_firstCycle || isAnew);
         dumps.push_back(ReadDump(process, std::string(path.begin(), path.end())));
         m_PauseAfterDump();
         QxDebugPrint::GetInstance()->Print("t_process", __LINE__, Info, "getQxBufferDump END !! Process[%s] data[%d]",

@@ -12,6 +12,7 @@
 #include "IQxCycleObserver.h"
 #include "IQxLogTracker.h"
 #include "QxTask.h"
+#include "QxTrackerHealth.h"
 
 class IQxEventObserver;
 
@@ -51,13 +52,26 @@ public:
     // Who watches the cycles themselves; nobody at first. Not owned. Set before Run.
     void SetCycleObserver(IQxCycleObserver* observer) { m_cycleObserver = observer != nullptr ? observer : &m_nobody; }
 
+    // What is counted; any thread. Events are counted from the next Run on.
+    const QxTrackerHealth& Health() const { return m_health; }
+    void CountEvents() { m_health.CountEvents(); }
+
     // Another pause after each dump than Run was given. Not while the worker runs.
     void SetDumpPause(int dumpPause) { m_dumpPause = dumpPause; }
 
+    // For who changes what is watched while the tracker runs. Only from the cycle observer's OnCycle, for the cycle
+    // that begins then, or while the tracker does not run: no dump of the process is asked for any more; and the next
+    // dump of it is one with the "first" flag, as all dumps of a first cycle are.
+    void DropProcess(const std::string& name) { m_processes.erase(name); }
+    void FetchAnew(const std::string& name) { m_anew.insert(name); }
+
 private:
+    static int m_CallBack(std::string name, std::string value, IQxData::HSCall call, void* context);
+
     void m_Reset();
     void m_RegisterProcesses(const IQxData::_HSScriptPtr& action);
-    std::vector<std::vector<char>> m_FetchDumps() const;
+    std::vector<std::vector<char>> m_FetchDumps();
+    void m_Decode(QxCycle& cycle);
     void m_PauseAfterDump() const;
 
     std::set<std::string> m_processes;
@@ -70,4 +84,6 @@ private:
     IQxEventObserver* m_observer = nullptr;
     IQxCycleObserver m_nobody;
     IQxCycleObserver* m_cycleObserver = &m_nobody;
+    QxTrackerHealth m_health;
+    std::set<std::string> m_anew;  // processes whose next dump is a first one, whatever the cycle
 };

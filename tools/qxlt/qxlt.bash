@@ -60,7 +60,7 @@ _qxlt() {
             *,-p | *,--process) words=$(_qxlt_processes "$program") ;;
             check,--explain) words="$("$program" check --explain all | sed -n 's/^## \(QX[0-9]*\).*/\1/p') all" ;;
             import,import) [ "${word:0:1}" = - ] || words='ctf uftrace' ;;&
-            *,--event | *,--until) words=$(_qxlt_events "$program") ;;
+            *,--event | *,--until | *,--keep-on) words=$(_qxlt_events "$program") ;;
             *,--explain) [ -z "$joined" ] || words=$(_qxlt_events "$program") ;;&
             clean,*) [ "${word:0:1}" = - ] || words=$(_qxlt_recordings "$program") ;;&
             *) [ "${word:0:1}" = - ] && words=$(_qxlt_options "$program" "$command") ;;

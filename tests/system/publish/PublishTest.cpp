@@ -7,10 +7,13 @@
 #include <algorithm>
 #include <chrono>
 #include <filesystem>
+#include <fstream>
 #include <nlohmann/json.hpp>
+#include <regex>
 
 #include "Broker.h"
 #include "Child.h"
+#include "LineSchema.h"
 #include "MessageId.h"
 #include "MqttSession.h"
 #include "Workplace.h"
@@ -78,6 +81,27 @@ private:
     std::vector<Json> m_status;
 };
 
+// Whether the object has the keys that docs/messages.schema.json requires of its kind, and no others than it names;
+// what texts look like is held against the patterns there.
+void ExpectSchema(const std::string& kind, const Json& message) {
+    static const Json schema = Json::parse(std::ifstream(QXLT_SOURCE_DIR "/docs/messages.schema.json"))["$defs"];
+    for (const Json& key : schema[kind]["required"]) EXPECT_TRUE(message.contains(key.get<std::string>())) << key;
+    const Json& properties = schema[kind]["properties"];
+    for (const auto& [key, value] : message.items()) {
+        ASSERT_TRUE(properties.contains(key)) << key;
+        if (!value.is_string() || !properties[key].contains("pattern")) continue;
+        const std::regex pattern(properties[key]["pattern"].get<std::string>());
+        EXPECT_TRUE(std::regex_search(value.get<std::string>(), pattern)) << key << ": " << value;
+    }
+}
+
+// An event has what its line has, and who sent it.
+void ExpectEventSchema(Json message) {
+    ExpectSchema("event", message);
+    for (const char* const key : {"id", "device", "time"}) message.erase(key);
+    EXPECT_EQ(SchemaFault(message.dump()), "");
+}
+
 // 1, 2, ... count.
 std::vector<std::uint64_t> Through(std::uint64_t count) {
     std::vector<std::uint64_t> numbers;
@@ -140,6 +164,8 @@ TEST_F(Publish, TheBrokerHasEachEventThatIsShownAndHowTheRunIs) {
         EXPECT_EQ(reader.Events()[i]["event"], "VOLUME");
         EXPECT_EQ(reader.Events()[i]["time"], shown[i]["call"]["wall"]);
     }
+    for (const Json& event : reader.Events()) ExpectEventSchema(event);
+    for (const Json& status : reader.Status()) ExpectSchema("status", status);
     // Who comes later finds how it ended.
     Reader late(broker);
     EXPECT_TRUE(late.WaitForState("ended"));

@@ -79,7 +79,7 @@ bool IsValid(const std::string& file) {
 
 TEST(ManualTest, TellsOfEachCommandAndOption) {
     ASSERT_THAT(CommandNames(), ElementsAre("run", "replay", "decode", "list", "clean", "check", "test", "trace", "top",
-                                            "report", "export", "import", "view"));
+                                            "report", "export", "import", "view", "fleet"));
     for (const std::string& command : CommandNames()) {
         const std::string manual = ManualOf(command);
         ASSERT_NE(manual, "") << command;
@@ -118,12 +118,13 @@ TEST(ManualTest, NamesTheCausesOfEachExitStatus) {
     ASSERT_NE(end, std::string::npos);
     for (const char* const cause :
          {"damaged", "no dump", ".qxloss", "an event in error", "not well-formed", "error found by", "expected",
-          "could not be tested", "--on-loss fail", "--keep", "standard output cannot be written", "second signal"}) {
+          "could not be tested", "--on-loss fail", "--keep", "--keep-on", "--exec", "--output",
+          "standard output cannot be written", "second signal"}) {
         EXPECT_THAT(page.substr(wrong, noStart - wrong), HasSubstr(cause));
     }
-    for (const char* const cause :
-         {"command line", "--until", "--explain", "no process to watch", "cannot be read", "no capture",
-          "unknown version", "--keep", "--junit", "--for", "\\fBlist -p", "memory"}) {
+    for (const char* const cause : {"command line", "--until", "--explain", "no process to watch", "cannot be read",
+                                    "no capture", "unknown version", "--keep", "--keep-on", "--exec", "--output",
+                                    "--junit", "--for", "\\fBlist -p", "memory"}) {
         EXPECT_THAT(page.substr(noStart, end - noStart), HasSubstr(cause));
     }
 }

@@ -70,23 +70,24 @@ private:
                            [&](const Json& key) { return value.contains(key.get<std::string>()); });
     }
 
-    // A key that is not named is one in hex, of a text that is.
+    // A key that is not named is one in hex, of a text that is; or what such keys are said to be.
     bool HasProperties(const Json& schema, const Json& value) const {
         if (!value.is_object()) return true;
         for (const auto& [key, property] : value.items()) {
             const auto named = schema["properties"].find(key);
-            if (named != schema["properties"].end() ? !Matches(*named, property) : !IsHex(schema, key, property)) {
+            if (named != schema["properties"].end() ? !Matches(*named, property) : !IsUnnamed(schema, key, property)) {
                 return false;
             }
         }
         return true;
     }
 
-    bool IsHex(const Json& schema, const std::string& key, const Json& property) const {
+    bool IsUnnamed(const Json& schema, const std::string& key, const Json& property) const {
         for (const auto& [pattern, wanted] : schema["patternProperties"].items()) {
             if (std::regex_search(key, std::regex(pattern))) return Matches(wanted, property);
         }
-        return false;
+        const auto others = schema.find("additionalProperties");
+        return others != schema.end() && others->is_object() && Matches(*others, property);
     }
 
     const Json m_root;

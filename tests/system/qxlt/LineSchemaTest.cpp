@@ -28,9 +28,15 @@ TEST(LineSchema, RefusesWhatIsNoLine) {
                                   R"({"cycle":1,"event":"E","value":"v"})",
                                   R"({"record":"call",)" + call + R"(,"record2":1})",
                                   R"({"cycle":1,"lifecycle":{"process":"m","process_id":1,"state":"gone"}})",
+                                  R"({"gap":{"device":"d","boot":"b","run":"c","state":"missing","first":1,"last":1}})",
+                                  R"({"fleet":{"devices":1}})",
+                                  R"({"cycle":1,"held":{"event":"E","count":0}})",
+                                  R"({"cycle":1,"rules":"1f2e","scripts":1,"events":1,"forgotten":[]})",
+                                  R"({"cycle":1,"rules":"1f2e3d4c5b6a7988","scripts":1,"events":1})",
                                   R"({"record":"hex"})",
                                   R"({"interval":1,"seconds":1.5,"statistics":{"method":"f"}})",
                                   R"({"statistics":{"method":"f"}})",
+                                  R"({"state":"running","time":"x","started":"x","pid":1,"cycles":1})",
                                   "{}",
                                   "[]",
                                   "7",
@@ -54,7 +60,7 @@ TEST(LineSchema, TakesTheLinesOfThePage) {
             EXPECT_EQ(SchemaFault(line), "");
         }
     }
-    EXPECT_EQ(lines, 22U);
+    EXPECT_EQ(lines, 31U);
 }
 
 TEST(LineSchema, TakesTheLinesThatAreKept) {

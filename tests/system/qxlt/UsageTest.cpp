@@ -13,8 +13,8 @@ using testing::StartsWith;
 TEST(Usage, HelpShowsTheCommands) {
     const ToolResult result = RunTool({"--help"});
     EXPECT_EQ(result.status, 0);
-    for (const char* const command :
-         {"run", "replay", "decode", "list", "clean", "check", "test", "trace", "top", "report", "export", "view"}) {
+    for (const char* const command : {"run", "replay", "decode", "list", "clean", "check", "test", "trace", "top",
+                                      "report", "export", "view", "fleet"}) {
         EXPECT_THAT(result.output, HasSubstr(std::string("  ") + command + " ")) << command;
     }
     EXPECT_EQ(result.error, "");
@@ -80,6 +80,7 @@ INSTANTIATE_TEST_SUITE_P(
                     FaultyLine{{"run", "-s", "x", "--for", "-1"}, "--for"},
                     FaultyLine{{"run", "-s", "x", "--for", "nan"}, "\"nan\" is no time above 0"},
                     FaultyLine{{"test"}, "DIR is required"}, FaultyLine{{"view", "x"}, "--output is required"},
-                    FaultyLine{{"view", "-o", "x"}, "CAPTURE is required"}));
+                    FaultyLine{{"view", "-o", "x"}, "CAPTURE is required"}, FaultyLine{{"fleet"}, "BROKER is required"},
+                    FaultyLine{{"fleet", "mqtt://h/p", "--client", "a b"}, "a client's name has up to 64"}));
 
 }  // namespace

@@ -28,6 +28,18 @@ TEST(QxEventMemory, GivesTheResultBefore) {
     EXPECT_FALSE(QxEventMemory::ExchangeResult("e", false).previous);
 }
 
+TEST(QxEventMemory, ForgetsOneEvent) {
+    QxEventMemory::Clear();
+    QxEventMemory::Exchange("e", "1");
+    QxEventMemory::ExchangeResult("e", true);
+    QxEventMemory::Exchange("f", "1");
+    QxEventMemory::Forget("e");
+    QxEventMemory::Forget("g");
+    EXPECT_EQ(QxEventMemory::Exchange("e", "1").change, QxEventMemory::Change::First);
+    EXPECT_FALSE(QxEventMemory::ExchangeResult("e", true).known);
+    EXPECT_EQ(QxEventMemory::Exchange("f", "1").change, QxEventMemory::Change::Same);
+}
+
 TEST(QxEventMemory, BeginsAnewWhenCleared) {
     QxEventMemory::Exchange("e", "1");
     QxEventMemory::ExchangeResult("e", true);

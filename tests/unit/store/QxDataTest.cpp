@@ -97,6 +97,33 @@ TEST_F(QxDataTest, CurrentPIDIsKnownOnceTheNameIsRegistered) {
     EXPECT_EQ(m_store.GetCurrentPID(), 10);
 }
 
+TEST_F(QxDataTest, AnotherScriptTakesThePlaceOfTheLoadedOne) {
+    LoadScript(m_store, "Scenario");
+    IQxData::_HSScript* slot = nullptr;
+    m_store.GetScript(&slot);
+    IQxData::_HSScriptPtr* const loaded = *slot;
+    EXPECT_TRUE(m_store.IsFirstReport(*loaded));
+    EXPECT_FALSE(m_store.IsFirstReport(*loaded));
+    auto next = std::make_unique<IQxData::_HSScriptPtr>();
+    IQxData::_HSScriptPtr* const other = next.get();
+    const std::unique_ptr<IQxData::_HSScriptPtr> old = m_store.ExchangeScript(std::move(next));
+    EXPECT_EQ(old.get(), loaded);
+    EXPECT_EQ(*slot, other);
+    EXPECT_TRUE(m_store.IsFirstReport(*loaded)) << "another element may come to lie there";
+}
+
+TEST_F(QxDataTest, TheWholeScriptIsExchangedAfterALoadThatFailed) {
+    IQxData::_HSScript* slot = nullptr;
+    m_store.GetScript(&slot);
+    auto top = std::make_unique<IQxData::_HSScriptPtr>();
+    *slot = new IQxData::_HSScriptPtr;
+    (*slot)->parent = top.get();
+    top->children.push_back(*slot);
+    IQxData::_HSScriptPtr* const opened = top.release();
+    EXPECT_EQ(m_store.ExchangeScript(nullptr).get(), opened);
+    EXPECT_EQ(*slot, nullptr);
+}
+
 TEST_F(QxDataTest, ScriptSlotIsHandedOutTwice) {
     IQxData::_HSScript* out = nullptr;
     IQxData::_HSScript* const returned = m_store.GetScript(&out);

@@ -356,3 +356,27 @@ TEST_F(QxLogTrackerTest, TellsItsCyclesToAnObserver) {
                             "end", "traces", "dump " + process + " 3", "damaged " + process, "end", "traces",
                             "dump " + process + " 0", "whole " + process, "end"));
 }
+
+TEST_F(QxLogTrackerTest, AProcessIsDroppedFetchedAnewAndTakenUpBetweenCycles) {
+    const NamedProcess& first = Watch("a");
+    NamedProcess second(NamedProcess::UniqueName("b"));
+    class Observer final : public IQxCycleObserver {
+    public:
+        void OnCycle(bool) override { steps[cycle++](); }
+        std::vector<std::function<void()>> steps;
+        std::size_t cycle = 0;
+    };
+    Observer observer;
+    observer.steps = {[] {},
+                      [&] {
+                          std::string name = second.Name();
+                          m_tracker->SetQxProcess(name);
+                          m_tracker->FetchAnew(name);
+                      },
+                      [&] { m_tracker->DropProcess(first.Name()); }};
+    m_tracker->SetCycleObserver(&observer);
+    Of(TrackerFirstCycle()) = true;
+    for (int cycle = 0; cycle < 3; ++cycle) m_tracker->t_process();
+    EXPECT_THAT(m_control->Requests(), ElementsAre(Pair(first.Name(), true), Pair(first.Name(), false),
+                                                   Pair(second.Name(), true), Pair(second.Name(), false)));
+}

@@ -1,6 +1,7 @@
 #include "CallEvents.h"
 
 #include <algorithm>
+#include <iterator>
 #include <memory>
 #include <optional>
 
@@ -61,6 +62,12 @@ Misfit MisfitOf(const WhereCondition& condition, const CallView& call) {
     return {MethodName(call) + " has no " + condition.Value() + "; it has " + has};
 }
 
+std::vector<const IQxData::_HSScriptPtr*> EventsOf(const IQxData::_HSScriptPtr& action) {
+    std::vector<const IQxData::_HSScriptPtr*> events;
+    std::copy_if(action.children.begin(), action.children.end(), std::back_inserter(events), qxscript::IsEvent);
+    return events;
+}
+
 std::uint64_t LocationOf(const IQxData::HSCall& call) {
     return std::uint64_t{call.pid} << 32 | call.locId;
 }
@@ -69,32 +76,55 @@ std::uint64_t LocationOf(const IQxData::HSCall& call) {
 
 CallEvents::CallEvents(const CallScript& script, IQxData::_HSScriptPtr& root, Tell tell)
     : m_script(script), m_tell(std::move(tell)), m_added(script.Calls().size()) {
-    const auto count = static_cast<std::ptrdiff_t>(script.Calls().size());
+    TakeActions(root);
+}
+
+void CallEvents::TakeActions(IQxData::_HSScriptPtr& root) {
+    const auto count = static_cast<std::ptrdiff_t>(m_script.Calls().size());
     m_actions.assign(root.children.end() - count, root.children.end());
+    m_conditions.clear();
     for (const IQxData::_HSScriptPtr* const action : m_actions) {
         std::size_t next = 0;
-        for (const IQxData::_HSScriptPtr* const child : action->children) {
-            if (qxscript::IsEvent(child) && next < script.Conditions().size()) {
-                m_conditions[child] = &script.Conditions()[next++];
-            }
+        for (const IQxData::_HSScriptPtr* const child : EventsOf(*action)) {
+            if (next < m_script.Conditions().size()) m_conditions[child] = &m_script.Conditions()[next++];
         }
     }
 }
 
+// What was told of an event and a location is not told again. Nothing is told of the events of other scripts, which are
+// found out anew.
+void CallEvents::MoveTo(IQxData::_HSScriptPtr& root) {
+    std::unordered_map<const IQxData::_HSScriptPtr*, const IQxData::_HSScriptPtr*> moved;
+    const std::vector<IQxData::_HSScriptPtr*> before = m_actions;
+    TakeActions(root);
+    for (std::size_t i = 0; i < before.size(); ++i) {
+        const auto events = EventsOf(*m_actions[i]);
+        auto event = events.begin();
+        for (const IQxData::_HSScriptPtr* const old : EventsOf(*before[i])) moved[old] = *event++;
+        m_added[i].clear();
+        for (const MethodNames::value_type& method : m_methods) AddTo(i, method);
+    }
+    for (auto& [key, isLeftOut] : std::exchange(m_leftOut, {})) {
+        const auto event = moved.find(key.first);
+        if (event != moved.end()) m_leftOut[{event->second, key.second}] = isLeftOut;
+    }
+}
+
 void CallEvents::AddMethod(const IQxData::_HSCallLocation& location) {
-    const bool isNew =
-        m_methods.size() < kMostMethods && m_methods.emplace(location.packageName, location.callerName).second;
-    for (std::size_t i = 0; isNew && i < m_actions.size(); ++i) AddTo(i, location);
+    if (m_methods.size() >= kMostMethods) return;
+    const auto [method, isNew] = m_methods.emplace(location.packageName, location.callerName);
+    for (std::size_t i = 0; isNew && i < m_actions.size(); ++i) AddTo(i, *method);
 }
 
 // What is no pattern stands in the script already.
-void CallEvents::AddTo(std::size_t action, const IQxData::_HSCallLocation& location) {
+void CallEvents::AddTo(std::size_t action, const MethodNames::value_type& named) {
     const std::string& call = m_script.Calls()[action];
-    if (!IsCallPattern(call) || !MatchesMethod(call, location.packageName, location.callerName)) return;
-    if (!m_added[action].insert(location.callerName).second) return;
+    const auto& [package, name] = named;
+    if (!IsCallPattern(call) || !MatchesMethod(call, package, name)) return;
+    if (!m_added[action].insert(name).second) return;
     auto method = std::make_unique<IQxData::_HSScriptPtr>();
     method->name = qxscript::kMethod;
-    method->attributes.emplace_back(qxscript::kUsualMethodName, location.callerName);
+    method->attributes.emplace_back(qxscript::kUsualMethodName, name);
     method->parent = m_actions[action];
     m_actions[action]->children.push_back(method.get());
     (void)method.release();  // now the action's

@@ -26,6 +26,10 @@ public:
     // `root` is the loaded scripts' top element, whose last actions are those of `script`. Both must outlive this.
     CallEvents(const CallScript& script, IQxData::_HSScriptPtr& root, Tell tell);
 
+    // Other scripts have taken the place of those that were loaded, with the same last actions. What the old ones held
+    // is still there, and no longer needed afterwards.
+    void MoveTo(IQxData::_HSScriptPtr& root);
+
     // A method is recorded: from now on its calls are evaluated if it is meant. Not while a trace pass runs.
     void AddMethod(const IQxData::_HSCallLocation& location);
 
@@ -43,7 +47,8 @@ private:
     static constexpr std::size_t kMostMethods = 10000;  // names kept; a hostile dump has any number of them
 
     bool IsMisfit(const IQxData::_HSScriptPtr& event, const CallView& call) const;
-    void AddTo(std::size_t action, const IQxData::_HSCallLocation& location);
+    void TakeActions(IQxData::_HSScriptPtr& root);
+    void AddTo(std::size_t action, const MethodNames::value_type& named);
 
     const CallScript& m_script;
     const Tell m_tell;

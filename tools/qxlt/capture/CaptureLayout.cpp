@@ -20,15 +20,6 @@ std::string Escape(char byte) {
     return text;
 }
 
-std::string EscapedName(const std::string& process) {
-    std::string name;
-    for (const char byte : process) {
-        const bool hides = name.empty() && byte == '.';
-        name += IsPlain(byte) && !hides ? std::string(1, byte) : Escape(byte);
-    }
-    return name;
-}
-
 }  // namespace
 
 std::string CycleName(std::uint64_t number) {
@@ -37,16 +28,25 @@ std::string CycleName(std::uint64_t number) {
     return text;
 }
 
+std::string FileNameOf(const std::string& text) {
+    std::string name;
+    for (const char byte : text) {
+        const bool hides = name.empty() && byte == '.';
+        name += IsPlain(byte) && !hides ? std::string(1, byte) : Escape(byte);
+    }
+    return name;
+}
+
 std::string DumpName(const std::string& process) {
-    return EscapedName(process) + ".qxdump";
+    return FileNameOf(process) + ".qxdump";
 }
 
 std::string LossName(const std::string& process) {
-    return EscapedName(process) + ".qxloss";
+    return FileNameOf(process) + ".qxloss";
 }
 
 std::string ChangesName(const std::string& process) {
-    return EscapedName(process) + ".qxlife";
+    return FileNameOf(process) + ".qxlife";
 }
 
 }  // namespace qxlt

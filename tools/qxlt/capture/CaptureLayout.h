@@ -12,8 +12,11 @@ inline constexpr int kCaptureVersion = 1;
 // "000001" for the first cycle; longer when six digits do not do.
 std::string CycleName(std::uint64_t number);
 
-// The name of a process's dump file. Bytes other than letters, digits, '.', '_' and '-', and a '.' at the beginning,
-// become %XX, so that every process name gives a file name of its own.
+// A text as a part of a file name. Bytes other than letters, digits, '.', '_' and '-', and a '.' at the beginning,
+// become %XX, so that every text gives a name of its own.
+std::string FileNameOf(const std::string& text);
+
+// The name of a process's dump file.
 std::string DumpName(const std::string& process);
 
 // The same for the file with the counts of that dump.

@@ -72,6 +72,23 @@ RunStart ReadStart(const std::string& path, const JsonObject& description) {
     return start;
 }
 
+std::vector<LateProcess> ReadLate(const std::string& path, const JsonObject& description,
+                                  const ProcessNames& processes) {
+    std::vector<LateProcess> late;
+    if (!description.contains("late")) return late;
+    for (const JsonObject& row : description["late"].get_ref<const JsonObject::array_t&>()) {
+        LateProcess process;
+        process.cycle = ReadTime(path, row, "cycle").value_or(0);
+        process.name = row.at("process").get<std::string>();
+        process.since = ReadTime(path, row, "since");
+        const auto known = processes.Pids().find(process.name);
+        if (known == processes.Pids().end()) NoCapture(path, "\"late\" has a process that is none of its own");
+        process.pid = known->second;
+        late.push_back(std::move(process));
+    }
+    return late;
+}
+
 // The number of a cycle's folder; 0 for other names.
 std::uint64_t NumberOf(const std::string& name) {
     constexpr std::size_t kMostDigits = 18;
@@ -129,7 +146,8 @@ CaptureReader::Description CaptureReader::ReadDescription(const std::string& pat
     const JsonObject description = ParseJson(path, ReadFile(path, kMaxJsonSize));
     try {
         if (description.at("version") != kCaptureVersion) NoCapture(path, "a version of captures that is not known");
-        return {ReadProcesses(path, description), ReadStart(path, description)};
+        const ProcessNames processes = ReadProcesses(path, description);
+        return {processes, ReadStart(path, description), ReadLate(path, description, processes)};
     } catch (const JsonObject::exception&) {
         NoCapture(path, "holds no \"version\", or no \"processes\" with their ids");
     }

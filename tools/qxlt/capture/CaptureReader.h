@@ -24,6 +24,9 @@ public:
     // When the run began. Captures of older versions tell no more than from when on calls are evaluated.
     const RunStart& Start() const { return m_description.start; }
 
+    // The processes that are tracked from a later cycle on, in order.
+    const std::vector<LateProcess>& Late() const { return m_description.late; }
+
     // Goes on to the next cycle; false after the last one. Cycles that are missing are passed over.
     bool Next();
 
@@ -49,6 +52,7 @@ private:
     struct Description {
         ProcessNames processes;
         RunStart start;
+        std::vector<LateProcess> late;
     };
 
     static Description ReadDescription(const std::string& path);

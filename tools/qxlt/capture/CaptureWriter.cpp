@@ -17,24 +17,13 @@
 #include "JsonLine.h"
 #include "Messages.h"
 #include "Text.h"
+#include "WriteAll.h"
 
 namespace qxlt {
 
 namespace {
 
 namespace fs = std::filesystem;
-
-// Returns whether all was written; errno tells why not.
-bool WriteAll(int fd, const char* bytes, std::size_t size) {
-    while (size > 0) {
-        const ssize_t count = write(fd, bytes, size);
-        if (count < 0 && errno == EINTR) continue;
-        if (count < 0) return false;
-        bytes += count;
-        size -= static_cast<std::size_t>(count);
-    }
-    return true;
-}
 
 bool WriteFile(const std::string& path, const char* bytes, std::size_t size) {
     Descriptor file(open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
@@ -50,9 +39,28 @@ bool WriteFile(const std::string& path, const char* bytes, std::size_t size) {
     throw Failure(kCannotStart, path + ": " + why + "; name a new directory that can be written");
 }
 
+// Requires: the names are UTF-8.
+JsonObject Description(const ProcessNames& processes, const RunStart& start) {
+    JsonObject ids = JsonObject::object();
+    for (const auto& [name, pid] : processes.Pids()) ids[name] = pid;
+    JsonObject description = {{"version", kCaptureVersion}, {"processes", ids}};
+    if (start.since) description["since"] = *start.since;
+    if (start.time) description["start"] = *start.time;
+    if (start.clock) description["clock_offset"] = *start.clock;
+    return description;
+}
+
 }  // namespace
 
-CaptureWriter::CaptureWriter(std::string directory) : m_directory(std::move(directory)) {
+void RequireKeptNames(const ProcessNames& processes) {
+    for (const auto& [name, pid] : processes.Pids()) {
+        if (!IsUtf8(name))
+            throw Failure(kCannotStart, "the process name " + name + " is not UTF-8; no capture can hold it");
+    }
+}
+
+CaptureWriter::CaptureWriter(std::string directory, ProblemSink problems)
+    : m_directory(std::move(directory)), m_problems(std::move(problems)) {
     std::signal(SIGXFSZ, SIG_IGN);  // a file size limit is met as an error of the write
     std::error_code error;
     fs::create_directories(m_directory, error);
@@ -63,18 +71,43 @@ CaptureWriter::CaptureWriter(std::string directory) : m_directory(std::move(dire
 }
 
 void CaptureWriter::Begin(const ProcessNames& processes, const RunStart& start) {
-    JsonObject ids = JsonObject::object();
-    for (const auto& [name, pid] : processes.Pids()) {
-        if (!IsUtf8(name)) CannotKeep(m_directory, "the process name " + name + " is not UTF-8");
-        ids[name] = pid;
+    RequireKeptNames(processes);
+    if (!WriteDescription(Description(processes, start).dump())) {
+        CannotKeep(m_directory + "/" + kCaptureFile, std::strerror(errno));
     }
-    JsonObject description = {{"version", kCaptureVersion}, {"processes", ids}};
-    if (start.since) description["since"] = *start.since;
-    if (start.time) description["start"] = *start.time;
-    if (start.clock) description["clock_offset"] = *start.clock;
-    const std::string text = description.dump() + "\n";
+}
+
+bool CaptureWriter::TryBegin(const ProcessNames& processes, const RunStart& start, const KeptFor& reason) {
+    JsonObject description = Description(processes, start);
+    description["event"] = ReplaceInvalid(reason.event);
+    description["cycle"] = reason.cycle;
+    if (WriteDescription(description.dump())) return true;
+    Fail(m_directory + "/" + kCaptureFile);
+    return false;
+}
+
+bool CaptureWriter::WriteDescription(const std::string& text) {
+    m_description = text;
+    const std::string line = text + "\n";
+    m_size += line.size();
+    return WriteFile(m_directory + "/" + kCaptureFile, line.data(), line.size());
+}
+
+// Whoever reads the capture meanwhile has the old description or the new one.
+void CaptureWriter::AddProcess(const LateProcess& process) {
+    if (m_failed) return;
+    JsonObject late = {{"cycle", process.cycle}, {"process", process.name}};
+    if (process.since) late["since"] = *process.since;
+    JsonObject description = ParseJson(m_directory, m_description);
+    if (!description["processes"].contains(process.name)) description["processes"][process.name] = process.pid;
+    description["late"].push_back(std::move(late));
+    m_description = description.dump();
+    const std::string line = m_description + "\n";
     const std::string path = m_directory + "/" + kCaptureFile;
-    if (!WriteFile(path, text.data(), text.size())) CannotKeep(path, std::strerror(errno));
+    const std::string beside = m_directory + "/." + kCaptureFile;
+    const bool isWritten =
+        WriteFile(beside, line.data(), line.size()) && std::rename(beside.c_str(), path.c_str()) == 0;
+    if (!isWritten) Fail(path);
 }
 
 void CaptureWriter::BeginCycle(std::uint64_t number) {
@@ -111,6 +144,7 @@ void CaptureWriter::AddLine(const std::string& name, const std::string& line) {
 void CaptureWriter::AddFile(const std::string& name, const char* bytes, std::size_t size) {
     if (m_failed) return;
     const std::string path = m_unfinished + "/" + name;
+    m_size += size;
     if (!WriteFile(path, bytes, size)) Fail(path);
 }
 
@@ -122,10 +156,14 @@ void CaptureWriter::EndCycle() {
 
 void CaptureWriter::Fail(const std::string& path) {
     m_failed = true;
-    PrintError(path + ": " + std::strerror(errno) + "; the capture ends before cycle " + std::to_string(m_cycle) +
-               ", tracking goes on");
+    const std::string problem = path + ": " + std::strerror(errno);
+    if (m_problems) {
+        m_problems(problem);
+    } else {
+        PrintError(problem + "; the capture ends before cycle " + std::to_string(m_cycle) + ", tracking goes on");
+    }
     std::error_code ignored;
-    fs::remove_all(m_unfinished, ignored);
+    if (!m_unfinished.empty()) fs::remove_all(m_unfinished, ignored);
 }
 
 }  // namespace qxlt

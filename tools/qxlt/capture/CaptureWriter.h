@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <set>
 #include <string>
@@ -15,16 +16,31 @@
 
 namespace qxlt {
 
+// What a capture was kept for, where it is not a whole run.
+struct KeptFor {
+    std::string event;
+    std::uint64_t cycle;  // in which it fired
+};
+
 class CaptureWriter final {
 public:
-    // Makes the directory, if need be. Throws a Failure (cannot start) when that fails or when it holds something.
-    explicit CaptureWriter(std::string directory);
+    // Takes what went wrong: "FILE: REASON".
+    using ProblemSink = std::function<void(const std::string& problem)>;
 
-    // Writes down the processes, and what is known of the start. Throws a Failure (cannot start).
+    // Makes the directory, if need be. Throws a Failure (cannot start) when that fails or when it holds something.
+    // Without a sink a failure is printed.
+    explicit CaptureWriter(std::string directory, ProblemSink problems = {});
+
+    // Writes down the processes, and what is known of the start. Throws a Failure (cannot start); or tells of the
+    // failure and returns false.
     void Begin(const ProcessNames& processes, const RunStart& start);
+    bool TryBegin(const ProcessNames& processes, const RunStart& start, const KeptFor& reason);
+
+    // Writes down one more, which is tracked from its cycle on.
+    void AddProcess(const LateProcess& process);
 
     // A cycle, its dumps one by one (empty ones are left out) with the counts that are known of them, what became of
-    // the processes, and its end. One thread at a time. The first failure is reported and ends the capture before this
+    // the processes, and its end. One thread at a time. The first failure is told and ends the capture before this
     // cycle; the calls then do nothing.
     void BeginCycle(std::uint64_t number);
     void AddDump(const std::string& process, const std::vector<char>& dump, const std::optional<LossCounts>& counts);
@@ -33,16 +49,26 @@ public:
 
     bool Failed() const { return m_failed; }
 
+    // The bytes that were written so far.
+    std::uint64_t Size() const { return m_size; }
+
 private:
+    bool WriteDescription(const std::string& text);
     void AddLine(const std::string& name, const std::string& line);
     void AddFile(const std::string& name, const char* bytes, std::size_t size);
     void Fail(const std::string& path);
 
     const std::string m_directory;
+    const ProblemSink m_problems;
+    std::string m_description;
     std::uint64_t m_cycle = 0;
     std::string m_unfinished;         // where the current cycle is written
     std::set<std::string> m_counted;  // processes whose counts were kept with some cycle
+    std::uint64_t m_size = 0;
     bool m_failed = false;
 };
+
+// Throws a Failure (cannot start) for names of processes that a capture cannot hold.
+void RequireKeptNames(const ProcessNames& processes);
 
 }  // namespace qxlt

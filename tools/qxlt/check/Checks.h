@@ -6,6 +6,9 @@
 
 namespace qxlt {
 
+// All of those below but the last: what the scripts by themselves tell.
+void CheckScripts(const ScenarioOutline& outline, Findings& findings);
+
 // The text itself, its top element, and the comments that silence checks.
 void CheckMarkup(const ScenarioOutline& outline, Findings& findings);
 

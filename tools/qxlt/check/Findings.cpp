@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <tuple>
 
+#include "Messages.h"
 #include "Text.h"
 #include "Vocabulary.h"
 #include "Xml.h"
@@ -20,6 +21,14 @@ bool IsIgnored(const Check& check, const ScriptElement& element) {
 }
 
 }  // namespace
+
+std::string Finding::PlaceText() const {
+    return Place(Printable(script->File()), place.line, place.column);
+}
+
+std::string Finding::Told() const {
+    return text + (instead.empty() ? "" : "; did you mean " + Printable(instead));
+}
 
 void Findings::Add(CheckId id, const ScriptElement& element, TextPlace place, const std::string& text,
                    const std::string& instead) {

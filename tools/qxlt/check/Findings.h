@@ -17,6 +17,12 @@ struct Finding {
     TextPlace place;
     std::string text;     // fit for a terminal
     std::string instead;  // what to write in its place; empty: nothing can be said
+
+    bool IsError() const { return check->severity == Severity::Error; }
+
+    // "FILE:LINE:COLUMN", and what was found and may have been meant. Fit for a terminal.
+    std::string PlaceText() const;
+    std::string Told() const;
 };
 
 class Findings final {

@@ -41,10 +41,7 @@ public:
     int Perform() {
         for (const std::string& file : m_options.scripts) m_pointers.push_back(&m_scripts.emplace_back(file));
         const ScenarioOutline outline(m_pointers);
-        for (const auto check : {CheckMarkup, CheckElements, CheckActions, CheckEvents, CheckFilters, CheckConditions,
-                                 CheckSharing, CheckProcesses, CheckTypes, CheckLists}) {
-            check(outline, m_findings);
-        }
+        CheckScripts(outline, m_findings);
         if (m_options.against.empty()) CheckPackages(outline, m_findings);
         const bool whole = m_options.against.empty() || Compare(outline);
         return Print() || !whole ? kInputWrong : kDone;
@@ -63,9 +60,8 @@ private:
     // Returns whether there is an error.
     bool Print() {
         const std::vector<Finding> findings = m_findings.Sorted(m_pointers);
-        const bool failed = std::any_of(findings.begin(), findings.end(), [](const Finding& finding) {
-            return finding.check->severity == Severity::Error;
-        });
+        const bool failed =
+            std::any_of(findings.begin(), findings.end(), [](const Finding& finding) { return finding.IsError(); });
         if (failed) m_output.Failed();
         for (const Finding& finding : findings) {
             m_output.Line(m_format == Format::Json ? JsonOf(finding) : TextLine(finding));
@@ -76,22 +72,18 @@ private:
         return failed;
     }
 
-    static std::string PlaceText(const ScriptText& script, TextPlace place) {
-        return Place(Printable(script.File()), place.line, place.column) + ": ";
-    }
-
     std::string TextLine(const Finding& finding) const {
         const Colors& paint = m_output.Paint();
         const std::string severity = std::string(SeverityName(finding.check->severity)) + ":";
-        return paint.Bold(PlaceText(*finding.script, finding.place)) +
-               (finding.check->severity == Severity::Error ? paint.Red(severity) : paint.Yellow(severity)) + " " +
-               finding.text + (finding.instead.empty() ? "" : "; did you mean " + Printable(finding.instead)) +
+        return paint.Bold(finding.PlaceText() + ": ") +
+               (finding.IsError() ? paint.Red(severity) : paint.Yellow(severity)) + " " + finding.Told() +
                paint.Dim(std::string(" [") + finding.check->code + "]");
     }
 
     std::string TextLine(const MethodCalls& calls) const {
-        return PlaceText(*calls.method->script, calls.method->place) + "note: " + Counted(calls.calls, "call") +
-               " of " + Printable(calls.name) + " recorded";
+        const TextPlace place = calls.method->place;
+        return Place(Printable(calls.method->script->File()), place.line, place.column) +
+               ": note: " + Counted(calls.calls, "call") + " of " + Printable(calls.name) + " recorded";
     }
 
     static void AddPlace(JsonLine& line, const ScriptText& script, TextPlace place) {

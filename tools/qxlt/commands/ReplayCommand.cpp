@@ -104,8 +104,10 @@ int Replay(const ReplayOptions& options, Format format) {
         PrintFault(fault);
         if (!fault.isHarmless) output.Failed();
     };
-    Replayer replayer(
-        scripts, input, [&printer](const EventView& view) { printer.Print(view); }, tell, progress);
+    const auto show = [&printer](const EventView& view) {
+        if (printer.Takes(view)) printer.Print(view);
+    };
+    Replayer replayer(scripts, input, show, tell, progress);
     replayer.SetCalls(calls);
     std::optional<Explainer> explainer;
     if (explain.wanted) {

@@ -3,8 +3,15 @@
 #include <CLI/CLI.hpp>
 #include <memory>
 
-#include "KeptDumps.h"
+#include "ActOptions.h"
+#include "HealthOptions.h"
+#include "KeepOptions.h"
+#include "LimitOptions.h"
 #include "LiveRun.h"
+#include "OptionFile.h"
+#include "OutputOptions.h"
+#include "RulesOptions.h"
+#include "ServicePart.h"
 #include "ShowScript.h"
 #include "ShowingOptions.h"
 #include "TimeText.h"
@@ -20,7 +27,12 @@ constexpr char kExamples[] =
     "  qxlt run -s volume.xml --event 'VOLUME_*' --columns time,value,thread --quiet\n"
     "  qxlt run -s volume.xml --pause fast --for 30s --explain\n"
     "  qxlt run -s volume.xml -p tuner --keep capture --until VOLUME_HIGH\n"
-    "  qxlt run -s volume.xml --publish mqtts://broker.example/plant --credentials /etc/qxlt/broker\n";
+    "  qxlt run --config volume.conf --status-file volume.json --metrics-file /var/lib/node-exporter/volume.prom\n"
+    "  qxlt run -s volume.xml --keep-on VOLUME_HIGH --before 20 --after 5 captures\n"
+    "  qxlt run -s volume.xml --format json --output events.jsonl --rotate 10MB\n"
+    "  qxlt run -s volume.xml --exec 'VOLUME_HIGH=logger -t volume \"$QX_EVENT_VALUE\"' --exec-limit 2s\n"
+    "  qxlt run -s volume.xml --publish mqtts://broker.example/plant --credentials /etc/qxlt/broker\n"
+    "  qxlt run -s /etc/qxlt/volume.xml --watch --format json\n";
 
 std::string RequireName(const std::string& text) {
     return text.empty() ? "the process has no name" : "";
@@ -62,22 +74,20 @@ void AddRun(CLI::App& app, Invocation& invocation) {
     AddEndOption(command, options->until);
     command.add_flag("--history", options->history, "Evaluate calls from before the start, too");
     AddLossOption(command, options->failOnLoss);
+    AddRulesOptions(command, *options);
     AddTimeOption(command, options->show);
     AddEventOptions(command, options->show);
     AddFilterOptions(command, options->show);
     AddBoundOptions(command, options->show);
     AddQuietOption(command);
+    AddHealthOptions(command, *options);
+    AddServicePart(*options);
+    AddConfigOption(command);
+    AddKeepOptions(command, *options);
+    AddOutputOptions(command, *options);
+    AddLimitOptions(command, *options);
+    AddActOptions(command, *options);
     AddPublishOptions(command, options->publish);
-    command
-        .add_option_function<std::string>(
-            "--keep",
-            [options](const std::string& directory) {
-                if (directory.empty()) return;
-                options->parts.emplace_back(
-                    [directory](const RunSurroundings&) { return std::make_unique<KeptDumps>(directory); });
-            },
-            "Keep the dumps, to be replayed")
-        ->option_text("DIR");
 }
 
 }  // namespace qxlt

@@ -78,6 +78,11 @@ void RequireKnownEnd(const std::string& event, const std::vector<std::string>& e
     if (!event.empty()) RequireEvent("--until " + event, event, events);
 }
 
+void RequireKnownPattern(const std::string& option, const std::string& pattern,
+                         const std::vector<std::string>& events) {
+    if (pattern.find_first_of("*?[") == std::string::npos) RequireEvent(option + " " + pattern, pattern, events);
+}
+
 std::vector<std::string> ExpandScripts(const std::vector<std::string>& arguments) {
     std::vector<std::string> expanded;
     bool inScripts = false;  // behind a -s and its first script

@@ -33,6 +33,10 @@ void AddEndOption(CLI::App& command, std::string& event);
 // Throws a Failure (cannot start) when the event that is to end the run is none of `events`; empty: there is none.
 void RequireKnownEnd(const std::string& event, const std::vector<std::string>& events);
 
+// Throws a Failure (cannot start) when a name that `option` was given is none of `events`; patterns of the shell are
+// taken as they are.
+void RequireKnownPattern(const std::string& option, const std::string& pattern, const std::vector<std::string>& events);
+
 // Scripts that follow a -s without one of their own get it: names that end in ".xml" are scripts, so that what comes
 // after them may be files of another kind.
 std::vector<std::string> ExpandScripts(const std::vector<std::string>& arguments);

@@ -1,7 +1,5 @@
 #include "Explainer.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <set>
@@ -9,7 +7,6 @@
 
 #include "JsonLine.h"
 #include "Table.h"
-#include "Terminal.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -112,7 +109,7 @@ void Explainer::PrintTable() {
     }
     std::string head = Pad("event", nameWidth) + RightAligned("calls", 9);
     for (const Stage& stage : kStages) head += RightAligned(stage.title, WidthOf(stage));
-    const std::size_t room = TerminalWidth(STDOUT_FILENO);
+    const std::size_t room = m_output.Width();
     const bool isNarrow = room != 0 && head.size() + 2 + placeWidth > room;
     if (!isNarrow) m_output.Line(m_output.Paint().Bold(head + "  place"));
     for (const Explained& event : m_events) PrintRow(event, nameWidth, isNarrow);

@@ -198,7 +198,9 @@ std::vector<const FleetDevice*> FleetAccount::Changed() const {
 
 void FleetAccount::Saved() {
     for (const std::string& name : m_changed) {
-        for (FleetRun& run : m_devices.at(name).device.runs) run.changed = false;
+        FleetDevice& device = m_devices.at(name).device;
+        for (FleetRun& run : device.runs) run.changed = false;
+        if (device.status) device.status->health = {};  // it may be long, and is kept where it was saved
     }
     m_changed.clear();
     while (m_devices.size() > m_bounds.devices || (m_gaps > m_bounds.gaps && m_devices.size() > 1)) {

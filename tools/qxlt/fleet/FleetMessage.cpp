@@ -1,9 +1,9 @@
 #include "FleetMessage.h"
 
 #include <algorithm>
+#include <array>
 #include <utility>
 
-#include "Failure.h"
 #include "Json.h"
 #include "MessageId.h"
 #include "RunLines.h"
@@ -24,6 +24,33 @@ constexpr std::size_t kRunDigits = 16;
 constexpr const char* kStates[] = {"running", "ended", "gone"};
 constexpr const char* kRefusalTexts[kRefusals] = {"too long", "odd topics", "no JSON", "odd content",
                                                   "other names than their topics"};
+
+// What a message may make of the reader: objects keep their keys in order, and look through all of them for each that
+// is added.
+class JsonBounds final {
+public:
+    bool operator()(int depth, JsonObject::parse_event_t event, const JsonObject& /*value*/) {
+        if (depth > kDeepest) throw Refusal::Json;
+        const auto level = static_cast<std::size_t>(depth);
+        if (event == JsonObject::parse_event_t::object_start) m_keys[level + 1] = 0;
+        if (event == JsonObject::parse_event_t::key && ++m_keys[level] > kMostKeys) throw Refusal::Json;
+        return true;
+    }
+
+private:
+    static constexpr int kDeepest = 64;
+    static constexpr std::size_t kMostKeys = 1024;
+
+    std::array<std::size_t, kDeepest + 2> m_keys{};  // of the object at each depth
+};
+
+JsonObject ParseMessage(std::string_view payload) {
+    try {
+        return JsonObject::parse(payload, JsonBounds());
+    } catch (const JsonObject::exception&) {
+        throw Refusal::Json;
+    }
+}
 
 // Where a message was sent: names as levels of the topic.
 struct Address {
@@ -203,11 +230,9 @@ FleetMessage FleetReader::Read(std::string_view topic, std::string_view payload)
     if (payload.size() > m_mostBytes) return Refusal::Long;
     if (payload.empty() && !address->event) return std::monostate();
     try {
-        const JsonObject object = ParseJson(std::string(topic), std::string(payload));
+        const JsonObject object = ParseMessage(payload);
         if (address->event) return ReadEvent(*address, object);
         return ReadStatus(*address, object);
-    } catch (const Failure&) {
-        return Refusal::Json;
     } catch (const Refusal refusal) {
         return refusal;
     }

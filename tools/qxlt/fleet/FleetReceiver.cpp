@@ -131,12 +131,13 @@ public:
     int Run() {
         m_output.OnEnd([this](ExitStatus status) {
             m_status = status;
+            m_hasReader = false;
             m_interruption.Request();
         });
         m_interruption.Watch(m_ready.Get(), [this] { OnReady(); });
         const std::optional<Clock::time_point> end = EndOf(m_options.seconds);
         do Tick();
-        while (m_interruption.Wait(NextTick(end)) == Interruption::Cause::TimeOver && (!end || Clock::now() < *end));
+        while (GoesOn(m_interruption.Wait(NextTick(end))) && (!end || Clock::now() < *end));
         return End();
     }
 
@@ -144,6 +145,11 @@ private:
     static std::optional<Clock::time_point> EndOf(double seconds) {
         if (seconds <= 0) return std::nullopt;
         return Clock::now() + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
+    }
+
+    // A request is also how what was read in part is gone on with.
+    bool GoesOn(Interruption::Cause cause) const {
+        return cause == Interruption::Cause::TimeOver || (cause == Interruption::Cause::Request && m_hasReader);
     }
 
     Clock::time_point NextTick(std::optional<Clock::time_point> end) const {
@@ -235,14 +241,14 @@ private:
                   (m_options.IsLasting() ? " as the client " + m_client : ""));
     }
 
-    // Answers are written after what they answer is kept, and until then nothing is.
+    // Answers are written after what they answer is kept, and until then nothing is. Between two batches there is a
+    // look at signals.
     void Receive() {
-        for (bool hasRead = true; hasRead && m_session != nullptr;) {
-            hasRead = Read();
-            while (hasRead && !m_inbox.IsFull() && Read()) continue;
-            Settle();
-            if (m_session != nullptr) m_session->Write();
-        }
+        bool hasRead = true;
+        while (hasRead && !m_inbox.IsFull()) hasRead = Read();
+        if (hasRead) m_interruption.Request();
+        Settle();
+        if (m_session != nullptr) m_session->Write();
         Watch();
     }
 
@@ -294,6 +300,7 @@ private:
     bool m_isSubscribed = false;
     bool m_wasConnected = false;
     bool m_isReceiving = false;
+    bool m_hasReader = true;
     bool m_isHolding = false;  // what the store did not take
     Backoff m_backoff{std::random_device()()};
     Clock::time_point m_nextTry{};

@@ -172,11 +172,18 @@ std::string ListText(Fill fill) {
     return text.substr(kBefore, text.size() - kBefore - 1);
 }
 
+// What is written over a row that is there. The health of a device is told now and then, and kept in between.
+std::string NewValue(const std::string& table, const std::string& column) {
+    const std::string written = "excluded." + column;
+    return column == "health" ? "coalesce(" + written + ", " + table + "." + column + ")" : written;
+}
+
 std::string Upsert(const std::string& table, const Columns& columns, const std::string& rows, const std::string& key) {
     std::string text = "INSERT INTO " + table + "(" + NamesOf(columns) + ") SELECT " + NamesOf(columns) + " FROM " +
                        rows + " WHERE true ON CONFLICT(" + key + ") DO UPDATE SET ";
-    for (const auto& [name, type] : columns)
-        text += (&name == &columns.front().first ? "" : ", ") + name + " = excluded." + name;
+    for (const auto& column : columns) {
+        text += (&column == &columns.front() ? "" : ", ") + column.first + " = " + NewValue(table, column.first);
+    }
     return text;
 }
 

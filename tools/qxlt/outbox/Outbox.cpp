@@ -23,9 +23,10 @@ namespace fs = std::filesystem;
 
 constexpr std::uint64_t kMostBatchBytes = 1024 * 1024;
 constexpr std::uint64_t kBatchShare = 16;  // of the bound
-constexpr std::uint64_t kLogBatches = 4;  // the log's share: one it is put away at, one more, and pages that fill badly
+constexpr std::uint64_t kLogBatches = 5;  // the log's share: one it is put away at, one more, and pages that fill badly
 constexpr std::uint64_t kSparePages = 8;  // for what stands beside the messages
-constexpr std::size_t kDroppedAtOnce = 64;
+constexpr std::uint64_t kDroppedAtOnce = 64;  // where there are many
+constexpr std::uint64_t kDroppedShare = 16;   // of those that wait: few that are large do not all go for one
 constexpr std::size_t kRangesTold = 16;
 constexpr std::size_t kRowBytes = 32;           // of a message, besides its texts
 constexpr std::int64_t kEarliest = 1767225600;  // 2026: a clock that shows less was not set
@@ -182,7 +183,8 @@ void Outbox::Insert(const std::vector<Message>& messages) {
 
 void Outbox::MakeRoom(std::uint64_t pages) {
     while (m_state.waiting != 0 && m_file->PagesUsed() + pages > m_pages) {
-        const std::vector<OutboxFile::Entry> oldest = m_file->Oldest(kDroppedAtOnce);
+        const std::uint64_t some = std::clamp<std::uint64_t>(m_state.waiting / kDroppedShare, 1, kDroppedAtOnce);
+        const std::vector<OutboxFile::Entry> oldest = m_file->Oldest(some);
         if (oldest.empty()) break;
         DropOldest(oldest);
     }

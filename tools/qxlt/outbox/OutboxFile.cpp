@@ -23,10 +23,10 @@ std::int64_t Signed(std::uint64_t number) {
 }
 
 // The file belongs to one process, and is locked by it: then the index of the log needs no memory that others share,
-// which a full disk would end the process over.
+// which a full disk would end the process over. What is removed is not wiped: that writes its pages once more.
 void Configure(SqliteFile& file, std::uint64_t pages, std::uint64_t logPages) {
     file.Run("PRAGMA locking_mode = EXCLUSIVE; PRAGMA journal_mode = WAL; PRAGMA temp_store = MEMORY");
-    file.Run("PRAGMA cache_size = -1024; PRAGMA cell_size_check = ON; PRAGMA trusted_schema = OFF");
+    file.Run("PRAGMA cache_size = -1024; PRAGMA secure_delete = OFF; PRAGMA trusted_schema = OFF");
     file.Run("PRAGMA wal_autocheckpoint = " + std::to_string(logPages));
     file.Run("PRAGMA journal_size_limit = " + std::to_string(logPages * OutboxFile::kPageBytes));
     file.Run("PRAGMA max_page_count = " + std::to_string(pages));
@@ -135,7 +135,7 @@ bool OutboxFile::Remove(std::int64_t position) {
     return m_file.Changed() != 0;
 }
 
-std::vector<OutboxFile::Entry> OutboxFile::Oldest(std::size_t most) {
+std::vector<OutboxFile::Entry> OutboxFile::Oldest(std::uint64_t most) {
     std::vector<Entry> entries;
     m_oldest.Bind(1, static_cast<std::int64_t>(most));
     while (m_oldest.Step()) {

@@ -72,7 +72,7 @@ public:
     std::vector<OutboxMessage> ReadAfter(std::int64_t position, std::size_t most, std::size_t mostBytes);
     // Returns whether it was there.
     bool Remove(std::int64_t position);
-    std::vector<Entry> Oldest(std::size_t most);
+    std::vector<Entry> Oldest(std::uint64_t most);
     void RemoveUpTo(std::int64_t position);
 
     // Notes what was dropped. Of the ranges the latest are kept, of the number all.

@@ -11,13 +11,17 @@ namespace qxlt {
 
 namespace {
 
-// What a progress line may have left on the terminal is wiped away first. The text may hold names of any bytes, out of
-// captures and scripts.
-void PrintLine(const std::string& text) {
+// What a progress line may have left on the terminal is wiped away first.
+void PrintWhole(const std::string& text) {
     static const bool terminal = isatty(STDERR_FILENO) != 0;
-    const std::string line = (terminal ? kWipeLine : "") + Printable(text) + "\n";
+    const std::string line = (terminal ? kWipeLine : "") + text + "\n";
     // Nowhere is left to tell that this failed.
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
+}
+
+// The text may hold names of any bytes, out of captures and scripts.
+void PrintLine(const std::string& text) {
+    PrintWhole(Printable(text));
 }
 
 bool& Quiet() {
@@ -37,6 +41,10 @@ void PrintWarning(const std::string& text) {
 
 void PrintNote(const std::string& text) {
     if (!Quiet()) PrintLine(text);
+}
+
+void PrintData(const std::string& line) {
+    PrintWhole(line);
 }
 
 void SetQuiet() {

@@ -14,6 +14,9 @@ void PrintError(const std::string& text);
 void PrintWarning(const std::string& text);
 void PrintNote(const std::string& text);
 
+// A line for programs, as it is, on standard error. It is said also when nothing else is. Any thread.
+void PrintData(const std::string& line);
+
 // From now on PrintNote says nothing. Before any other thread runs.
 void SetQuiet();
 bool IsQuiet();

@@ -9,10 +9,13 @@
 #include <cstring>
 
 #include "Messages.h"
+#include "Terminal.h"
 
 namespace qxlt {
 
 namespace {
+
+constexpr int kNowhere = -1;
 
 // Whoever shares the descriptor may have made it one that does not wait.
 void WaitForRoom() {
@@ -23,12 +26,24 @@ void WaitForRoom() {
 }  // namespace
 
 // A closed pipe is met as an error of the write, not as a signal.
-Output::Output(Progress* progress)
-    : m_progress(progress), m_colors(STDOUT_FILENO), m_onEnd([](ExitStatus status) { std::_Exit(status); }) {
+Output::Output(Progress* progress, ILineSink* sink)
+    : m_progress(progress),
+      m_sink(sink),
+      m_colors(sink == nullptr ? STDOUT_FILENO : kNowhere),
+      m_onEnd([](ExitStatus status) { std::_Exit(status); }) {
     std::signal(SIGPIPE, SIG_IGN);
 }
 
-void Output::Line(std::string text) {
+bool Output::IsTerminal() const {
+    return m_sink == nullptr && isatty(STDOUT_FILENO) != 0;
+}
+
+std::size_t Output::Width() const {
+    return m_sink == nullptr ? TerminalWidth(STDOUT_FILENO) : 0;
+}
+
+void Output::Line(std::string text, const LineFields& fields) {
+    if (m_sink != nullptr) return m_sink->Write(text, fields);
     if (m_ended) return;
     if (m_progress != nullptr) m_progress->Wipe();
     text += '\n';

@@ -66,7 +66,7 @@ void Publisher::Wake() const {
 }
 
 void Publisher::Finish(double seconds) {
-    m_finish = std::max(0.0, seconds);
+    m_finishMs = static_cast<int>(std::clamp(seconds * 1000, 0.0, double{INT_MAX}));
     Wake();
     if (m_thread.joinable()) m_thread.join();
 }
@@ -87,11 +87,8 @@ bool Publisher::Wait() {
     if (poll(sources, 2, MillisecondsUntil(m_sender.Due())) < 0 && errno != EINTR) return false;
     std::uint64_t count = 0;
     [[maybe_unused]] const ssize_t taken = read(m_wake.Get(), &count, sizeof count);
-    const double finish = m_finish.exchange(-1);
-    if (finish >= 0) {
-        m_sender.Finish(Sender::Clock::now() +
-                        std::chrono::duration_cast<Sender::Clock::duration>(std::chrono::duration<double>(finish)));
-    }
+    const int finishMs = m_finishMs.exchange(-1);
+    if (finishMs >= 0) m_sender.Finish(Sender::Clock::now() + std::chrono::milliseconds(finishMs));
     m_sender.Turn((sources[1].revents & (POLLIN | POLLERR | POLLHUP)) != 0, (sources[1].revents & POLLOUT) != 0);
     return true;
 }

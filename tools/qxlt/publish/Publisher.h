@@ -30,7 +30,7 @@ private:
 
     Sender m_sender;  // the thread's
     const Descriptor m_wake;
-    std::atomic<double> m_finish{-1};  // how long the end may take; below 0: it has not come
+    std::atomic<int> m_finishMs{-1};  // how long the end may take; below 0: it has not come
     std::atomic<bool> m_stop{false};
     std::thread m_thread;  // the last: it uses the others
 };

@@ -1,5 +1,6 @@
 #include "EventRun.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "JsonLine.h"
@@ -34,7 +35,24 @@ void EventRun::TellMissingCalls() const {
 
 void EventRun::Begin(const RunStart& start) {
     m_since = start.since;
+    m_lastSince = m_since.value_or(0);
     m_views.SetStart(start.time, start.clock);
+}
+
+void EventRun::ChangeScripts(ScriptPlaces places, IQxData::_HSScriptPtr& root) {
+    m_places = std::move(places);
+    m_errors.Forget();
+    if (m_calls) m_calls->MoveTo(root);
+}
+
+void EventRun::BeginOf(unsigned short pid, std::uint64_t since) {
+    m_sinceOf[pid] = since;
+    m_lastSince = std::max(m_lastSince, since);
+}
+
+std::uint64_t EventRun::SinceOf(unsigned short pid) const {
+    const auto found = m_sinceOf.find(pid);
+    return found == m_sinceOf.end() ? m_since.value_or(0) : found->second;
 }
 
 void EventRun::EndAt(std::string event, std::function<void()> reached) {
@@ -60,12 +78,12 @@ void EventRun::AddDump(const Dump& dump, const QxCycle::Decoded& decoded) {
 
 // Removes the calls that began before the run, and counts them. Their keys begin with the time.
 void EventRun::DropHistory() {
-    if (!m_since) return;
+    if (m_lastSince == 0) return;
     std::map<unsigned long long, IQxData::HSCall>& calls = *m_store->GetCallIMap();
-    const auto end = calls.lower_bound(*m_since * QxData::kKeysPerTime);
+    const auto end = calls.lower_bound(m_lastSince * QxData::kKeysPerTime);
     for (auto call = calls.begin(); call != end;) {
         // A damaged time may be so large that its key has wrapped round.
-        const bool isHistory = call->second.time < *m_since;
+        const bool isHistory = call->second.time < SinceOf(call->second.pid);
         if (isHistory) ++m_history[call->second.pid];
         call = isHistory ? calls.erase(call) : std::next(call);
     }

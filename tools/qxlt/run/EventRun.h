@@ -66,8 +66,14 @@ public:
     void SetPlaces(ScriptPlaces places) { m_places = std::move(places); }
     const ScriptPlaces& Places() const { return m_places; }
 
+    // Other scripts were loaded in the place of those, which are still there. Between two cycles.
+    void ChangeScripts(ScriptPlaces places, IQxData::_HSScriptPtr& root);
+
     // When the run began: which calls are evaluated, and what time of day events get. Before the first cycle.
     void Begin(const RunStart& start);
+
+    // Has calls of the processes of that id evaluated that began then or later, since they were not tracked before.
+    void BeginOf(unsigned short pid, std::uint64_t since);
 
     // After the first event of that name no event is handed on and no error told. `reached` is called with it.
     void EndAt(std::string event, std::function<void()> reached);
@@ -111,6 +117,7 @@ private:
     bool IsLeftOut(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call);
     void End();
     void DropHistory();
+    std::uint64_t SinceOf(unsigned short pid) const;
     std::uint64_t HistoryOf(const std::string& process);
     void ShowPrimed();
     void TraceCalls();
@@ -129,6 +136,8 @@ private:
     ICallWatcher* m_watcher = nullptr;
     std::optional<CallEvents> m_calls;
     std::optional<std::uint64_t> m_since;
+    std::map<unsigned short, std::uint64_t> m_sinceOf;  // where it is another time
+    std::uint64_t m_lastSince = 0;                      // of all of these
     std::map<unsigned short, std::uint64_t> m_history;  // calls that were dropped in this cycle and are not told yet
     unsigned long long m_key = 0;  // of the call that is being evaluated: an event is sent right after that
     bool m_leftOut = false;        // its event is left out

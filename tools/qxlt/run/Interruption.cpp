@@ -106,6 +106,7 @@ Interruption::Cause Interruption::Wait(std::optional<Clock::time_point> limit) {
         for (std::size_t i = 0; i < m_sources.size(); ++i) {
             if (sources[3 + i].revents != 0) m_sources[i].handler();
         }
+        if (std::exchange(m_endsBySignal, false)) return Cause::Signal;
         if (sources[2].revents == 0) continue;
         m_readerWatched = false;
         return Cause::ReaderGone;

@@ -32,6 +32,12 @@ public:
     // The same for whatever makes the descriptor readable; `handler` reads it. Not owned.
     void Watch(int descriptor, std::function<void()> handler);
 
+    // From now on nobody need read standard output: nothing is written there. Before the first Wait.
+    void LeaveReader() { m_readerWatched = false; }
+
+    // From within a handler: the wait ends as with a signal that ends.
+    void EndBySignal() { m_endsBySignal = true; }
+
     // Ends the next wait. Any thread may call it.
     void Request();
 
@@ -50,7 +56,8 @@ private:
     std::vector<Source> m_sources;
     const Descriptor m_signals;
     const Descriptor m_requests;
-    bool m_readerWatched = true;  // until it has been seen to be gone
+    bool m_readerWatched = true;  // until it has been seen to be gone, or is not needed
+    bool m_endsBySignal = false;
 };
 
 }  // namespace qxlt

@@ -14,6 +14,7 @@ public:
     explicit KeptDumps(const std::string& directory) : m_capture(directory) {}
 
     void OnBegin(const ProcessNames& processes, const RunStart& start) override { m_capture.Begin(processes, start); }
+    void OnProcess(const LateProcess& process) override { m_capture.AddProcess(process); }
     void OnCycle(std::uint64_t number, bool /*primes*/) override { m_capture.BeginCycle(number); }
     void OnDump(const RunDump& dump) override {
         m_capture.AddDump(dump.process, dump.bytes, dump.counts);

@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <thread>
 #include <utility>
 
 #include "Messages.h"
 #include "Platform.h"
+#include "QxEventMemory.h"
 #include "QxLogTracker.h"
+#include "RuleNews.h"
 #include "RunningProcesses.h"
 #include "Text.h"
 
@@ -120,22 +123,48 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_callScript(options.scripts.calls),
       m_scripts(options.scripts.scripts, m_callScript.Text()),
       m_explain(ExplainOf(options.scripts, m_scripts.Events())),
+      m_sink(options.sink ? options.sink() : nullptr),
       m_printer(common.format, m_output, WidestOf(m_scripts.Events()), options.show),
+      m_limits(options.limits, common.format, m_output),
       m_tracker(std::make_unique<QxLogTracker>(common.level, m_store)),
-      m_waiting(Wanted()),
+      m_wanted(WantedBy(m_scripts)),
+      m_waiting(m_wanted),
       m_account(common.format, m_output, m_processes),
       m_run(
           m_store, m_processes, [this](const EventView& view) { Fire(view); }, PrintFault) {
     m_printer.Expect(m_scripts.Events());
     RequireKnownEnd(options.until, m_scripts.Events());
     if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
-    for (const RunPartMaker& make : options.parts) m_parts.push_back(make({m_scripts, m_interruption}));
+    if (m_sink) m_interruption.LeaveReader();
+    MakeParts();
     if (options.seconds > 0) m_end = EndOf(m_start, std::chrono::duration<double>(options.seconds));
     m_output.OnEnd([this](ExitStatus status) {
         if (status != kDone) m_failed = true;
         m_interruption.Request();
     });
-    WatchAll();
+    WatchWaiting();
+}
+
+// The health comes first: others give it out.
+void LiveRun::MakeParts() {
+    const auto storeBytes = [this] { return m_store->KeptBytes(); };
+    const HealthPart::Sources sources = {m_scripts.Events(), m_account, storeBytes, [this] { return Figures(); }};
+    auto health = std::make_unique<HealthPart>(m_options.health, sources, m_interruption);
+    const RunSurroundings surroundings = {m_scripts, m_rules, m_interruption, *health};
+    m_parts.push_back(std::move(health));
+    m_rules.SetReadingSink([this](bool begins) {
+        for (const auto& part : m_parts) begins ? part->OnReloading() : part->OnReloaded();
+    });
+    for (const RunPartMaker& make : m_options.parts) m_parts.push_back(make(surroundings));
+}
+
+std::vector<HealthFigure> LiveRun::Figures() const {
+    std::vector<HealthFigure> all;
+    for (const auto& part : m_parts) {
+        std::vector<HealthFigure> figures = part->Health();
+        std::move(figures.begin(), figures.end(), std::back_inserter(all));
+    }
+    return all;
 }
 
 // The tracker goes first: its worker uses everything else.
@@ -143,14 +172,14 @@ LiveRun::~LiveRun() {
     m_tracker.reset();
 }
 
-std::set<std::string> LiveRun::Wanted() const {
-    std::set<std::string> names(m_scripts.Processes().begin(), m_scripts.Processes().end());
+std::set<std::string> LiveRun::WantedBy(const JoinedScripts& scripts) const {
+    std::set<std::string> names(scripts.Processes().begin(), scripts.Processes().end());
     names.insert(m_options.processes.begin(), m_options.processes.end());
     return names;
 }
 
 // A process may end again while others are waited for.
-void LiveRun::WatchAll() {
+void LiveRun::WatchWaiting() {
     for (const std::string& process : m_waiting) {
         WatchRecordings(process);
         m_watch.Begin(process);
@@ -158,13 +187,14 @@ void LiveRun::WatchAll() {
 }
 
 int LiveRun::Perform() {
+    Load();
     if (WaitForProcesses()) {
-        Load();
         for (const auto& part : m_parts) part->OnBegin(m_processes, Start());
         Track();
     } else {
         PrintCounts();
     }
+    if (m_sink) m_sink->End();
     return HasFailed() ? kInputWrong : kDone;
 }
 
@@ -174,10 +204,11 @@ RunStart LiveRun::Start() const {
 
 bool LiveRun::HasFailed() {
     if (m_watch.IsBlind()) {
-        PrintError("nothing could be read of " + Listed(Wanted()) + "; no call was seen");
+        PrintError("nothing could be read of " + Listed(m_wanted) + "; no call was seen");
         m_failed = true;
     }
     if (m_options.failOnLoss && m_account.Lost()) m_failed = true;
+    if (m_sink && m_sink->Failed()) m_failed = true;
     return m_failed || !m_run.Whole() || HasFailedPart();
 }
 
@@ -195,6 +226,7 @@ bool LiveRun::Register(const std::string& process) {
         if (m_tracker->SetQxProcess(name) == 0) continue;
         m_store->AppendCurrentProcess(process);
         m_processes.Add(process, m_store->GetCurrentPID());
+        m_tracked.insert(process);
         return true;
     }
     return false;
@@ -212,10 +244,12 @@ std::vector<std::string> LiveRun::RegisterWaiting() {
 bool LiveRun::WaitForProcesses() {
     WaitNotice notice(m_start);
     for (;;) {
+        TakeRules();
         const std::vector<std::string> missing = RegisterWaiting();
         if (missing.empty()) return true;
         NoteNear(missing);
         notice.Show(missing);
+        for (const auto& part : m_parts) part->OnWaiting(missing);
         const Clock::time_point again = Clock::now() + kLookAgain;
         if (m_interruption.Wait(m_end ? std::min(*m_end, again) : again) != Interruption::Cause::TimeOver) return false;
         if (m_end && Clock::now() >= *m_end) GiveUp(missing);
@@ -247,11 +281,100 @@ void LiveRun::Load() {
     m_run.Begin(Start());
     if (m_options.watcher != nullptr) m_run.SetCallWatcher(*m_options.watcher);
     m_run.EndAt(m_options.until, [this] { Reach(); });
-    if (m_explain.wanted) {
-        m_run.SetExplainer(m_explainer.emplace(m_common.format, m_output, root, m_run.Places(), m_explain.event));
+    for (const auto& part : m_parts) {
+        if (IQxEventObserver* const observer = part->Observer()) m_run.AddObserver(*observer);
     }
+    Explain();
+    m_definitions = EventDefinitions(root);
+    const RuleNumbers rules(m_scripts, m_options.scripts.scripts);
+    m_rules.SetHash(rules.Hash());
+    for (const auto& part : m_parts) part->OnRules(rules, m_scripts.Events());
+    if (m_options.watchesRules) PrintRules(m_common.format, m_output, {1, rules, {}});
     m_tracker->SetObserver(&m_run.Observer());
     m_tracker->SetCycleObserver(this);
+}
+
+void LiveRun::Explain() {
+    if (!m_explain.wanted) return;
+    IQxData::_HSScriptPtr& root = RootOf(*m_store);
+    m_run.SetExplainer(m_explainer.emplace(m_common.format, m_output, root, m_run.Places(), m_explain.event));
+}
+
+// Between two cycles no pass runs, and no call waits to be evaluated but those of a cycle that primed.
+void LiveRun::TakeRules() {
+    const std::unique_ptr<RuleSet> rules = m_rules.Take();
+    if (rules == nullptr) return;
+    const std::vector<std::string> anew = m_definitions.ChangedIn(rules->definitions);
+    for (const std::string& event : anew) QxEventMemory::Forget(event);
+    ChangeScripts(*rules);
+    PrintRules(m_common.format, m_output, {std::max<std::uint64_t>(m_cycle, 1), rules->numbers, anew});
+    ChangeProcesses(*rules->scripts);
+    WarnOfMissing(*rules->scripts);
+}
+
+// The explanation is about one set: that of the set before ends here.
+void LiveRun::ChangeScripts(RuleSet& rules) {
+    if (m_explainer && m_cycle > 1) m_explainer->Print();
+    IQxData::_HSScriptPtr& root = *rules.tree;
+    const std::unique_ptr<IQxData::_HSScriptPtr> before = m_store->ExchangeScript(std::move(rules.tree));
+    m_run.ChangeScripts(std::move(rules.places), root);
+    Explain();
+    m_printer.Expect(rules.scripts->Events());
+    m_definitions = std::move(rules.definitions);
+    m_rules.SetHash(rules.numbers.Hash());
+    for (const auto& part : m_parts) part->OnRules(rules.numbers, rules.scripts->Events());
+}
+
+// What a process recorded that was not tracked so far belongs to nobody's rules.
+void LiveRun::ChangeProcesses(const JoinedScripts& scripts) {
+    m_wanted = WantedBy(scripts);
+    for (auto name = m_tracked.begin(); name != m_tracked.end();) {
+        const bool stays = m_wanted.count(*name) != 0;
+        if (!stays) m_tracker->DropProcess(*name);
+        if (!stays) PrintNote(Printable(*name) + " is tracked no longer");
+        name = stays ? std::next(name) : m_tracked.erase(name);
+    }
+    std::set<std::string> waiting;
+    std::set_difference(m_wanted.begin(), m_wanted.end(), m_tracked.begin(), m_tracked.end(),
+                        std::inserter(waiting, waiting.end()));
+    for (const std::string& name : waiting) {
+        if (m_cycle > 0 && m_waiting.count(name) == 0) m_namedAt[name] = CallClockNow();
+    }
+    m_waiting = std::move(waiting);
+    WatchWaiting();
+    if (m_cycle > 0 && !m_waiting.empty()) PrintNote("waiting for " + Listed(m_waiting));
+}
+
+void LiveRun::WarnOfMissing(const JoinedScripts& scripts) const {
+    const std::vector<std::string>& events = scripts.Events();
+    const auto warn = [&events](const std::string& option, const std::string& event) {
+        if (event.empty() || std::find(events.begin(), events.end(), event) != events.end()) return;
+        PrintWarning(option + event + ": the changed scripts have no event of that name");
+    };
+    warn("--until ", m_options.until);
+    warn("--explain=", m_explain.event);
+}
+
+// Processes that rules name which took over during the run. They are tracked from the cycle on that begins.
+void LiveRun::RegisterLate() {
+    const std::set<std::string> missing = m_waiting;
+    RegisterWaiting();
+    for (const std::string& process : missing) {
+        if (m_waiting.count(process) == 0) NoteBegin(process);
+    }
+}
+
+// One that was tracked before has had its calls evaluated; where the time of calls is not known, those that came since
+// then are taken for what it records from now on.
+void LiveRun::NoteBegin(const std::string& process) {
+    const bool isKnown = !m_begun.insert(process).second;
+    const std::optional<std::uint64_t> since = m_namedAt[process];
+    LateProcess late{m_cycle, process, m_processes.Pids().at(process), std::nullopt};
+    if (isKnown || !m_options.history) late.since = since;
+    if (since || !isKnown) m_tracker->FetchAnew(process);
+    if (late.since) m_run.BeginOf(late.pid, *late.since);
+    for (const auto& part : m_parts) part->OnProcess(late);
+    for (const std::uint32_t pid : m_watch.Running(process)) PrintNote("tracking " + ProcessText(process, pid));
 }
 
 // The event that ends the run has come: no cycle follows this one.
@@ -265,8 +388,10 @@ void LiveRun::Track() {
     const Interruption::Cause cause = TrackUntilTheEnd();
     const EndOnSignal endOnSignal(m_interruption, cause == Interruption::Cause::Signal);
     m_tracker->Stop();
+    for (const auto& part : m_parts) part->OnEnding();
     const bool isRegular = cause == Interruption::Cause::Signal || cause == Interruption::Cause::TimeOver;
     if (isRegular && !m_run.IsOver()) FetchTheRest();
+    m_limits.End(m_cycle);
     for (const auto& part : m_parts) part->OnEnd();
     PrintResults();
 }
@@ -287,16 +412,20 @@ void LiveRun::FetchTheRest() {
 }
 
 void LiveRun::Fire(const EventView& view) {
-    if (!m_printer.Print(view)) return;
+    if (!m_printer.Takes(view) || !m_limits.Lets(view)) return;
+    m_printer.Print(view);
     for (const auto& part : m_parts) part->OnEvent(view);
 }
 
 void LiveRun::OnCycle(bool primes) {
     ++m_cycle;
     m_primes = primes;
+    if (m_cycle == 1) m_begun = m_tracked;
+    if (!m_ending) TakeRules();
     if (primes) NoteTracked();
     m_run.BeginCycle(m_cycle);
     for (const auto& part : m_parts) part->OnCycle(m_cycle, primes);
+    if (!m_waiting.empty()) RegisterLate();
 }
 
 void LiveRun::NoteTracked() const {
@@ -324,6 +453,7 @@ void LiveRun::OnDecoded(const std::string& process, const QxCycle::Decoded& deco
 
 void LiveRun::OnCycleEnd() {
     m_run.EndCycle(m_primes);
+    m_limits.EndCycle(m_cycle);
     for (const auto& part : m_parts) part->OnCycleEnd();
     NoteReading();
     ShowHeartbeat();

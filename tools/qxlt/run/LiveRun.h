@@ -5,6 +5,7 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -13,9 +14,12 @@
 #include <vector>
 
 #include "CommonOptions.h"
+#include "EventLimits.h"
 #include "EventRun.h"
 #include "EventView.h"
 #include "Explainer.h"
+#include "HealthPart.h"
+#include "ILineSink.h"
 #include "IQxCycleObserver.h"
 #include "IRunPart.h"
 #include "Interruption.h"
@@ -25,6 +29,7 @@
 #include "ProcessStore.h"
 #include "ProcessWatch.h"
 #include "PublishOptions.h"
+#include "RuleExchange.h"
 #include "RunAccount.h"
 #include "ScriptOptions.h"
 
@@ -35,16 +40,20 @@ namespace qxlt {
 struct RunOptions {
     ScriptOptions scripts;
     ShowOptions show;
-    std::vector<std::string> processes;  // besides those that the scripts name
-    bool fast = false;                   // a short pause after each dump
-    double seconds = 0;                  // ends after that long, waiting included; 0: never
-    std::string until;                   // ends when this event fires; empty: never
-    std::vector<RunPartMaker> parts;     // what else takes part, in the order in which it is told of things
-    PublishOptions publish;              // made a part of it by the command
-    bool failOnLoss = false;             // a run that lost something failed
-    bool history = false;                // calls from before the start are evaluated, too
-    ICallWatcher* watcher = nullptr;     // is shown all calls; not owned. Where it is there, events are not counted
-    bool tellHistory = true;             // how many calls from before the start are left out
+    std::vector<std::string> processes;                // besides those that the scripts name
+    bool fast = false;                                 // a short pause after each dump
+    double seconds = 0;                                // ends after that long, waiting included; 0: never
+    std::string until;                                 // ends when this event fires; empty: never
+    std::vector<EventLimit> limits;                    // how many events are handed on
+    std::function<std::unique_ptr<ILineSink>()> sink;  // opens what takes the lines; empty: they go to standard output
+    std::vector<RunPartMaker> parts;  // what else takes part, in the order in which it is told of things
+    PublishOptions publish;           // made a part of it by the command
+    HealthFiles health;
+    bool watchesRules = false;        // scripts that change take over, which is told
+    bool failOnLoss = false;          // a run that lost something failed
+    bool history = false;             // calls from before the start are evaluated, too
+    ICallWatcher* watcher = nullptr;  // is shown all calls; not owned. Where it is there, events are not counted
+    bool tellHistory = true;          // how many calls from before the start are left out
 };
 
 class LiveRun final : private IQxCycleObserver {
@@ -70,11 +79,15 @@ private:
     void OnCycleEnd() override;
     void Reach();
     void Fire(const EventView& view);
+    void MakeParts();
+    std::vector<HealthFigure> Figures() const;
     bool HasFailedPart() const;
 
-    std::set<std::string> Wanted() const;
-    void WatchAll();
+    std::set<std::string> WantedBy(const JoinedScripts& scripts) const;
+    void WatchWaiting();
     bool Register(const std::string& process);
+    void RegisterLate();
+    void NoteBegin(const std::string& process);
     std::vector<std::string> RegisterWaiting();
     bool WaitForProcesses();
     [[noreturn]] void GiveUp(const std::vector<std::string>& missing) const;
@@ -84,6 +97,11 @@ private:
     void ShowHeartbeat();
     std::uint64_t Fired() const;
     void Load();
+    void Explain();
+    void TakeRules();
+    void ChangeScripts(RuleSet& rules);
+    void ChangeProcesses(const JoinedScripts& scripts);
+    void WarnOfMissing(const JoinedScripts& scripts) const;
     void Track();
     Interruption::Cause TrackUntilTheEnd();
     void FetchTheRest();
@@ -98,19 +116,27 @@ private:
     const RunOptions& m_options;
     const CommonOptions& m_common;
     const CallScript m_callScript;
-    const JoinedScripts m_scripts;
+    const JoinedScripts m_scripts;  // with which the run begins
+    RuleExchange m_rules;
+    EventDefinitions m_definitions;  // of those that run; the worker's while it runs, as the processes below
     const ExplainOptions m_explain;
     Interruption m_interruption;
-    Progress m_progress;  // the worker's while it runs
-    Output m_output{&m_progress};
+    Progress m_progress;                      // the worker's while it runs
+    const std::unique_ptr<ILineSink> m_sink;  // may be null
+    Output m_output{&m_progress, m_sink.get()};
     EventPrinter m_printer;  // the worker's while it runs
+    EventLimits m_limits;    // likewise
     std::shared_ptr<ProcessStore> m_store = std::make_shared<ProcessStore>();
     std::unique_ptr<QxLogTracker> m_tracker;
     const Clock::time_point m_start = Clock::now();
     std::optional<Clock::time_point> m_end;
-    std::set<std::string> m_waiting;  // processes that do not run yet
-    std::set<std::string> m_warned;   // processes whose id has been complained about
-    std::set<std::string> m_noted;    // and those of which it was said what runs in their place
+    std::set<std::string> m_wanted;   // processes that the rules name, or -p
+    std::set<std::string> m_waiting;  // those that do not run yet
+    std::set<std::string> m_tracked;  // those that were found
+    std::set<std::string> m_begun;    // those of which a cycle fetched a dump, now or under other rules
+    std::map<std::string, std::optional<std::uint64_t>> m_namedAt;  // when rules began to name them during the run
+    std::set<std::string> m_warned;                                 // processes whose id has been complained about
+    std::set<std::string> m_noted;  // and those of which it was said what runs in their place
     ProcessNames m_processes;
     RunAccount m_account;  // this and what follows is the worker's while it runs
     EventRun m_run;

@@ -33,6 +33,9 @@ public:
     // `places` must outlive the reporter.
     ErrorReporter(const ScriptPlaces& places, FaultSink sink) : m_places(places), m_sink(std::move(sink)) {}
 
+    // Other events are evaluated from now on.
+    void Forget() { m_reported.clear(); }
+
     void OnError(const IQxData::_HSScriptPtr& event, unsigned long long key, const IQxData::HSCall& call, QxStage stage,
                  const std::string& error) override;
 

@@ -52,9 +52,13 @@ void Replayer::RunCapture() {
     if (m_input.history) start.since.reset();
     m_run.Begin(start);
     if (m_input.onlyCapture) capture.TellUnknownFolders([this](const Fault& fault) { Tell(fault); });
+    auto late = capture.Late().begin();
     while (!m_run.IsOver() && capture.Next()) {
         m_progress.Show("cycle " + std::to_string(capture.Cycle()));
         m_run.BeginCycle(capture.Cycle());
+        for (; late != capture.Late().end() && late->cycle <= capture.Cycle(); ++late) {
+            if (late->since && !m_input.history) m_run.BeginOf(late->pid, *late->since);
+        }
         Cycle(Primes(capture.Cycle() == 1), DumpsOf(capture));
     }
 }

@@ -51,7 +51,9 @@ void RunAccount::PrintLoss(const std::string& process, const LossCounts& counts,
 
 void RunAccount::AddCallback(unsigned short pid, Clock::time_point began) {
     Clock::duration& longest = m_rows[m_processes.NameOf(pid)].longestCallback;
-    longest = std::max(longest, Clock::now() - began);
+    const Clock::duration span = Clock::now() - began;
+    longest = std::max(longest, span);
+    m_callbacks.Add(span);
 }
 
 void RunAccount::OnError(const IQxData::_HSScriptPtr&, unsigned long long, const IQxData::HSCall& call, QxStage,

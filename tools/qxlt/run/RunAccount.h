@@ -12,6 +12,7 @@
 #include "LossCounts.h"
 #include "Output.h"
 #include "ProcessNames.h"
+#include "TimeSpans.h"
 
 namespace qxlt {
 
@@ -20,6 +21,14 @@ namespace qxlt {
 class RunAccount final : public IQxEventObserver {
 public:
     using Clock = std::chrono::steady_clock;
+
+    struct Row {
+        LossCounts counts;  // with the history
+        std::uint64_t history = 0;
+        std::uint64_t bytesNotDecoded = 0;
+        std::uint64_t eventsInError = 0;
+        Clock::duration longestCallback{0};
+    };
 
     // What is handed over must outlive the account.
     RunAccount(Format format, Output& output, const ProcessNames& processes)
@@ -49,6 +58,12 @@ public:
     // Whether anything was lost.
     bool Lost() const { return m_lost; }
 
+    // By process; calls of unregistered ones belong to "".
+    const std::map<std::string, Row>& Rows() const { return m_rows; }
+
+    // Handing on events, all of them.
+    const TimeSpans& Callbacks() const { return m_callbacks; }
+
     // How many calls were lost.
     std::uint64_t LostCalls() const;
 
@@ -59,14 +74,6 @@ public:
     void PrintHistory() const;
 
 private:
-    struct Row {
-        LossCounts counts;  // with the history
-        std::uint64_t history = 0;
-        std::uint64_t bytesNotDecoded = 0;
-        std::uint64_t eventsInError = 0;
-        Clock::duration longestCallback{0};
-    };
-
     std::uint64_t History() const;
     void PrintLoss(const std::string& process, const LossCounts& counts, std::uint64_t bytesNotDecoded) const;
     void PrintTable() const;
@@ -76,7 +83,8 @@ private:
     Output& m_output;
     const ProcessNames& m_processes;
     std::uint64_t m_cycle = 0;
-    std::map<std::string, Row> m_rows;  // by process; calls of unregistered ones belong to ""
+    std::map<std::string, Row> m_rows;
+    TimeSpans m_callbacks;
     bool m_tellsHistory = true;
     bool m_known = false;
     bool m_lost = false;

@@ -1,6 +1,7 @@
 #include "JoinedScripts.h"
 
 #include <climits>
+#include <deque>
 #include <utility>
 
 #include "Failure.h"
@@ -28,11 +29,21 @@ constexpr std::size_t kEventDepth = 2;
 }  // namespace
 
 JoinedScripts::JoinedScripts(const std::vector<std::string>& files, const std::string& calls) {
+    std::deque<ScriptText> scripts;
+    std::vector<const ScriptText*> pointers;
     for (const std::string& file : files) {
-        const ScriptText script(file);
-        if (script.Defect()) ThrowMalformed(script);
-        AppendScript(script);
+        pointers.push_back(&scripts.emplace_back(file));
+        if (scripts.back().Defect()) ThrowMalformed(scripts.back());
     }
+    Join(pointers, calls);
+}
+
+JoinedScripts::JoinedScripts(const std::vector<const ScriptText*>& scripts, const std::string& calls) {
+    Join(scripts, calls);
+}
+
+void JoinedScripts::Join(const std::vector<const ScriptText*>& scripts, const std::string& calls) {
+    for (const ScriptText* const script : scripts) AppendScript(*script);
     if (!calls.empty()) AppendScript(ScriptText("--call", calls));
     if (m_places.empty()) Append("<" + (m_top = qxscript::kScenario) + ">");
     Append("</" + m_top + ">");

@@ -21,6 +21,12 @@ public:
     // be read, input wrong when one is not well-formed.
     explicit JoinedScripts(const std::vector<std::string>& files, const std::string& calls = std::string());
 
+    // The same of scripts that were read and are well-formed. They are not needed afterwards.
+    explicit JoinedScripts(const std::vector<const ScriptText*>& scripts, const std::string& calls = std::string());
+
+    // Whether a run does and says the same with both.
+    bool operator==(const JoinedScripts& other) const { return m_text == other.m_text && m_places == other.m_places; }
+
     // The joined XML text. Without the actions' process attributes it may be loaded by a tracker that would otherwise
     // wait for the processes by itself.
     const std::string& Text() const { return m_text; }
@@ -37,6 +43,7 @@ public:
     ScriptPlaces PlacesIn(const IQxData::_HSScriptPtr& root) const;
 
 private:
+    void Join(const std::vector<const ScriptText*>& scripts, const std::string& calls);
     void AppendScript(const ScriptText& script);
     void AppendElement(const ScriptElement& element);
     void Append(const std::string& text);

@@ -13,6 +13,8 @@ struct ScriptPlace {
     std::string file;
     std::size_t line = 0;
 
+    bool operator==(const ScriptPlace& other) const { return line == other.line && file == other.file; }
+
     // "FILE:LINE".
     std::string Text() const;
 };

@@ -18,7 +18,7 @@ constexpr double kMostSeconds = 9e9;  // what 64 bits of nanoseconds have room f
 
 bool MatchesAny(const std::vector<std::string>& patterns, const std::string& name) {
     return patterns.empty() || std::any_of(patterns.begin(), patterns.end(), [&name](const std::string& pattern) {
-               return fnmatch(pattern.c_str(), name.c_str(), 0) == 0;
+               return MatchesPattern(pattern, name);
            });
 }
 
@@ -57,9 +57,12 @@ bool CallFilter::ShowsEvent(const std::string& name) const {
     return MatchesAny(m_patterns.events, name);
 }
 
+bool MatchesPattern(const std::string& pattern, const std::string& text) {
+    return fnmatch(pattern.c_str(), text.c_str(), 0) == 0;
+}
+
 bool MatchesMethod(const std::string& pattern, const std::string& package, const std::string& name) {
-    const auto matches = [&pattern](const std::string& text) { return fnmatch(pattern.c_str(), text.c_str(), 0) == 0; };
-    return matches(name) || matches(package + "." + name);
+    return MatchesPattern(pattern, name) || MatchesPattern(pattern, package + "." + name);
 }
 
 bool CallFilter::ShowsMethod(const IQxData::_HSCallLocation& location) const {

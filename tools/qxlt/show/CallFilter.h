@@ -41,6 +41,9 @@ struct CallTime {
 CallTime TimeOf(const CallView& call);
 CallTime TimeOf(const IQxData::HSCall& call, const RunStart& start);
 
+// Whether a pattern of the shell means the text.
+bool MatchesPattern(const std::string& pattern, const std::string& text);
+
 // Whether a pattern means the method, by its name alone or as "package.Name".
 bool MatchesMethod(const std::string& pattern, const std::string& package, const std::string& name);
 

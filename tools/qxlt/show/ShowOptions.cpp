@@ -1,12 +1,10 @@
 #include "ShowOptions.h"
 
-#include <unistd.h>
-
 namespace qxlt {
 
-TimeFormat TimeFormatOf(const ShowOptions& options) {
+TimeFormat TimeFormatOf(const ShowOptions& options, bool isTerminal) {
     if (options.time != TimeFormat::Chosen) return options.time;
-    return isatty(STDOUT_FILENO) != 0 ? TimeFormat::Relative : TimeFormat::Wall;
+    return isTerminal ? TimeFormat::Relative : TimeFormat::Wall;
 }
 
 }  // namespace qxlt

@@ -15,7 +15,7 @@ struct ShowOptions {
     FilterPatterns filter;
 };
 
-// The format itself, or the one that suits where standard output goes.
-TimeFormat TimeFormatOf(const ShowOptions& options);
+// The format itself, or the one that suits a terminal, or whatever else the output goes to.
+TimeFormat TimeFormatOf(const ShowOptions& options, bool isTerminal);
 
 }  // namespace qxlt

@@ -75,4 +75,13 @@ TEST(CaptureReader, RefusesAStartThatIsNone) {
     }
 }
 
+TEST(CaptureReader, RefusesLateProcessesThatAreNone) {
+    const Workplace place;
+    for (const char* const late : {"7", "{}", "[7]", "[{}]", R"([{"process":"n"}])", R"([{"process":7}])",
+                                   R"([{"process":"m","since":-1}])", R"([{"process":"m","cycle":"x"}])"}) {
+        place.Write("capture.json", R"({"version":1,"processes":{"m":1},"late":)" + std::string(late) + "}");
+        EXPECT_THROW(CaptureReader(place.Path()), Failure) << late;
+    }
+}
+
 }  // namespace

@@ -3,13 +3,13 @@
 #include "Failure.h"
 
 #include <gmock/gmock.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <filesystem>
 #include <optional>
 
 #include "CaptureLayout.h"
+#include "CaptureReader.h"
+#include "FileSizeLimit.h"
 #include "Workplace.h"
 
 namespace {
@@ -17,22 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 
 using qxlt::CaptureWriter;
-
-// As on a full disk, no file can grow beyond the limit.
-class FileSizeLimit final {
-public:
-    explicit FileSizeLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_FSIZE, &m_before);
-        const rlimit limit = {bytes, m_before.rlim_max};
-        setrlimit(RLIMIT_FSIZE, &limit);
-    }
-    FileSizeLimit(const FileSizeLimit&) = delete;
-    FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-    ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &m_before); }
-
-private:
-    rlimit m_before;
-};
 
 void WriteCycle(CaptureWriter& writer, std::uint64_t number, std::size_t size) {
     writer.BeginCycle(number);
@@ -99,6 +83,32 @@ TEST(CaptureWriter, KeepsTheCountsBesideTheDump) {
     writer.EndCycle();
     EXPECT_FALSE(fs::exists(place.At("capture/000004/silent.qxloss")));
     EXPECT_THAT(place.Read("capture/000003/refusing.qxloss"), testing::HasSubstr("\"refused\":5"));
+}
+
+TEST(CaptureWriter, WritesDownProcessesThatComeLater) {
+    const Workplace place;
+    CaptureWriter writer(place.At("capture"));
+    qxlt::ProcessNames processes;
+    processes.Add("tuner", 70);
+    writer.Begin(processes, {5, 4, 3});
+    WriteCycle(writer, 1, 1);
+    writer.BeginCycle(2);
+    writer.AddProcess({2, "late", 71, 17});
+    writer.AddProcess({2, "later", 72, std::nullopt});
+    writer.AddDump("late", {'x'}, std::nullopt);
+    writer.EndCycle();
+    EXPECT_EQ(place.Read("capture/capture.json"),
+              R"({"version":1,"processes":{"tuner":70,"late":71,"later":72},"since":5,"start":4,"clock_offset":3,)"
+              R"("late":[{"cycle":2,"process":"late","since":17},{"cycle":2,"process":"later"}]})"
+              "\n");
+    EXPECT_FALSE(fs::exists(place.At("capture/000002/capture.json")));
+    const qxlt::CaptureReader reader(place.At("capture"));
+    ASSERT_EQ(reader.Late().size(), 2U);
+    EXPECT_EQ(reader.Late()[0].pid, 71);
+    EXPECT_EQ(reader.Late()[0].since, 17U);
+    EXPECT_EQ(reader.Late()[1].name, "later");
+    EXPECT_EQ(reader.Late()[1].cycle, 2U);
+    EXPECT_FALSE(reader.Late()[1].since);
 }
 
 TEST(CaptureWriter, RefusesAProcessNameThatJsonCannotHold) {

@@ -63,7 +63,7 @@ protected:
     }
     // In a block of exactly its size.
     void Message(const std::string& topic, const std::string& payload) {
-        const ExactBytes bytes(payload);
+        ExactBytes bytes(payload);
         m_inbox->Take("fleet/" + topic, {bytes.Data(), bytes.Size()});
     }
 

@@ -164,6 +164,26 @@ TEST(FleetMessage, RefusesWhatIsNoJson) {
     EXPECT_EQ(RefusalOf(kEventTopic, With(good, "2000", std::string(2000, '9'))), Refusal::Json);
 }
 
+TEST(FleetMessage, BoundsTheKeysOfAnObjectAndItsDepth) {
+    const auto isEvent = [](const std::string& call) {
+        return std::holds_alternative<FleetEvent>(
+            Read(kEventTopic, With(EventText(), R"({"callerName":"SetVolume","duration":2000})", call)));
+    };
+    const auto withKeys = [](int count) {
+        std::string keys;
+        for (int i = 0; i < count; ++i) keys += (i == 0 ? "\"" : ",\"") + std::to_string(i) + "\":{}";
+        return "{" + keys + "}";
+    };
+    EXPECT_TRUE(isEvent(withKeys(1024)));
+    EXPECT_FALSE(isEvent(withKeys(1025)));
+    EXPECT_TRUE(isEvent("{\"a\":[" + withKeys(1024) + "," + withKeys(1024) + "]}"));
+    const auto nested = [](std::size_t depth) {
+        return "{\"a\":" + std::string(depth, '[') + std::string(depth, ']') + "}";
+    };
+    EXPECT_TRUE(isEvent(nested(62)));
+    EXPECT_FALSE(isEvent(nested(70)));
+}
+
 TEST(FleetMessage, BoundsItsLength) {
     const std::string good = EventText();
     EXPECT_TRUE(std::holds_alternative<FleetEvent>(FleetReader("fleet/home", good.size()).Read(kEventTopic, good)));

@@ -1,12 +1,14 @@
 // What a store keeps and gives back, in SQLite and, where it is installed, in a PostgreSQL server of the test's own.
 #include <gmock/gmock.h>
-#include <sqlite3.h>
+
+#include <sstream>
 
 #include "DatabaseServer.h"
 #include "Failure.h"
 #include "IFleetStore.h"
 #include "Json.h"
 #include "PostgresConnection.h"
+#include "ReadFile.h"
 #include "SqlFleetStore.h"
 #include "SqliteConnection.h"
 #include "Workplace.h"
@@ -44,6 +46,26 @@ FleetStatus StatusOf(const std::string& device, std::uint64_t taken, DeviceState
     status.time = kNow;
     status.health = "{\"uptime\":5}";
     return status;
+}
+
+// The statements of docs/fleet.md, each without its semicolon.
+std::vector<std::string> Questions() {
+    const std::string page = ReadFile(QXLT_SOURCE_DIR "/docs/fleet.md");
+    std::vector<std::string> questions;
+    for (std::size_t at = page.find("```sql"); at != std::string::npos; at = page.find("```sql", at)) {
+        std::istringstream block(
+            page.substr(page.find('\n', at) + 1, page.find("```", at + 3) - page.find('\n', at) - 1));
+        std::string question;
+        for (std::string line; std::getline(block, line);) {
+            question += line + "\n";
+            const std::size_t end = question.find(';');
+            if (end == std::string::npos) continue;
+            questions.push_back(question.erase(end, 1));
+            question.clear();
+        }
+        at += 3;
+    }
+    return questions;
 }
 
 // The same tests for each database.
@@ -151,6 +173,16 @@ TEST_P(FleetStore, GoesOnFromTheAccountThatItKept) {
                 ElementsAre("a|running|8|4|5"));
 }
 
+TEST_P(FleetStore, KeepsTheHealthThatADeviceToldLast) {
+    const std::unique_ptr<IFleetStore> store = OpenFleetStore(Place(), "here");
+    FleetAccount account = Account(*store);
+    account.Take(StatusOf("a", 0), {});
+    Keep(*store, account, {});
+    EXPECT_EQ(account.Devices().front()->status->health, "");
+    Keep(*store, account, {EventOf("a", 1)});
+    EXPECT_THAT(Ask("SELECT health ->> 'uptime' FROM devices"), ElementsAre("5"));
+}
+
 TEST_P(FleetStore, KeepsTheAccountsOfReceiversApart) {
     const std::unique_ptr<IFleetStore> store = OpenFleetStore(Place(), "here");
     FleetAccount account = Account(*store);
@@ -189,6 +221,28 @@ TEST_P(FleetStore, RefusesTablesOfAVersionThatItDoesNotKnow) {
         EXPECT_EQ(failure.Status(), kCannotStart);
         EXPECT_THAT(failure.what(), HasSubstr("its tables have version 2, and this program knows 1"));
     }
+}
+
+// Each of them by an index: none reads all events.
+TEST_P(FleetStore, AnswersTheQuestionsOfTheGuide) {
+    const std::unique_ptr<IFleetStore> store = OpenFleetStore(Place(), "here");
+    std::size_t asked = 0;
+    for (std::string question : Questions()) {
+        const bool isForServer = question.find("-- PostgreSQL") != std::string::npos;
+        const bool isForFile = question.find("-- SQLite") != std::string::npos;
+        if (IsServer() ? isForFile : isForServer) continue;
+        if (IsServer() && question.find("strftime") != std::string::npos) {
+            const std::size_t begin = question.find("strftime");
+            question.replace(begin, question.find(')', begin) + 1 - begin, "now() - interval '1 hour'");
+        }
+        ++asked;
+        EXPECT_THAT(Ask(question), testing::IsEmpty()) << question;
+        if (IsServer()) continue;
+        for (const ISqlConnection::Row& row : Connection()->Run("EXPLAIN QUERY PLAN " + question)) {
+            EXPECT_THAT(row.back().value_or(""), testing::Not(testing::MatchesRegex("SCAN events"))) << question;
+        }
+    }
+    EXPECT_EQ(asked, 6u);
 }
 
 INSTANTIATE_TEST_SUITE_P(Databases, FleetStore, testing::Values("sqlite", "postgresql"),

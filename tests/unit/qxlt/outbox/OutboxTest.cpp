@@ -128,6 +128,7 @@ TEST_F(OutboxTest, TheLargestBatchStaysWithinTheBound) {
         ASSERT_EQ(outbox.Take(batch), "");
         EXPECT_LE(BytesOnDisk(), Outbox::kLeastBytes);
     }
+    EXPECT_GE(outbox.Count().waiting, 3u);
 }
 
 TEST_F(OutboxTest, TellsWhatItDroppedRunByRunAndWithoutWhatTheBrokerHas) {

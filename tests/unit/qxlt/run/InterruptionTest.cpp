@@ -31,6 +31,14 @@ TEST(Interruption, AHandledSignalEndsNothing) {
     EXPECT_EQ(interruption.Wait(std::nullopt), Interruption::Cause::Signal);
 }
 
+TEST(Interruption, AHandlerMayEndTheWait) {
+    Interruption interruption;
+    interruption.Handle(SIGHUP, [&interruption] { interruption.EndBySignal(); });
+    raise(SIGHUP);
+    EXPECT_EQ(interruption.Wait(std::nullopt), Interruption::Cause::Signal);
+    EXPECT_EQ(interruption.Wait(Soon()), Interruption::Cause::TimeOver);
+}
+
 TEST(Interruption, AWatchedDescriptorEndsNothing) {
     Interruption interruption;
     const qxlt::Descriptor event(eventfd(1, EFD_CLOEXEC));

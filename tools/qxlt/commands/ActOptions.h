@@ -1,0 +1,13 @@
+// The options that have programs run when events fire.
+#pragma once
+
+#include <CLI/App.hpp>
+
+namespace qxlt {
+
+struct RunOptions;
+
+// Adds --exec, --exec-at-once and --exec-limit. `options` must live as long as the command.
+void AddActOptions(CLI::App& command, RunOptions& options);
+
+}  // namespace qxlt

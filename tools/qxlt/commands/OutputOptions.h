@@ -1,0 +1,13 @@
+// The options that say where the lines of a live run go.
+#pragma once
+
+#include <CLI/App.hpp>
+
+namespace qxlt {
+
+struct RunOptions;
+
+// Adds --output, --rotate and --rotate-keep. `options` must live as long as the command.
+void AddOutputOptions(CLI::App& command, RunOptions& options);
+
+}  // namespace qxlt
