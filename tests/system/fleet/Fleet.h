@@ -31,13 +31,23 @@ protected:
     ~Fleet() override;
 
     // Starts a program that makes so many calls of Count, each of which is an event whose value is the call's number,
-    // from 0 on; one each millisecond. It lives until the test ends.
+    // from 0 on; one each few milliseconds, and 0 of them: without end. It lives until the test ends.
     void StartCalls(int calls);
     void WaitUntilCalled() { m_traced->WaitUntilDone(); }
+    // Another program of that name lives on, and calls nothing.
+    void StopCalls();
 
     // The run that publishes them, with the outbox of that name.
     Child::Setup Publisher(const std::string& address, const std::vector<std::string>& more = {},
                            const std::string& outbox = "outbox") const;
+
+    // Such a run, which waits for the program: no call will be older than it.
+    std::unique_ptr<Child> StartPublisher(const std::string& address, const std::vector<std::string>& more = {},
+                                          const std::string& outbox = "outbox") const;
+
+    // Waits until a run has shown the events of so many calls.
+    void WaitUntilShown(int calls) const;
+
     Child::Setup Receiver(const std::string& address, const std::vector<std::string>& more = {}) const;
 
     // A receiver that is there before anything is published.
@@ -53,10 +63,11 @@ protected:
     std::size_t StoredCount() const;
     void WaitUntilStored(std::size_t count) const;
 
-    // The store has one run's messages with numbers from 1 on, none twice and none left out, whose values are those of
-    // the calls from 0 on. Returns how many.
-    std::size_t ExpectNoGap() const;
-    void ExpectAllStored(std::size_t calls) const { EXPECT_EQ(ExpectNoGap(), calls); }
+    // The store has the messages of one run with numbers from 1 on, none twice and none left out, in the order of the
+    // calls. Returns the numbers of the calls.
+    std::vector<std::string> ExpectNoGap() const;
+    // And of every call, those so many.
+    void ExpectAllStored(std::size_t calls) const;
 
     // The first column of what the query gives on a database of the place. Nothing while there is no such table.
     std::vector<std::string> Select(const std::string& name, const std::string& query) const;

@@ -60,7 +60,7 @@ TEST(LineSchema, TakesTheLinesOfThePage) {
             EXPECT_EQ(SchemaFault(line), "");
         }
     }
-    EXPECT_EQ(lines, 30U);
+    EXPECT_EQ(lines, 31U);
 }
 
 TEST(LineSchema, TakesTheLinesThatAreKept) {

@@ -173,6 +173,22 @@ TEST_F(Rules, AreReadAgainOnAHangupSignal) {
     EXPECT_THAT(tool.Output(), HasSubstr("\"scripts\":1,\"events\":1,\"forgotten\":[\"COUNT_A\"]}"));
 }
 
+// A run takes what it is given at its start.
+TEST_F(Rules, AreNotRefusedForWhatTheRunBeganWith) {
+    const std::string faulty = R"(<event name="FAULTY" tag="IN" value="one" type="INT" watch="ALWAYS"/>)";
+    Write(Counting("COUNT_A") + faulty);
+    Child tool(Tool({"--watch"}));
+    const TracedProgram program(m_name, 1, 0, 5000);
+    EXPECT_TRUE(tool.WaitForOutput("\"event\":\"COUNT_A\""));
+    tool.Signal(SIGHUP);
+    EXPECT_TRUE(tool.WaitForError("the scripts are as before, rules "));
+    Write(Counting("COUNT_B") + faulty);
+    EXPECT_TRUE(tool.WaitForError("the changed scripts are refused; "));
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 1) << "an event in error";
+    EXPECT_EQ(CountOf("are refused", tool.Error()), 1U);
+}
+
 // The thread is the same in all calls: its first one fires, and no other.
 TEST_F(Rules, KeepWhatIsRememberedOfEventsThatStayTheSame) {
     const auto thread = [](const std::string& name, const std::string& more) {

@@ -46,6 +46,12 @@ public:
     const std::vector<const ScriptText*>& Scripts() const { return m_pointers; }
     std::uint64_t Content() const { return m_content.Value(); }
 
+    // Whether all are well-formed.
+    bool AreWhole() const {
+        return std::none_of(m_scripts.begin(), m_scripts.end(),
+                            [](const ScriptText& script) { return script.Defect().has_value(); });
+    }
+
     // What `qxlt check` calls errors, a line for each.
     std::vector<std::string> Errors() const {
         Findings findings;
@@ -92,13 +98,15 @@ void RuleReload::Read(Asked asked) {
 void RuleReload::Look(Asked asked) {
     try {
         const Texts texts(m_source.files);
+        const auto scripts = texts.AreWhole() ? std::make_shared<JoinedScripts>(texts.Scripts(), m_calls) : nullptr;
+        // What a run was begun with goes on, errors or not.
+        if (scripts != nullptr && *scripts == *m_last) return Take(scripts, asked);
         const std::vector<std::string> errors = texts.Errors();
         if (!errors.empty()) return Refuse(texts.Content(), asked, errors);
-        auto scripts = std::make_shared<JoinedScripts>(texts.Scripts(), m_calls);
         if (scripts->Processes().empty() && m_source.processes.empty()) {
             return Refuse(texts.Content(), asked, {"the changed scripts name no process to be watched"});
         }
-        Take(std::move(scripts), asked);
+        Take(scripts, asked);
     } catch (const Failure& failure) {
         Digest content;
         content.Add(failure.what());
