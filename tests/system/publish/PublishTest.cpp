@@ -212,6 +212,16 @@ TEST_F(Publish, AKilledRunLosesNothingThatItTookAndItsWillIsToldOf) {
     EXPECT_GE(numbers.size(), 20u);
 }
 
+TEST_F(Publish, ARunThatNeverFindsItsProcessEndsOrderlyToo) {
+    const MosquittoBroker broker;
+    Reader reader(broker);
+    Child tool(Tool(broker.Address("plant"), {"-p", "nobody", "--for", "1s"}));
+    EXPECT_EQ(tool.Finish(), 2);
+    ASSERT_TRUE(reader.WaitForState("ended"));
+    EXPECT_EQ(reader.Status().back()["taken"], 0);
+    EXPECT_EQ(reader.Status().back()["health"]["waitingFor"], Json::array({"nobody"}));
+}
+
 TEST_F(Publish, ItGoesOnWhenTheBrokerIsBack) {
     MosquittoBroker broker;
     Child tool(Tool(broker.Address("plant")));
