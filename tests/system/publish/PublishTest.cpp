@@ -166,6 +166,7 @@ TEST_F(Publish, TheBrokerHasEachEventThatIsShownAndHowTheRunIs) {
     }
     for (const Json& event : reader.Events()) ExpectEventSchema(event);
     for (const Json& status : reader.Status()) ExpectSchema("status", status);
+    EXPECT_TRUE(reader.Status().back()["health"].contains("outboxTaken")) << reader.Status().back();
     // Who comes later finds how it ended.
     Reader late(broker);
     EXPECT_TRUE(late.WaitForState("ended"));

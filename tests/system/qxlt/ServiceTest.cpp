@@ -211,6 +211,25 @@ TEST_F(Service, TellsWhenItIsReadyAndWhatItDoes) {
     EXPECT_THAT(manager.Told().back(), StartsWith("STOPPING=1\n")) << "nothing is told after it";
 }
 
+TEST_F(Service, TellsThatItReadsItsScenariosAgain) {
+    NotifySocket manager(m_place.At("notify"));
+    const Child server(Server());
+    Child tool(Tool({"--status-file", m_place.At("status.json")}, {{"NOTIFY_SOCKET", manager.Address()}}));
+    ASSERT_NE(manager.WaitFor("READY=1"), "");
+    const std::string rules = Status()["rules"];
+    m_place.Write("v.xml", VolumeScript("<event name=\"OTHER\" tag=\"IN\" value=\"0\" type=\"INT\"/>", m_name));
+    tool.Signal(SIGHUP);
+    EXPECT_THAT(manager.WaitFor("RELOADING=1"), StartsWith("RELOADING=1\n"));
+    EXPECT_THAT(manager.WaitFor("READY=1"), StartsWith("READY=1\n"));
+    EXPECT_TRUE(WaitForStatus([&rules](const auto& status) { return status["rules"] != rules; }));
+    EXPECT_TRUE(WaitForStatus([](const auto& status) {
+        return status["events"].size() == 2 && status["events"][0]["event"] == "OTHER" &&
+               status["events"][0]["fired"] > 0;
+    }));
+    tool.Signal(SIGTERM);
+    EXPECT_EQ(tool.Finish(), 0) << tool.Error();
+}
+
 // What it waits for may be started after it.
 TEST_F(Service, IsReadyWhileItWaits) {
     NotifySocket manager("@qxlt" + m_place.At("notify"));

@@ -9,7 +9,7 @@ namespace qxlt {
 
 namespace {
 
-constexpr std::uint64_t kLeastOutbox = 4 * 1000 * 1000;
+constexpr std::uint64_t kLeastOutbox = 4000000;
 
 // An option that takes a time, and belongs to --publish.
 void AddTime(CLI::App& command, CLI::Option& publish, const std::string& name, double& seconds,

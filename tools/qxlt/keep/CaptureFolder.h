@@ -13,7 +13,7 @@ class CaptureFolder final {
 public:
     struct Bounds {
         std::uint64_t captures = 100;
-        std::uint64_t bytes = std::uint64_t{256} << 20;
+        std::uint64_t bytes = 256000000;
     };
 
     // Makes the folder, if need be, and looks at what earlier runs have kept there: it counts, and goes first. What is

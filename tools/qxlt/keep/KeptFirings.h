@@ -23,7 +23,7 @@ public:
         std::vector<std::string> events;  // names or patterns
         std::uint64_t before = 10;        // cycles
         std::uint64_t after = 5;          //
-        std::uint64_t memory = 16 << 20;  // what the dumps of the cycles before may take
+        std::uint64_t memory = 16000000;  // what the dumps of the cycles before may take
         CaptureFolder::Bounds bounds;
     };
 

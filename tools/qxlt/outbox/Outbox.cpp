@@ -21,7 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr std::uint64_t kMostBatchBytes = 1024 * 1024;
+constexpr std::uint64_t kMostBatchBytes = std::uint64_t{1024} * 1024;
 constexpr std::uint64_t kBatchShare = 16;  // of the bound
 constexpr std::uint64_t kLogBatches = 5;  // the log's share: one it is put away at, one more, and pages that fill badly
 constexpr std::uint64_t kSparePages = 8;  // for what stands beside the messages

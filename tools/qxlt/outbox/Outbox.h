@@ -31,7 +31,7 @@ struct OutboxCounts {
 // Any thread may call the functions; none waits for more than the disk.
 class Outbox final {
 public:
-    static constexpr std::uint64_t kLeastBytes = 4 * 1000 * 1000;
+    static constexpr std::uint64_t kLeastBytes = 4000000;
 
     struct Message {
         std::string topic;

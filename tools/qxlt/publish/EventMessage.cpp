@@ -11,7 +11,7 @@ namespace qxlt {
 
 namespace {
 
-constexpr std::size_t kMostValue = 16 * 1024;  // of an event without its call
+constexpr std::size_t kMostValue = std::size_t{16} * 1024;  // of an event without its call
 
 // The keys that all events have, but for the call.
 void AddHead(JsonLine& line, const Sending& sending, std::uint64_t number, const EventView& view,

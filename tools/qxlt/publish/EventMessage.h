@@ -18,7 +18,7 @@ struct Sending {
 
 // An event with its number in the run. An event that would take more than kMostMessage bytes comes without its call,
 // and with the beginning of its value.
-inline constexpr std::size_t kMostMessage = 256 * 1024;
+inline constexpr std::size_t kMostMessage = std::size_t{256} * 1024;
 std::string EventMessage(const Sending& sending, std::uint64_t number, const EventView& view);
 
 enum class DeviceState { Running, Ended, Gone };

@@ -5,6 +5,7 @@
 
 #include "DeviceName.h"
 #include "Failure.h"
+#include "HealthPart.h"
 #include "Messages.h"
 #include "Text.h"
 #include "Topics.h"
@@ -36,16 +37,17 @@ std::string OutboxFileOf(const PublishOptions& options, const std::string& devic
 
 }  // namespace
 
-PublishPart::PublishPart(const PublishOptions& options, const RunSurroundings& /*surroundings*/)
-    : PublishPart(options, ReadBrokerAccess(options.broker)) {}
+PublishPart::PublishPart(const PublishOptions& options, const RunSurroundings& surroundings)
+    : PublishPart(options, ReadBrokerAccess(options.broker), surroundings.health) {}
 
-PublishPart::PublishPart(const PublishOptions& options, BrokerAccess access)
+PublishPart::PublishPart(const PublishOptions& options, BrokerAccess access, const HealthPart& health)
     : m_waitSeconds(options.waitSeconds),
       m_sending{DeviceName(options.device), BootId(), NewRunId()},
       m_file(OutboxFileOf(options, m_sending.device)),
       m_outbox({m_file, options.outboxBytes, options.outboxSeconds, m_sending.boot + ":" + m_sending.run}),
       m_firstNumber(m_outbox.Taken() + 1),
-      m_publisher(m_outbox, {std::move(access), m_sending, options.statusSeconds, m_file, {}}) {}
+      m_publisher(m_outbox,
+                  {std::move(access), m_sending, options.statusSeconds, m_file, [&health] { return health.Json(); }}) {}
 
 // A run that never began has no end of its own.
 PublishPart::~PublishPart() {
@@ -88,6 +90,15 @@ void PublishPart::TellNotTaken(const std::string& problem) {
         m_notTakenTold = m_notTaken;
     }
     m_isFull = !problem.empty();
+}
+
+std::vector<HealthFigure> PublishPart::Health() const {
+    const OutboxCounts counts = m_outbox.Count();
+    return {
+        {"outboxTaken", "qxlt_events_taken_total", "Events that were taken into the outbox.", counts.taken},
+        {"outboxWaiting", "qxlt_outbox_events", "Events that wait in the outbox for the broker.", counts.waiting},
+        {"outboxDropped", "qxlt_outbox_dropped", "Events that the outbox dropped since it was made.", counts.dropped},
+        {"outboxNotTaken", "qxlt_events_not_taken_total", "Events that the outbox had no room for.", m_notTaken}};
 }
 
 void PublishPart::OnEnd() {

@@ -25,10 +25,11 @@ public:
     void OnEvent(const EventView& view) override;
     void OnCycleEnd() override;
     void OnEnd() override;
+    std::vector<HealthFigure> Health() const override;
     bool Failed() const override { return m_notTaken != 0; }
 
 private:
-    PublishPart(const PublishOptions& options, BrokerAccess access);
+    PublishPart(const PublishOptions& options, BrokerAccess access, const HealthPart& health);
 
     void Commit();
     void TellNotTaken(const std::string& problem);

@@ -13,7 +13,7 @@ namespace {
 using std::chrono::seconds;
 
 constexpr std::size_t kMostFlights = 64;
-constexpr std::size_t kMostFlightBytes = 512 * 1024;
+constexpr std::size_t kMostFlightBytes = std::size_t{512} * 1024;
 constexpr seconds kToConnect(20);  // until the broker has let us in
 constexpr seconds kKeep(5);        // how often the connection is looked after
 constexpr seconds kLasting(10);    // a session that lasts so long was no failure
@@ -112,7 +112,6 @@ void Sender::Serve(bool canRead, bool canWrite, Clock::time_point now) {
 void Sender::Begin(Clock::time_point now) {
     m_isUp = true;
     m_statusDue = now;
-    m_news.Connected(now);
 }
 
 void Sender::TakeAcknowledged() {
@@ -161,12 +160,14 @@ bool Sender::Send(const OutboxMessage& message) {
     return true;
 }
 
-// Every so often, and soon when more was dropped.
+// Every so often, and soon when more was dropped. With it people are told that the connection stands; when they have
+// been told too much lately, a later status does it.
 void Sender::TellStatus(Clock::time_point now) {
     if (m_lastWord != 0) return;
     const bool dropsMore = now - m_statusTold >= kDroppedAgain && m_outbox.Count().dropped != m_droppedTold;
     if (now < m_statusDue && !dropsMore) return;
     m_session->Publish(m_statusTopic, Status(DeviceState::Running), true);
+    m_news.Connected(now);
     m_statusTold = now;
     m_statusDue = now + Ticks(std::chrono::duration<double>(m_settings.statusSeconds));
 }

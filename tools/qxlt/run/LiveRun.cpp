@@ -167,9 +167,10 @@ std::vector<HealthFigure> LiveRun::Figures() const {
     return all;
 }
 
-// The tracker goes first: its worker uses everything else.
+// The tracker goes first: its worker uses everything else. Then the parts, the last one first: others ask the health.
 LiveRun::~LiveRun() {
     m_tracker.reset();
+    while (!m_parts.empty()) m_parts.pop_back();
 }
 
 std::set<std::string> LiveRun::WantedBy(const JoinedScripts& scripts) const {
