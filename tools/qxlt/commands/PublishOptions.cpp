@@ -23,7 +23,7 @@ void AddTime(CLI::App& command, CLI::Option& publish, const std::string& name, d
 }
 
 std::string RequireOutboxSize(const std::string& text) {
-    const std::string problem = RequireSize(text);
+    std::string problem = RequireSize(text);
     if (!problem.empty() || *ReadSize(text) >= kLeastOutbox) return problem;
     return "an outbox of " + text + " holds too little; give it 4MB or more";
 }

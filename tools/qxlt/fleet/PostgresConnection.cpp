@@ -95,7 +95,8 @@ const SqlDialect& PostgresConnection::Dialect() const {
 
 std::string PostgresConnection::RowsOfJson(const Columns& columns) const {
     std::string typed;
-    for (const auto& [name, type] : columns) typed += (typed.empty() ? "" : ", ") + name + " " + type;
+    for (const auto& [name, type] : columns)
+        typed.append(typed.empty() ? "" : ", ").append(name).append(" ").append(type);
     return "jsonb_to_recordset($1::jsonb) AS r(" + typed + ")";
 }
 

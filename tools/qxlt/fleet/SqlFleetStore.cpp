@@ -52,7 +52,8 @@ bool IsOptional(const std::string& name, bool isDevice) {
 std::string TableText(const std::string& name, const Columns& columns, const std::string& key) {
     std::string text = "CREATE TABLE " + name + "(";
     for (const auto& [column, type] : columns) {
-        text += column + " " + type + (IsOptional(column, name == "devices") ? "" : " NOT NULL") + ", ";
+        const bool isOptional = IsOptional(column, name == "devices");
+        text.append(column).append(" ").append(type).append(isOptional ? "" : " NOT NULL").append(", ");
     }
     return text + key + ")";
 }

@@ -103,8 +103,8 @@ std::string SqliteConnection::RowsOfJson(const Columns& columns) const {
     std::string picked;
     for (const auto& [name, type] : columns) {
         const bool isJson = name == "call" || name == "health";
-        picked += (picked.empty() ? "" : ", ") +
-                  (isJson ? "nullif(value -> '" + name + "', 'null')" : "value ->> '" + name + "'") + " AS " + name;
+        const std::string value = isJson ? "nullif(value -> '" + name + "', 'null')" : "value ->> '" + name + "'";
+        picked.append(picked.empty() ? "" : ", ").append(value).append(" AS ").append(name);
     }
     return "(SELECT " + picked + " FROM json_each($1)) AS r";
 }

@@ -13,7 +13,7 @@ namespace {
 std::string WholeCharacters(const std::string& text) {
     if (text.size() < QxEventTally::kMaxValue) return text;
     for (std::size_t cut = 0; cut < 4; ++cut) {
-        const std::string shorter = text.substr(0, text.size() - cut);
+        std::string shorter = text.substr(0, text.size() - cut);
         if (IsUtf8(shorter)) return shorter;
     }
     return text;

@@ -28,7 +28,7 @@ bool CanDraw() {
 std::string ClearText() {
     int fault = 0;
     if (setupterm(nullptr, STDOUT_FILENO, &fault) != OK) return "";
-    const std::string clear = Capability("cup").empty() ? "" : Capability("clear");
+    std::string clear = Capability("cup").empty() ? "" : Capability("clear");
     del_curterm(cur_term);
     return clear;
 }

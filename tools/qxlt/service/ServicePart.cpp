@@ -14,7 +14,7 @@ namespace {
 
 std::string Taken(const char* name) {
     const char* const value = std::getenv(name);
-    const std::string text = value == nullptr ? "" : value;
+    std::string text = value == nullptr ? "" : value;
     unsetenv(name);
     return text;
 }
