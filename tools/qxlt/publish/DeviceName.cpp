@@ -1,13 +1,15 @@
 #include "DeviceName.h"
 
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
 #include <sys/random.h>
 
 #include <algorithm>
+#include <array>
 #include <fstream>
 #include <random>
 
 #include "Failure.h"
-#include "Sha256.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -40,9 +42,13 @@ void RequireName(const std::string& name) {
 
 // As systemd does it: the key makes the ids of different applications differ, and the bits say that it is a random one.
 std::string NameOfMachine(const std::string& machineId) {
-    Sha256Sum sum = HmacSha256(Unhex(machineId), Unhex(kNameKey));
-    sum[6] = static_cast<std::uint8_t>((sum[6] & 0x0f) | 0x40);
-    sum[8] = static_cast<std::uint8_t>((sum[8] & 0x3f) | 0x80);
+    const std::string id = Unhex(machineId);
+    const std::string application = Unhex(kNameKey);
+    std::array<unsigned char, EVP_MAX_MD_SIZE> sum{};
+    HMAC(EVP_sha256(), id.data(), static_cast<int>(id.size()),
+         reinterpret_cast<const unsigned char*>(application.data()), application.size(), sum.data(), nullptr);
+    sum[6] = static_cast<unsigned char>((sum[6] & 0x0f) | 0x40);
+    sum[8] = static_cast<unsigned char>((sum[8] & 0x3f) | 0x80);
     return Hex(std::string(sum.begin(), sum.begin() + kIdDigits / 2));
 }
 

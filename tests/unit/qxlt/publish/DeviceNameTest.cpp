@@ -3,26 +3,11 @@
 #include <gmock/gmock.h>
 
 #include "Failure.h"
-#include "Sha256.h"
-#include "Text.h"
 
 namespace qxlt {
 namespace {
 
 using testing::MatchesRegex;
-
-std::string HexOf(const Sha256Sum& sum) {
-    return Hex(std::string(sum.begin(), sum.end()));
-}
-
-TEST(Sha256, GivesTheSumsOfTheStandard) {
-    EXPECT_EQ(HexOf(Sha256("abc")), "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad");
-    EXPECT_EQ(HexOf(Sha256("")), "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855");
-    EXPECT_EQ(HexOf(Sha256("abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq")),
-              "248d6a61d20638b8e5c026930c3e6039a33ce45964ff2167f6ecedd419db06c1");
-    EXPECT_EQ(HexOf(HmacSha256("Jefe", "what do ya want for nothing?")),
-              "5bdcc146bf60754e6a042426089575c75a003f089d2739839dec58b964ec3843");
-}
 
 TEST(DeviceName, IsTheOneThatWasGiven) {
     EXPECT_EQ(DeviceName("box 7/\xc3\xa4"), "box 7/\xc3\xa4");
