@@ -1,7 +1,7 @@
 // The options that have programs run when events fire.
 #pragma once
 
-#include <CLI/App.hpp>
+#include "CliFwd.h"
 
 namespace qxlt {
 

@@ -1,8 +1,9 @@
 // The options that say how a broker is reached: the same for whoever publishes to it and whoever reads from it.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <string>
+
+#include "CliFwd.h"
 
 namespace qxlt {
 

@@ -1,8 +1,7 @@
 // The options that give out the health of a run.
 #pragma once
 
-#include <CLI/App.hpp>
-
+#include "CliFwd.h"
 #include "LiveRun.h"
 
 namespace qxlt {

@@ -1,7 +1,7 @@
 // The options that have a live run keep dumps: all of them, or those around an event.
 #pragma once
 
-#include <CLI/App.hpp>
+#include "CliFwd.h"
 
 namespace qxlt {
 

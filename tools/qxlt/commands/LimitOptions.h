@@ -1,10 +1,10 @@
 // The option that bounds how many events a live run hands on.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <optional>
 #include <string>
 
+#include "CliFwd.h"
 #include "EventLimits.h"
 
 namespace qxlt {

@@ -1,8 +1,7 @@
 // The options that say what of the numbers of methods is counted, and in which order they stand.
 #pragma once
 
-#include <CLI/App.hpp>
-
+#include "CliFwd.h"
 #include "MethodOrder.h"
 #include "MethodStatistics.h"
 

@@ -1,10 +1,11 @@
 // Options out of a file: lines of `name = value`, as options have them without their dashes.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "CliFwd.h"
 
 namespace qxlt {
 

@@ -1,7 +1,7 @@
 // The options that say where the lines of a live run go.
 #pragma once
 
-#include <CLI/App.hpp>
+#include "CliFwd.h"
 
 namespace qxlt {
 

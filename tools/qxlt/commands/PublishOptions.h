@@ -1,11 +1,11 @@
 // What --publish and the options that belong to it ask of a live run.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <cstdint>
 #include <string>
 
 #include "BrokerOptions.h"
+#include "CliFwd.h"
 
 namespace qxlt {
 

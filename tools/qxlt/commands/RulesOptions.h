@@ -1,7 +1,7 @@
 // The options of a live run about scripts that change while it goes on.
 #pragma once
 
-#include <CLI/App.hpp>
+#include "CliFwd.h"
 
 namespace qxlt {
 

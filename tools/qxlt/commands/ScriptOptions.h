@@ -1,11 +1,11 @@
 // The options that commands which run scripts have in common.
 #pragma once
 
-#include <CLI/App.hpp>
 #include <string>
 #include <vector>
 
 #include "CallScript.h"
+#include "CliFwd.h"
 #include "Explainer.h"
 
 namespace qxlt {

@@ -2,8 +2,7 @@
 // same.
 #pragma once
 
-#include <CLI/App.hpp>
-
+#include "CliFwd.h"
 #include "ShowOptions.h"
 
 namespace qxlt {
