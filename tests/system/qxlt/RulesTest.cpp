@@ -8,6 +8,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <thread>
@@ -46,20 +47,24 @@ std::string Scenario(const std::string& actions) {
     return "<Scenario>\n" + actions + "\n</Scenario>\n";
 }
 
+// Not of int: the test framework, which no sanitizer was built into, grows vectors of those itself, and the two would
+// not agree on what their ends are.
+using Numbers = std::vector<std::int64_t>;
+
 // The values of the events of a process, in order; of all events whose name begins so.
-std::vector<int> Values(const std::string& output, const std::string& event, const std::string& process) {
-    std::vector<int> values;
+Numbers Values(const std::string& output, const std::string& event, const std::string& process) {
+    Numbers values;
     for (const std::string& line : Lines(output)) {
         const qxlt::JsonObject json = qxlt::ParseJson("line", line);
         if (!json.contains("event") || json["event"].get<std::string>().rfind(event, 0) != 0) continue;
-        if (json["call"]["process"] == process) values.push_back(std::stoi(json["value"].get<std::string>()));
+        if (json["call"]["process"] == process) values.push_back(std::stoll(json["value"].get<std::string>()));
     }
     return values;
 }
 
-std::vector<int> UpTo(int count) {
-    std::vector<int> numbers;
-    for (int i = 0; i < count; ++i) numbers.push_back(i);
+Numbers UpTo(std::int64_t count) {
+    Numbers numbers;
+    for (std::int64_t i = 0; i < count; ++i) numbers.push_back(i);
     return numbers;
 }
 
@@ -152,9 +157,9 @@ TEST_F(Rules, AreRefusedOnceForEachChangeAndTheLastGoodOnesStay) {
     EXPECT_EQ(CountOf("not well-formed", tool.Error()), 1U);
     EXPECT_EQ(CountOf(refused, tool.Error()), 4U) << tool.Error();
     EXPECT_THAT(tool.Output(), Not(HasSubstr("COUNT_B")));
-    const std::vector<int> values = Values(tool.Output(), "COUNT_", m_name);
-    std::vector<int> whole = UpTo(static_cast<int>(values.size()));
-    for (int& value : whole) value += values.front();
+    const Numbers values = Values(tool.Output(), "COUNT_", m_name);
+    Numbers whole = UpTo(static_cast<std::int64_t>(values.size()));
+    for (std::int64_t& value : whole) value += values.front();
     EXPECT_EQ(values, whole);
 }
 
@@ -239,7 +244,7 @@ TEST_F(Rules, FollowTheProcessesThatTheyName) {
         WriteWhole(Scenario(own + "\n" + Idle(other) + Action(m_name, Counting("AGAIN"), "again")));
         EXPECT_TRUE(tool.WaitForOutput("\"event\":\"AGAIN\""));
         Finish(tool);
-        const std::vector<int> values = Values(tool.Output(), "COUNT_A", other);
+        const Numbers values = Values(tool.Output(), "COUNT_A", other);
         ASSERT_THAT(values, Not(IsEmpty()));
         int gaps = 0;
         for (std::size_t i = 1; i < values.size(); ++i) {
