@@ -35,8 +35,7 @@ struct QxHealth {
     std::uint64_t worksNs;
     std::uint64_t longestCallbackNs;  // once events are counted, see below; 0 before
     std::uint64_t callbacksNs;
-    std::uint64_t
-        storeBytes;  // about what the store takes between two cycles: call sites, layouts, threads, spare calls
+    std::uint64_t storeBytes;  // about what the store keeps between cycles: call sites, layouts, threads, spare calls
 };
 
 // Fills `out` and returns 1; returns 0, and fills it with zeros, for a tracker of another making. `size` stays as it

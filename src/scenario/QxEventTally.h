@@ -16,9 +16,8 @@ public:
     static constexpr std::size_t kMaxValue = 256;
 
     struct Row {
-        std::uint64_t seen = 0;  // evaluations
-        std::uint64_t matched =
-            0;  // of these, with a value that the event asks for: it fired, or it had done so before
+        std::uint64_t seen = 0;     // evaluations
+        std::uint64_t matched = 0;  // of these, with a value that the event asks for: it fired, or had done so before
         std::uint64_t fired = 0;
         std::uint64_t errors = 0;  // evaluations that threw
         std::string lastValue;     // of the one that fired last
