@@ -87,8 +87,9 @@ public:
 struct RunSurroundings {
     const JoinedScripts& scripts;  // with which the run begins
     RuleExchange& rules;           // which of them run, and others to take their place
-    Interruption& interruption;  // handlers run on the thread that started the run, also before OnBegin and after OnEnd
-    const HealthPart& health;    // may be asked by any thread
+    // Handlers run on the thread that started the run, before OnBegin, too; while the run ends, on one of their own.
+    Interruption& interruption;
+    const HealthPart& health;  // may be asked by any thread
 };
 
 // Makes a part of the run that is about to begin. Throws a Failure (cannot start).
