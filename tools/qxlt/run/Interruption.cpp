@@ -20,7 +20,11 @@ namespace {
 sigset_t EndingSignals() {
     sigset_t signals;
     sigemptyset(&signals);
-    for (const int number : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&signals, number);
+    for (const int number : {SIGINT, SIGTERM}) sigaddset(&signals, number);
+    // A signal that is ignored would be told of all the same, once it is taken here.
+    struct sigaction hangup {};
+    sigaction(SIGHUP, nullptr, &hangup);
+    if (hangup.sa_handler != SIG_IGN) sigaddset(&signals, SIGHUP);
     return signals;
 }
 

@@ -50,4 +50,12 @@ TEST(Interruption, AWatchedDescriptorEndsNothing) {
     EXPECT_EQ(interruption.Wait(std::nullopt), Interruption::Cause::Request);
 }
 
+TEST(Interruption, AHangupThatIsIgnoredEndsNothing) {
+    std::signal(SIGHUP, SIG_IGN);
+    Interruption interruption;
+    raise(SIGHUP);
+    EXPECT_EQ(interruption.Wait(Soon()), Interruption::Cause::TimeOver);
+    std::signal(SIGHUP, SIG_DFL);
+}
+
 }  // namespace
