@@ -132,7 +132,9 @@ bool Child::Pump() {
 
 bool Child::WaitFor(const Stream& stream, const std::string& text) {
     const Clock::time_point limit = Clock::now() + kPatience;
-    while (stream.text.find(text) == std::string::npos) {
+    std::size_t searched = 0;
+    while (stream.text.find(text, searched) == std::string::npos) {
+        searched = stream.text.size() - std::min(stream.text.size(), text.size());
         if (Clock::now() > limit || !Pump()) return false;
     }
     return true;

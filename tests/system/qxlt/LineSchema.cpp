@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <regex>
 
@@ -39,9 +40,9 @@ private:
         if (word == "minimum") return !value.is_number() || value >= wanted;
         if (word == "maximum") return !value.is_number() || value <= wanted;
         if (word == "minProperties") return value.size() >= wanted.get<std::size_t>();
-        if (word == "pattern")
-            return !value.is_string() ||
-                   std::regex_search(value.get<std::string>(), std::regex(wanted.get<std::string>()));
+        if (word == "pattern") {
+            return !value.is_string() || IsFound(wanted.get<std::string>(), value.get<std::string>());
+        }
         if (word == "required") return !value.is_object() || HasAll(wanted, value);
         if (word == "properties") return HasProperties(schema, value);
         if (word == "items") {
@@ -49,6 +50,12 @@ private:
                    std::all_of(value.begin(), value.end(), [&](const Json& item) { return Matches(wanted, item); });
         }
         return false;
+    }
+
+    // Patterns are few, and making one takes far longer than using it.
+    static bool IsFound(const std::string& pattern, const std::string& text) {
+        static std::map<std::string, std::regex>& made = *new std::map<std::string, std::regex>;
+        return std::regex_search(text, made.try_emplace(pattern, pattern).first->second);
     }
 
     std::ptrdiff_t Count(const Json& schemas, const Json& value) const {
@@ -84,7 +91,7 @@ private:
 
     bool IsUnnamed(const Json& schema, const std::string& key, const Json& property) const {
         for (const auto& [pattern, wanted] : schema["patternProperties"].items()) {
-            if (std::regex_search(key, std::regex(pattern))) return Matches(wanted, property);
+            if (IsFound(pattern, key)) return Matches(wanted, property);
         }
         const auto others = schema.find("additionalProperties");
         return others != schema.end() && others->is_object() && Matches(*others, property);
