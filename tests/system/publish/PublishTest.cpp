@@ -193,6 +193,21 @@ TEST_F(Publish, WhatWaitsForABrokerThatIsAwayIsPublishedByTheNextRun) {
     EXPECT_EQ(reader.NumbersOf(reader.Status().back()["run"]), Through(Lines(second.Output()).size()));
 }
 
+TEST_F(Publish, TheLastStatusKnowsWhatTheEndHasPublished) {
+    MosquittoBroker broker;
+    broker.Stop();
+    const std::string status = m_place.At("status.json");
+    Child tool(Tool(broker.Address("plant"), {"--status-file", status}));
+    EXPECT_TRUE(tool.WaitForOutput("VOLUME"));
+    broker.Start();
+    tool.Signal(SIGINT);
+    EXPECT_EQ(tool.Finish(), 0) << tool.Error();
+    const Json last = Json::parse(m_place.Read("status.json"));
+    EXPECT_EQ(last["state"], "ended");
+    EXPECT_EQ(last["outboxTaken"], Lines(tool.Output()).size());
+    EXPECT_EQ(last["outboxWaiting"], 0);
+}
+
 TEST_F(Publish, AKilledRunLosesNothingThatItTookAndItsWillIsToldOf) {
     const MosquittoBroker broker;
     Reader reader(broker);

@@ -16,8 +16,7 @@
 #include <tuple>
 #include <vector>
 
-#include "Child.h"
-#include "Workplace.h"
+#include "TracedRun.h"
 
 namespace {
 
@@ -29,32 +28,7 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::StartsWith;
 
-// A traced program under a name that no other process has, and a scenario for it.
-class InService : public testing::Test {
-protected:
-    InService() { m_script = m_place.Write("v.xml", VolumeScript(kEveryVolume, m_name)); }
-
-    Child::Setup Server() const {
-        Child::Setup setup;
-        setup.command = {m_place.At(m_name), "--rate", "100"};
-        setup.environment = Environment();
-        return setup;
-    }
-
-    Child::Setup Tool(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(), {"run", "-s", m_script, "--pause", "fast"});
-        Child::Setup setup;
-        setup.environment = Environment();
-        return ToolSetup(arguments, setup);
-    }
-
-    // Recordings and dumps of a test's own, which go with it.
-    std::map<std::string, std::string> Environment() const { return {{"QX_RUNTIME_DIR", m_place.At("recordings")}}; }
-
-    const Workplace m_place;
-    const std::string m_name = m_place.CopyUnderOwnName(QXLT_MEDIA_SERVER);
-    std::string m_script;
-};
+class InService : public TracedRun {};
 
 // Those of the lines that are events of cycles within the bounds.
 std::vector<std::string> EventsOf(const std::vector<std::string>& lines, int first, int last) {

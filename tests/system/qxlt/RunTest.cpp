@@ -12,8 +12,7 @@
 #include <filesystem>
 #include <sstream>
 
-#include "Child.h"
-#include "Workplace.h"
+#include "TracedRun.h"
 
 namespace {
 
@@ -35,34 +34,10 @@ std::string LinesWith(const std::string& part, const std::string& text) {
     return found;
 }
 
-// A traced program under a name that no other process has, and a scenario for it.
-class Run : public testing::Test {
+class Run : public TracedRun {
 protected:
-    Run() { m_script = m_place.Write("v.xml", VolumeScript(kEveryVolume, m_name)); }
-
-    Child::Setup Server() const {
-        Child::Setup setup;
-        setup.command = {m_place.At(m_name), "--rate", "100"};
-        setup.environment = Environment();
-        return setup;
-    }
-
-    Child::Setup Tool(std::vector<std::string> arguments) const {
-        arguments.insert(arguments.begin(), {"run", "-s", m_script, "--pause", "fast"});
-        Child::Setup setup;
-        setup.environment = Environment();
-        return ToolSetup(arguments, setup);
-    }
-
-    // Recordings and dumps of a test's own, which go with it.
-    std::map<std::string, std::string> Environment() const { return {{"QX_RUNTIME_DIR", m_place.At("recordings")}}; }
-
     // Lets that many seconds pass.
     void Pass(const std::string& seconds) const { Child(Tool({"-p", "nobody", "--for", seconds})).Finish(); }
-
-    const Workplace m_place;
-    const std::string m_name = m_place.CopyUnderOwnName(QXLT_MEDIA_SERVER);
-    std::string m_script;
 };
 
 TEST_F(Run, ReplaysWhatItKeptToTheSameEvents) {

@@ -3,8 +3,8 @@
 
 #include "CommandList.h"
 #include "FleetOptions.h"
+#include "SecondsOption.h"
 #include "ShowingOptions.h"
-#include "TimeText.h"
 
 namespace qxlt {
 
@@ -28,14 +28,6 @@ std::string RequireClient(const std::string& text) {
 
 std::string RequireStore(const std::string& text) {
     return text.empty() ? "the store has no name" : "";
-}
-
-void AddTime(CLI::App& command, const std::string& option, double& seconds, const std::string& description) {
-    command
-        .add_option_function<std::string>(
-            option, [&seconds](const std::string& text) { seconds = ReadSeconds(text).value_or(0); }, description)
-        ->check(RequireLength)
-        ->option_text("TIME");
 }
 
 void AddPatterns(CLI::App& command, const std::string& option, std::vector<std::string>& patterns,
@@ -69,16 +61,11 @@ void AddFleet(CLI::App& app, Invocation& invocation) {
                     "host and topics)")
         ->check(RequireClient)
         ->option_text("NAME");
-    AddTime(command, "--grace", options->graceSeconds, "How late an event may be before it is missing (default: 10s)");
+    AddSecondsOption(command, "--grace", options->graceSeconds,
+                     "How late an event may be before it is missing (default: 10s)");
     CLI::Option& top = *command.add_flag("--top", options->top, "Show which events fire how often, by device");
-    command
-        .add_option_function<std::string>(
-            "--every", [options](const std::string& text) { options->everySeconds = ReadSeconds(text).value_or(1); },
-            "How often that is shown (default: 1s)")
-        ->needs(&top)
-        ->check(RequireLength)
-        ->option_text("TIME");
-    AddTime(command, "--for", options->seconds, "End after this time");
+    AddSecondsOption(command, "--every", options->everySeconds, "How often that is shown (default: 1s)").needs(&top);
+    AddSecondsOption(command, "--for", options->seconds, "End after this time");
     AddBrokerOptions(command, options->broker);
     AddQuietOption(command);
 }

@@ -2,25 +2,14 @@
 
 #include <CLI/CLI.hpp>
 
+#include "SecondsOption.h"
 #include "SizeText.h"
-#include "TimeText.h"
 
 namespace qxlt {
 
 namespace {
 
 constexpr std::uint64_t kLeastOutbox = 4000000;
-
-// An option that takes a time, and belongs to --publish.
-void AddTime(CLI::App& command, CLI::Option& publish, const std::string& name, double& seconds,
-             const std::string& description) {
-    command
-        .add_option_function<std::string>(
-            name, [&seconds](const std::string& text) { seconds = ReadSeconds(text).value_or(0); }, description)
-        ->check(RequireLength)
-        ->needs(&publish)
-        ->option_text("TIME");
-}
 
 std::string RequireOutboxSize(const std::string& text) {
     std::string problem = RequireSize(text);
@@ -49,10 +38,12 @@ void AddPublishOptions(CLI::App& command, PublishOptions& options) {
         ->check(RequireOutboxSize)
         ->needs(&publish)
         ->option_text("SIZE");
-    AddTime(command, publish, "--outbox-age", options.outboxSeconds, "How long events wait (7d)");
-    AddTime(command, publish, "--status-every", options.statusSeconds, "How often the status is published (30s)");
-    AddTime(command, publish, "--publish-wait", options.waitSeconds,
-            "How long the end waits until all is published (5s)");
+    AddSecondsOption(command, "--outbox-age", options.outboxSeconds, "How long events wait (7d)").needs(&publish);
+    AddSecondsOption(command, "--status-every", options.statusSeconds, "How often the status is published (30s)")
+        .needs(&publish);
+    AddSecondsOption(command, "--publish-wait", options.waitSeconds,
+                     "How long the end waits until all is published (5s)")
+        .needs(&publish);
 }
 
 }  // namespace qxlt

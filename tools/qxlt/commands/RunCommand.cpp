@@ -11,10 +11,10 @@
 #include "OptionFile.h"
 #include "OutputOptions.h"
 #include "RulesOptions.h"
+#include "SecondsOption.h"
 #include "ServicePart.h"
 #include "ShowScript.h"
 #include "ShowingOptions.h"
-#include "TimeText.h"
 
 namespace qxlt {
 
@@ -65,12 +65,7 @@ void AddRun(CLI::App& app, Invocation& invocation) {
         ->option_text("NAME");
     AddChoice<bool>(command, "--pause", options->fast, {{"fast", true}, {"normal", false}},
                     "The pause after each dump: 10 ms, or 1 s (default)");
-    command
-        .add_option_function<std::string>(
-            "--for", [options](const std::string& text) { options->seconds = ReadSeconds(text).value_or(0); },
-            "End after this time (10s, 500ms, 2m, 1h), waiting included")
-        ->check(RequireLength)
-        ->option_text("TIME");
+    AddSecondsOption(command, "--for", options->seconds, "End after this time (10s, 500ms, 2m, 1h), waiting included");
     AddEndOption(command, options->until);
     command.add_flag("--history", options->history, "Evaluate calls from before the start, too");
     AddLossOption(command, options->failOnLoss);

@@ -6,8 +6,8 @@
 #include "MethodOptions.h"
 #include "MethodTop.h"
 #include "ScreenDisplay.h"
+#include "SecondsOption.h"
 #include "ShowingOptions.h"
-#include "TimeText.h"
 
 namespace qxlt {
 
@@ -46,14 +46,6 @@ int Top(TopOptions& options, const CommonOptions& common) {
     return status;
 }
 
-void AddTime(CLI::App& command, const std::string& option, double& seconds, const std::string& description) {
-    command
-        .add_option_function<std::string>(
-            option, [&seconds](const std::string& text) { seconds = ReadSeconds(text).value_or(0); }, description)
-        ->check(RequireLength)
-        ->option_text("TIME");
-}
-
 }  // namespace
 
 void AddTop(CLI::App& app, Invocation& invocation) {
@@ -64,8 +56,9 @@ void AddTop(CLI::App& app, Invocation& invocation) {
         ->required()
         ->allow_extra_args(false)
         ->option_text("NAME");
-    AddTime(command, "--every", options->choice.seconds, "How often, at most (default: 1s); it ends with a cycle");
-    AddTime(command, "--for", options->run.seconds, "End after this time, waiting included");
+    AddSecondsOption(command, "--every", options->choice.seconds,
+                     "How often, at most (default: 1s); it ends with a cycle");
+    AddSecondsOption(command, "--for", options->run.seconds, "End after this time, waiting included");
     command.add_flag("--once", options->choice.once, "End with the first table");
     AddMethodOptions(command, options->choice.statistics, options->order);
     AddFilterOptions(command, options->show);

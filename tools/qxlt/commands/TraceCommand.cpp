@@ -6,6 +6,7 @@
 #include "LiveRun.h"
 #include "Messages.h"
 #include "NestedRun.h"
+#include "SecondsOption.h"
 #include "ShowingOptions.h"
 #include "Text.h"
 #include "TimeText.h"
@@ -90,12 +91,7 @@ void AddLiveOptions(CLI::App& command, RunOptions& run) {
         ->option_text("NAME|GLOB");
     AddChoice<bool>(command, "--pause", run.fast, {{"fast", true}, {"normal", false}},
                     "Live: the pause after each dump, 10 ms, or 1 s (default)");
-    command
-        .add_option_function<std::string>(
-            "--for", [&run](const std::string& text) { run.seconds = ReadSeconds(text).value_or(0); },
-            "Live: end after this time, waiting included")
-        ->check(RequireLength)
-        ->option_text("TIME");
+    AddSecondsOption(command, "--for", run.seconds, "Live: end after this time, waiting included");
 }
 
 }  // namespace

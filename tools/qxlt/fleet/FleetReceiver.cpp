@@ -17,6 +17,7 @@
 #include "Backoff.h"
 #include "BrokerAccess.h"
 #include "Descriptor.h"
+#include "Digest.h"
 #include "FleetAccount.h"
 #include "FleetInbox.h"
 #include "FleetPrinter.h"
@@ -37,14 +38,11 @@ using Clock = Interruption::Clock;
 constexpr std::chrono::seconds kTick{1};
 constexpr std::chrono::seconds kPatience{5};  // for a store that is away when all is over
 
-// FNV-1a, in hex: the same for the same text on each machine.
+// The same for the same text on each machine.
 std::string HashText(const std::string& text) {
-    std::uint64_t hash = 0xCBF29CE484222325u;
-    for (const char byte : text) hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001B3u;
-    constexpr char kDigits[] = "0123456789abcdef";
-    std::string digits;
-    for (int shift = 60; shift >= 0; shift -= 4) digits += kDigits[hash >> shift & 15];
-    return digits;
+    Digest digest;
+    digest.Add(text);
+    return DigestText(digest.Value());
 }
 
 std::string HostName() {

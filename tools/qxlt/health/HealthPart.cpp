@@ -176,7 +176,14 @@ void HealthPart::TakeAccount() {
     }
 }
 
+// Others give it out when they end.
 void HealthPart::OnEnd() {
+    m_next.figures = m_sources.figures();
+    End();
+}
+
+// And what they told of themselves has changed with that.
+void HealthPart::OnEnded() {
     m_next.figures = m_sources.figures();
     End();
 }

@@ -48,6 +48,7 @@ public:
     void OnDump(const RunDump& dump) override;
     void OnCycleEnd() override;
     void OnEnd() override;
+    void OnEnded() override;
     IQxEventObserver* Observer() override { return &m_tally; }
 
     // The run's health now, as the JSON object and in a few words. Any thread.

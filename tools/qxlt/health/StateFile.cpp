@@ -11,22 +11,13 @@
 #include <utility>
 
 #include "Descriptor.h"
+#include "WriteAll.h"
 
 namespace qxlt {
 
 namespace {
 
 constexpr mode_t kReadable = 0644;
-
-bool WriteAll(int file, std::string_view content) {
-    while (!content.empty()) {
-        const ssize_t written = write(file, content.data(), content.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written <= 0) return false;
-        content.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -41,7 +32,8 @@ std::string StateFile::Write(std::string_view content) const {
     if (!IsAny()) return {};
     unlink(m_next.c_str());
     const Descriptor file(open(m_next.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kReadable));
-    const bool isWritten = file.Get() >= 0 && fchmod(file.Get(), kReadable) == 0 && WriteAll(file.Get(), content) &&
+    const bool isWritten = file.Get() >= 0 && fchmod(file.Get(), kReadable) == 0 &&
+                           WriteAll(file.Get(), content.data(), content.size()) &&
                            std::rename(m_next.c_str(), m_path.c_str()) == 0;
     if (isWritten) return {};
     std::string reason = std::strerror(errno);

@@ -77,9 +77,12 @@ void CaptureFolder::Look() {
 }
 
 std::string CaptureFolder::Make(const std::string& event) {
-    std::string name = FileNameOf(event).substr(0, kLongestName);
-    std::string path = m_path + "/" + name + "-" + CycleName(m_next);
-    if (mkdir(path.c_str(), 0777) != 0) return std::string();
+    const std::string name = m_path + "/" + FileNameOf(event).substr(0, kLongestName) + "-";
+    std::string path = name + CycleName(m_next);
+    while (mkdir(path.c_str(), 0777) != 0) {
+        if (errno != EEXIST) return std::string();
+        path = name + CycleName(++m_next);  // another run keeps its captures here, too
+    }
     m_captures.push_back({m_next++, path, 0, true});
     return path;
 }

@@ -76,6 +76,9 @@ public:
     // cycles began. Called by the thread that started the run.
     virtual void OnEnd() {}
 
+    // And this has been told to all parts, whose figures are their last. As OnEnd.
+    virtual void OnEnded() {}
+
     // What it tells of itself in the run's health. Asked at the end of each cycle, and at the end of the run.
     virtual std::vector<HealthFigure> Health() const { return {}; }
 

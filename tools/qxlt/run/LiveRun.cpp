@@ -1,27 +1,23 @@
 #include "LiveRun.h"
 
-#include <unistd.h>
-
 #include <algorithm>
-#include <cstdlib>
 #include <iterator>
-#include <thread>
 #include <utility>
 
+#include "EndOnSignal.h"
 #include "Messages.h"
 #include "Platform.h"
 #include "QxEventMemory.h"
 #include "QxLogTracker.h"
 #include "RuleNews.h"
-#include "RunningProcesses.h"
 #include "Text.h"
+#include "WaitNotice.h"
 
 namespace qxlt {
 
 namespace {
 
 constexpr std::chrono::milliseconds kLookAgain(200);
-constexpr std::chrono::milliseconds kOneInterruption(500);
 constexpr int kShortPause = 1;
 constexpr int kLongPause = 0;
 
@@ -32,40 +28,6 @@ std::optional<Interruption::Clock::time_point> EndOf(Interruption::Clock::time_p
     if (time >= Time::max() - start) return std::nullopt;
     return start + std::chrono::duration_cast<Time::duration>(time);
 }
-
-template <typename Names>
-std::string Listed(const Names& names) {
-    std::string text;
-    for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-    return text;
-}
-
-// Says what is waited for: on a terminal on one line that counts the seconds, elsewhere every ten seconds and whenever
-// it is less.
-class WaitNotice final {
-public:
-    explicit WaitNotice(Interruption::Clock::time_point start) : m_start(start) {}
-
-    void Show(const std::vector<std::string>& names) {
-        const auto waited = std::chrono::floor<std::chrono::seconds>(Interruption::Clock::now() - m_start).count();
-        if (waited < m_next && names == m_names) return;
-        m_names = names;
-        const std::string text = "waiting for " + Listed(names) + ", " + std::to_string(waited) + " s";
-        if (!m_terminal) {
-            PrintNote(text);
-        } else {
-            const std::string line = kWipeLine + Printable(text);
-            [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, line.data(), line.size());
-        }
-        m_next = waited + (m_terminal ? 1 : 10);
-    }
-
-private:
-    const Interruption::Clock::time_point m_start;
-    const bool m_terminal = isatty(STDERR_FILENO) != 0;
-    std::int64_t m_next = 0;
-    std::vector<std::string> m_names;  // that were said last
-};
 
 // Tells who watches, if anybody does, of the beginning and the end.
 class WatchedSpan final {
@@ -83,38 +45,6 @@ private:
     ICallWatcher* const m_watcher;
 };
 
-// While it lives, a signal ends the program at once: what is left to do takes as long as a reader of the output that
-// does not read. After a first signal a second one has to come later, since one wish to end may send several: to the
-// program, and to its group.
-class EndOnSignal final {
-public:
-    EndOnSignal(Interruption& interruption, bool interrupted)
-        : m_interruption(interruption), m_interrupted(interrupted), m_watcher([this] { Watch(); }) {}
-    EndOnSignal(const EndOnSignal&) = delete;
-    EndOnSignal& operator=(const EndOnSignal&) = delete;
-    ~EndOnSignal() {
-        m_over = true;
-        m_interruption.Request();
-        m_watcher.join();
-    }
-
-private:
-    using Clock = Interruption::Clock;
-
-    void Watch() const {
-        const Clock::time_point counts = m_interrupted ? Clock::now() + kOneInterruption : Clock::now();
-        while (!m_over) {
-            const bool signal = m_interruption.Wait(std::nullopt) == Interruption::Cause::Signal;
-            if (signal && Clock::now() >= counts) std::_Exit(kInputWrong);
-        }
-    }
-
-    Interruption& m_interruption;
-    const bool m_interrupted;
-    std::atomic<bool> m_over{false};
-    std::thread m_watcher;  // last: it uses the others
-};
-
 }  // namespace
 
 LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
@@ -127,14 +57,13 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
       m_printer(common.format, m_output, WidestOf(m_scripts.Events()), options.show),
       m_limits(options.limits, common.format, m_output),
       m_tracker(std::make_unique<QxLogTracker>(common.level, m_store)),
-      m_wanted(WantedBy(m_scripts)),
-      m_waiting(m_wanted),
-      m_account(common.format, m_output, m_processes),
+      m_processes(WantedBy(m_scripts), *m_store),
+      m_account(common.format, m_output, m_processes.Names()),
       m_run(
-          m_store, m_processes, [this](const EventView& view) { Fire(view); }, PrintFault) {
+          m_store, m_processes.Names(), [this](const EventView& view) { Fire(view); }, PrintFault) {
     m_printer.Expect(m_scripts.Events());
     RequireKnownEnd(options.until, m_scripts.Events());
-    if (m_waiting.empty()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
+    if (!m_processes.IsWaiting()) throw Failure(kCannotStart, "no process is to be watched; name one with -p");
     if (m_sink) m_interruption.LeaveReader();
     MakeParts();
     if (options.seconds > 0) m_end = EndOf(m_start, std::chrono::duration<double>(options.seconds));
@@ -142,7 +71,6 @@ LiveRun::LiveRun(const RunOptions& options, const CommonOptions& common)
         if (status != kDone) m_failed = true;
         m_interruption.Request();
     });
-    WatchWaiting();
 }
 
 // The health comes first: others give it out.
@@ -179,18 +107,10 @@ std::set<std::string> LiveRun::WantedBy(const JoinedScripts& scripts) const {
     return names;
 }
 
-// A process may end again while others are waited for.
-void LiveRun::WatchWaiting() {
-    for (const std::string& process : m_waiting) {
-        WatchRecordings(process);
-        m_watch.Begin(process);
-    }
-}
-
 int LiveRun::Perform() {
     Load();
     if (WaitForProcesses()) {
-        for (const auto& part : m_parts) part->OnBegin(m_processes, Start());
+        for (const auto& part : m_parts) part->OnBegin(m_processes.Names(), Start());
         Track();
     } else {
         PrintCounts();
@@ -204,8 +124,8 @@ RunStart LiveRun::Start() const {
 }
 
 bool LiveRun::HasFailed() {
-    if (m_watch.IsBlind()) {
-        PrintError("nothing could be read of " + Listed(m_wanted) + "; no call was seen");
+    if (m_processes.Watch().IsBlind()) {
+        PrintError("nothing could be read of " + CommaSeparated(m_processes.Wanted()) + "; no call was seen");
         m_failed = true;
     }
     if (m_options.failOnLoss && m_account.Lost()) m_failed = true;
@@ -217,38 +137,14 @@ bool LiveRun::HasFailedPart() const {
     return std::any_of(m_parts.begin(), m_parts.end(), [](const auto& part) { return part->Failed(); });
 }
 
-// Registers the process, if it runs, under its own id: the tracker by itself takes the first whose name begins alike.
-bool LiveRun::Register(const std::string& process) {
-    for (const unsigned long pid : FindRunning(process)) {
-        if (pid > UINT16_MAX && m_warned.insert(process).second) WarnOfCutId(process, pid);
-        if (static_cast<unsigned short>(pid) == 0) continue;  // counts as none
-        m_store->AppendProcessName(static_cast<unsigned short>(pid), process);
-        std::string name = process;
-        if (m_tracker->SetQxProcess(name) == 0) continue;
-        m_store->AppendCurrentProcess(process);
-        m_processes.Add(process, m_store->GetCurrentPID());
-        m_tracked.insert(process);
-        return true;
-    }
-    return false;
-}
-
-// Registers the processes that run by now; returns the others.
-std::vector<std::string> LiveRun::RegisterWaiting() {
-    for (auto name = m_waiting.begin(); name != m_waiting.end();) {
-        name = Register(*name) ? m_waiting.erase(name) : std::next(name);
-    }
-    return {m_waiting.begin(), m_waiting.end()};
-}
-
 // The library would wait without end and without a word. Returns false when the run was ended meanwhile.
 bool LiveRun::WaitForProcesses() {
     WaitNotice notice(m_start);
     for (;;) {
         TakeRules();
-        const std::vector<std::string> missing = RegisterWaiting();
+        const std::vector<std::string> missing = m_processes.RegisterWaiting(*m_tracker);
         if (missing.empty()) return true;
-        NoteNear(missing);
+        m_processes.NoteNear(missing);
         notice.Show(missing);
         for (const auto& part : m_parts) part->OnWaiting(missing);
         const Clock::time_point again = Clock::now() + kLookAgain;
@@ -257,16 +153,8 @@ bool LiveRun::WaitForProcesses() {
     }
 }
 
-// Once for each: a name that is mistyped is waited for without end.
-void LiveRun::NoteNear(const std::vector<std::string>& missing) {
-    for (const std::string& process : missing) {
-        const bool isFirst = m_noted.insert(process).second;
-        if (isFirst && !NearRunning(process).empty()) PrintNote(NotRunningText(process));
-    }
-}
-
 void LiveRun::GiveUp(const std::vector<std::string>& missing) const {
-    throw Failure(kCannotStart, "the time is over and " + Listed(missing) + " does not run; start it first");
+    throw Failure(kCannotStart, "the time is over and " + CommaSeparated(missing) + " does not run; start it first");
 }
 
 void LiveRun::Load() {
@@ -309,7 +197,7 @@ void LiveRun::TakeRules() {
     for (const std::string& event : anew) QxEventMemory::Forget(event);
     ChangeScripts(*rules);
     PrintRules(m_common.format, m_output, {std::max<std::uint64_t>(m_cycle, 1), rules->numbers, anew});
-    ChangeProcesses(*rules->scripts);
+    m_processes.Change(*m_tracker, WantedBy(*rules->scripts), m_cycle > 0);
     WarnOfMissing(*rules->scripts);
 }
 
@@ -326,26 +214,6 @@ void LiveRun::ChangeScripts(RuleSet& rules) {
     for (const auto& part : m_parts) part->OnRules(rules.numbers, rules.scripts->Events());
 }
 
-// What a process recorded that was not tracked so far belongs to nobody's rules.
-void LiveRun::ChangeProcesses(const JoinedScripts& scripts) {
-    m_wanted = WantedBy(scripts);
-    for (auto name = m_tracked.begin(); name != m_tracked.end();) {
-        const bool stays = m_wanted.count(*name) != 0;
-        if (!stays) m_tracker->DropProcess(*name);
-        if (!stays) PrintNote(Printable(*name) + " is tracked no longer");
-        name = stays ? std::next(name) : m_tracked.erase(name);
-    }
-    std::set<std::string> waiting;
-    std::set_difference(m_wanted.begin(), m_wanted.end(), m_tracked.begin(), m_tracked.end(),
-                        std::inserter(waiting, waiting.end()));
-    for (const std::string& name : waiting) {
-        if (m_cycle > 0 && m_waiting.count(name) == 0) m_namedAt[name] = CallClockNow();
-    }
-    m_waiting = std::move(waiting);
-    WatchWaiting();
-    if (m_cycle > 0 && !m_waiting.empty()) PrintNote("waiting for " + Listed(m_waiting));
-}
-
 void LiveRun::WarnOfMissing(const JoinedScripts& scripts) const {
     const std::vector<std::string>& events = scripts.Events();
     const auto warn = [&events](const std::string& option, const std::string& event) {
@@ -356,26 +224,13 @@ void LiveRun::WarnOfMissing(const JoinedScripts& scripts) const {
     warn("--explain=", m_explain.event);
 }
 
-// Processes that rules name which took over during the run. They are tracked from the cycle on that begins.
+// Processes that rules name which took over during the run.
 void LiveRun::RegisterLate() {
-    const std::set<std::string> missing = m_waiting;
-    RegisterWaiting();
-    for (const std::string& process : missing) {
-        if (m_waiting.count(process) == 0) NoteBegin(process);
+    for (const LateProcess& late : m_processes.RegisterLate(*m_tracker, m_cycle, m_options.history)) {
+        if (late.since) m_run.BeginOf(late.pid, *late.since);
+        for (const auto& part : m_parts) part->OnProcess(late);
+        for (const std::string& text : m_processes.Running(late.name)) PrintNote("tracking " + text);
     }
-}
-
-// One that was tracked before has had its calls evaluated; where the time of calls is not known, those that came since
-// then are taken for what it records from now on.
-void LiveRun::NoteBegin(const std::string& process) {
-    const bool isKnown = !m_begun.insert(process).second;
-    const std::optional<std::uint64_t> since = m_namedAt[process];
-    LateProcess late{m_cycle, process, m_processes.Pids().at(process), std::nullopt};
-    if (isKnown || !m_options.history) late.since = since;
-    if (since || !isKnown) m_tracker->FetchAnew(process);
-    if (late.since) m_run.BeginOf(late.pid, *late.since);
-    for (const auto& part : m_parts) part->OnProcess(late);
-    for (const std::uint32_t pid : m_watch.Running(process)) PrintNote("tracking " + ProcessText(process, pid));
 }
 
 // The event that ends the run has come: no cycle follows this one.
@@ -394,6 +249,7 @@ void LiveRun::Track() {
     if (isRegular && !m_run.IsOver()) FetchTheRest();
     m_limits.End(m_cycle);
     for (const auto& part : m_parts) part->OnEnd();
+    for (const auto& part : m_parts) part->OnEnded();
     PrintResults();
 }
 
@@ -421,27 +277,24 @@ void LiveRun::Fire(const EventView& view) {
 void LiveRun::OnCycle(bool primes) {
     ++m_cycle;
     m_primes = primes;
-    if (m_cycle == 1) m_begun = m_tracked;
+    if (m_cycle == 1) m_processes.BeginCycles();
     if (!m_ending) TakeRules();
     if (primes) NoteTracked();
     m_run.BeginCycle(m_cycle);
     for (const auto& part : m_parts) part->OnCycle(m_cycle, primes);
-    if (!m_waiting.empty()) RegisterLate();
+    if (m_processes.IsWaiting()) RegisterLate();
 }
 
 void LiveRun::NoteTracked() const {
-    std::vector<std::string> tracked;
-    for (const auto& [process, id] : m_processes.Pids()) {
-        for (const std::uint32_t pid : m_watch.Running(process)) tracked.push_back(ProcessText(process, pid));
-    }
-    if (!tracked.empty()) PrintNote("tracking " + Listed(tracked));
+    const std::vector<std::string> tracked = m_processes.Running();
+    if (!tracked.empty()) PrintNote("tracking " + CommaSeparated(tracked));
     if (!m_ending) PrintNote("priming, events come from the next cycle on");
 }
 
 void LiveRun::OnDump(const std::string& process, const std::vector<char>& dump) {
     std::optional<LossCounts>& counts = m_counts[process] = LossOfLastDump(process);
     if (counts && dump.empty()) counts->LoseDump();
-    const std::vector<ProcessChange> changes = m_watch.Look(process);
+    const std::vector<ProcessChange> changes = m_processes.Watch().Look(process);
     m_run.TellChanges(process, changes);
     for (const auto& part : m_parts) part->OnDump({process, dump, counts, changes});
 }
@@ -480,8 +333,9 @@ std::uint64_t LiveRun::Fired() const {
 // That events come from now on, or why they do not.
 void LiveRun::NoteReading() {
     if (m_cycle == 1) m_account.PrintHistory();
-    if (m_cycle == 1 && m_watch.LooksBlind()) PrintWarning("not ready: nothing that is tracked can be read");
-    if (m_ending || m_readingTold || m_watch.LooksBlind()) return;
+    if (m_cycle == 1 && m_processes.Watch().LooksBlind())
+        PrintWarning("not ready: nothing that is tracked can be read");
+    if (m_ending || m_readingTold || m_processes.Watch().LooksBlind()) return;
     m_readingTold = true;
     PrintNote("ready");
     m_run.TellMissingCalls();

@@ -25,12 +25,11 @@
 #include "Interruption.h"
 #include "JoinedScripts.h"
 #include "Output.h"
-#include "ProcessNames.h"
 #include "ProcessStore.h"
-#include "ProcessWatch.h"
 #include "PublishOptions.h"
 #include "RuleExchange.h"
 #include "RunAccount.h"
+#include "RunProcesses.h"
 #include "ScriptOptions.h"
 
 class QxLogTracker;
@@ -84,14 +83,9 @@ private:
     bool HasFailedPart() const;
 
     std::set<std::string> WantedBy(const JoinedScripts& scripts) const;
-    void WatchWaiting();
-    bool Register(const std::string& process);
     void RegisterLate();
-    void NoteBegin(const std::string& process);
-    std::vector<std::string> RegisterWaiting();
     bool WaitForProcesses();
     [[noreturn]] void GiveUp(const std::vector<std::string>& missing) const;
-    void NoteNear(const std::vector<std::string>& missing);
     void NoteTracked() const;
     void NoteReading();
     void ShowHeartbeat();
@@ -100,7 +94,6 @@ private:
     void Explain();
     void TakeRules();
     void ChangeScripts(RuleSet& rules);
-    void ChangeProcesses(const JoinedScripts& scripts);
     void WarnOfMissing(const JoinedScripts& scripts) const;
     void Track();
     Interruption::Cause TrackUntilTheEnd();
@@ -130,17 +123,9 @@ private:
     std::unique_ptr<QxLogTracker> m_tracker;
     const Clock::time_point m_start = Clock::now();
     std::optional<Clock::time_point> m_end;
-    std::set<std::string> m_wanted;   // processes that the rules name, or -p
-    std::set<std::string> m_waiting;  // those that do not run yet
-    std::set<std::string> m_tracked;  // those that were found
-    std::set<std::string> m_begun;    // those of which a cycle fetched a dump, now or under other rules
-    std::map<std::string, std::optional<std::uint64_t>> m_namedAt;  // when rules began to name them during the run
-    std::set<std::string> m_warned;                                 // processes whose id has been complained about
-    std::set<std::string> m_noted;  // and those of which it was said what runs in their place
-    ProcessNames m_processes;
+    RunProcesses m_processes;
     RunAccount m_account;  // this and what follows is the worker's while it runs
     EventRun m_run;
-    ProcessWatch m_watch;
     std::map<std::string, std::optional<LossCounts>> m_counts;  // of the cycle's dumps, by process
     std::optional<Explainer> m_explainer;
     std::vector<std::unique_ptr<IRunPart>> m_parts;

@@ -127,6 +127,16 @@ TEST_F(Firings, GoOnWithTheNumbersOfEarlierRuns) {
     EXPECT_THAT(Kept(), ElementsAre("HIGH-2000000", "HIGH-2000001", "OLD-1000041"));
 }
 
+TEST_F(Firings, HaveNumbersThatNoOtherRunHasTaken) {
+    const auto firings = Begin();
+    m_place.Write("kept/HIGH-000001/capture.json", "another's");
+    m_place.Write("kept/HIGH-000002/capture.json", "another's");
+    Cycle(*firings, 2, {"HIGH"});
+    EXPECT_THAT(Kept(), ElementsAre("HIGH-000001", "HIGH-000002", "HIGH-000003"));
+    EXPECT_EQ(m_place.Read("kept/HIGH-000002/capture.json"), "another's");
+    EXPECT_FALSE(firings->Failed());
+}
+
 // Numbers count, names and times do not; what is no capture stays.
 TEST_F(Firings, MakeRoomForLaterOnes) {
     m_place.Write("kept/Z-000007/capture.json", "{}");
