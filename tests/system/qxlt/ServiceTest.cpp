@@ -76,6 +76,26 @@ TEST_F(Service, WritesItsHealth) {
                                                     std::to_string(Lines(tool.Output()).size()) + "\n"));
 }
 
+TEST_F(Service, ItsHealthCountsWhatBecomesOfEvents) {
+    const Child server(Server());
+    Child tool(Tool({"--status-file", m_place.At("status.json"), "--metrics-file", m_place.At("car.prom"), "--at-most",
+                     "1/h", "--exec", "VOLUME=exit 3", "--keep-on", "VOLUME", "--after", "0", m_place.At("kept")}));
+    ASSERT_TRUE(WaitForStatus([](const auto& status) { return status.value("commandsFailed", 0) == 1; }));
+    tool.Signal(SIGTERM);
+    EXPECT_EQ(tool.Finish(), 1) << "a command failed";
+    const nlohmann::json status = Status();
+    const nlohmann::json& event = status["events"][0];
+    EXPECT_GT(event["heldBack"], 0);
+    EXPECT_EQ(event["heldBack"], event["fired"].get<int>() - 1);
+    EXPECT_EQ(status["commandsStarted"], 1);
+    EXPECT_EQ(status["commandsLeftOut"], 0);
+    EXPECT_EQ(status["capturesKept"], 1);
+    EXPECT_EQ(status["firingsNotKept"], 0);
+    EXPECT_EQ(SchemaFault(status.dump()), "");
+    EXPECT_THAT(m_place.Read("car.prom"), HasSubstr("\nqxlt_events_held_back_total{run=\"car\",event=\"VOLUME\"} " +
+                                                    event["heldBack"].dump() + "\n"));
+}
+
 TEST_F(Service, AnswersSignalsAlsoWhileItWaits) {
     Child tool(Tool({}));
     ASSERT_TRUE(tool.WaitForError("waiting for"));

@@ -38,4 +38,12 @@ void EventPrograms::OnEvent(const EventView& view) {
     }
 }
 
+std::vector<HealthFigure> EventPrograms::Health() const {
+    const ProgramRunner::Counts counts = m_runner.Count();
+    return {{"commandsStarted", "qxlt_commands_started_total", "Commands of --exec that were started.", counts.started},
+            {"commandsFailed", "qxlt_commands_failed_total", "Commands of --exec that failed.", counts.failed},
+            {"commandsLeftOut", "qxlt_commands_left_out_total", "Commands of --exec for which no room was.",
+             counts.leftOut}};
+}
+
 }  // namespace qxlt

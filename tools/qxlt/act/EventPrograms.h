@@ -23,6 +23,7 @@ public:
 
     void OnEvent(const EventView& view) override;
     void OnEnd() override { m_runner.Finish(); }
+    std::vector<HealthFigure> Health() const override;
     bool Failed() const override { return m_runner.Failed(); }
 
 private:

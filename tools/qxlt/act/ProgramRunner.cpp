@@ -66,8 +66,7 @@ void ProgramRunner::Run(const std::string& name, ProgramStart start) {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const std::size_t size = start.input.size();
         if (m_waiting.size() >= m_bounds.waiting || size > m_bounds.waitingBytes - m_waitingBytes) {
-            m_failed = true;
-            ++m_leftOut;
+            ++m_counts.leftOut;
             if (!std::exchange(m_isFullTold, true)) {
                 PrintWarning("--exec " + name + ": " + Counted(m_waiting.size(), "command") +
                              " wait already; others are left out until there is room, and counted");
@@ -87,9 +86,20 @@ void ProgramRunner::Wake() {
 
 void ProgramRunner::Finish() {
     End(Clock::now() + m_bounds.limit);
-    if (m_leftOut > 0) PrintWarning("--exec: " + Counted(m_leftOut, "command") + " left out, for which no room was");
+    const std::uint64_t leftOut = Count().leftOut;
+    if (leftOut > 0) PrintWarning("--exec: " + Counted(leftOut, "command") + " left out, for which no room was");
     const std::uint64_t untold = m_told.TakeHeld();
     if (untold > 0) PrintWarning("--exec: " + Counted(untold, "failure") + " not told");
+}
+
+ProgramRunner::Counts ProgramRunner::Count() const {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_counts;
+}
+
+bool ProgramRunner::Failed() const {
+    const Counts counts = Count();
+    return counts.failed > 0 || counts.leftOut > 0;
 }
 
 void ProgramRunner::End(Clock::time_point last) {
@@ -129,6 +139,8 @@ void ProgramRunner::StartNext(Waiting next) {
     try {
         const pid_t pid = StartProgram(next.start);
         m_running.emplace_back(std::move(next), pid, Clock::now() + m_bounds.limit);
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        ++m_counts.started;
     } catch (const std::system_error& error) {
         Tell("--exec " + next.name + ": \"" + next.start.command + "\" could not be started: " + error.what());
     }
@@ -195,14 +207,16 @@ void ProgramRunner::EndLate() {
 
 void ProgramRunner::DropWaiting() {
     if (m_waiting.empty()) return;
-    m_failed = true;
-    m_leftOut += m_waiting.size();
+    m_counts.leftOut += m_waiting.size();
     m_waiting.clear();
     m_waitingBytes = 0;
 }
 
 void ProgramRunner::Tell(const std::string& text) {
-    m_failed = true;
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        ++m_counts.failed;
+    }
     if (!m_told.Take(Clock::now())) return;
     const std::uint64_t untold = m_told.TakeHeld();
     PrintWarning(text + (untold == 0 ? "" : "; before it " + Counted(untold, "failure") + " not told"));

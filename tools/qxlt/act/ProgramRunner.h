@@ -3,7 +3,6 @@
 
 #include <sys/types.h>
 
-#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -42,8 +41,16 @@ public:
     // Lets all of them end, for as long as one of them may run, and tells of what was left out.
     void Finish();
 
+    struct Counts {
+        std::uint64_t started = 0;
+        std::uint64_t failed = 0;   // or could not be started
+        std::uint64_t leftOut = 0;  // since there was no room
+    };
+    // Any thread may ask.
+    Counts Count() const;
+
     // Whether a command was left out or failed.
-    bool Failed() const { return m_failed; }
+    bool Failed() const;
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -78,14 +85,13 @@ private:
 
     const Bounds m_bounds;
     const Descriptor m_wake;
-    std::mutex m_mutex;
+    mutable std::mutex m_mutex;
     std::deque<Waiting> m_waiting;            // this and what follows is guarded by m_mutex
     std::size_t m_waitingBytes = 0;           //
-    std::uint64_t m_leftOut = 0;              // for which there was no room
+    Counts m_counts;                          //
     bool m_isFullTold = false;                // since there was room
     std::optional<Clock::time_point> m_last;  // when all have to have ended; nothing: nobody wants that yet
-    std::atomic<bool> m_failed{false};
-    std::list<Running> m_running;  // this and what follows is the thread's
+    std::list<Running> m_running;             // this and what follows is the thread's
     RateWindow m_told;
     std::thread m_thread;  // last: it uses the others
 };

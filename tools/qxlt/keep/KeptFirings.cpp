@@ -64,7 +64,8 @@ void KeptFirings::Begin(const std::string& event) {
         return;
     }
     if (std::exchange(m_stopped, false)) {
-        PrintWarning("captures can be written again; " + Counted(std::exchange(m_unkept, 0), "event") + " not kept");
+        PrintWarning("captures can be written again; " + Counted(UnkeptLately(), "event") + " not kept");
+        m_unkeptBefore = m_unkept;
     }
     if (m_ring.IsShort()) TellShort();
     ++m_kept;
@@ -142,7 +143,12 @@ void KeptFirings::TellShort() {
 void KeptFirings::OnEnd() {
     for (const Open& capture : m_open) Finish(capture);
     m_open.clear();
-    if (m_unkept > 0) PrintWarning(Counted(m_unkept, "event") + " not kept");
+    if (UnkeptLately() > 0) PrintWarning(Counted(UnkeptLately(), "event") + " not kept");
+}
+
+std::vector<HealthFigure> KeptFirings::Health() const {
+    return {{"capturesKept", "qxlt_captures_kept_total", "Firings of which a capture was begun.", m_kept},
+            {"firingsNotKept", "qxlt_firings_not_kept_total", "Firings of which none could be.", m_unkept}};
 }
 
 }  // namespace qxlt

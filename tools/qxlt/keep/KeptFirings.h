@@ -37,6 +37,7 @@ public:
     void OnEvent(const EventView& view) override { Note(view.event); }
     void OnCycleEnd() override;
     void OnEnd() override;
+    std::vector<HealthFigure> Health() const override;
     bool Failed() const override { return m_failed; }
 
     // The event has fired in the cycle in progress.
@@ -59,6 +60,7 @@ private:
     void Finish(const Open& capture);
     void Stop(const std::string& problem);
     void TellShort();
+    std::uint64_t UnkeptLately() const { return m_unkept - m_unkeptBefore; }
 
     const Options m_options;
     CaptureFolder m_folder;
@@ -69,8 +71,9 @@ private:
     std::vector<std::string> m_fired;  // in this cycle, each once
     std::list<Open> m_open;
     std::uint64_t m_kept = 0;
-    std::uint64_t m_unkept = 0;  // firings that were not kept, since the last that was
-    bool m_stopped = false;      // nothing could be written the last time
+    std::uint64_t m_unkept = 0;        // firings that were not kept
+    std::uint64_t m_unkeptBefore = 0;  // of these, those before the last that was kept
+    bool m_stopped = false;            // nothing could be written the last time
     bool m_shortTold = false;
     bool m_failed = false;
 };

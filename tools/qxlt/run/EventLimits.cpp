@@ -50,6 +50,15 @@ void EventLimits::End(std::uint64_t cycle) {
     for (auto& [event, window] : m_windows) Tell(event, cycle, window);
 }
 
+std::vector<HealthFigure> EventLimits::Health() const {
+    std::vector<HealthFigure> figures;
+    for (const auto& [event, window] : m_windows) {
+        figures.push_back({"heldBack", "qxlt_events_held_back_total", "Firings that --at-most held back.",
+                           window.HeldInAll(), event});
+    }
+    return figures;
+}
+
 void EventLimits::Tell(const std::string& event, std::uint64_t cycle, RateWindow& window) const {
     const std::uint64_t held = window.TakeHeld();
     if (held == 0) return;

@@ -9,6 +9,7 @@
 
 #include "EventView.h"
 #include "Format.h"
+#include "HealthFigure.h"
 #include "Output.h"
 #include "RateWindow.h"
 
@@ -33,6 +34,9 @@ public:
     void EndCycle(std::uint64_t cycle) { EndCycle(cycle, RateWindow::Time::clock::now()); }
     void EndCycle(std::uint64_t cycle, RateWindow::Time now);
     void End(std::uint64_t cycle);
+
+    // How many were held back of each event that a limit holds for.
+    std::vector<HealthFigure> Health() const;
 
 private:
     RateWindow* WindowOf(const std::string& event);

@@ -87,7 +87,7 @@ void LiveRun::MakeParts() {
 }
 
 std::vector<HealthFigure> LiveRun::Figures() const {
-    std::vector<HealthFigure> all;
+    std::vector<HealthFigure> all = m_limits.Health();
     for (const auto& part : m_parts) {
         std::vector<HealthFigure> figures = part->Health();
         std::move(figures.begin(), figures.end(), std::back_inserter(all));

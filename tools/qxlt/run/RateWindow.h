@@ -31,6 +31,7 @@ public:
             return true;
         }
         ++m_held;
+        ++m_heldInAll;
         return false;
     }
 
@@ -39,11 +40,14 @@ public:
     // How many were held back since this was asked last.
     std::uint64_t TakeHeld() { return std::exchange(m_held, 0); }
 
+    std::uint64_t HeldInAll() const { return m_heldInAll; }
+
 private:
     const Rate m_rate;
     Time m_end = Time::min();
     std::uint64_t m_passed = 0;  // in this interval
     std::uint64_t m_held = 0;
+    std::uint64_t m_heldInAll = 0;
 };
 
 }  // namespace qxlt

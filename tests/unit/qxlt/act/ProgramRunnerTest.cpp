@@ -111,8 +111,12 @@ TEST(ProgramRunner, TellsOfFailures) {
         ProgramRunner runner(BoundsOf(1, kLong));
         runner.Run("A", {"exit 3", {}, ""});
         runner.Run("B", {"kill -9 $$", {}, ""});
+        runner.Run("C", {"true", {}, ""});
         runner.Finish();
         EXPECT_TRUE(runner.Failed());
+        EXPECT_EQ(runner.Count().started, 3U);
+        EXPECT_EQ(runner.Count().failed, 2U);
+        EXPECT_EQ(runner.Count().leftOut, 0U);
     });
     EXPECT_EQ(errors,
               "warning: --exec A: \"exit 3\" ended with status 3\n"

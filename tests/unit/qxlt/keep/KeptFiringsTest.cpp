@@ -185,6 +185,9 @@ TEST_F(Firings, AreLeftOutWhileTheDiskIsFull) {
     EXPECT_THAT(CyclesOf("HIGH-000003"), ElementsAre("000003", "000004", "capture.json"));
     EXPECT_TRUE(firings->Failed());
     const std::string first = m_place.At("kept/HIGH-000001");
+    ASSERT_EQ(firings->Health().size(), 2U);
+    EXPECT_EQ(std::get<std::uint64_t>(firings->Health()[0].value), 1U);
+    EXPECT_EQ(std::get<std::uint64_t>(firings->Health()[1].value), 2U);
     EXPECT_EQ(Errors(), "error: " + first +
                             "/.000002/m.qxdump: File too large; captures are left out until they can be written, "
                             "tracking goes on\n"

@@ -56,6 +56,18 @@ TEST_F(Limits, CountEachEventByItself) {
     EXPECT_EQ(m_lines.lines.back(), R"({"cycle":10,"held":{"event":"B","count":3}})");
 }
 
+// Whether it was told already or not.
+TEST_F(Limits, CountInTheHealthWhatTheyHeldBack) {
+    EventLimits limits({{"A", {1, seconds(1)}}}, Format::Json, m_output);
+    EXPECT_THAT(limits.Health(), IsEmpty());
+    LetsOf(limits, "A", 3, seconds(0));
+    LetsOf(limits, "B", 3, seconds(0));
+    LetsOf(limits, "A", 3, seconds(1));
+    ASSERT_EQ(limits.Health().size(), 1U);
+    EXPECT_EQ(limits.Health()[0].event, "A");
+    EXPECT_EQ(std::get<std::uint64_t>(limits.Health()[0].value), 4U);
+}
+
 TEST_F(Limits, TellBeforeTheNextOneThatPasses) {
     EventLimits limits({{"", {1, seconds(1)}}}, Format::Json, m_output);
     EXPECT_EQ(LetsOf(limits, "A", 3, seconds(0)), 1U);
