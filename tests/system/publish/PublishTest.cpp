@@ -23,6 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 using Json = nlohmann::json;
+using testing::ContainsRegex;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -275,6 +276,18 @@ TEST_F(Publish, ABrokerThatIsNotTrustedGetsNothingAndPeopleAreToldOnce) {
     EXPECT_THAT(tool.Error(), HasSubstr("certificate verify failed; look at --ca, --cert, the host in the address"));
     const std::string told = "not published to";
     EXPECT_EQ(tool.Error().find(told), tool.Error().rfind(told)) << tool.Error();
+}
+
+TEST_F(Publish, ABrokerThatAsksForACertificateHasPeopleToldOfIt) {
+    MosquittoBroker::Setup setup;
+    setup.tls = true;
+    setup.asksForCertificate = true;
+    const MosquittoBroker broker(setup);
+    Child tool(Tool(broker.TlsAddress("plant"), {"--for", "3s", "--ca", broker.Certificates().Authority()}));
+    EXPECT_EQ(tool.Finish(), 0);
+    EXPECT_THAT(tool.Error(),
+                ContainsRegex("not published to .*: (it ended the connection before it let this client in; "
+                              "where it asks for a certificate|.*; look at --ca, --cert)"));
 }
 
 TEST_F(Publish, AWrongPasswordIsTold) {

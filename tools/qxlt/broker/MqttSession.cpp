@@ -150,6 +150,10 @@ void MqttSession::Look(int result) {
         EndWith(Ending::Untrusted, m_tlsProblem.empty() ? "TLS failed" : m_tlsProblem);
     } else if (result == MOSQ_ERR_ERRNO) {
         EndWith(Ending::Network, std::strerror(error));
+    } else if (m_access.address.isSecure && !m_connected && m_access.certificate.empty()) {
+        EndWith(Ending::Network,
+                "it ended the connection before it let this client in; where it asks for a "
+                "certificate, give --cert and --key");
     } else {
         EndWith(Ending::Network, mosquitto_strerror(result));
     }
