@@ -139,6 +139,19 @@ TEST(ManualTest, IsWellFormed) {
     EXPECT_THAT(manual.Output(), HasSubstr("qxlt check SCRIPT..."));
 }
 
+// What is commented out in it, too.
+TEST(ServiceExampleTest, HasOptionsThatThereAre) {
+    const std::string file = QXLT_SOURCE_DIR "/examples/service/volume.conf";
+    const std::vector<std::string> known = LongOptions("run");
+    for (const std::string& option : Matches(qxlt::ReadFile(file), "\n#?([a-z-]+) = ")) {
+        EXPECT_THAT(known, Contains("--" + option));
+    }
+    const Workplace place;
+    const ToolResult result = RunTool({"run", "-s", QXLT_SOURCE_DIR "/examples/scenarios/volume.xml", "--config", file,
+                                       "--status-file", place.At("status.json"), "-p", "nobody", "--for", "0.1s"});
+    EXPECT_THAT(result.error, HasSubstr("the time is over and ")) << "its options are taken";
+}
+
 TEST(CompletionTest, KnowsEachCommandAndOption) {
     EXPECT_THAT(Completions("''"), IsSupersetOf(CommandNames()));
     for (const std::string& command : CommandNames()) {
