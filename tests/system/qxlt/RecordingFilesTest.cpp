@@ -9,7 +9,9 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <nlohmann/json.hpp>
+#include <sstream>
 
 #include "Child.h"
 #include "Workplace.h"
@@ -89,6 +91,41 @@ TEST_F(RecordingFilesTest, HoldCallsOfATimeOfDay) {
     EXPECT_THAT(Tool(decode).output, Not(HasSubstr("\ncall ")));
     EXPECT_EQ(Tool(decode).error, "");
     EXPECT_THAT(Tool({"decode", "--recording", crashed}).output, HasSubstr("\ncall "));
+}
+
+// How its calls nested, what they had in common, and as pages for viewers.
+TEST_F(RecordingFilesTest, WhatACrashedProgramLeftIsShownAsACaptureIs) {
+    const std::string crashed = Crashed();
+    const ToolResult trace = Tool({"trace", "--recording", crashed, "--method", "SetVolume", "--format", "json"});
+    EXPECT_EQ(trace.status, 0) << trace.error;
+    const nlohmann::json call = nlohmann::json::parse(Lines(trace.output).front())["call"];
+    EXPECT_EQ(call["callerName"], "SetVolume");
+    EXPECT_THAT(call["wall"].get<std::string>(), StartsWith("20")) << "by this machine's clock";
+    EXPECT_THAT(Tool({"trace", "--recording", crashed, "-p", "nobody"}).output, Not(HasSubstr("SetVolume")));
+    EXPECT_THAT(Tool({"report", "--recording", crashed}).output, ContainsRegex("audio.SetVolume +[1-9]"));
+    EXPECT_THAT(Tool({"export", "--format", "chrome", "--recording", crashed}).output,
+                HasSubstr("\"name\":\"audio.SetVolume\""));
+    const ToolResult view = Tool({"view", "--recording", crashed, "-o", "page.html"});
+    EXPECT_EQ(view.status, 0) << view.error;
+    EXPECT_THAT(m_place.Read("page.html"), HasSubstr("SetVolume"));
+    const std::string script = m_place.Write("v.xml", VolumeScript(kEveryVolume, m_name));
+    const ToolResult replay = Tool({"replay", "-s", script, "--recording", crashed, "--format", "json"});
+    const nlohmann::json event = nlohmann::json::parse(Lines(replay.output).front());
+    EXPECT_EQ(event["call"]["wall"], call["wall"]);
+    EXPECT_EQ(Files().size(), 1u);
+}
+
+TEST_F(RecordingFilesTest, ShowsNothingOfWhatIsNotNamed) {
+    for (const std::string command : {"report", "view -o page.html", "export --format chrome"}) {
+        std::istringstream words(command);
+        const std::vector<std::string> arguments{std::istream_iterator<std::string>(words), {}};
+        const ToolResult result = Tool(arguments);
+        EXPECT_EQ(result.status, 2) << command;
+        EXPECT_THAT(result.error, HasSubstr("CAPTURE is required, or else --recording")) << command;
+    }
+    EXPECT_THAT(Tool({"trace"}).error, HasSubstr("or else live processes with -p"));
+    EXPECT_THAT(Tool({"trace", "--recording", "nobody"}).error, HasSubstr("--recording nobody: there is none"));
+    EXPECT_THAT(Tool({"report", "capture", "--recording", "nobody"}).error, HasSubstr("excludes"));
 }
 
 TEST_F(RecordingFilesTest, WhatACrashedProgramLeftIsShownAgainAndAgain) {
@@ -188,7 +225,7 @@ TEST_F(RecordingFilesTest, AreDecodedAndReplayedByNameByFileAndFromElsewhere) {
     EXPECT_THAT(decoded.back(), HasSubstr(m_name + "["));
     const std::string replayed = Tool({"replay", "-s", "v.xml", "--recording", crashed}).output;
     EXPECT_THAT(replayed,
-                ContainsRegex("[0-9]+  VOLUME +[0-9]+ .* " + m_name + "\\[[0-9]+\\]  mixer +audio.SetVolume"));
+                ContainsRegex("T[0-9:.]+Z  VOLUME +[0-9]+ .* " + m_name + "\\[[0-9]+\\]  mixer +audio.SetVolume"));
     const std::string listed = Tool({"list", "--recording", crashed}).output;
     for (const std::string& other : {m_name, file, m_place.At("rec") + "/" + file, copy, std::string("copy")}) {
         EXPECT_EQ(withoutEnd(Tool({"decode", "--recording", other}).output), decoded) << other;

@@ -146,7 +146,7 @@ TEST(Report, TellsOfWhatADamagedCaptureHolds) {
 
 TEST(Report, SaysWhatItNeeds) {
     const Workplace place;
-    EXPECT_EQ(RunTool({"report"}).error, "error: CAPTURE is required; see qxlt report --help\n");
+    EXPECT_EQ(RunTool({"report"}).error, "error: CAPTURE is required, or else --recording; see qxlt report --help\n");
     EXPECT_EQ(RunTool({"report", place.Path()}).status, 2);
     EXPECT_THAT(RunTool({"report", place.Path(), "--sort", "size"}).error,
                 HasSubstr("\"size\" is none of calls|errors|least|mean|p99|greatest|threads|name"));

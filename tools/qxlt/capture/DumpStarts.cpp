@@ -1,5 +1,6 @@
 #include "DumpStarts.h"
 
+#include <cstdint>
 #include <filesystem>
 #include <system_error>
 
@@ -25,11 +26,18 @@ RunStart ReadStart(const fs::path& directory) {
     }
 }
 
+// To the millisecond, in which the clocks' own differences get lost: who looks twice sees the same.
+ClockOffset SteadyOffset() {
+    constexpr std::int64_t kMillisecond = 1000000;
+    const ClockOffset offset = WallClockOffset();
+    return offset ? ClockOffset(*offset / kMillisecond * kMillisecond) : std::nullopt;
+}
+
 }  // namespace
 
 // A dump lies in the folder of its cycle.
 RunStart DumpStarts::Of(const std::string& file) {
-    if (IsRecording(file)) return {std::nullopt, std::nullopt, WallClockOffset()};
+    if (IsRecording(file)) return {std::nullopt, std::nullopt, SteadyOffset()};
     const fs::path directory = fs::absolute(file).parent_path().parent_path();
     if (directory != m_directory) {
         m_directory = directory.string();

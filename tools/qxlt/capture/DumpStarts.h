@@ -10,7 +10,7 @@ namespace qxlt {
 class DumpStarts final {
 public:
     // Of a dump in a capture what the capture tells; of a recording, which is this machine's, where the wall clock
-    // stands; nothing of other dumps, and where the capture cannot be read.
+    // stands, to the millisecond; nothing of other dumps, and where the capture cannot be read.
     RunStart Of(const std::string& file);
 
 private:

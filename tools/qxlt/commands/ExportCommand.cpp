@@ -11,6 +11,7 @@
 #include "Output.h"
 #include "ResultFile.h"
 #include "ScriptOptions.h"
+#include "ShownOptions.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -81,6 +82,7 @@ bool ExportCtf(const CaptureShow& capture, const std::string& path, Progress& pr
 }
 
 int Export(const ExportOptions& options) {
+    RequireShown(options.capture, "export");
     const CaptureShow capture(options.capture);
     Progress progress;
     const bool whole = options.format == ExportFormat::Ctf ? ExportCtf(capture, options.output, progress)
@@ -99,12 +101,11 @@ void AddExport(CLI::App& app, Invocation& invocation) {
                             {{"chrome", ExportFormat::Chrome}, {"ctf", ExportFormat::Ctf}},
                             "Chrome's trace events in JSON, or the Common Trace Format")
         .required();
-    command.add_option("CAPTURE", options->capture.directory, "What run --keep wrote")->required();
+    AddShownOptions(command, options->capture);
     command.add_option("-o,--output", options->output, "The file; of CTF the directory")->option_text("FILE|DIR");
     command.add_option("-s,--script", options->capture.scripts, "Scenarios, whose events become marks")
         ->allow_extra_args(false)
         ->option_text("SCRIPT...");
-    command.add_flag("--history", options->capture.history, "With the calls from before the start of the run");
 }
 
 }  // namespace qxlt

@@ -6,10 +6,9 @@
 #include <memory>
 #include <optional>
 
-#include "DumpHeader.h"
 #include "DumpInput.h"
 #include "EventView.h"
-#include "RecordingChoice.h"
+#include "RecordingInput.h"
 #include "Replayer.h"
 #include "ScriptOptions.h"
 #include "ShowScript.h"
@@ -46,25 +45,12 @@ ReplayInput::Priming PrimingOf(const ReplayOptions& options) {
     return options.noPrime ? ReplayInput::Priming::No : ReplayInput::Priming::AsLive;
 }
 
-// A recording names its process itself.
-void ChooseRecordingOf(const ReplayOptions& options, ReplayInput& input) {
-    if (!options.inputs.empty()) throw Failure(kCannotStart, "--recording is the input; leave out the others");
-    input.dumps = {ChooseRecording(options.recording)};
-    RequireReadable(input.dumps);
-    std::vector<char> dump = ReadDump(input.dumps.front());
-    const DumpHeader header = HeaderOf(dump).value_or(DumpHeader());
-    input.process = options.process.empty() ? header.process + "=" + std::to_string(header.pid) : options.process;
-}
-
 // One directory is a capture, anything else dumps of one process.
-ReplayInput InputOf(const ReplayOptions& options) {
+ReplayInput DumpsOf(const ReplayOptions& options) {
     ReplayInput input;
-    input.priming = PrimingOf(options);
-    input.history = options.history;
-    input.until = options.until;
     if (!options.recording.empty()) {
-        ChooseRecordingOf(options, input);
-        return input;
+        if (!options.inputs.empty()) throw Failure(kCannotStart, "--recording is the input; leave out the others");
+        return RecordingInput(options.recording, options.process);
     }
     if (options.inputs.empty()) {
         throw Failure(kCannotStart, "INPUT is required, or else --recording; see qxlt replay --help");
@@ -79,6 +65,14 @@ ReplayInput InputOf(const ReplayOptions& options) {
     if (options.process.empty()) throw Failure(kCannotStart, "whose dumps these are is not known; add -p NAME=PID");
     input.process = options.process;
     input.dumps = options.inputs;
+    return input;
+}
+
+ReplayInput InputOf(const ReplayOptions& options) {
+    ReplayInput input = DumpsOf(options);
+    input.priming = PrimingOf(options);
+    input.history = options.history;
+    input.until = options.until;
     return input;
 }
 

@@ -8,6 +8,7 @@
 #include "MethodPrinter.h"
 #include "MethodReport.h"
 #include "ShowingOptions.h"
+#include "ShownOptions.h"
 #include "Text.h"
 
 namespace qxlt {
@@ -27,6 +28,7 @@ struct ReportOptions {
 };
 
 int Report(const ReportOptions& options, Format format) {
+    RequireShown(options.capture, "report");
     Progress progress;
     Output output(&progress);
     StatisticsChoice statistics = options.statistics;
@@ -55,11 +57,10 @@ void AddReport(CLI::App& app, Invocation& invocation) {
     CLI::App& command =
         AddCommand(app, invocation, "report", "Tell of a capture what top tells, and which values calls had", kExamples,
                    [options, &invocation] { return Report(*options, invocation.common.format); });
-    command.add_option("CAPTURE", options->capture.directory, "What run --keep wrote")->required();
+    AddShownOptions(command, options->capture);
     AddMethodOptions(command, options->statistics, options->order);
     AddFilterOptions(command, options->show);
     AddBoundOptions(command, options->show);
-    command.add_flag("--history", options->capture.history, "With the calls from before the start of the run");
     AddQuietOption(command);
 }
 

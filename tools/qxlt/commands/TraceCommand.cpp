@@ -8,6 +8,7 @@
 #include "NestedRun.h"
 #include "SecondsOption.h"
 #include "ShowingOptions.h"
+#include "ShownOptions.h"
 #include "Text.h"
 #include "TimeText.h"
 #include "TraceTree.h"
@@ -33,9 +34,15 @@ std::uint64_t NanosecondsOf(const std::string& text) {
     return static_cast<std::uint64_t>(std::min(ReadSeconds(text).value_or(0) * 1e9, kMost));
 }
 
+bool IsLive(const TraceOptions& options) {
+    return options.capture.directory.empty() && options.capture.recording.empty();
+}
+
 void RequireInput(const TraceOptions& options) {
-    if (!options.capture.directory.empty() || !options.run.processes.empty()) return;
-    throw Failure(kCannotStart, "name a capture, or else live processes with -p; see qxlt trace --help");
+    if (!IsLive(options) || !options.run.processes.empty()) return;
+    throw Failure(
+        kCannotStart,
+        "name a capture, a recording with --recording, or else live processes with -p; see qxlt trace --help");
 }
 
 int TraceLive(TraceOptions& options, const CommonOptions& common, NestedRun& run) {
@@ -61,7 +68,7 @@ int TraceCapture(const TraceOptions& options, NestedRun& run, Output& output, Pr
 
 int Trace(TraceOptions& options, const CommonOptions& common) {
     RequireInput(options);
-    const bool isLive = options.capture.directory.empty();
+    const bool isLive = IsLive(options);
     options.choice.isLive = isLive;
     options.choice.filter = options.show.filter;
     for (const std::string& name : isLive ? std::vector<std::string>() : options.run.processes) {
@@ -100,7 +107,7 @@ void AddTrace(CLI::App& app, Invocation& invocation) {
     const auto options = std::make_shared<TraceOptions>();
     CLI::App& command = AddCommand(app, invocation, "trace", "Print the calls of each thread as they nest", kExamples,
                                    [options, &invocation] { return Trace(*options, invocation.common); });
-    command.add_option("CAPTURE", options->capture.directory, "What run --keep wrote");
+    AddShownOptions(command, options->capture);
     AddLiveOptions(command, options->run);
     AddFilterOptions(command, options->show);
     AddBoundOptions(command, options->show);
@@ -108,7 +115,6 @@ void AddTrace(CLI::App& app, Invocation& invocation) {
     command.add_option("--depth", options->choice.depth, "Leave out calls that are in this many others")
         ->check(CLI::PositiveNumber)
         ->option_text("N");
-    command.add_flag("--history", options->capture.history, "With the calls from before the start of the run");
 }
 
 }  // namespace qxlt

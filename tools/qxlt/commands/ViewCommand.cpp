@@ -11,6 +11,7 @@
 #include "PageTemplate.h"
 #include "ResultFile.h"
 #include "ScriptOptions.h"
+#include "ShownOptions.h"
 
 namespace qxlt {
 
@@ -42,21 +43,23 @@ PageParts ReadTemplate() {
     return {page.substr(0, place), page.substr(place + kRunPlace.size())};
 }
 
-// The name of the directory that was named, also as "." and "capture/".
-std::string NameOf(const std::string& directory) {
-    const std::filesystem::path path = std::filesystem::absolute(directory).lexically_normal();
+// The name of the directory that was named, also as "." and "capture/"; or of the recording.
+std::string NameOf(const ShownCapture& capture) {
+    if (capture.directory.empty()) return std::filesystem::path(capture.recording).filename().string();
+    const std::filesystem::path path = std::filesystem::absolute(capture.directory).lexically_normal();
     return (path.has_filename() ? path : path.parent_path()).filename().string();
 }
 
 int View(const ViewOptions& options) {
+    RequireShown(options.capture, "view");
     const PageParts page = ReadTemplate();
     FiringReasons reasons;
     CaptureShow capture(options.capture);
     capture.SetReasons(reasons);
     ResultFile file(options.output, "view");
     file.Write(page.before);
-    PageData data([&file](const std::string& line) { file.Line(line); }, NameOf(options.capture.directory),
-                  capture.Start(), reasons);
+    PageData data([&file](const std::string& line) { file.Line(line); }, NameOf(options.capture), capture.Start(),
+                  reasons);
     NestedRun run(data);
     Progress progress;
     const bool whole = capture.Run(
@@ -77,14 +80,13 @@ void AddView(CLI::App& app, Invocation& invocation) {
     CLI::App& command = AddPlainCommand(app, invocation, "view", "Draw a capture: a page for the browser", kExamples,
                                         [options] { return View(*options); });
     invocation.rewritings[command.get_name()] = ExpandScripts;
-    command.add_option("CAPTURE", options->capture.directory, "What run --keep wrote")->required();
+    AddShownOptions(command, options->capture);
     command.add_option("-o,--output", options->output, "The page; it needs no other file")
         ->required()
         ->option_text("FILE");
     command.add_option("-s,--script", options->capture.scripts, "Scenarios, whose events become marks")
         ->allow_extra_args(false)
         ->option_text("SCRIPT...");
-    command.add_flag("--history", options->capture.history, "With the calls from before the start of the run");
 }
 
 }  // namespace qxlt

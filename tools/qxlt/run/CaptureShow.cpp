@@ -1,21 +1,34 @@
 #include "CaptureShow.h"
 
 #include "CaptureReader.h"
+#include "DumpStarts.h"
 #include "Messages.h"
-#include "Replayer.h"
+#include "RecordingInput.h"
 #include "Text.h"
 
 namespace qxlt {
 
-// The capture is looked at before results are begun.
+namespace {
+
+ReplayInput InputOf(const ShownCapture& capture) {
+    ReplayInput input = capture.recording.empty() ? ReplayInput() : RecordingInput(capture.recording);
+    input.capture = capture.directory;
+    input.history = capture.history;
+    return input;
+}
+
+RunStart StartOf(const ReplayInput& input) {
+    return input.capture.empty() ? DumpStarts().Of(input.dumps.front()) : CaptureReader(input.capture).Start();
+}
+
+}  // namespace
+
+// It is looked at before results are begun.
 CaptureShow::CaptureShow(const ShownCapture& capture)
-    : m_capture(capture), m_scripts(capture.scripts), m_start(CaptureReader(capture.directory).Start()) {}
+    : m_input(InputOf(capture)), m_scripts(capture.scripts), m_start(StartOf(m_input)) {}
 
 bool CaptureShow::Run(ICallWatcher& calls, const EventSink& events, const FaultSink& faults, Progress& progress) const {
-    ReplayInput input;
-    input.capture = m_capture.directory;
-    input.history = m_capture.history;
-    Replayer replayer(m_scripts, input, events, faults, progress);
+    Replayer replayer(m_scripts, m_input, events, faults, progress);
     replayer.SetCallWatcher(calls);
     if (m_reasons != nullptr) m_reasons->Watch(replayer.Places());
     if (m_reasons != nullptr) replayer.AddObserver(*m_reasons);

@@ -5,6 +5,7 @@
 
 #include "CaptureReader.h"
 #include "DumpInput.h"
+#include "DumpStarts.h"
 #include "JsonLine.h"
 #include "QxCycle.h"
 #include "QxScriptScenario.h"
@@ -94,6 +95,10 @@ void Replayer::RunDumps() {
     const auto [process, pid] = ProcessNames::Parse(m_input.process);
     m_processes.Add(process, pid);
     m_processes.Register(*m_store);
+    RunStart start;
+    if (!m_input.dumps.empty()) start = DumpStarts().Of(m_input.dumps.front());
+    start.since.reset();  // loose dumps are evaluated whole
+    m_run.Begin(start);
     std::uint64_t number = 0;
     for (const std::string& file : m_input.dumps) {
         if (m_run.IsOver()) return;
