@@ -5,8 +5,7 @@
 #include <vector>
 
 #include "ISqlConnection.h"
-
-struct sqlite3;
+#include "Sqlite.h"
 
 namespace qxlt {
 
@@ -14,9 +13,6 @@ class SqliteConnection final : public ISqlConnection {
 public:
     // Opens the file, or makes it; ":memory:" is none. Throws a Failure (cannot start).
     explicit SqliteConnection(std::string path);
-    SqliteConnection(const SqliteConnection&) = delete;
-    SqliteConnection& operator=(const SqliteConnection&) = delete;
-    ~SqliteConnection() override;
 
     const SqlDialect& Dialect() const override;
     std::string RowsOfJson(const Columns& columns) const override;
@@ -26,12 +22,8 @@ public:
     void Rollback() override;
 
 private:
-    class Statement;
-
-    [[noreturn]] void Fail(int code) const;
-
     const std::string m_path;
-    sqlite3* m_database = nullptr;
+    SqliteFile m_file;
 };
 
 }  // namespace qxlt

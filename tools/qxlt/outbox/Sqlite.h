@@ -15,6 +15,9 @@ class SqliteError : public std::runtime_error {
 public:
     SqliteError(int code, const std::string& text) : std::runtime_error(text), m_code(code & 0xff) {}
 
+    // SQLite's primary result code.
+    int Code() const { return m_code; }
+
     // The file is not what SQLite wrote.
     bool IsDamage() const { return m_code == SQLITE_CORRUPT || m_code == SQLITE_NOTADB; }
     // There is no room for more, on the disk or within the file's bound.
@@ -43,6 +46,8 @@ public:
     // Of the row that Step went to; a text is valid until the next Step or Reset.
     std::int64_t Number(int column) { return sqlite3_column_int64(m_statement.get(), column); }
     std::string_view Text(int column);
+    bool IsNull(int column) { return sqlite3_column_type(m_statement.get(), column) == SQLITE_NULL; }
+    int Columns() { return sqlite3_column_count(m_statement.get()); }
 
 private:
     struct End {
@@ -67,6 +72,9 @@ public:
 
     // How many rows the last statement changed.
     std::uint64_t Changed() { return static_cast<std::uint64_t>(sqlite3_changes(m_database.get())); }
+
+    // Whether a transaction has begun and not ended.
+    bool IsWithinTransaction() { return sqlite3_get_autocommit(m_database.get()) == 0; }
 
     sqlite3* Get() { return m_database.get(); }
 
