@@ -241,8 +241,11 @@ TEST_F(QxLogTrackerTest, ARefusedRunKeepsTheCallback) {
 
 // Whether it comes true: the system lists a thread for a moment longer than others wait for its end.
 static bool Soon(const std::function<bool()>& isSo) {
-    for (int i = 0; i < 500 && !isSo(); ++i) std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    return isSo();
+    for (int i = 0; i < 500; ++i) {
+        if (isSo()) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return false;
 }
 
 TEST_F(QxLogTrackerTest, DestroyingARunningTrackerStopsIt) {
