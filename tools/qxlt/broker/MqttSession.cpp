@@ -37,6 +37,12 @@ bool IsRefusal(int code) {
     return code == 1 || code == 2 || code == 4 || code == 5;
 }
 
+// What is met when a broker gives up a secure connection that it does not like.
+bool IsHangUp(int result, int error) {
+    return result == MOSQ_ERR_PROTOCOL || result == MOSQ_ERR_CONN_LOST ||
+           (result == MOSQ_ERR_ERRNO && (error == EPROTO || error == ECONNRESET));
+}
+
 std::string RefusalText(int code) {
     switch (code) {
         case 1:
@@ -148,12 +154,12 @@ void MqttSession::Look(int result) {
     }
     if (result == MOSQ_ERR_TLS || result == MOSQ_ERR_TLS_HANDSHAKE || !m_tlsProblem.empty()) {
         EndWith(Ending::Untrusted, m_tlsProblem.empty() ? "TLS failed" : m_tlsProblem);
+    } else if (m_access.address.isSecure && !m_connected && IsHangUp(result, error)) {
+        EndWith(Ending::Network,
+                "it ended the connection before it let this client in; it may ask for another certificate: look at "
+                "--cert and --key");
     } else if (result == MOSQ_ERR_ERRNO) {
         EndWith(Ending::Network, std::strerror(error));
-    } else if (m_access.address.isSecure && !m_connected && m_access.certificate.empty()) {
-        EndWith(Ending::Network,
-                "it ended the connection before it let this client in; where it asks for a "
-                "certificate, give --cert and --key");
     } else {
         EndWith(Ending::Network, mosquitto_strerror(result));
     }
