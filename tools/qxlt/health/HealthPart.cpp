@@ -182,12 +182,6 @@ void HealthPart::OnEnd() {
     End();
 }
 
-// And what they told of themselves has changed with that.
-void HealthPart::OnEnded() {
-    m_next.figures = m_sources.figures();
-    End();
-}
-
 void HealthPart::End() {
     m_next.state = RunState::Ended;
     Publish();

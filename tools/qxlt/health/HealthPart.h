@@ -48,7 +48,8 @@ public:
     void OnDump(const RunDump& dump) override;
     void OnCycleEnd() override;
     void OnEnd() override;
-    void OnEnded() override;
+    // What the others tell of themselves has changed with their end.
+    void OnEnded() override { OnEnd(); }
     IQxEventObserver* Observer() override { return &m_tally; }
 
     // The run's health now, as the JSON object and in a few words. Any thread.

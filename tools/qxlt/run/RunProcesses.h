@@ -20,7 +20,7 @@ namespace qxlt {
 // One thread at a time: the one that started the run, and from the first cycle on the one that runs the cycles.
 class RunProcesses final {
 public:
-    // By name. `store` must outlive this, and so must the tracker of Register and what follows.
+    // The names of those that are wanted. `store`, which the tracker uses, must outlive this.
     RunProcesses(std::set<std::string> wanted, ProcessStore& store);
 
     // Sorted.
